@@ -1,0 +1,38 @@
+# How this project compiles its own code.
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+if(ZK_IS_TOP)
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+endif()
+
+if(ZK_SANITIZE)
+  add_compile_options(-fsanitize=${ZK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ZK_SANITIZE})
+endif()
+if(ZK_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# Every warning that a stranger's compiler may show, and floating point that
+# gives the same bits on machines with and without fused multiply-add.
+function(zk_own_code target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -ffp-contract=off)
+  if(ZK_IS_TOP)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# Unused functions leave the library, calls inside it are bound at link time,
+# and an undefined symbol is found when the library is linked, not on a device.
+function(zk_small_code target)
+  target_compile_options(${target} PRIVATE
+    -ffunction-sections -fdata-sections $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+  if(NOT ZK_STATIC)
+    target_link_options(${target} PRIVATE LINKER:--gc-sections LINKER:--as-needed
+      LINKER:-Bsymbolic-functions)
+    if(NOT ZK_SANITIZE)
+      target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
+  endif()
+endfunction()

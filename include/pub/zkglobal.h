@@ -1,0 +1,96 @@
+#ifndef ZKGLOBAL_H
+#define ZKGLOBAL_H
+
+#include <cstddef>
+#include <cstdint>
+
+/// What every header of the library shares: the text unit, the enumerations of
+/// namespace `Zk`, the export macro, the contract check, the reference count
+/// and the allocation that never returns null.
+
+#if defined(ZK_STATIC)
+#    define ZK_EXPORT
+#elif defined(_WIN32)
+#    error "libzk is a library for ELF systems"
+#else
+#    define ZK_EXPORT __attribute__((visibility("default")))
+#endif
+
+/// One unit of text: a character of the Basic Multilingual Plane.
+typedef unsigned short ZkUcs2;
+
+namespace Zk
+{
+
+/// How letters compare. Any value but `CaseSensitive` means "without regard to case".
+enum CaseSensitivity { CaseInsensitive = 0, CaseSensitive = 1 };
+
+/// The calendar in which a date's numbers are read. `DateModeDefault` stands for
+/// the process-wide mode of `ZkDate::setDateMode`.
+enum DateMode { DateGregorian = 0, DatePersian = 1, DateModeDefault = 2 };
+
+/// What a date-time's numbers refer to.
+enum TimeSpec { TimeLocal = 0, TimeUtc = 1, TimeOffset = 2 };
+
+/// How a size is fitted into another one.
+enum AspectRatioMode { IgnoreAspect = 0, KeepAspect = 1, KeepAspectExpanding = 2 };
+
+} // namespace Zk
+
+/// Reports a broken contract the way the C library's assert does
+/// ("prog: file:line: function: Assertion `expression' failed.") and aborts.
+/// Standard output is flushed first, so no earlier message is lost.
+[[noreturn]] ZK_EXPORT void zkAssertFail(const char *expression, const char *file, int line,
+                                         const char *function)
+    __attribute__((cold, noinline));
+
+/// Stops the process unless `condition` holds, in every kind of build. The
+/// expression, file and line are given as literals: they are what a host's log
+/// shows and stay put when code moves.
+#define ZK_CHECK_AT(condition, expression, file, line, function)                                   \
+    (static_cast<bool>(condition) ? static_cast<void>(0)                                           \
+                                  : zkAssertFail(expression, file, line, function))
+
+/// `malloc` and `realloc` for at least one byte. A size above INT_MAX, or memory
+/// that the system does not give, prints one line on standard error and aborts:
+/// no caller ever sees a null pointer or a wrapped size.
+ZK_EXPORT void *zkAllocate(std::int64_t bytes) __attribute__((malloc, returns_nonnull));
+ZK_EXPORT void *zkReallocate(void *block, std::int64_t bytes) __attribute__((returns_nonnull));
+
+/// `value` modulo 2^32, as the 32-bit number a device's registers would hold.
+constexpr int zkWrapped(std::int64_t value)
+{
+    return static_cast<int>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
+}
+
+/// The number of objects that share a block. Plain data, so that a block can be
+/// a constant or be copied byte by byte; each operation on a living block is atomic.
+struct ZkRefCount {
+    int value;
+
+    /// One more owner. Whoever calls already owns the block, so no order is needed.
+    void ref() { __atomic_fetch_add(&value, 1, __ATOMIC_RELAXED); }
+
+    /// One owner fewer. False when that was the last: the block is the caller's
+    /// to free, and every earlier owner's writes are visible.
+    bool deref() { return __atomic_sub_fetch(&value, 1, __ATOMIC_ACQ_REL) != 0; }
+
+    /// True when nobody else owns the block, so it may be written.
+    bool isOne() const { return load() == 1; }
+
+    int load() const { return __atomic_load_n(&value, __ATOMIC_ACQUIRE); }
+    operator int() const { return load(); }
+
+    /// For a block that no other thread can see yet.
+    ZkRefCount &operator=(int count)
+    {
+        value = count;
+        return *this;
+    }
+};
+
+/// Opens the private block of a container to the test that looks into it; the
+/// library defines no such type.
+struct ZkInspector;
+
+#endif
