@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
+#include <vector>
 
 TEST(ZkGlobal, AFailedCheckNamesExpressionFileLineAndFunction)
 {
@@ -73,4 +75,24 @@ TEST(ZkRefCount, TellsTheLastOwner)
     EXPECT_FALSE(count.isOne());
     EXPECT_TRUE(count.deref());
     EXPECT_FALSE(count.deref());
+}
+
+TEST(ZkRefCount, ComesOutExactWhenThreadsComeAndGo)
+{
+    ZkRefCount count = {1};
+    count.ref(3); // still one thread
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&count] {
+            for (int k = 0; k < 10000; ++k) {
+                count.ref();
+                count.ref(2);
+                EXPECT_TRUE(count.deref());
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(count, 4 + 4 * 10000 * 2);
 }

@@ -4,6 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#if __has_include(<sys/single_threaded.h>)
+#    include <sys/single_threaded.h>
+#    define ZK_SINGLE_THREADED() (__libc_single_threaded != 0)
+#else
+#    define ZK_SINGLE_THREADED() false
+#endif
+
 /// What every header of the library shares: the text unit, the enumerations of
 /// namespace `Zk`, the export macro, the contract check, the reference count
 /// and the allocation that never returns null.
@@ -41,8 +48,7 @@ enum AspectRatioMode { IgnoreAspect = 0, KeepAspect = 1, KeepAspectExpanding = 2
 /// ("prog: file:line: function: Assertion `expression' failed.") and aborts.
 /// Standard output is flushed first, so no earlier message is lost.
 [[noreturn]] ZK_EXPORT void zkAssertFail(const char *expression, const char *file, int line,
-                                         const char *function)
-    __attribute__((cold, noinline));
+                                         const char *function) __attribute__((cold, noinline));
 
 /// Stops the process unless `condition` holds, in every kind of build. The
 /// expression, file and line are given as literals: they are what a host's log
@@ -64,16 +70,32 @@ constexpr int zkWrapped(std::int64_t value)
 }
 
 /// The number of objects that share a block. Plain data, so that a block can be
-/// a constant or be copied byte by byte; each operation on a living block is atomic.
+/// a constant or be copied byte by byte. Each operation on a living block is
+/// atomic; while the process has one thread, which the C library knows, counting
+/// costs no bus lock.
 struct ZkRefCount {
     int value;
 
-    /// One more owner. Whoever calls already owns the block, so no order is needed.
-    void ref() { __atomic_fetch_add(&value, 1, __ATOMIC_RELAXED); }
+    /// One more owner, or `owners` more. Whoever calls already owns the block, so
+    /// no order is needed.
+    void ref(int owners = 1)
+    {
+        if (ZK_SINGLE_THREADED()) {
+            value += owners;
+        } else {
+            __atomic_fetch_add(&value, owners, __ATOMIC_RELAXED);
+        }
+    }
 
     /// One owner fewer. False when that was the last: the block is the caller's
     /// to free, and every earlier owner's writes are visible.
-    bool deref() { return __atomic_sub_fetch(&value, 1, __ATOMIC_ACQ_REL) != 0; }
+    bool deref()
+    {
+        if (ZK_SINGLE_THREADED()) {
+            return --value != 0;
+        }
+        return __atomic_sub_fetch(&value, 1, __ATOMIC_ACQ_REL) != 0;
+    }
 
     /// True when nobody else owns the block, so it may be written.
     bool isOne() const { return load() == 1; }
