@@ -1,5 +1,7 @@
 # How this project compiles its own code.
 
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 if(ZK_IS_TOP)
   set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
@@ -27,7 +29,7 @@ endfunction()
 # and an undefined symbol is found when the library is linked, not on a device.
 function(zk_small_code target)
   target_compile_options(${target} PRIVATE
-    -ffunction-sections -fdata-sections $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+    $<$<CONFIG:Release>:-O2> -ffunction-sections -fdata-sections $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   if(NOT ZK_STATIC)
     target_link_options(${target} PRIVATE LINKER:--gc-sections LINKER:--as-needed
       LINKER:-Bsymbolic-functions)
