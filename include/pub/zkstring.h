@@ -1,0 +1,323 @@
+#ifndef ZKSTRING_H
+#define ZKSTRING_H
+
+#include "zkbytearray.h"
+#include "zkglobal.h"
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+/// The text type of the library: a sequence of 16-bit units, each a character of
+/// the Basic Multilingual Plane. Surrogates are units like any other; no pair is
+/// ever formed or taken apart.
+///
+/// One object is one pointer to a `Data` block, which copies share:
+///
+///     ZkString a("abc"), b = a;      a ──┐
+///                                    b ──┴─> ref 2 | alloc 4 | size 3 | data ─> 'a' 'b' 'c' 0
+///     b.append("d");                 a ────> ref 1 | ...           b ────> its own "abcd"
+///
+/// Copying is one atomic increment. A call that changes the text first makes a
+/// block of its own when the block is shared ("detaches"); the one exception is
+/// `insert(int, const char *, int)`. Calls that return text share the block when
+/// the result is the whole string. A pointer from `constData()` is valid until
+/// the next call that is not const; taking one never detaches. Behind the last
+/// unit stands a 0 unit that is not counted.
+///
+/// Objects that share a block may be used on different threads; one object needs
+/// a lock of the host's own. Positions and lengths count units. A negative size
+/// or count is 0; memory that cannot be had ends the process with a message.
+class ZK_EXPORT ZkString
+{
+    template <typename Char>
+    using IfChar = std::enable_if_t<std::is_same<Char, char>::value, int>;
+
+public:
+    /// The shared block.
+    struct ZK_EXPORT Data {
+        ZkRefCount ref; ///< how many strings share the block
+        int alloc;      ///< units that the buffer holds, at least size + 1 when there is one
+        int size;       ///< units in use; behind them stands a 0
+        ZkUcs2 *data;   ///< from `malloc`; null while nothing was ever stored
+
+        /// The empty block of results that hold nothing. Its own count of 1 is
+        /// never given back, so it is never freed.
+        static Data shared_null;
+
+        /// Makes the buffer hold `n` units. Nothing happens while n <= alloc <= 3 * n;
+        /// else it is sized to `n`, with `grow` to `2 * n`. So a buffer more than
+        /// three times too large shrinks, also with `grow`. More than INT_MAX bytes abort.
+        static void allocMemory(Data *d, std::int64_t n, bool grow);
+    };
+
+    // Making a string. Even an empty one gets a block of its own, so two strings
+    // share only after one was copied from the other.
+
+    ZkString() : d(createData()) {}
+
+    /// One unit. A `char` is zero-extended: byte 0xE9 is U+00E9.
+    ZkString(ZkUcs2 c);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString(Char c) : ZkString(unitOf(c))
+    {
+    }
+
+    /// The UTF-8 text at `s` up to its 0 byte, or its first `len` bytes if that is
+    /// less; see `utf8ToUcs2`. A negative `len` sets no bound; a null `s` is empty.
+    ZkString(const char *s, int len = -1);
+
+    /// The `n` units at `u`, 0 units included; empty when `n` is below 1.
+    ZkString(const ZkUcs2 *u, int n);
+
+    /// `n` units `c`; empty when `n` is below 1.
+    ZkString(int n, ZkUcs2 c);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString(int n, Char c) : ZkString(n, unitOf(c))
+    {
+    }
+
+    /// All of `utf8`, 0 bytes included.
+    explicit ZkString(std::string_view utf8);
+
+    /// All of `text`, 0 units included.
+    explicit ZkString(std::u16string_view text);
+
+    ZkString(const ZkString &other) noexcept : d(other.d) { d->ref.ref(); }
+
+    /// Leaves `other` empty.
+    ZkString(ZkString &&other) noexcept : d(other.d) { other.attachNull(); }
+
+    ~ZkString() { releaseData(); }
+
+    ZkString &operator=(const ZkString &other) noexcept;
+
+    /// Leaves `other` empty.
+    ZkString &operator=(ZkString &&other) noexcept;
+
+    /// Becomes the one unit `c`.
+    ZkString &operator=(ZkUcs2 c) { return *this = ZkString(c); }
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &operator=(Char c)
+    {
+        return *this = ZkString(c);
+    }
+
+    // The units.
+
+    int size() const { return d->size; }
+    bool isEmpty() const { return d->size == 0; }
+
+    /// Units that the buffer holds, terminator included; 0 without a buffer.
+    int capacity() const { return d->alloc; }
+
+    /// True when both use one block.
+    bool isSharedWith(const ZkString &other) const { return d == other.d; }
+
+    /// Unit `i`. An `i` of size() or more ends the process with a report; a
+    /// negative one gives 0.
+    ZkUcs2 at(int i) const;
+
+    /// Unit `i`; 0 outside 0 to size() - 1.
+    ZkUcs2 operator[](int i) const { return i >= 0 && i < d->size ? d->data[i] : ZkUcs2(0); }
+
+    /// Unit `i` for writing: detaches. An `i` outside 0 to size() - 1 ends the
+    /// process with a report.
+    ZkUcs2 &operator[](int i);
+
+    /// The units and the 0 behind them; never null.
+    const ZkUcs2 *constData() const { return d->data != nullptr ? d->data : &kTerminator; }
+    const ZkUcs2 *data() const { return constData(); }
+    const ZkUcs2 *begin() const { return constData(); }
+    const ZkUcs2 *end() const { return constData() + d->size; }
+
+    /// The size() units for writing: detaches. The 0 behind them must stay.
+    ZkUcs2 *data();
+    ZkUcs2 *begin() { return data(); }
+    ZkUcs2 *end() { return data() + d->size; }
+
+    // Parts of the text.
+
+    /// The first (last) `n` units; the whole string, shared, unless 0 <= n < size().
+    ZkString left(int n) const;
+    ZkString right(int n) const;
+
+    /// `n` units from `pos`, all to the end when `n` is negative. What lies before
+    /// 0 or behind the end is left off: `ZkString("abcdef").mid(-2, 3)` is "a". The
+    /// whole string comes back shared; from size() on it is the shared empty string.
+    ZkString mid(int pos, int n = -1) const;
+
+    // Changing the text. Text given as `const char *` is UTF-8 with a length as in
+    // the constructor; null changes nothing. The argument may be the string itself.
+
+    ZkString &append(const ZkString &s);
+    ZkString &append(const char *s, int len = -1);
+    ZkString &append(ZkUcs2 c);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &append(Char c)
+    {
+        return append(unitOf(c));
+    }
+
+    ZkString &prepend(const ZkString &s);
+    ZkString &prepend(const char *s, int len = -1);
+    ZkString &prepend(ZkUcs2 c);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &prepend(Char c)
+    {
+        return prepend(unitOf(c));
+    }
+
+    /// Puts `c` in front of unit `pos`, which is taken into 0 to size().
+    ZkString &insert(int pos, ZkUcs2 c);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &insert(int pos, Char c)
+    {
+        return insert(pos, unitOf(c));
+    }
+
+    /// Puts `s` in front of unit `pos`; prepends below 0, appends from size() on.
+    ZkString &insert(int pos, const ZkString &s);
+
+    /// The same for UTF-8, with two surprises: outside 0 to size() - 1 the whole
+    /// 0-terminated text is taken whatever `len` says, and inside the block is
+    /// written without detaching, so every copy sees the new text.
+    ZkString &insert(int pos, const char *s, int len = -1);
+
+    /// Takes out `n` units from `pos`; a negative `pos` counts from the end. What
+    /// lies outside the text is passed over.
+    ZkString &remove(int pos, int n);
+
+    /// Makes the text `n` units long; new ones are 0.
+    void resize(int n);
+
+    /// Keeps at most the first `n` units; a negative `n` empties.
+    void truncate(int n);
+
+    /// Takes `n` units off the end; all when there are fewer.
+    void chop(int n);
+
+    /// Empties the text; the buffer is kept.
+    void clear();
+
+    /// Makes every unit `c`, after `resize(n)` unless `n` is negative.
+    ZkString &fill(ZkUcs2 c, int n = -1);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &fill(Char c, int n = -1)
+    {
+        return fill(unitOf(c), n);
+    }
+
+    /// Overwrites each of the `n` units from `pos` by `c`; the length stays, so
+    /// `replace(1, 2, 'x')` makes "abcd" "axxd". Nothing outside 0 to size().
+    ZkString &replace(int pos, int n, ZkUcs2 c);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &replace(int pos, int n, Char c)
+    {
+        return replace(pos, n, unitOf(c));
+    }
+
+    /// Puts other text in place of the `n` units from `pos`. Nothing outside 0 to
+    /// size(). `u` may point into this string; null is no text.
+    ZkString &replace(int pos, int n, const ZkUcs2 *u, int len);
+    ZkString &replace(int pos, int n, const ZkString &s);
+
+    // Numbers and text into text, text into numbers.
+
+    // UTF-8 and the standard library's texts.
+
+    /// Decodes `len` bytes of UTF-8 and returns the number of units, at most one
+    /// per byte: `out` needs room for `len`. Sequences that the end cuts off are
+    /// left out. Bytes behind a lead byte are taken as they stand and overlong
+    /// forms are read; lead bytes of four and more and stray continuation bytes
+    /// yield nothing, so characters above U+FFFF vanish.
+    static int utf8ToUcs2(ZkUcs2 *out, const char *in, int len);
+
+    /// Encodes `n` units as UTF-8 and returns the number of bytes, at most three
+    /// per unit: `out` needs room for `3 * n`. Each surrogate is three bytes.
+    static int ucs2ToUtf8(char *out, const ZkUcs2 *in, int n);
+
+    /// The text as UTF-8, terminated; its buffer holds 3 * size() + 1 bytes.
+    ZkByteArray toUtf8() const;
+
+    std::string toStdString() const;
+    std::u16string toStdU16String() const;
+
+    // Order is that of the units; a text that begins a longer one is less.
+
+    bool operator==(const ZkString &other) const;
+    bool operator!=(const ZkString &other) const { return !(*this == other); }
+
+private:
+    friend struct ZkInspector;
+
+    explicit ZkString(Data &block) noexcept : d(&block) { d->ref.ref(); }
+
+    static constexpr ZkUcs2 unitOf(char c) { return static_cast<unsigned char>(c); }
+
+    static Data *createData();
+    static void destroyData(Data *block);
+
+    // The sole owner need not pay for an atomic write: nobody else can raise the count.
+    void releaseData()
+    {
+        if (d->ref.isOne() || !d->ref.deref()) {
+            destroyData(d);
+        }
+        d = nullptr;
+    }
+
+    void attachNull() noexcept
+    {
+        d = &Data::shared_null;
+        d->ref.ref();
+    }
+
+    void detach();
+    void detachIfShared();
+    void setSize(int n);
+    ZkUcs2 *openGap(int pos, int n);
+    ZkString &insertUtf8(int pos, const char *s, int len);
+
+    /// What `constData()` shows of a string without a buffer.
+    static constexpr ZkUcs2 kTerminator = 0;
+
+    Data *d; ///< never null between calls
+};
+
+inline ZkUcs2 ZkString::at(int i) const
+{
+    ZK_CHECK_AT(i < d->size, "i < size()", "../include/pub/zkstring", 302,
+                "ZkUcs2 ZkString::at(int) const");
+    return i < 0 ? ZkUcs2(0) : d->data[i];
+}
+
+inline std::string ZkString::toStdString() const
+{
+    return std::string(toUtf8().toStdStringView());
+}
+
+inline std::u16string ZkString::toStdU16String() const
+{
+    return std::u16string(begin(), end());
+}
+
+/// Writes the text as UTF-8.
+template <typename Traits>
+std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &stream,
+                                             const ZkString &text)
+{
+    const ZkByteArray utf8 = text.toUtf8();
+    return stream << std::basic_string_view<char, Traits>(utf8.constData(),
+                                                          std::size_t(utf8.size()));
+}
+
+/// Equal strings have equal hashes.
+template <>
+struct ZK_EXPORT std::hash<ZkString> {
+    std::size_t operator()(const ZkString &text) const noexcept;
+};
+
+#endif
