@@ -1,6 +1,7 @@
 #include "zkstring.h"
 
 #include "zktextlength.h"
+#include "zkunicode.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -161,6 +162,22 @@ ZkString ZkString::mid(int pos, int n) const
         return *this;
     }
     return ZkString(d->data + start, static_cast<int>(std::max<std::int64_t>(len, 0)));
+}
+
+ZkString ZkString::trimmed() const
+{
+    int first = 0;
+    int last = d->size;
+    while (first < last && ZkUnicode::isSpace(d->data[first])) {
+        ++first;
+    }
+    while (last > first && ZkUnicode::isSpace(d->data[last - 1])) {
+        --last;
+    }
+    if (last - first == d->size) {
+        return *this;
+    }
+    return first == last ? ZkString(Data::shared_null) : ZkString(d->data + first, last - first);
 }
 
 ZkString &ZkString::append(const ZkString &s)

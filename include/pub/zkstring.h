@@ -149,6 +149,10 @@ public:
     /// whole string comes back shared; from size() on it is the shared empty string.
     ZkString mid(int pos, int n = -1) const;
 
+    /// Without white space (`ZkUnicode::isSpace`) at either end. Shared when there
+    /// is none; the shared empty string when there is nothing else.
+    ZkString trimmed() const;
+
     // Changing the text. Text given as `const char *` is UTF-8 with a length as in
     // the constructor; null changes nothing. The argument may be the string itself.
 

@@ -1,0 +1,32 @@
+#include "zkunicode.h"
+
+#include "zkunicodetables.h"
+
+const ZkUnicodeTables::Properties *ZkUnicodeTables::properties(ZkUcs2 c)
+{
+    return &zkUnicodeRecord(c);
+}
+
+bool ZkUnicode::isSpace(ZkUcs2 c)
+{
+    if (c >= 0x09 && c <= 0x0D) {
+        return true;
+    }
+    const int category = zkUnicodeRecord(c).category;
+    return category >= ZkUnicodeTables::SeparatorSpace &&
+           category <= ZkUnicodeTables::SeparatorParagraph;
+}
+
+ZkUcs2 ZkUnicode::toUpper(ZkUcs2 c)
+{
+    // A frozen character may still have a one-unit upper case in its record (U+1F80
+    // has its title case there): the flag wins.
+    const ZkUnicodeTables::Properties &record = zkUnicodeRecord(c);
+    return record.upperCaseSpecial ? c : static_cast<ZkUcs2>(c + record.upperCaseDifference);
+}
+
+ZkUcs2 ZkUnicode::toLower(ZkUcs2 c)
+{
+    const ZkUnicodeTables::Properties &record = zkUnicodeRecord(c);
+    return record.lowerCaseSpecial ? c : static_cast<ZkUcs2>(c + record.lowerCaseDifference);
+}

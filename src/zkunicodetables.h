@@ -1,0 +1,47 @@
+#ifndef ZKUNICODETABLES_H
+#define ZKUNICODETABLES_H
+
+#include "zkunicode.h"
+
+/// The generated tables and the look-ups that the text code writes inline.
+
+extern const std::uint16_t kZkUnicodeIndex[];
+extern const ZkUnicodeTables::Properties kZkUnicodeRecords[];
+
+static_assert(sizeof(ZkUnicodeTables::Properties) == 12, "a record is 12 bytes on every platform");
+
+/// The record found in the row of `block` (0 to 2047) at the place of `c`.
+inline const ZkUnicodeTables::Properties &zkUnicodeRecord(unsigned block, unsigned c)
+{
+    return kZkUnicodeRecords[kZkUnicodeIndex[kZkUnicodeIndex[block] + (c & 31)]];
+}
+
+inline const ZkUnicodeTables::Properties &zkUnicodeRecord(ZkUcs2 c)
+{
+    return zkUnicodeRecord(unsigned(c) >> 5, c);
+}
+
+/// The record of unit `c` that stands behind unit `before` (0: none). A low
+/// surrogate behind a high one is looked up by the code point of the pair; the
+/// table ends with the Basic Multilingual Plane, so that finds the row of one of
+/// its blocks (block number modulo 2048).
+inline const ZkUnicodeTables::Properties &zkUnicodeRecordBehind(ZkUcs2 before, ZkUcs2 c)
+{
+    const bool isPair = (c & 0xFC00) == 0xDC00 && (before & 0xFC00) == 0xD800;
+    const unsigned codePoint = isPair ? (unsigned(before) << 10) + c - 0x35FDC00U : unsigned(c);
+    return zkUnicodeRecord(codePoint >> 5 & 0x7FF, c);
+}
+
+/// `c` in the form in which letters compare without regard to case.
+inline ZkUcs2 zkFolded(ZkUcs2 c)
+{
+    return static_cast<ZkUcs2>(c + zkUnicodeRecord(c).caseFoldDifference);
+}
+
+/// The same for a unit that stands behind `before`.
+inline ZkUcs2 zkFoldedBehind(ZkUcs2 before, ZkUcs2 c)
+{
+    return static_cast<ZkUcs2>(c + zkUnicodeRecordBehind(before, c).caseFoldDifference);
+}
+
+#endif
