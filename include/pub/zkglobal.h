@@ -88,13 +88,14 @@ struct ZkRefCount {
     }
 
     /// One owner fewer. False when that was the last: the block is the caller's
-    /// to free, and every earlier owner's writes are visible.
+    /// to free, and every earlier owner's writes are visible. A sole owner is told
+    /// so by a plain load: nobody else is left who could change the count.
     bool deref()
     {
         if (ZK_SINGLE_THREADED()) {
             return --value != 0;
         }
-        return __atomic_sub_fetch(&value, 1, __ATOMIC_ACQ_REL) != 0;
+        return !isOne() && __atomic_sub_fetch(&value, 1, __ATOMIC_ACQ_REL) != 0;
     }
 
     /// True when nobody else owns the block, so it may be written.

@@ -1,0 +1,181 @@
+#include "zkvector.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+static_assert(sizeof(ZkVectorData) == 16, "four 32-bit words on every platform");
+static_assert(offsetof(ZkVectorData, alloc) == 4 && offsetof(ZkVectorData, size) == 8,
+              "the words stand in this order");
+
+namespace
+{
+
+// Above this alignment the allocator is not trusted and addresses are rounded.
+constexpr int kAllocatorAlignment = 8;
+
+// From here on a block is taken to be as large as an int can tell.
+constexpr std::int64_t kLargestExact = 0x3FFFFFFF;
+
+// The block size from which doubling starts over at a page instead of 8 bytes.
+constexpr std::int64_t kPage = 4096;
+
+// Bytes of a block with `alloc` slots.
+std::int64_t blockBytes(int alloc, int sizeofT)
+{
+    return static_cast<std::int64_t>(sizeof(ZkVectorData)) +
+           static_cast<std::int64_t>(alloc) * sizeofT;
+}
+
+// The word before an over-aligned block, where its raw address is kept.
+void *&rawAddress(void *aligned)
+{
+    return static_cast<void **>(aligned)[-1];
+}
+
+// The multiple of `alignment` in raw + 1 .. raw + alignment. The word before it
+// is inside the raw memory: both are multiples of the allocator's own alignment,
+// so the gap is never smaller than that.
+char *alignedIn(char *raw, int alignment)
+{
+    const std::uintptr_t end =
+        reinterpret_cast<std::uintptr_t>(raw) + static_cast<std::uintptr_t>(alignment);
+    return raw + (alignment - static_cast<int>(end % static_cast<std::uintptr_t>(alignment)));
+}
+
+} // namespace
+
+ZkVectorData ZkVectorData::shared_null = {{1}, 0, 0, 1, 0, 0};
+
+ZkVectorData *ZkVectorData::malloc(int sizeofTypedData, int size, int sizeofT, ZkVectorData *init)
+{
+    const auto bytes = [=](int slots) {
+        return sizeofTypedData + (static_cast<std::int64_t>(slots) - 1) * sizeofT;
+    };
+    size = std::max(size, 0);
+    void *block = zkAllocate(bytes(size));
+    std::memcpy(block, init, static_cast<std::size_t>(bytes(std::min(size, init->alloc))));
+    return static_cast<ZkVectorData *>(block);
+}
+
+ZkVectorData *ZkVectorData::allocate(int size, int alignment)
+{
+    return reallocate(nullptr, size, 0, alignment);
+}
+
+ZkVectorData *ZkVectorData::reallocate(ZkVectorData *old, int newSize, int /*oldSize*/,
+                                       int alignment)
+{
+    newSize = std::max(newSize, 0);
+    if (alignment <= kAllocatorAlignment) {
+        return static_cast<ZkVectorData *>(zkReallocate(old, newSize));
+    }
+    if (newSize > INT_MAX - alignment) {
+        return nullptr;
+    }
+    char *raw = old != nullptr ? static_cast<char *>(rawAddress(old)) : nullptr;
+    const std::ptrdiff_t oldGap = old != nullptr ? reinterpret_cast<char *>(old) - raw : 0;
+    const std::size_t bytes = static_cast<std::size_t>(newSize) + static_cast<unsigned>(alignment);
+    raw = static_cast<char *>(std::realloc(raw, bytes));
+    if (raw == nullptr) {
+        return nullptr;
+    }
+    char *aligned = alignedIn(raw, alignment);
+    if (old != nullptr && aligned != raw + oldGap) {
+        // The allocator kept the contents where they were behind the raw address,
+        // but the rounding now ends at another distance from it.
+        std::memmove(aligned, raw + oldGap, static_cast<std::size_t>(newSize));
+    }
+    rawAddress(aligned) = raw;
+    return reinterpret_cast<ZkVectorData *>(aligned);
+}
+
+void ZkVectorData::freeData(ZkVectorData *x, int alignment)
+{
+    if (alignment <= kAllocatorAlignment) {
+        std::free(x);
+    } else if (x != nullptr) {
+        std::free(rawAddress(x));
+    }
+}
+
+int ZkVectorData::grow(int sizeofTypedData, int size, int sizeofT, bool excessive)
+{
+    size = std::max(size, 0);
+    if (excessive) {
+        const std::int64_t half = static_cast<std::int64_t>(size) + size / 2;
+        return static_cast<int>(std::min<std::int64_t>(half, INT_MAX));
+    }
+    const std::int64_t header = static_cast<std::int64_t>(sizeofTypedData) - sizeofT;
+    const std::int64_t needed = static_cast<std::int64_t>(size) * sizeofT + header;
+    if (needed == 0 && header == 0) {
+        return 0;
+    }
+    std::int64_t block = 8;
+    if (needed < 64) {
+        block += needed / 8 * 8;
+    } else if (needed >= kLargestExact) {
+        // No header is taken off: such a block cannot be had, and asking for it
+        // is what reports the failure.
+        return INT_MAX / sizeofT;
+    } else {
+        if (needed >= kPage) {
+            block = kPage;
+        }
+        while (block < needed) {
+            block *= 2;
+        }
+    }
+    return static_cast<int>((block - header) / sizeofT);
+}
+
+int ZkVectorData::growBy(const ZkVectorData *x, int count, int sizeofT, bool excessive)
+{
+    const std::int64_t size = static_cast<std::int64_t>(x->size) + count;
+    const std::int64_t bytes = static_cast<std::int64_t>(sizeof(ZkVectorData)) + size * sizeofT;
+    if (bytes > INT_MAX) {
+        zkAllocate(bytes); // reports the size and does not return
+    }
+    const int sizeofTypedData = static_cast<int>(sizeof(ZkVectorData)) + sizeofT;
+    int capacity = x->alloc;
+    if (count > 0 && !x->ref.isOne()) { // the first append to a shared block sizes it afresh
+        capacity = grow(sizeofTypedData, x->size + 1, sizeofT, excessive);
+    }
+    while (capacity < size) {
+        capacity = grow(sizeofTypedData, capacity + 1, sizeofT, excessive);
+    }
+    return capacity;
+}
+
+ZkVectorData *ZkVectorData::create(const ZkVectorData *like, int aalloc, int sizeofT)
+{
+    ZkVectorData *x = static_cast<ZkVectorData *>(zkAllocate(blockBytes(aalloc, sizeofT)));
+    *x = {{1}, aalloc, 0, 1, like->capacity, 0};
+    return x;
+}
+
+ZkVectorData *ZkVectorData::resizePlain(ZkVectorData *x, int asize, int aalloc, int sizeofT)
+{
+    const int oldSize = x->size;
+    if (!x->ref.isOne()) {
+        ZkVectorData *copy = create(x, aalloc, sizeofT);
+        const std::int64_t bytes = static_cast<std::int64_t>(std::min(asize, oldSize)) * sizeofT;
+        std::memcpy(copy + 1, x + 1, static_cast<std::size_t>(bytes));
+        if (!x->ref.deref()) {
+            freeData(x, kAllocatorAlignment);
+        }
+        x = copy;
+    } else if (aalloc != x->alloc) {
+        x = static_cast<ZkVectorData *>(zkReallocate(x, blockBytes(aalloc, sizeofT)));
+        x->alloc = aalloc;
+        x->sharable = 1;
+    }
+    if (asize > oldSize) {
+        char *first =
+            reinterpret_cast<char *>(x + 1) + static_cast<std::int64_t>(oldSize) * sizeofT;
+        std::memset(first, 0,
+                    static_cast<std::size_t>(asize - oldSize) * static_cast<unsigned>(sizeofT));
+    }
+    x->size = asize;
+    return x;
+}

@@ -1,0 +1,55 @@
+#ifndef LIVECOUNT_H
+#define LIVECOUNT_H
+
+#include <gtest/gtest.h>
+
+/// An element that counts how many of its kind live and knows its own address,
+/// so that a leak, a second destruction or a move by bytes is noticed.
+class Counted
+{
+public:
+    Counted() : Counted(0) {}
+    Counted(int value) : self(this), number(value) { ++alive; }
+    Counted(const Counted &other) : Counted(other.checked()) {}
+    Counted &operator=(const Counted &other)
+    {
+        checked();
+        number = other.checked();
+        return *this;
+    }
+    ~Counted()
+    {
+        checked();
+        self = nullptr;
+        --alive;
+    }
+
+    operator int() const { return checked(); }
+
+    static inline int alive = 0;
+
+private:
+    int checked() const
+    {
+        EXPECT_EQ(self, this) << "not a living element";
+        return number;
+    }
+
+    const Counted *self;
+    int number;
+};
+
+/// Expects, when it goes out of scope, as many living elements as at its start.
+class NoLeak
+{
+public:
+    NoLeak() : before(Counted::alive) {}
+    ~NoLeak() { EXPECT_EQ(Counted::alive, before); }
+    NoLeak(const NoLeak &) = delete;
+    NoLeak &operator=(const NoLeak &) = delete;
+
+private:
+    int before;
+};
+
+#endif
