@@ -1,0 +1,258 @@
+#include "zkhash.h"
+
+#include "zkstring.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+ZkHashData ZkHashData::shared_null = {nullptr, nullptr, {1}, 0, 0, MinNumBits, 0, 0, 1, 0, 0};
+
+namespace
+{
+
+// The first node in `bucket` or a later one, or the table itself.
+ZkHashData::Node *firstFrom(ZkHashData *table, int bucket)
+{
+    for (; bucket < table->numBuckets; ++bucket) {
+        if (table->buckets[bucket] != table->end()) {
+            return table->buckets[bucket];
+        }
+    }
+    return table->end();
+}
+
+ZkHashData *tableOf(ZkHashData::Node *node)
+{
+    while (node->next != nullptr) {
+        node = node->next;
+    }
+    return reinterpret_cast<ZkHashData *>(node);
+}
+
+// The exponent of a table that holds `count` nodes, not less than `MinNumBits`.
+int exponentFor(std::uint32_t count)
+{
+    int bits = 0;
+    while (count >> bits > 1) {
+        ++bits;
+    }
+    bits = std::min<int>(bits, ZkHashData::MaxNumBits);
+    if (static_cast<std::uint32_t>(ZkHashData::bucketCount(bits)) < count) {
+        ++bits;
+    }
+    return std::clamp<int>(bits, ZkHashData::MinNumBits, ZkHashData::MaxNumBits);
+}
+
+std::int64_t bucketBytes(int count)
+{
+    return std::int64_t(count) * static_cast<std::int64_t>(sizeof(ZkHashData::Node *));
+}
+
+// Moves the chain that starts at `node` into `buckets`: a run of nodes with one
+// hash stays together and goes to the end of its new chain.
+void moveChain(ZkHashData *table, ZkHashData::Node *node)
+{
+    ZkHashData::Node *const e = table->end();
+    while (node != e) {
+        ZkHashData::Node *last = node;
+        while (last->next != e && last->next->h == node->h) {
+            last = last->next;
+        }
+        ZkHashData::Node *const rest = last->next;
+        ZkHashData::Node **tail = &table->buckets[table->bucketOf(node->h)];
+        while (*tail != e) {
+            tail = &(*tail)->next;
+        }
+        last->next = e;
+        *tail = node;
+        node = rest;
+    }
+}
+
+} // namespace
+
+void *ZkHashData::allocateNode(int nodeAlign)
+{
+    if (!strictAlignment) {
+        return zkAllocate(nodeSize);
+    }
+    // The address of the raw memory stands in the word before the node.
+    const int pointer = static_cast<int>(sizeof(void *));
+    if (nodeAlign <= 4) {
+        void **raw = static_cast<void **>(zkAllocate(std::int64_t(nodeSize) + pointer));
+        *raw = raw;
+        return raw + 1;
+    }
+    void *raw = zkAllocate(std::int64_t(nodeSize) + nodeAlign);
+    const auto alignment = static_cast<std::uintptr_t>(nodeAlign);
+    const std::uintptr_t address =
+        (reinterpret_cast<std::uintptr_t>(raw) + alignment) & ~(alignment - 1);
+    void **node = reinterpret_cast<void **>(address);
+    node[-1] = raw;
+    return node;
+}
+
+void ZkHashData::freeNode(void *node)
+{
+    std::free(strictAlignment ? static_cast<void **>(node)[-1] : node);
+}
+
+ZkHashData *ZkHashData::detach_helper2(Duplicate duplicate, Delete destroy, int sizeofNode,
+                                       int nodeAlign)
+{
+    ZkHashData *x = static_cast<ZkHashData *>(zkAllocate(sizeof(ZkHashData)));
+    x->fakeNext = nullptr;
+    x->buckets = nullptr;
+    x->ref = 1;
+    x->size = size;
+    x->nodeSize = sizeofNode;
+    x->userNumBits = userNumBits;
+    x->numBits = numBits;
+    x->numBuckets = numBuckets;
+    x->sharable = 1;
+    x->strictAlignment = nodeAlign > 8;
+    x->reserved = 0;
+    if (numBuckets == 0) {
+        return x;
+    }
+    x->buckets = static_cast<Node **>(zkAllocate(bucketBytes(numBuckets)));
+    std::fill_n(x->buckets, numBuckets, x->end());
+    try {
+        for (int i = 0; i < numBuckets; ++i) {
+            Node **tail = &x->buckets[i];
+            for (Node *old = buckets[i]; old != end(); old = old->next) {
+                void *memory = x->allocateNode(nodeAlign);
+                try {
+                    duplicate(old, memory);
+                } catch (...) {
+                    x->freeNode(memory);
+                    throw;
+                }
+                Node *copy = static_cast<Node *>(memory);
+                copy->h = old->h;
+                copy->next = x->end();
+                *tail = copy;
+                tail = &copy->next;
+            }
+        }
+    } catch (...) {
+        x->free_helper(destroy);
+        throw;
+    }
+    return x;
+}
+
+void ZkHashData::free_helper(Delete destroy)
+{
+    if (destroy != nullptr) {
+        for (int i = 0; i < numBuckets; ++i) {
+            for (Node *node = buckets[i]; node != end();) {
+                Node *next = node->next;
+                destroy(node);
+                freeNode(node);
+                node = next;
+            }
+        }
+    }
+    std::free(buckets);
+    std::free(this);
+}
+
+void ZkHashData::rehash(int hint)
+{
+    int bits = hint < MinNumBits ? MinNumBits : std::min<int>(hint, MaxNumBits);
+    if (hint < 0) {
+        bits = exponentFor(0U - static_cast<std::uint32_t>(hint));
+        userNumBits = static_cast<std::int16_t>(bits);
+        while (bits < MaxNumBits && bucketCount(bits) < size / 2) {
+            ++bits;
+        }
+    }
+    if (bits == numBits) {
+        return;
+    }
+    const int count = bucketCount(bits);
+    // The first buckets are needed, more of them only make finding quicker.
+    void *fresh = numBuckets == 0 ? zkAllocate(bucketBytes(count))
+                  : bucketBytes(count) > INT32_MAX
+                      ? nullptr
+                      : std::malloc(static_cast<std::size_t>(bucketBytes(count)));
+    if (fresh == nullptr) {
+        return;
+    }
+    Node **old = buckets;
+    const int oldCount = numBuckets;
+    buckets = static_cast<Node **>(fresh);
+    numBits = static_cast<std::int16_t>(bits);
+    numBuckets = count;
+    std::fill_n(buckets, count, end());
+    for (int i = 0; i < oldCount; ++i) {
+        moveChain(this, old[i]);
+    }
+    std::free(old);
+}
+
+ZkHashData::Node *ZkHashData::firstNode()
+{
+    return firstFrom(this, 0);
+}
+
+ZkHashData::Node *ZkHashData::nextNode(Node *node)
+{
+    Node *next = node->next;
+    ZK_CHECK_AT(next, "next", "./src/zkhash", 151, __PRETTY_FUNCTION__);
+    if (next->next != nullptr) {
+        return next;
+    }
+    ZkHashData *table = reinterpret_cast<ZkHashData *>(next);
+    return firstFrom(table, static_cast<int>(table->bucketOf(node->h)) + 1);
+}
+
+ZkHashData::Node *ZkHashData::previousNode(Node *node)
+{
+    ZkHashData *table = tableOf(node);
+    Node *const e = table->end();
+    int start = node == e ? table->numBuckets - 1 : static_cast<int>(table->bucketOf(node->h));
+    // In the node's own chain look for what leads to it, in the chains before for
+    // their last node.
+    Node *next = node;
+    for (; start >= 0; --start, next = e) {
+        Node *previous = table->buckets[start];
+        if (previous != next) {
+            while (previous->next != next) {
+                previous = previous->next;
+            }
+            return previous;
+        }
+    }
+    ZK_CHECK_AT(start >= 0, "start >= 0", "./src/zkhash", 198, __PRETTY_FUNCTION__);
+    return e;
+}
+
+namespace
+{
+
+// Takes in the next byte of a text; 28 bits are kept.
+unsigned folded(unsigned h, unsigned byte)
+{
+    h = (h << 4) + byte;
+    h ^= (h & 0xF0000000U) >> 23;
+    return h & 0x0FFFFFFFU;
+}
+
+} // namespace
+
+unsigned zkHash(const ZkString &key)
+{
+    unsigned h = 0;
+    int left = key.size(); // bytes that still count
+    for (const ZkUcs2 *unit = key.constData(); left > 0; ++unit) {
+        char bytes[3];
+        const int count = std::min(ZkString::ucs2ToUtf8(bytes, unit, 1), left);
+        for (int i = 0; i < count; ++i) {
+            h = folded(h, static_cast<unsigned char>(bytes[i]));
+        }
+        left -= count;
+    }
+    return h;
+}

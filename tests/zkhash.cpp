@@ -1,0 +1,474 @@
+#include <zkhash.h>
+#include <zkstring.h>
+
+#include "livecount.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <map>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+// The table behind a hash.
+struct ZkInspector {
+    template <typename K, typename T>
+    static ZkHashData *table(const ZkHash<K, T> &hash)
+    {
+        return hash.d;
+    }
+};
+
+namespace
+{
+
+using IntHash = ZkHash<int, int>;
+using Pairs = std::vector<std::pair<int, int>>;
+
+Pairs pairsOf(const IntHash &hash)
+{
+    Pairs pairs;
+    for (IntHash::const_iterator it = hash.begin(); it != hash.end(); ++it) {
+        pairs.emplace_back(it.key(), it.value());
+    }
+    return pairs;
+}
+
+// A key whose hash is chosen by the test, so that chains can be made at will.
+struct Chosen {
+    int id;
+    unsigned hash;
+
+    bool operator==(const Chosen &other) const { return id == other.id; }
+};
+
+unsigned zkHash(const Chosen &key)
+{
+    return key.hash;
+}
+
+bool isPrime(int n)
+{
+    for (int i = 2; i * i <= n; ++i) {
+        if (n % i == 0) {
+            return false;
+        }
+    }
+    return n > 1;
+}
+
+ZkString units(const std::u16string &text)
+{
+    return ZkString(std::u16string_view(text));
+}
+
+} // namespace
+
+// Bucket counts
+
+TEST(ZkHashData, BucketCountsArePrimesAboveThePowersOfTwo)
+{
+    const int kCounts[] = {17, 37, 67, 131, 257, 521, 1031, 2053};
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(ZkHashData::bucketCount(4 + i), kCounts[i]);
+    }
+    for (int bits = 4; bits <= 16; ++bits) {
+        EXPECT_TRUE(isPrime(ZkHashData::bucketCount(bits))) << bits;
+    }
+    for (int bits = 27; bits <= 30; ++bits) {
+        EXPECT_EQ(ZkHashData::bucketCount(bits), 1 << bits);
+    }
+}
+
+TEST(ZkHashData, BucketIsTheHashModuloTheCount)
+{
+    std::mt19937 random(7);
+    for (int bits = 4; bits <= 30; ++bits) {
+        ZkHashData table = ZkHashData::shared_null;
+        table.numBits = static_cast<std::int16_t>(bits);
+        table.numBuckets = ZkHashData::bucketCount(bits);
+        const auto count = static_cast<unsigned>(table.numBuckets);
+        std::vector<unsigned> hashes = {0, 1, UINT_MAX, UINT_MAX - 1, 0x80000000U, 0x7FFFFFFFU};
+        for (unsigned k = 0; k < 2000; ++k) {
+            const unsigned multiple = count * (unsigned(random()) % (UINT_MAX / count + 1U));
+            hashes.insert(hashes.end(), {unsigned(random()), multiple, multiple - 1, multiple + 1});
+        }
+        for (const unsigned h : hashes) {
+            ASSERT_EQ(table.bucketOf(h), h % count) << h << " in " << count;
+        }
+    }
+}
+
+TEST(ZkHashData, RehashChoosesTheExponent)
+{
+    const struct {
+        const char *what;
+        int hint, numBits;
+    } kRows[] = {
+        {"no fewer than 17", 0, 4},
+        {"a small exponent counts as 4", 3, 4},
+        {"an exponent", 6, 6},
+        {"room for 100 takes 131", -100, 7},
+        {"room for 17 takes 17", -17, 4},
+        {"room for 18 takes 37", -18, 5},
+        {"room for 131", -131, 7},
+        {"room for 132", -132, 8},
+        {"room for one", -1, 4},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        IntHash hash;
+        hash.insert(1, 1);
+        ZkInspector::table(hash)->rehash(9);
+        ZkInspector::table(hash)->rehash(row.hint);
+        EXPECT_EQ(ZkInspector::table(hash)->numBits, row.numBits);
+        EXPECT_EQ(hash.capacity(), ZkHashData::bucketCount(row.numBits));
+        EXPECT_EQ(hash.value(1), 1);
+        if (row.hint < 0) {
+            EXPECT_EQ(ZkInspector::table(hash)->userNumBits, row.numBits);
+        }
+    }
+}
+
+TEST(ZkHashData, RehashByRoomKeepsHalfTheNodesInMind)
+{
+    IntHash hash;
+    for (int i = 0; i < 300; ++i) {
+        hash.insert(i, i);
+    }
+    ZkInspector::table(hash)->rehash(-1);
+    EXPECT_EQ(ZkInspector::table(hash)->userNumBits, 4);
+    EXPECT_EQ(hash.capacity(), 257) << "not below 300 / 2";
+}
+
+TEST(ZkHashData, RehashToTheCurrentExponentChangesNothing)
+{
+    IntHash hash;
+    hash.insert(1, 1);
+    ZkHashData::Node **buckets = ZkInspector::table(hash)->buckets;
+    ZkInspector::table(hash)->rehash(4);
+    EXPECT_EQ(ZkInspector::table(hash)->buckets, buckets);
+}
+
+// Building
+
+TEST(ZkHash, StartsWithTheSharedTableAndGrowsFrom17Buckets)
+{
+    IntHash hash, other;
+    EXPECT_TRUE(hash.isSharedWith(other));
+    EXPECT_EQ(hash.capacity(), 0);
+    EXPECT_EQ(ZkInspector::table(hash), &ZkHashData::shared_null);
+    hash.insert(5, 50);
+    EXPECT_EQ(hash.capacity(), 17);
+    EXPECT_EQ(ZkHashData::shared_null.size, 0);
+    for (int i = 0; i < 17; ++i) {
+        hash.insert(i, i);
+    }
+    EXPECT_EQ(hash.capacity(), 17) << "as many keys as buckets";
+    hash.insert(17, 17);
+    EXPECT_EQ(hash.capacity(), 37);
+    for (int i = 0; i < 38; ++i) {
+        hash.insert(i, i);
+    }
+    EXPECT_EQ(hash.capacity(), 67);
+}
+
+TEST(ZkHash, InsertOverwritesAndValueFallsBack)
+{
+    IntHash hash;
+    hash.insert(1, 10);
+    hash.insert(1, 11);
+    EXPECT_EQ(hash.size(), 1);
+    EXPECT_EQ(hash.value(1), 11);
+    EXPECT_EQ(hash.value(2), 0);
+    EXPECT_EQ(hash.value(2, -1), -1);
+    EXPECT_EQ(std::as_const(hash)[2], 0);
+    EXPECT_EQ(hash.size(), 1) << "reading inserts nothing";
+    hash[2] += 5;
+    EXPECT_EQ(hash.value(2), 5);
+    EXPECT_TRUE(hash.remove(1));
+    EXPECT_FALSE(hash.remove(1));
+    EXPECT_FALSE(hash.contains(1));
+    EXPECT_EQ(hash.size(), 1);
+}
+
+// The buckets in order, each from the first inserted to the last.
+TEST(ZkHash, OrderIsBucketsThenInsertion)
+{
+    IntHash hash;
+    for (const int key : {18, 1, 35, 0, 17, 16}) {
+        hash.insert(key, key);
+    }
+    EXPECT_EQ(pairsOf(hash), (Pairs{{0, 0}, {17, 17}, {18, 18}, {1, 1}, {35, 35}, {16, 16}}));
+}
+
+TEST(ZkHash, EqualHashesStayTogetherAndInOrderWhenBucketsChange)
+{
+    ZkHash<Chosen, int> hash;
+    // Two hashes that share bucket 3 of 17 and part when there are 37.
+    const Chosen keys[] = {{1, 3}, {2, 3}, {3, 20}, {4, 20}, {5, 3}};
+    for (const Chosen &key : keys) {
+        hash.insert(key, key.id);
+    }
+    const auto order = [&hash] {
+        std::string ids;
+        for (auto it = hash.begin(); it != hash.end(); ++it) {
+            ids += char('0' + it.key().id);
+        }
+        return ids;
+    };
+    EXPECT_EQ(order(), "12345");
+    ZkInspector::table(hash)->rehash(5);
+    EXPECT_EQ(order(), "12534") << "bucket 3, then bucket 20";
+    ZkInspector::table(hash)->rehash(4);
+    EXPECT_EQ(order(), "12534") << "runs are put back one behind the other";
+}
+
+TEST(ZkHash, AgreesWithAMapUnderRandomWork)
+{
+    std::mt19937 random(42);
+    IntHash hash;
+    std::map<int, int> model;
+    for (int step = 0; step < 20000; ++step) {
+        const int key = int(random() % 700) - 300;
+        switch (random() % 4) {
+        case 0:
+        case 1:
+            hash.insert(key, step);
+            model[key] = step;
+            break;
+        case 2: EXPECT_EQ(hash.remove(key), model.erase(key) == 1); break;
+        case 3: {
+            const auto found = model.find(key);
+            ASSERT_EQ(hash.value(key, -1), found == model.end() ? -1 : found->second);
+            break;
+        }
+        }
+        ASSERT_EQ(hash.size(), int(model.size()));
+    }
+    const Pairs pairs = pairsOf(hash);
+    EXPECT_EQ((std::map<int, int>(pairs.begin(), pairs.end())), model);
+    const auto count = unsigned(hash.capacity());
+    for (std::size_t i = 1; i < pairs.size(); ++i) {
+        ASSERT_LE(unsigned(pairs[i - 1].first) % count, unsigned(pairs[i].first) % count);
+    }
+}
+
+TEST(ZkHash, WalksBackwardsToo)
+{
+    IntHash hash;
+    for (int i = 0; i < 200; i += 3) {
+        hash.insert(i * 31, i);
+    }
+    std::vector<ZkHashData::Node *> forward, backward;
+    ZkHashData *table = ZkInspector::table(hash);
+    for (ZkHashData::Node *node = table->firstNode(); node != table->end();
+         node = ZkHashData::nextNode(node)) {
+        forward.push_back(node);
+    }
+    ZkHashData::Node *node = table->end();
+    for (std::size_t i = 0; i < forward.size(); ++i) {
+        node = ZkHashData::previousNode(node);
+        backward.insert(backward.begin(), node);
+    }
+    EXPECT_EQ(forward, backward);
+    EXPECT_EQ(int(forward.size()), hash.size());
+}
+
+// Sharing
+
+TEST(ZkHash, CopiesShareUntilOneIsWritten)
+{
+    IntHash a;
+    a.insert(1, 10);
+    a.insert(18, 20);
+    IntHash b = a;
+    EXPECT_TRUE(a.isSharedWith(b));
+    EXPECT_EQ(b.value(1), 10);
+    EXPECT_TRUE(b.contains(18));
+    EXPECT_TRUE(a.isSharedWith(b)) << "reading does not detach";
+    b.insert(1, 11);
+    EXPECT_FALSE(a.isSharedWith(b));
+    EXPECT_EQ(a.value(1), 10);
+    EXPECT_EQ(pairsOf(b), (Pairs{{1, 11}, {18, 20}})) << "a copy keeps order and buckets";
+    EXPECT_EQ(b.capacity(), a.capacity());
+
+    IntHash c = a;
+    EXPECT_FALSE(c.remove(99));
+    EXPECT_TRUE(c.isSharedWith(a)) << "nothing to take out, nothing to write";
+    EXPECT_TRUE(c.remove(1));
+    EXPECT_FALSE(c.isSharedWith(a));
+    IntHash d = a;
+    d[18] = 21;
+    EXPECT_EQ(a.value(18), 20);
+}
+
+TEST(ZkHash, AssignmentMoveAndEquality)
+{
+    IntHash a, b;
+    a.insert(1, 10);
+    b = a;
+    EXPECT_TRUE(b.isSharedWith(a));
+    IntHash &self = b;
+    b = self;
+    EXPECT_EQ(b.value(1), 10);
+    b.insert(2, 20);
+    EXPECT_NE(a, b);
+    b.remove(2);
+    EXPECT_EQ(a, b);
+    b.insert(1, 12);
+    EXPECT_NE(a, b);
+    IntHash moved = std::move(b);
+    EXPECT_EQ(moved.value(1), 12);
+    EXPECT_TRUE(b.isEmpty());
+    b.insert(3, 3);
+    EXPECT_EQ(b.size(), 1);
+    b.clear();
+    EXPECT_TRUE(b.isSharedWith(IntHash()));
+}
+
+TEST(ZkHash, AnUnsharableTableIsCopiedAtOnce)
+{
+    IntHash a;
+    a.insert(1, 10);
+    a.setSharable(false);
+    const IntHash b = a;
+    EXPECT_FALSE(b.isSharedWith(a));
+    EXPECT_EQ(b.value(1), 10);
+}
+
+TEST(ZkHash, ArgumentsMayLiveInTheTable)
+{
+    ZkHash<int, std::string> hash;
+    hash.insert(1, std::string(40, 'x'));
+    const ZkHash<int, std::string> other = hash;
+    const std::string &inside = *other.begin();
+    for (int key = 2; key < 60; ++key) {
+        hash.insert(key, inside);
+    }
+    hash.insert(1, *hash.begin());
+    for (int key = 1; key < 60; ++key) {
+        ASSERT_EQ(hash.value(key), std::string(40, 'x'));
+    }
+}
+
+TEST(ZkHash, ElementsAreDestroyedOnce)
+{
+    const NoLeak noLeak;
+    const int before = Counted::alive;
+    {
+        ZkHash<ZkString, Counted> hash;
+        for (int i = 0; i < 100; ++i) {
+            hash.insert(ZkString(std::to_string(i % 40).c_str()), Counted(i));
+        }
+        EXPECT_EQ(Counted::alive, before + 40);
+        ZkHash<ZkString, Counted> copy = hash;
+        copy.remove("7");
+        EXPECT_EQ(Counted::alive, before + 79);
+    }
+}
+
+TEST(ZkHash, ThreadsShareATable)
+{
+    IntHash shared;
+    for (int i = 0; i < 50; ++i) {
+        shared.insert(i, i * i);
+    }
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([shared, t]() mutable {
+            for (int round = 0; round < 200; ++round) {
+                IntHash mine = shared;
+                mine.insert(round, t);
+                ASSERT_EQ(mine.value(round), t);
+                ASSERT_EQ(shared.value(7), 49);
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(shared.size(), 50);
+}
+
+TEST(ZkHash, OverAlignedNodesAreAligned)
+{
+    struct alignas(32) Wide {
+        char bytes[32];
+    };
+    ZkHash<int, Wide> hash;
+    for (int i = 0; i < 40; ++i) {
+        hash.insert(i, Wide{{char(i)}});
+    }
+    ZkHash<int, Wide> copy = hash;
+    copy.remove(3);
+    for (auto it = copy.begin(); it != copy.end(); ++it) {
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&it.value()) % 32, 0U);
+        EXPECT_EQ(it.value().bytes[0], char(it.key()));
+    }
+}
+
+// Contracts
+
+TEST(ZkHashDeath, GoingOnFromTheEndIsReported)
+{
+    IntHash hash;
+    hash.insert(1, 1);
+    ZkHashData *table = ZkInspector::table(hash);
+    EXPECT_DEATH(ZkHashData::nextNode(table->end()),
+                 "\\./src/zkhash:151: .*nextNode.*`next' failed");
+    EXPECT_DEATH(ZkHashData::previousNode(table->firstNode()),
+                 "\\./src/zkhash:198: .*previousNode.*`start >= 0' failed");
+    EXPECT_DEATH(
+        {
+            table->buckets[2] = table->firstNode();
+            table->buckets[2]->next = nullptr;
+            hash.contains(2);
+        },
+        "\\.\\./include/pub/zkhash:847: .*findNode.*`\\*node == e \\|\\| \\(\\*node\\)->next' "
+        "failed");
+}
+
+// Hashes
+
+TEST(ZkHashFunction, FoldsAsManyBytesAsTheTextHasUnits)
+{
+    const struct {
+        std::u16string text;
+        unsigned hash;
+    } kRows[] = {
+        {u"", 0},
+        {u"A", 65},
+        {u"AB", 65 * 16 + 66},
+        {u"\u00E9", 0xC3},
+        {u"\u00E9x", 0xC3 * 16 + 0xA9}, // the x is past the second byte
+        {u"\u20AC", 0xE2},
+        {u"\u20AC\u20AC\u20ACab", 0},
+    };
+    for (const auto &row : kRows) {
+        const ZkString key = units(row.text);
+        // The rule itself, on the whole UTF-8 text.
+        unsigned h = 0;
+        const std::string utf8 = key.toStdString();
+        for (int i = 0; i < key.size(); ++i) {
+            h = (h << 4) + static_cast<unsigned char>(utf8[std::size_t(i)]);
+            h ^= (h & 0xF0000000U) >> 23;
+            h &= 0x0FFFFFFFU;
+        }
+        EXPECT_EQ(zkHash(key), h) << utf8;
+        if (row.hash != 0) {
+            EXPECT_EQ(zkHash(key), row.hash) << utf8;
+        }
+    }
+    EXPECT_EQ(zkHash(units(std::u16string(100, u'z'))) >> 28, 0U);
+}
+
+TEST(ZkHashFunction, IntegersAreTheirOwnHash)
+{
+    EXPECT_EQ(zkHash(-1), UINT_MAX);
+    EXPECT_EQ(zkHash(7U), 7U);
+    EXPECT_EQ(zkHash(static_cast<unsigned char>(200)), 200U);
+    EXPECT_EQ(zkHash(1LL << 32), 1U);
+}
