@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <cstring>
 
 static_assert(sizeof(RGBApixel) == 4, "an entry is read from the file as it stands there");
 
@@ -330,7 +329,11 @@ void ZkBitmap::decode(unsigned char *out)
         return;
     }
     m_pixels = out;
-    std::fseek(m_file, kHeadersBytes, SEEK_SET); // a pipe stands there, the first time
+    // The first time the file stands there, as does a pipe, which cannot seek;
+    // seeking would read what is buffered once more.
+    if (std::ftell(m_file) != kHeadersBytes) {
+        std::fseek(m_file, kHeadersBytes, SEEK_SET);
+    }
     if (m_bitDepth == 16) {
         decode16bitRows();
     } else if (isKnownDepth(m_bitDepth)) {
@@ -437,15 +440,6 @@ unsigned char *ZkBitmap::outputRow(int y) const
            static_cast<std::size_t>(y) * static_cast<std::size_t>(m_width) * kZkPixelBytes;
 }
 
-// The pixels that indexes of `bits` bits stand for; false without a table.
-bool ZkBitmap::makePalette(int bits, std::uint32_t *palette) const
-{
-    for (int i = 0; i < 1 << bits; ++i) {
-        palette[i] = zkOpaquePixel(i < colorTableEntries() ? &m_colorTable[i] : &kWhite);
-    }
-    return m_colorTable != nullptr;
-}
-
 void ZkBitmap::decodeRows()
 {
     const std::int64_t rowBytes = zkPaddedRowBytes(m_width, m_bitDepth);
@@ -454,7 +448,9 @@ void ZkBitmap::decodeRows()
         return;
     }
     std::uint32_t palette[kMostEntries];
-    const bool hasPalette = isIndexed(m_bitDepth) && makePalette(m_bitDepth, palette);
+    if (m_colorTable != nullptr) {
+        zkMakePalette(m_colorTable, colorTableEntries(), m_bitDepth, palette);
+    }
     ZkBmpRowReader reader(m_file, static_cast<int>(rowBytes), m_height);
     for (int y = m_height - 1; y >= 0; --y) {
         int bytes = 0;
@@ -464,7 +460,7 @@ void ZkBitmap::decodeRows()
             return;
         }
         if (!convertRow(row, static_cast<int>(rowBytes), y, m_bitDepth,
-                        hasPalette ? palette : nullptr)) {
+                        m_colorTable != nullptr ? palette : nullptr)) {
             std::printf("Could not read enough pixel data.\n");
             return;
         }
@@ -525,5 +521,9 @@ int ZkBitmap::convertRow(const unsigned char *row, int rowBytes, int y, int bits
 int ZkBitmap::convertIndexedRow(const unsigned char *row, int rowBytes, int y, int bits)
 {
     std::uint32_t palette[kMostEntries];
-    return makePalette(bits, palette) ? convertRow(row, rowBytes, y, bits, palette) : 0;
+    if (m_colorTable == nullptr) {
+        return 0;
+    }
+    zkMakePalette(m_colorTable, colorTableEntries(), bits, palette);
+    return convertRow(row, rowBytes, y, bits, palette);
 }

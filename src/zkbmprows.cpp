@@ -98,24 +98,36 @@ bool ZkBmpRowReader::reserve(std::size_t bytes)
     return true;
 }
 
-std::uint32_t zkOpaquePixel(const void *blueGreenRedAny)
+void zkMakePalette(const RGBApixel *table, int entries, int bits, std::uint32_t *palette)
 {
-    return withFullAlpha(loadWord(blueGreenRedAny));
+    const int colours = 1 << bits;
+    const int fromTable = std::min(entries, colours);
+    for (int i = 0; i < fromTable; ++i) {
+        palette[i] = withFullAlpha(loadWord(&table[i]));
+    }
+    std::fill(palette + fromTable, palette + colours, ~std::uint32_t(0));
 }
 
 void zkConvert1bitRow(const unsigned char *row, int width, const std::uint32_t *palette,
                       unsigned char *out)
 {
-    for (int x = 0; x < width; ++x, out += kZkPixelBytes) {
-        storeWord(out, palette[row[x / 8] >> (7 - x % 8) & 1]);
+    for (; width > 0; width -= 8, ++row) {
+        const int pixels = std::min(width, 8);
+        for (int i = 0; i < pixels; ++i, out += kZkPixelBytes) {
+            storeWord(out, palette[*row >> (7 - i) & 1]);
+        }
     }
 }
 
 void zkConvert4bitRow(const unsigned char *row, int width, const std::uint32_t *palette,
                       unsigned char *out)
 {
-    for (int x = 0; x < width; ++x, out += kZkPixelBytes) {
-        storeWord(out, palette[row[x / 2] >> (x % 2 == 0 ? 4 : 0) & 15]);
+    for (; width > 1; width -= 2, ++row, out += 2 * kZkPixelBytes) {
+        storeWord(out, palette[*row >> 4]);
+        storeWord(out + kZkPixelBytes, palette[*row & 15]);
+    }
+    if (width == 1) {
+        storeWord(out, palette[*row >> 4]);
     }
 }
 

@@ -1,6 +1,8 @@
 #ifndef ZKBMPROWS_H
 #define ZKBMPROWS_H
 
+#include "zkbitmap.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -45,12 +47,13 @@ private:
 
 constexpr int kZkPixelBytes = 4;
 
-/// A pixel moves as one word whose bytes, in memory, are those four; so the order
-/// is the same on every host.
-std::uint32_t zkOpaquePixel(const void *blueGreenRedAny);
+/// The pixels that the values of `bits` bits stand for, 2^bits of them: the
+/// colours of the `entries` table entries, then white, all opaque. A pixel is a
+/// word whose bytes in memory are the four, so their order is that of any host.
+void zkMakePalette(const RGBApixel *table, int entries, int bits, std::uint32_t *palette);
 
 /// Each converter is given a row that holds `width` pixels and room for as many
-/// behind `out`. `palette` has 2, 16 or 256 words.
+/// behind `out`. `palette` is of the same bits.
 void zkConvert1bitRow(const unsigned char *row, int width, const std::uint32_t *palette,
                       unsigned char *out);
 void zkConvert4bitRow(const unsigned char *row, int width, const std::uint32_t *palette,

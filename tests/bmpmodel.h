@@ -165,7 +165,8 @@ private:
     void put(int x, int y, unsigned blue, unsigned green, unsigned red, unsigned alpha)
     {
         if (m_keepPixels) {
-            const std::size_t at = (static_cast<std::size_t>(y) * m_result.width + x) * 4;
+            const std::size_t at =
+                static_cast<std::size_t>((std::int64_t(y) * m_result.width + x) * 4);
             m_result.pixels[at] = static_cast<unsigned char>(blue);
             m_result.pixels[at + 1] = static_cast<unsigned char>(green);
             m_result.pixels[at + 2] = static_cast<unsigned char>(red);

@@ -179,7 +179,6 @@ private:
     void readColorTable();
     bool fitsMemory(std::int64_t rowBytes) const;
     unsigned char *outputRow(int y) const;
-    bool makePalette(int bits, std::uint32_t *palette) const;
     void decodeRows();
     void decode16bitRows();
     int convertRow(const unsigned char *row, int rowBytes, int y, int bits,
