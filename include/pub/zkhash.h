@@ -70,7 +70,7 @@ struct ZK_EXPORT ZkHashData {
 
     enum { MinNumBits = 4, MaxNumBits = 30 };
 
-    /// (1 << numBits) plus a little, so that it is prime for exponents 2 to 16.
+    /// (1 << numBits) plus a little, a prime for exponents 2 to 12.
     static constexpr int bucketCount(int numBits);
 
     /// `h` modulo `numBuckets`, without a division.
