@@ -2,6 +2,7 @@
 
 #include "zktextlength.h"
 #include "zkunicode.h"
+#include "zkunits.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,21 +10,6 @@
 
 namespace
 {
-
-void copyUnits(ZkUcs2 *to, const ZkUcs2 *from, int n)
-{
-    if (n > 0) {
-        std::memcpy(to, from, std::size_t(n) * sizeof(ZkUcs2));
-    }
-}
-
-/// As `copyUnits`, for ranges that may overlap.
-void moveUnits(ZkUcs2 *to, const ZkUcs2 *from, int n)
-{
-    if (n > 0) {
-        std::memmove(to, from, std::size_t(n) * sizeof(ZkUcs2));
-    }
-}
 
 /// Whether `p` lies in the `n` units at `begin` or just behind them.
 bool pointsInto(const ZkUcs2 *p, const ZkUcs2 *begin, int n)
@@ -70,7 +56,7 @@ ZkString::ZkString(const ZkUcs2 *u, int n) : d(createData())
         return;
     }
     Data::allocMemory(d, std::int64_t(n) + 1, false);
-    copyUnits(d->data, u, n);
+    zkCopyUnits(d->data, u, n);
     setSize(n);
 }
 
@@ -152,13 +138,13 @@ ZkString ZkString::right(int n) const
 
 ZkString ZkString::mid(int pos, int n) const
 {
-    if (pos >= d->size) {
+    if (d->size == 0 || pos >= d->size) {
         return ZkString(Data::shared_null);
     }
     const int start = std::max(pos, 0);
     std::int64_t len = n < 0 ? std::int64_t(d->size) - pos : n;
     len = std::min(len + std::min(pos, 0), std::int64_t(d->size) - start);
-    if (len == d->size && d->size > 0) {
+    if (len == d->size) {
         return *this;
     }
     return ZkString(d->data + start, static_cast<int>(std::max<std::int64_t>(len, 0)));
@@ -188,7 +174,7 @@ ZkString &ZkString::append(const ZkString &s)
     }
     detachIfShared();
     Data::allocMemory(d, std::int64_t(d->size) + n + 1, true);
-    copyUnits(d->data + d->size, s.d->data, n); // read now: `s` may be this string
+    zkCopyUnits(d->data + d->size, s.d->data, n); // read now: `s` may be this string
     setSize(d->size + n);
     return *this;
 }
@@ -224,7 +210,7 @@ ZkString &ZkString::prepend(const ZkString &s)
     Data::allocMemory(d, std::int64_t(d->size) + n + 1, true);
     openGap(0, n);
     // In front of itself the text is found behind the gap.
-    copyUnits(d->data, s.d == d ? d->data + n : s.d->data, n);
+    zkCopyUnits(d->data, s.d == d ? d->data + n : s.d->data, n);
     return *this;
 }
 
@@ -267,10 +253,10 @@ ZkString &ZkString::insert(int pos, const ZkString &s)
     ZkUcs2 *gap = openGap(pos, n);
     if (s.d == d) {
         // Inserted into itself, the text is what now stands around the gap.
-        copyUnits(gap, d->data, pos);
-        copyUnits(gap + pos, gap + n, n - pos);
+        zkCopyUnits(gap, d->data, pos);
+        zkCopyUnits(gap + pos, gap + n, n - pos);
     } else {
-        copyUnits(gap, s.d->data, n);
+        zkCopyUnits(gap, s.d->data, n);
     }
     return *this;
 }
@@ -303,7 +289,7 @@ ZkString &ZkString::remove(int pos, int n)
         resize(pos);
     } else if (n > 0) {
         detachIfShared();
-        moveUnits(d->data + pos, d->data + pos + n, d->size - pos - n);
+        zkMoveUnits(d->data + pos, d->data + pos + n, d->size - pos - n);
         setSize(d->size - n);
     }
     return *this;
@@ -384,11 +370,11 @@ ZkString &ZkString::replace(int pos, int n, const ZkUcs2 *u, int len)
     if (in > out) {
         Data::allocMemory(d, needed, false);
     }
-    moveUnits(d->data + pos + in, d->data + pos + out, tail);
+    zkMoveUnits(d->data + pos + in, d->data + pos + out, tail);
     if (in <= out) { // only now, for it may give back what the tail stood in
         Data::allocMemory(d, needed, false);
     }
-    copyUnits(d->data + pos, u, in);
+    zkCopyUnits(d->data + pos, u, in);
     setSize(d->size - out + in);
     return *this;
 }
@@ -442,7 +428,7 @@ void ZkString::detach()
     block->size = d->size;
     if (d->size > 0) {
         Data::allocMemory(block, std::int64_t(d->size) + 1, false);
-        copyUnits(block->data, d->data, d->size + 1);
+        zkCopyUnits(block->data, d->data, d->size + 1);
     }
     releaseData();
     d = block;
@@ -467,7 +453,7 @@ void ZkString::setSize(int n)
 ZkUcs2 *ZkString::openGap(int pos, int n)
 {
     ZkUcs2 *gap = d->data + pos;
-    moveUnits(gap + n, gap, d->size - pos);
+    zkMoveUnits(gap + n, gap, d->size - pos);
     setSize(d->size + n);
     return gap;
 }
@@ -482,7 +468,7 @@ ZkString &ZkString::insertUtf8(int pos, const char *s, int len)
     // there can be, then close what is left of it.
     ZkUcs2 *gap = openGap(pos, n);
     const int units = utf8ToUcs2(gap, s, n);
-    moveUnits(gap + units, gap + n, tail);
+    zkMoveUnits(gap + units, gap + n, tail);
     setSize(pos + units + tail);
     return *this;
 }

@@ -2,6 +2,8 @@
 
 #include "zkunicodetables.h"
 
+#include <algorithm>
+
 const ZkUnicodeTables::Properties *ZkUnicodeTables::properties(ZkUcs2 c)
 {
     return &zkUnicodeRecord(c);
@@ -29,4 +31,27 @@ ZkUcs2 ZkUnicode::toLower(ZkUcs2 c)
 {
     const ZkUnicodeTables::Properties &record = zkUnicodeRecord(c);
     return record.lowerCaseSpecial ? c : static_cast<ZkUcs2>(c + record.lowerCaseDifference);
+}
+
+ZkFoldClass zkUnitsFoldingTo(ZkUcs2 folded)
+{
+    ZkFoldClass found = {0, {}};
+    const ZkUnicodeTables::Properties &record = zkUnicodeRecord(folded);
+    const auto add = [&](int difference) {
+        const auto unit = static_cast<ZkUcs2>(folded + difference);
+        ZkUcs2 *const end = found.units + found.count;
+        // A mapping may lead to another class: the upper case of dotless i folds to i.
+        if (zkFolded(unit) == folded && std::find(found.units, end, unit) == end) {
+            found.units[found.count++] = unit;
+        }
+    };
+    add(0);
+    add(record.upperCaseDifference);
+    add(record.titleCaseDifference);
+    for (int i = 0; i < kZkIrregularFoldCount; ++i) {
+        if (kZkIrregularFolds[i].folded == folded) {
+            add(kZkIrregularFolds[i].character - folded);
+        }
+    }
+    return found;
 }

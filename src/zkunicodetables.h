@@ -8,6 +8,15 @@
 extern const std::uint16_t kZkUnicodeIndex[];
 extern const ZkUnicodeTables::Properties kZkUnicodeRecords[];
 
+/// A character that folds to `folded`, which names it neither as its upper nor
+/// as its title case (the long s beside 's').
+struct ZkIrregularFold {
+    ZkUcs2 folded;
+    ZkUcs2 character;
+};
+extern const int kZkIrregularFoldCount;
+extern const ZkIrregularFold kZkIrregularFolds[]; ///< in ascending order of `folded`
+
 static_assert(sizeof(ZkUnicodeTables::Properties) == 12, "a record is 12 bytes on every platform");
 
 /// The record found in the row of `block` (0 to 2047) at the place of `c`.
@@ -43,5 +52,14 @@ inline ZkUcs2 zkFoldedBehind(ZkUcs2 before, ZkUcs2 c)
 {
     return static_cast<ZkUcs2>(c + zkUnicodeRecordBehind(before, c).caseFoldDifference);
 }
+
+/// The characters that one folded form stands for, that form among them.
+struct ZkFoldClass {
+    int count;
+    ZkUcs2 units[4];
+};
+
+/// All units `c`, standing alone, with zkFolded(c) == folded.
+ZkFoldClass zkUnitsFoldingTo(ZkUcs2 folded);
 
 #endif

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <type_traits>
 
+class ZkStringList;
+
 /// The text type of the library: a sequence of 16-bit units, each a character of
 /// the Basic Multilingual Plane. Surrogates are units like any other; no pair is
 /// ever formed or taken apart.
@@ -35,7 +37,18 @@ class ZK_EXPORT ZkString
     template <typename Char>
     using IfChar = std::enable_if_t<std::is_same<Char, char>::value, int>;
 
+    // Two units of which at least one is a `char`.
+    template <typename A, typename B>
+    using IfUnits =
+        std::enable_if_t<(std::is_same<A, char>::value && std::is_same<B, char>::value) ||
+                             (std::is_same<A, char>::value && std::is_same<B, ZkUcs2>::value) ||
+                             (std::is_same<A, ZkUcs2>::value && std::is_same<B, char>::value),
+                         int>;
+
 public:
+    /// What `split` does with empty pieces.
+    enum SplitBehavior { KeepEmpty = 0, SkipEmpty = 1 };
+
     /// The shared block.
     struct ZK_EXPORT Data {
         ZkRefCount ref; ///< how many strings share the block
@@ -153,6 +166,77 @@ public:
     /// is none; the shared empty string when there is nothing else.
     ZkString trimmed() const;
 
+    // Searching. Without regard to case, two units are equal when their foldings
+    // are (`ZkUnicodeTables`); in texts, not where one unit is given, a low
+    // surrogate behind a high one is folded by the row that the pair's code point
+    // finds in the table. A negative `from` counts from the end.
+
+    /// The first index at or behind `from`; -1 when there is none. An empty `s` is
+    /// found at `from` itself, up to size().
+    int indexOf(ZkUcs2 c, int from = 0, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    int indexOf(const ZkString &s, int from = 0, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    template <typename Char, IfChar<Char> = 0>
+    int indexOf(Char c, int from = 0, Zk::CaseSensitivity cs = Zk::CaseSensitive) const
+    {
+        return indexOf(unitOf(c), from, cs);
+    }
+
+    /// The last index at or before `from`; -1 when there is none. A `from` of
+    /// size() or more finds nothing, except an empty `s` at size() itself.
+    int lastIndexOf(ZkUcs2 c, int from = -1, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    int lastIndexOf(const ZkString &s, int from = -1,
+                    Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    template <typename Char, IfChar<Char> = 0>
+    int lastIndexOf(Char c, int from = -1, Zk::CaseSensitivity cs = Zk::CaseSensitive) const
+    {
+        return lastIndexOf(unitOf(c), from, cs);
+    }
+
+    /// How many units are `c`.
+    int count(ZkUcs2 c, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    template <typename Char, IfChar<Char> = 0>
+    int count(Char c, Zk::CaseSensitivity cs = Zk::CaseSensitive) const
+    {
+        return count(unitOf(c), cs);
+    }
+
+    /// How often `s` occurs from index 1 on, overlaps included: a match at index 0
+    /// does not count, so "a" in "aXa" is 1. An empty `s` counts size().
+    int count(const ZkString &s, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+
+    /// Whether the text begins (ends) with `s`. A text without a buffer does so
+    /// only with another such: ZkString().startsWith("") is false.
+    bool startsWith(const ZkString &s, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    bool startsWith(ZkUcs2 c, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    template <typename Char, IfChar<Char> = 0>
+    bool startsWith(Char c, Zk::CaseSensitivity cs = Zk::CaseSensitive) const
+    {
+        return startsWith(unitOf(c), cs);
+    }
+    bool endsWith(const ZkString &s, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    bool endsWith(ZkUcs2 c, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    template <typename Char, IfChar<Char> = 0>
+    bool endsWith(Char c, Zk::CaseSensitivity cs = Zk::CaseSensitive) const
+    {
+        return endsWith(unitOf(c), cs);
+    }
+
+    /// Below, at or above 0 as the text comes before, with or behind `s` in the
+    /// order of the units: the difference of the first two that differ, else of
+    /// the sizes. Without regard to case the foldings count, a longer text gives 1
+    /// or -1, and a text without a buffer comes behind every other one.
+    int compare(const ZkString &s, Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+
+    /// The pieces between the occurrences of `sep`. An empty `sep` cuts in front of
+    /// the first unit and behind each. Needs <zkstringlist.h>.
+    ZkStringList split(const ZkString &sep, SplitBehavior behavior = KeepEmpty,
+                       Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    ZkStringList split(const ZkUcs2 &sep, SplitBehavior behavior = KeepEmpty,
+                       Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+    template <typename Char, IfChar<Char> = 0>
+    ZkStringList split(Char sep, SplitBehavior behavior = KeepEmpty,
+                       Zk::CaseSensitivity cs = Zk::CaseSensitive) const;
+
     // Changing the text. Text given as `const char *` is UTF-8 with a length as in
     // the constructor; null changes nothing. The argument may be the string itself.
 
@@ -228,6 +312,34 @@ public:
     ZkString &replace(int pos, int n, const ZkUcs2 *u, int len);
     ZkString &replace(int pos, int n, const ZkString &s);
 
+    /// Replaces every occurrence from left to right; what is put in is not searched
+    /// again. An empty `before` changes nothing.
+    ZkString &replace(const ZkString &before, const ZkString &after,
+                      Zk::CaseSensitivity cs = Zk::CaseSensitive);
+    ZkString &replace(ZkUcs2 before, const ZkString &after,
+                      Zk::CaseSensitivity cs = Zk::CaseSensitive);
+    ZkString &replace(ZkUcs2 before, ZkUcs2 after, Zk::CaseSensitivity cs = Zk::CaseSensitive);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &replace(Char before, const ZkString &after,
+                      Zk::CaseSensitivity cs = Zk::CaseSensitive)
+    {
+        return replace(unitOf(before), after, cs);
+    }
+    template <typename Before, typename After, IfUnits<Before, After> = 0>
+    ZkString &replace(Before before, After after, Zk::CaseSensitivity cs = Zk::CaseSensitive)
+    {
+        return replace(unitOf(before), unitOf(after), cs);
+    }
+
+    /// Takes out every occurrence. An empty `s` changes nothing.
+    ZkString &remove(const ZkString &s, Zk::CaseSensitivity cs = Zk::CaseSensitive);
+    ZkString &remove(ZkUcs2 c, Zk::CaseSensitivity cs = Zk::CaseSensitive);
+    template <typename Char, IfChar<Char> = 0>
+    ZkString &remove(Char c, Zk::CaseSensitivity cs = Zk::CaseSensitive)
+    {
+        return remove(unitOf(c), cs);
+    }
+
     // Numbers and text into text, text into numbers.
 
     // UTF-8 and the standard library's texts.
@@ -253,6 +365,10 @@ public:
 
     bool operator==(const ZkString &other) const;
     bool operator!=(const ZkString &other) const { return !(*this == other); }
+    bool operator<(const ZkString &other) const { return compare(other) < 0; }
+    bool operator>(const ZkString &other) const { return compare(other) > 0; }
+    bool operator<=(const ZkString &other) const { return compare(other) <= 0; }
+    bool operator>=(const ZkString &other) const { return compare(other) >= 0; }
 
 private:
     friend struct ZkInspector;
@@ -260,6 +376,7 @@ private:
     explicit ZkString(Data &block) noexcept : d(&block) { d->ref.ref(); }
 
     static constexpr ZkUcs2 unitOf(char c) { return static_cast<unsigned char>(c); }
+    static constexpr ZkUcs2 unitOf(ZkUcs2 c) { return c; }
 
     static Data *createData();
     static void destroyData(Data *block);
@@ -279,6 +396,9 @@ private:
         d->ref.ref();
     }
 
+    ZkString &replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs2 *after, int afterSize,
+                         Zk::CaseSensitivity cs);
+    ZkString &removeAll(const ZkUcs2 *u, int size, Zk::CaseSensitivity cs);
     void detach();
     void detachIfShared();
     void setSize(int n);
@@ -317,6 +437,18 @@ std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &s
     return stream << std::basic_string_view<char, Traits>(utf8.constData(),
                                                           std::size_t(utf8.size()));
 }
+
+/// The first index at or behind `from` where the needle stands in the haystack, or
+/// -1. A negative `from` counts from the end; what then lies before the first unit
+/// means the first unit, but an empty needle is found at the `from` so reckoned,
+/// even below 0. Null is no text. No memory is allocated.
+ZK_EXPORT int zkFindString(const ZkUcs2 *haystack, int haystackLen, int from, const ZkUcs2 *needle,
+                           int needleLen, Zk::CaseSensitivity cs);
+
+/// The same for long haystacks, without the short cuts for short ones; a negative
+/// `from` means the first unit.
+ZK_EXPORT int zkFindStringBoyerMoore(const ZkUcs2 *haystack, int haystackLen, int from,
+                                     const ZkUcs2 *needle, int needleLen, Zk::CaseSensitivity cs);
 
 /// Equal strings have equal hashes.
 template <>

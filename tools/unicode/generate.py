@@ -17,7 +17,10 @@ The tables cover the 65,536 code points of the Basic Multilingual Plane:
             this same array where the block's row begins; then the rows, 32
             record numbers each, equal rows once
 
-so the record of `c` is records[index[index[c >> 5] + (c & 31)]].
+so the record of `c` is records[index[index[c >> 5] + (c & 31)]]. A third, short
+table lists the characters that fold to another one which names them neither as
+its upper nor as its title case, so that all characters of a folding are found
+from the folded one.
 """
 
 import hashlib
@@ -27,6 +30,7 @@ import tempfile
 import textwrap
 
 BLOCK = 32
+LARGEST_FOLD_CLASS = 4  # the room in ZkFoldClass
 CODE_POINTS = 0x10000
 UNASSIGNED = "Cn"
 
@@ -187,13 +191,26 @@ def pack(characters):
     return records, index
 
 
+def irregular_folds(characters):
+    """Pairs (folded, character) that the folded one's own mappings do not lead to."""
+    pairs, sizes = [], {}
+    for c, character in enumerate(characters):
+        folded = c if character.fold is None else character.fold
+        sizes[folded] = sizes.get(folded, 0) + 1
+        if folded != c and c not in (characters[folded].upper, characters[folded].title):
+            pairs.append((folded, c))
+    assert max(sizes.values()) <= LARGEST_FOLD_CLASS
+    return sorted(pairs)
+
+
 def in_lines(items):
     """Comma-separated text, wrapped."""
     return textwrap.fill(", ".join(items) + ",", width=100, initial_indent="    ",
                          subsequent_indent="    ")
 
 
-def render(versions, records, index):
+def render(versions, records, index, folds):
+    fold_texts = [f"{{{folded:#06x}, {c:#06x}}}" for folded, c in folds]
     record_texts = ["{" + ",".join(map(str, record)) + "}" for record in records]
     return f"""\
 // Made by tools/unicode/generate.py from the Unicode Character Database 5.0.0:
@@ -210,6 +227,11 @@ const ZkUnicodeTables::Properties kZkUnicodeRecords[{len(records)}] = {{
 
 const std::uint16_t kZkUnicodeIndex[{len(index)}] = {{
 {in_lines([str(entry) for entry in index])}
+}};
+
+const int kZkIrregularFoldCount = {len(folds)};
+const ZkIrregularFold kZkIrregularFolds[kZkIrregularFoldCount] = {{
+{in_lines(fold_texts)}
 }};
 """
 
@@ -247,7 +269,8 @@ def main(arguments):
                                       for name in ("SpecialCasing.txt", "CaseFolding.txt")]
     versions.append("DerivedAge.txt")
     records, index = pack(characters)
-    write(output, render("// " + ", ".join(versions) + ".", records, index))
+    write(output, render("// " + ", ".join(versions) + ".", records, index,
+                         irregular_folds(characters)))
     print(f"{len(records)} records, {(len(index) - 2048) // BLOCK} rows")
 
 

@@ -1,0 +1,45 @@
+#ifndef ZKLANESNEON_H
+#define ZKLANESNEON_H
+
+#include "zkglobal.h"
+
+#include <arm_neon.h>
+
+/// Eight 16-bit lanes in a NEON register of a little-endian ARM. A comparison
+/// gives all ones or all zeros per lane; addresses need no alignment beyond that
+/// of what they point to.
+class ZkLanes
+{
+public:
+    static constexpr int kCount = 8;
+
+    /// The lanes in which a comparison held, lowest first: eight bits for each.
+    using Mask = std::uint64_t;
+    static int lowest(Mask mask) { return __builtin_ctzll(mask) / 8; }
+    static Mask withoutLowest(Mask mask) { return mask & ~(Mask(0xFF) << lowest(mask) * 8); }
+
+    static ZkLanes load(const void *from)
+    {
+        return ZkLanes(vreinterpretq_u16_u8(vld1q_u8(static_cast<const std::uint8_t *>(from))));
+    }
+    static ZkLanes all(unsigned unit) { return ZkLanes(vdupq_n_u16(static_cast<ZkUcs2>(unit))); }
+    void store(void *to) const
+    {
+        vst1q_u8(static_cast<std::uint8_t *>(to), vreinterpretq_u8_u16(v));
+    }
+
+    Mask mask() const { return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(v)), 0); }
+    bool any() const { return mask() != 0; }
+    bool every() const { return mask() == ~Mask(0); }
+
+    friend ZkLanes operator==(ZkLanes a, ZkLanes b) { return ZkLanes(vceqq_u16(a.v, b.v)); }
+    friend ZkLanes operator&(ZkLanes a, ZkLanes b) { return ZkLanes(vandq_u16(a.v, b.v)); }
+    friend ZkLanes operator|(ZkLanes a, ZkLanes b) { return ZkLanes(vorrq_u16(a.v, b.v)); }
+
+private:
+    explicit ZkLanes(uint16x8_t value) : v(value) {}
+
+    uint16x8_t v;
+};
+
+#endif

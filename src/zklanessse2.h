@@ -1,0 +1,45 @@
+#ifndef ZKLANESSSE2_H
+#define ZKLANESSSE2_H
+
+#include "zkglobal.h"
+
+#include <emmintrin.h>
+
+/// Eight 16-bit lanes in an SSE2 register. A comparison gives all ones or all
+/// zeros per lane; addresses need no alignment.
+class ZkLanes
+{
+public:
+    static constexpr int kCount = 8;
+
+    /// The lanes in which a comparison held, lowest first: two bits for each.
+    using Mask = unsigned;
+    static int lowest(Mask mask) { return __builtin_ctz(mask) / 2; }
+    static Mask withoutLowest(Mask mask)
+    {
+        const Mask second = mask & (mask - 1);
+        return second & (second - 1);
+    }
+
+    static ZkLanes load(const void *from)
+    {
+        return ZkLanes(_mm_loadu_si128(static_cast<const __m128i *>(from)));
+    }
+    static ZkLanes all(unsigned unit) { return ZkLanes(_mm_set1_epi16(static_cast<short>(unit))); }
+    void store(void *to) const { _mm_storeu_si128(static_cast<__m128i *>(to), v); }
+
+    Mask mask() const { return static_cast<Mask>(_mm_movemask_epi8(v)); }
+    bool any() const { return mask() != 0; }
+    bool every() const { return mask() == 0xFFFF; }
+
+    friend ZkLanes operator==(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_cmpeq_epi16(a.v, b.v)); }
+    friend ZkLanes operator&(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_and_si128(a.v, b.v)); }
+    friend ZkLanes operator|(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_or_si128(a.v, b.v)); }
+
+private:
+    explicit ZkLanes(__m128i value) : v(value) {}
+
+    __m128i v;
+};
+
+#endif

@@ -1,0 +1,45 @@
+#ifndef ZKSCAN_H
+#define ZKSCAN_H
+
+#include "zkunicodetables.h"
+
+#include <cstring>
+
+/// The scans behind every search, written once with vector lanes
+/// (zkscanlanes.cpp) and once without (zkscanplain.cpp); the build takes one.
+/// A range is given by its start and length; -1 means "not found".
+
+/// The first index of `from` to hl - 1 that holds one of `units`.
+int zkScanUnits(const ZkUcs2 *h, int hl, int from, const ZkFoldClass &units);
+
+/// The first index from `from` on where the `nl` units of `n` stand.
+/// 0 <= from, 1 <= nl, from + nl <= hl.
+int zkScanExact(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
+
+/// The same without regard to case.
+int zkScanFolded(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
+
+/// Unit `i` of a text, folded. A low surrogate is paired with the unit before it
+/// in the whole text, whichever part of the text is being compared.
+inline ZkUcs2 zkFoldedAt(const ZkUcs2 *text, int i)
+{
+    return i > 0 ? zkFoldedBehind(text[i - 1], text[i]) : zkFolded(text[0]);
+}
+
+inline bool zkEqualExact(const ZkUcs2 *a, const ZkUcs2 *b, int n)
+{
+    return std::memcmp(a, b, std::size_t(n) * sizeof(ZkUcs2)) == 0;
+}
+
+/// Whether the `nl` units of `h` from `at` on fold to the same as those of `n`.
+inline bool zkEqualFolded(const ZkUcs2 *h, int at, const ZkUcs2 *n, int nl)
+{
+    for (int i = 0; i < nl; ++i) {
+        if (zkFoldedAt(h, at + i) != zkFoldedAt(n, i)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+#endif
