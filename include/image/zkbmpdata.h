@@ -27,11 +27,14 @@ public:
     /// the file cannot be opened; the value of `fclose` otherwise, so anything
     /// but 0 means that the last bytes were not written.
     ///
-    /// A 24-bit file whose rows need no padding claims four bytes more for each in
-    /// its size fields than it has. A grey file is as wide as its padded rows:
-    /// 5 columns are written as 8, the last three black. A `type` of neither kind
-    /// leaves a file of the two bytes "BM". Sizes below 0 count as 0; null
-    /// `pixels` are written as zeros. Null `path` or `image`: no file, returns 0.
+    /// A 24-bit file whose rows need no padding (a width that is a multiple of 4)
+    /// claims four bytes more for each row in its size fields than it has; readers
+    /// that compare them with the file refuse it. A grey file is as wide as its
+    /// padded rows: 5 columns are written as 8, the last three black. A `type` of
+    /// neither kind leaves a file of the two bytes "BM".
+    ///
+    /// Sizes below 0 count as 0; null `pixels` are written as zeros. With a null
+    /// `path` or `image` no file is written.
     int SaveImage(const char *path, Image *image);
 
     /// The same for the coverage bytes of `glyph`, as a grey image. A glyph whose
