@@ -94,14 +94,6 @@ ZkRect ZkRect::normalized() const
     return ZkRect(h.low, v.low, h.high, v.high);
 }
 
-void ZkRect::translate(int dx, int dy)
-{
-    m_x1 = zkWrapped(std::int64_t(m_x1) + dx);
-    m_y1 = zkWrapped(std::int64_t(m_y1) + dy);
-    m_x2 = zkWrapped(std::int64_t(m_x2) + dx);
-    m_y2 = zkWrapped(std::int64_t(m_y2) + dy);
-}
-
 void ZkRect::moveCenter(const ZkPoint &center)
 {
     // The distance of the edges, one less than the size: halving the size itself

@@ -98,6 +98,14 @@ private:
     int m_y2;
 };
 
+inline void ZkRect::translate(int dx, int dy)
+{
+    m_x1 = zkWrapped(std::int64_t(m_x1) + dx);
+    m_y1 = zkWrapped(std::int64_t(m_y1) + dy);
+    m_x2 = zkWrapped(std::int64_t(m_x2) + dx);
+    m_y2 = zkWrapped(std::int64_t(m_y2) + dy);
+}
+
 /// A rectangle of the plane in single precision: origin and extent. Its spans
 /// are [x, x + width] and [y, y + height], or [x + width, x] where the width is
 /// negative; a span whose two ends are equal is empty, also when the width is

@@ -1,0 +1,423 @@
+#include "zkregion.h"
+
+#include "zkregionrecord.h"
+
+#include <algorithm>
+
+ZkRegion::Data ZkRegion::shared_empty = {1, nullptr};
+
+namespace
+{
+
+// Inclusive edges; both valid.
+bool covers(const ZkRect &outer, const ZkRect &inner)
+{
+    return outer.left() <= inner.left() && outer.top() <= inner.top() &&
+           outer.right() >= inner.right() && outer.bottom() >= inner.bottom();
+}
+
+bool meet(const ZkRect &a, const ZkRect &b)
+{
+    return a.left() <= b.right() && b.left() <= a.right() && a.top() <= b.bottom() &&
+           b.top() <= a.bottom();
+}
+
+// Whether a rectangle of one list meets one of the other. Both lists are walked
+// in banded order; of two bands with common rows, spans from left to right.
+bool anyMeet(ZkBands a, ZkBands b)
+{
+    a.begin = zkFirstReaching(a.begin, a.end, b.begin->top());
+    if (a.begin != a.end) {
+        b.begin = zkFirstReaching(b.begin, b.end, a.begin->top());
+    }
+    while (a.begin != a.end && b.begin != b.end) {
+        const ZkRect *const aEnd = zkBandEnd(a.begin, a.end);
+        const ZkRect *const bEnd = zkBandEnd(b.begin, b.end);
+        if (a.begin->bottom() < b.begin->top()) {
+            a.begin = aEnd;
+            continue;
+        }
+        if (b.begin->bottom() < a.begin->top()) {
+            b.begin = bEnd;
+            continue;
+        }
+        const ZkRect *x = a.begin;
+        const ZkRect *y = b.begin;
+        while (x != aEnd && y != bEnd) {
+            if (x->right() < y->left()) {
+                ++x;
+            } else if (y->right() < x->left()) {
+                ++y;
+            } else {
+                return true;
+            }
+        }
+        // The band that ends first has met all it can.
+        const bool aEndsFirst = a.begin->bottom() <= b.begin->bottom();
+        (aEndsFirst ? a : b).begin = aEndsFirst ? aEnd : bEnd;
+    }
+    return false;
+}
+
+bool equalLists(const ZkRegion::Record &a, const ZkRegion::Record &b)
+{
+    return a.numRects == b.numRects && a.extents == b.extents &&
+           std::equal(a.begin(), a.end(), b.begin());
+}
+
+// How a union comes about, in the order of trial.
+enum class UnionWay { First, Second, Append, Sweep };
+
+// Both with at least one rectangle.
+UnionWay unionWay(const ZkRegion::Record &a, const ZkRegion::Record &b)
+{
+    if (&a == &b || covers(a.innerRect, b.extents)) {
+        return UnionWay::First;
+    }
+    if (covers(b.innerRect, a.extents)) {
+        return UnionWay::Second;
+    }
+    if (a.takesAtEnd(b)) {
+        return UnionWay::Append;
+    }
+    return equalLists(a, b) ? UnionWay::First : UnionWay::Sweep;
+}
+
+// Where the inner rectangle of a union starts from.
+ZkInnerRect largerInner(const ZkRegion::Record &a, const ZkRegion::Record &b)
+{
+    return a.innerArea > b.innerArea ? a.inner() : b.inner();
+}
+
+// Whether what the sweep left unwalked is all of `a`, so that its list can be
+// changed where it stands.
+bool leavesOnly(const ZkRegion::Record &a, const ZkRegionSweep &sweep)
+{
+    return (sweep.above.count() == 0 || sweep.above.begin == a.begin()) &&
+           (sweep.below.count() == 0 || sweep.below.end == a.end());
+}
+
+} // namespace
+
+inline ZkRegion::ZkRegion(Record *record) : d(record)
+{
+}
+
+// Whether there is data with at least one rectangle.
+inline bool ZkRegion::hasRects() const
+{
+    return d->region != nullptr && d->region->numRects != 0;
+}
+
+void ZkRegion::release(Data *data)
+{
+    if (data->region != nullptr) {
+        Record::giveBack(data->region);
+    }
+}
+
+ZkRegion::ZkRegion(const ZkRect &r, RegionType type) : ZkRegion()
+{
+    if (!r.isValid()) {
+        return;
+    }
+    if (type != Rectangle) {
+        zkRegionStop();
+    }
+    ZkRegion(Record::of(r)).swap(*this);
+}
+
+ZkRegion::ZkRegion(int x, int y, int w, int h, RegionType type)
+    : ZkRegion(w < 1 || h < 1 ? ZkRect()
+                              : ZkRect(x, y, zkWrapped(std::int64_t(x) + w - 1),
+                                       zkWrapped(std::int64_t(y) + h - 1)),
+               type)
+{
+}
+
+bool ZkRegion::isEmpty() const
+{
+    return !hasRects();
+}
+
+int ZkRegion::rectCount() const
+{
+    return d->region != nullptr ? d->region->numRects : 0;
+}
+
+ZkRect ZkRegion::boundingRect() const
+{
+    return hasRects() ? d->region->extents : ZkRect();
+}
+
+ZkVector<ZkRect> ZkRegion::rects() const
+{
+    if (d->region == nullptr) {
+        return ZkVector<ZkRect>();
+    }
+    d->region->materialise();
+    return d->region->rects;
+}
+
+void ZkRegion::setRects(const ZkRect *rects, int n)
+{
+    if (rects == nullptr || n <= 0) {
+        *this = ZkRegion();
+    } else if (n == 1) {
+        *this = ZkRegion(*rects);
+    } else {
+        Record *const record = Record::take();
+        record->rects.realloc(0, n);
+        record->rects.append(rects, n);
+        record->numRects = n;
+        record->seams = zkSeamsOf(record->begin(), record->end());
+        record->recompute();
+        *this = ZkRegion(record);
+    }
+}
+
+bool ZkRegion::contains(const ZkPoint &p) const
+{
+    // No test for a region without data: whoever asks has asked isEmpty() before,
+    // and pays nothing for it here.
+    const Record &record = *d->region;
+    if (!record.inVector) {
+        return record.single.contains(p);
+    }
+    const ZkRect pixel(p.x(), p.y(), p.x(), p.y());
+    if (record.numRects == 0 || !covers(record.extents, pixel)) {
+        return false;
+    }
+    if (covers(record.innerRect, pixel)) {
+        return true;
+    }
+    const ZkRect *const candidate =
+        std::partition_point(record.begin(), record.end(), [&p](const ZkRect &r) {
+            return r.bottom() < p.y() || (r.top() <= p.y() && r.right() < p.x());
+        });
+    return candidate != record.end() && covers(*candidate, pixel);
+}
+
+bool ZkRegion::contains(const ZkRect &r) const
+{
+    if (!hasRects()) {
+        return false;
+    }
+    const Record &record = *d->region;
+    if (record.numRects == 1) {
+        return record.begin()->contains(r);
+    }
+    if (!r.isValid() || !covers(record.extents, r)) {
+        return false;
+    }
+    const ZkRect *const end = record.end();
+    const ZkRect *band = zkFirstReaching(record.begin(), end, r.top());
+    for (int y = r.top(); band != end && band->top() <= y; ++y) {
+        const ZkRect *const bandEnd = zkBandEnd(band, end);
+        const ZkRect *const candidate = std::partition_point(
+            band, bandEnd, [&r](const ZkRect &x) { return x.right() < r.left(); });
+        if (candidate == bandEnd || candidate->left() > r.left() ||
+            candidate->right() < r.right()) {
+            return false;
+        }
+        y = band->bottom();
+        if (y >= r.bottom()) {
+            return true;
+        }
+        band = bandEnd;
+    }
+    return false;
+}
+
+bool ZkRegion::intersects(const ZkRegion &r) const
+{
+    if (!hasRects() || !r.hasRects()) {
+        return false;
+    }
+    const Record &a = *d->region;
+    const Record &b = *r.d->region;
+    return meet(a.extents, b.extents) && anyMeet(a.bands(), b.bands());
+}
+
+bool ZkRegion::intersects(const ZkRect &r) const
+{
+    if (!hasRects() || !r.isValid()) {
+        return false;
+    }
+    const Record &a = *d->region;
+    return meet(a.extents, r) && anyMeet(a.bands(), {&r, &r + 1, ZkSeams::Closed});
+}
+
+ZkRegion ZkRegion::unite(const ZkRegion &r) const
+{
+    if (!hasRects()) {
+        return r;
+    }
+    if (!r.hasRects()) {
+        return *this;
+    }
+    const Record &a = *d->region;
+    const Record &b = *r.d->region;
+    switch (unionWay(a, b)) {
+    case UnionWay::First: return *this;
+    case UnionWay::Second: return r;
+    case UnionWay::Append: {
+        Record *const joined = a.clone();
+        joined->makeRoom(b.numRects);
+        joined->append(b);
+        return ZkRegion(joined);
+    }
+    case UnionWay::Sweep: break;
+    }
+    ZkInnerRect inner = largerInner(a, b);
+    ZkRegionSweep sweep;
+    sweep.unite(a.bands(), b.bands(), &inner);
+    Record *const united = Record::of(sweep);
+    united->setInner(inner);
+    united->extents = a.extents | b.extents;
+    return ZkRegion(united);
+}
+
+ZkRegion &ZkRegion::operator+=(const ZkRegion &r)
+{
+    if (!hasRects()) {
+        return *this = r;
+    }
+    if (!r.hasRects()) {
+        return *this;
+    }
+    Record &a = *d->region;
+    const Record &b = *r.d->region;
+    switch (unionWay(a, b)) {
+    case UnionWay::First: return *this;
+    case UnionWay::Second: return *this = r;
+    case UnionWay::Append:
+        detach();
+        d->region->append(b);
+        return *this;
+    case UnionWay::Sweep: break;
+    }
+    ZkInnerRect inner = largerInner(a, b);
+    const ZkRect extents = a.extents | b.extents;
+    ZkRegionSweep sweep;
+    sweep.unite(a.bands(), b.bands(), &inner);
+    if (a.ref == 1 && leavesOnly(a, sweep)) {
+        a.replaceWalked(sweep);
+    } else {
+        *this = ZkRegion(Record::of(sweep));
+    }
+    d->region->setInner(inner);
+    d->region->extents = extents;
+    return *this;
+}
+
+ZkRegion ZkRegion::intersect(const ZkRegion &r) const
+{
+    if (!hasRects() || !r.hasRects()) {
+        return ZkRegion();
+    }
+    const Record &a = *d->region;
+    const Record &b = *r.d->region;
+    if (!meet(a.extents, b.extents)) {
+        return ZkRegion();
+    }
+    if (covers(b.innerRect, a.extents)) {
+        return *this;
+    }
+    if (covers(a.innerRect, b.extents)) {
+        return r;
+    }
+    if (a.numRects == 1 && b.numRects == 1) {
+        return ZkRegion(*a.begin() & *b.begin());
+    }
+    ZkRegionSweep sweep;
+    sweep.intersect(a.bands(), b.bands());
+    Record *const common = Record::of(sweep);
+    common->recompute();
+    return ZkRegion(common);
+}
+
+ZkRegion ZkRegion::intersect(const ZkRect &r) const
+{
+    if (!r.isValid() || !hasRects() || !meet(d->region->extents, r)) {
+        return ZkRegion();
+    }
+    const Record &record = *d->region;
+    if (covers(r, record.extents)) {
+        return *this;
+    }
+    if (covers(record.innerRect, r)) {
+        return ZkRegion(r);
+    }
+    if (record.numRects == 1) {
+        return ZkRegion(*record.begin() & r);
+    }
+    return ZkRegion(record.clipped(r));
+}
+
+ZkRegion ZkRegion::subtract(const ZkRegion &r) const
+{
+    if (!hasRects() || !r.hasRects()) {
+        return *this;
+    }
+    const Record &a = *d->region;
+    const Record &b = *r.d->region;
+    if (!meet(a.extents, b.extents)) {
+        return *this;
+    }
+    if (&a == &b || covers(b.innerRect, a.extents) || equalLists(a, b)) {
+        return ZkRegion();
+    }
+    ZkRegionSweep sweep;
+    sweep.subtract(a.bands(), b.bands());
+    Record *const rest = Record::of(sweep);
+    rest->recompute();
+    return ZkRegion(rest);
+}
+
+ZkRegion ZkRegion::eor(const ZkRegion &r) const
+{
+    return subtract(r).unite(r.subtract(*this));
+}
+
+void ZkRegion::translate(int dx, int dy)
+{
+    if ((dx == 0 && dy == 0) || !hasRects()) {
+        return;
+    }
+    detach();
+    d->region->translate(dx, dy);
+}
+
+ZkRegion ZkRegion::translated(int dx, int dy) const
+{
+    ZkRegion moved = *this;
+    moved.translate(dx, dy);
+    return moved;
+}
+
+bool ZkRegion::operator==(const ZkRegion &r) const
+{
+    if (d == r.d) {
+        return true;
+    }
+    // Data without rectangles is not the same as no data.
+    return d->region != nullptr && r.d->region != nullptr && equalLists(*d->region, *r.d->region);
+}
+
+ZkRegion ZkRegion::copy() const
+{
+    return d->region != nullptr ? ZkRegion(d->region->clone()) : *this;
+}
+
+void ZkRegion::detach()
+{
+    if (d->region != nullptr && d->ref != 1) {
+        *this = copy();
+    }
+}
+
+bool zk_region_strictContains(const ZkRegion &region, const ZkRect &r)
+{
+    return region.hasRects() && r.isValid() && covers(region.d->region->innerRect, r);
+}
