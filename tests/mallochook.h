@@ -1,0 +1,63 @@
+#ifndef MALLOCHOOK_H
+#define MALLOCHOOK_H
+
+#include <atomic>
+#include <cstddef>
+
+/// Watches the `malloc` of the whole process, `operator new` included. Include
+/// in one source file of a program only: outside the sanitizers it defines
+/// `malloc` itself.
+namespace mallochook
+{
+
+inline std::atomic<int> allocations{0};     ///< calls so far
+inline std::atomic<std::size_t> refused{0}; ///< a request of this size gets null; 0 refuses none
+
+} // namespace mallochook
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#    define ZK_MALLOC_IS_THE_SANITIZERS 1
+#elif defined(__has_feature)
+#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#        define ZK_MALLOC_IS_THE_SANITIZERS 1
+#    endif
+#endif
+
+#if defined(ZK_MALLOC_IS_THE_SANITIZERS)
+
+// The sanitizers' malloc can be watched, not made to fail.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void *,
+                                                                  std::size_t),
+                                                         void (*)(const volatile void *));
+
+namespace mallochook
+{
+
+constexpr bool kCanRefuse = false;
+
+inline const int installed = __sanitizer_install_malloc_and_free_hooks(
+    [](const volatile void *, std::size_t) { ++allocations; }, [](const volatile void *) {});
+
+} // namespace mallochook
+
+#else
+
+extern "C" void *__libc_malloc(std::size_t);
+
+namespace mallochook
+{
+
+constexpr bool kCanRefuse = true;
+
+} // namespace mallochook
+
+extern "C" void *malloc(std::size_t bytes)
+{
+    ++mallochook::allocations;
+    const std::size_t refused = mallochook::refused;
+    return refused != 0 && refused == bytes ? nullptr : __libc_malloc(bytes);
+}
+
+#endif
+
+#endif
