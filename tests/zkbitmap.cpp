@@ -965,6 +965,28 @@ TEST(ZkBitmap, ARowBeyondWhatCanBeReadIsShortData)
     }
 }
 
+TEST(ZkBitmap, APictureLargerThanTheAddressSpaceIsShortData)
+{
+    if (sizeof(void *) > 4) {
+        GTEST_SKIP() << "a picture of whole rows fits the addresses of this machine";
+    }
+    File file;
+    file.width = 4;
+    file.height = 1 << 28; // of 16 bytes a row: 4 GiB
+    file.rows.assign(64, 1);
+    for (unsigned depth : {8u, 16u, 32u}) {
+        SCOPED_TRACE(depth);
+        file.depth = depth;
+        file.table = colorTable(depth == 8 ? 256 : 0);
+        std::FILE *opened = openBytes(file.bytes());
+        ZkBitmap bitmap(opened);
+        Bytes few(64, kUntouched);
+        EXPECT_EQ(stdoutOf([&] { bitmap.decode(few.data()); }), kShortData);
+        EXPECT_EQ(few, Bytes(64, kUntouched));
+        std::fclose(opened);
+    }
+}
+
 TEST(ZkBitmap, NumberOfColorsIsAPowerOfTwo)
 {
     const struct {
@@ -1212,6 +1234,25 @@ TEST(ZkBitmap, AnIndexWithoutAnEntryIsWhite)
     const unsigned char nibbleRow[] = {0x0F};
     EXPECT_EQ(bitmap.read4bitRow(nibbleRow, 1, 0), 1);
     EXPECT_EQ(pixels, Bytes({1, 2, 3, 255, 255, 255, 255, 255}));
+    std::fclose(opened);
+}
+
+TEST(ZkBitmap, RowsOfFewerBitsUseTheFirstEntriesOfATable)
+{
+    File file;
+    file.width = 2;
+    file.depth = 8;
+    file.table = colorTable(256);
+    file.rows = {0, 0, 0, 0};
+    std::FILE *opened = openBytes(file.bytes());
+    ZkBitmap bitmap(opened);
+    Bytes pixels = Bytes(8);
+    bitmap.decode(pixels.data());
+    const unsigned char bits[] = {0x7F}, nibbles[] = {0xF2};
+    EXPECT_EQ(bitmap.read1bitRow(bits, 1, 0), 1);
+    EXPECT_EQ(pixels, Bytes({0x30, 0x20, 0x10, 255, 0x35, 0x23, 0x11, 255}));
+    EXPECT_EQ(bitmap.read4bitRow(nibbles, 1, 0), 1);
+    EXPECT_EQ(pixels, Bytes({0x7B, 0x4D, 0x1F, 255, 0x3A, 0x26, 0x12, 255}));
     std::fclose(opened);
 }
 
