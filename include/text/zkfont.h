@@ -95,7 +95,7 @@ inline void ZkFont::setFlag(unsigned flag, bool on)
 ///
 /// The records that the cache hands out belong to the glyph store and never move;
 /// they live until the font file is changed or closed. Their pixels live at least
-/// as long as `useCount` is above 0.
+/// as long as `useCount` is above 0. Counting is safe in several threads at once.
 struct GlyphBitmap {
     std::uint16_t width;   ///< columns of `pixels`: the bytes of a rendered row, 2 more outlined
     std::uint16_t height;  ///< rows of `pixels`; 2 more when outlined
@@ -108,11 +108,38 @@ struct GlyphBitmap {
     std::uint8_t *pixels;  ///< top row first, 0 empty to 255 full, 1 the halo of an outlined
                            ///< glyph; null once trimmed or when there was no memory
     std::uint16_t unicode; ///< the character
-    mutable std::uint32_t useCount; ///< how often handed out and not yet given back; changes
-                                    ///< atomically, by the cache and its callers alone
+    mutable std::uint32_t useCount; ///< how often handed out and not yet given back
+
+    /// Counts `uses` more owners of the pixels. The cache does so for whatever it
+    /// hands out, under its lock.
+    void retain(std::uint32_t uses = 1) const;
+
+    /// Gives `uses` back; the caller's last reads of the pixels stay before a trim.
+    void release(std::uint32_t uses = 1) const;
+
+    /// False when the pixels may be dropped.
+    bool isUsed() const { return __atomic_load_n(&useCount, __ATOMIC_ACQUIRE) != 0; }
 };
 #if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(GlyphBitmap) == 28, "the glyph record is 28 bytes on the device");
 #endif
+
+inline void GlyphBitmap::retain(std::uint32_t uses) const
+{
+    if (ZK_SINGLE_THREADED()) {
+        useCount += uses;
+    } else {
+        __atomic_fetch_add(&useCount, uses, __ATOMIC_RELAXED);
+    }
+}
+
+inline void GlyphBitmap::release(std::uint32_t uses) const
+{
+    if (ZK_SINGLE_THREADED()) {
+        useCount -= uses;
+    } else {
+        __atomic_fetch_sub(&useCount, uses, __ATOMIC_RELEASE);
+    }
+}
 
 #endif

@@ -1,0 +1,207 @@
+#include "zkglyphlease.h"
+
+#include "zkfontcache.h"
+#include "zkfontlock.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+// Both tables below map the characters of one piece of text to numbers from 1 on;
+// 0 means not entered yet.
+
+constexpr int kShortText = 32;
+constexpr int kLongestPiece = 65535; // so that numbers and counts fit 16 bits
+
+/// For texts of up to `kShortText` characters: 64 slots, so setting it up costs next
+/// to nothing. Letters of one script rarely meet in a slot; those that do go to the
+/// next free one.
+class ShortTable
+{
+public:
+    unsigned find(ZkUcs2 code) const { return m_slots[slotOf(code)]; }
+
+    void enter(ZkUcs2 code, unsigned number)
+    {
+        m_slots[slotOf(code)] = static_cast<std::uint8_t>(number);
+        m_codes[number - 1] = code;
+    }
+
+private:
+    static constexpr unsigned kSlots = 2 * kShortText;
+
+    // Where `code` is, or else where it belongs. Half the slots are always free.
+    unsigned slotOf(ZkUcs2 code) const
+    {
+        unsigned slot = code % kSlots;
+        while (m_slots[slot] != 0 && m_codes[m_slots[slot] - 1] != code) {
+            slot = (slot + 1) % kSlots;
+        }
+        return slot;
+    }
+
+    std::uint8_t m_slots[kSlots] = {};
+    ZkUcs2 m_codes[kShortText];
+};
+
+/// For longer texts: the high byte of a character names a page, the low byte its
+/// cell. Page 0 stands for all pages that no character needed yet and stays zero.
+/// The pages of most texts, up to `kInlinePages`, are part of the object.
+class PagedTable
+{
+public:
+    PagedTable() : m_cells(m_inline), m_pages(1), m_capacity(kInlinePages)
+    {
+        std::memset(m_cells, 0, kPageBytes);
+    }
+    ~PagedTable()
+    {
+        if (m_cells != m_inline) {
+            std::free(m_cells);
+        }
+    }
+    PagedTable(const PagedTable &) = delete;
+    PagedTable &operator=(const PagedTable &) = delete;
+
+    unsigned find(ZkUcs2 code) const
+    {
+        return m_cells[m_pageOf[code >> 8] * kPageCells + (code & 0xFFu)];
+    }
+
+    void enter(ZkUcs2 code, unsigned number)
+    {
+        std::uint16_t &page = m_pageOf[code >> 8];
+        if (page == 0) {
+            page = addPage();
+        }
+        m_cells[page * kPageCells + (code & 0xFFu)] = static_cast<std::uint16_t>(number);
+    }
+
+private:
+    static constexpr unsigned kPageCells = 256;
+    static constexpr unsigned kPageBytes = kPageCells * sizeof(std::uint16_t);
+    static constexpr unsigned kInlinePages = 6;
+
+    std::uint16_t addPage()
+    {
+        if (m_pages == m_capacity) {
+            const bool inObject = m_cells == m_inline;
+            m_capacity *= 2;
+            void *grown = zkReallocate(inObject ? nullptr : m_cells, m_capacity * kPageBytes);
+            m_cells = static_cast<std::uint16_t *>(grown);
+            if (inObject) {
+                std::memcpy(m_cells, m_inline, sizeof m_inline);
+            }
+        }
+        std::memset(m_cells + m_pages * kPageCells, 0, kPageBytes);
+        return static_cast<std::uint16_t>(m_pages++);
+    }
+
+    std::uint16_t *m_cells;
+    unsigned m_pages, m_capacity;
+    std::uint16_t m_pageOf[256] = {};
+    std::uint16_t m_inline[kInlinePages * kPageCells];
+};
+
+} // namespace
+
+void ZkGlyphLease::fetch(const ZkUcs2 *codes, int n, const ZkFont &font, const GlyphBitmap **out)
+{
+    if (m_generation != ZkFontCache::generation()) {
+        forget();
+        m_generation = ZkFontCache::generation();
+    }
+    while (n > 0) {
+        const int piece = std::min(n, kLongestPiece);
+        if (piece <= kShortText) {
+            fetchPiece<ShortTable>(codes, piece, font, out);
+        } else {
+            fetchPiece<PagedTable>(codes, piece, font, out);
+        }
+        codes += piece;
+        out += piece;
+        n -= piece;
+    }
+}
+
+void ZkGlyphLease::giveBack()
+{
+    if (m_generation == ZkFontCache::generation()) {
+        for (const Use &use : *this) {
+            use.glyph->release(use.count);
+        }
+    }
+    forget();
+}
+
+template <typename Table>
+void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
+                              const GlyphBitmap **out)
+{
+    ZkFontCache *cache = ZkFontCache::instance();
+    const int first = m_size;
+    Table numbers;
+    bool allThere = true;
+    {
+        const ZkFontReadLock lock;
+        Use *uses = m_uses + first;
+        for (int i = 0; i < n; ++i) {
+            unsigned number = numbers.find(codes[i]);
+            if (number == 0) {
+                const GlyphBitmap *glyph = cache->fontTable(codes[i], font);
+                const bool isThere = glyph != nullptr && glyph->pixels != nullptr;
+                allThere = allThere && isThere;
+                append(isThere ? glyph : nullptr);
+                number = static_cast<unsigned>(m_size - first);
+                numbers.enter(codes[i], number);
+                uses = m_uses + first;
+            }
+            Use &use = uses[number - 1];
+            ++use.count;
+            out[i] = use.glyph;
+        }
+        // No pixels can be trimmed before the lock is let go.
+        for (const Use *use = m_uses + first; use != end(); ++use) {
+            if (use->glyph != nullptr) {
+                use->glyph->retain(use->count);
+            }
+        }
+    }
+    for (int i = 0; !allThere && i < n; ++i) {
+        if (out[i] == nullptr) {
+            Use &use = m_uses[first + static_cast<int>(numbers.find(codes[i])) - 1];
+            if (use.glyph == nullptr) {
+                use.glyph = cache->render(codes[i], font, true, use.count);
+            }
+            out[i] = use.glyph;
+        }
+    }
+}
+
+void ZkGlyphLease::append(const GlyphBitmap *glyph)
+{
+    if (m_size == m_capacity) {
+        const bool inObject = m_uses == m_inline;
+        m_capacity *= 4;
+        void *grown = zkReallocate(inObject ? nullptr : m_uses,
+                                   std::int64_t(m_capacity) * static_cast<int>(sizeof(Use)));
+        m_uses = static_cast<Use *>(grown);
+        if (inObject) {
+            std::memcpy(m_uses, m_inline, sizeof m_inline);
+        }
+    }
+    m_uses[m_size++] = Use{glyph, 0};
+}
+
+void ZkGlyphLease::forget()
+{
+    if (m_uses != m_inline) {
+        std::free(m_uses);
+    }
+    m_uses = m_inline;
+    m_size = 0;
+    m_capacity = InlineUses;
+}
