@@ -200,6 +200,9 @@ TEST(ZkHash, OrderIsBucketsThenInsertion)
         hash.insert(key, key);
     }
     EXPECT_EQ(pairsOf(hash), (Pairs{{0, 0}, {17, 17}, {18, 18}, {1, 1}, {35, 35}, {16, 16}}));
+    const ZkList<int> values = hash.values();
+    ASSERT_EQ(values.size(), 6);
+    EXPECT_EQ(values.at(2), 18);
 }
 
 TEST(ZkHash, EqualHashesStayTogetherAndInOrderWhenBucketsChange)
@@ -286,6 +289,7 @@ TEST(ZkHash, CopiesShareUntilOneIsWritten)
     EXPECT_TRUE(a.isSharedWith(b));
     EXPECT_EQ(b.value(1), 10);
     EXPECT_TRUE(b.contains(18));
+    EXPECT_EQ(b.values().size(), 2);
     EXPECT_TRUE(a.isSharedWith(b)) << "reading does not detach";
     b.insert(1, 11);
     EXPECT_FALSE(a.isSharedWith(b));

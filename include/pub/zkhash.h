@@ -2,6 +2,7 @@
 #define ZKHASH_H
 
 #include "zkglobal.h"
+#include "zklist.h"
 
 #include <array>
 #include <cstdint>
@@ -10,8 +11,6 @@
 #include <utility>
 
 class ZkString;
-template <typename T>
-class ZkList;
 
 /// Hashes of the keys that the library uses itself; for a key type of your own,
 /// declare `unsigned zkHash(const Key &)` beside it. An integer of up to 32 bits is
@@ -199,7 +198,7 @@ public:
     /// Lets the table go.
     void clear() { ZkHash().swap(*this); }
 
-    /// All values (keys) in bucket order; needs zklist.h.
+    /// All values (keys) in bucket order.
     ZkList<T> values() const;
     ZkList<K> keys() const;
 
