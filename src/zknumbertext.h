@@ -1,0 +1,66 @@
+#ifndef ZKNUMBERTEXT_H
+#define ZKNUMBERTEXT_H
+
+#include "zklocale.h"
+#include "zktextbuffer.h"
+
+/// Numbers laid out as text at the end of a text under construction: what
+/// `ZkLocale` returns as strings and `ZkString` puts between other text.
+
+/// The units that numbers are written with.
+struct ZkNumberSymbols {
+    ZkUcs2 zero;
+    ZkUcs2 group;
+    ZkUcs2 plus;
+    ZkUcs2 minus;
+    ZkUcs2 exponential;
+    ZkUcs2 decimal;
+};
+
+/// Those of plain text, whatever `ZkLocale` holds.
+constexpr ZkNumberSymbols kZkPlainSymbols = {'0', ',', '+', '-', 'e', '.'};
+
+/// Those that `ZkLocale` holds now.
+ZkNumberSymbols zkLocaleSymbols();
+
+/// Where a number's text may be padded and how it looks: the arguments of
+/// `ZkLocale::longLongToString` and `doubleToString`.
+struct ZkNumberStyle {
+    int precision;
+    int width;
+    unsigned flags;
+};
+
+/// A signed number; only base 10 shows the sign, others the 64-bit pattern.
+void zkAppendLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, long long value, int base,
+                      const ZkNumberStyle &style);
+void zkAppendUnsLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, unsigned long long value,
+                         int base, const ZkNumberStyle &style);
+void zkAppendDouble(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double value,
+                    ZkLocale::DoubleForm form, const ZkNumberStyle &style);
+
+/// The digits of a number and where its decimal point stands among them, as in
+/// `ZkLocale::decimalForm`.
+struct ZkDigitText {
+    const ZkUcs2 *digits;
+    int count; // at least 1
+    int point;
+};
+
+/// How the digits of a double are filled up and marked.
+struct ZkDoubleLayout {
+    unsigned precision;
+    ZkLocale::PrecisionMode mode;
+    bool alwaysPoint;
+    bool groups; // of the decimal form only
+};
+
+void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, const ZkDigitText &number,
+                         const ZkDoubleLayout &layout);
+void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, const ZkDigitText &number,
+                          const ZkDoubleLayout &layout);
+
+/// Turns the units from `begin` to the end into upper case.
+void zkUpperCaseFrom(ZkTextBuffer *out, int begin);
+
+#endif
