@@ -5,9 +5,15 @@
 /// of the host.
 
 /// Whether `c` is one of the six white-space characters of ASCII.
-constexpr bool zkIsAsciiSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool zkIsAsciiSpace(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
-constexpr bool zkIsAsciiDigit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool zkIsAsciiDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
 
 /// The value of '0'..'9', 'a'..'z' and 'A'..'Z' as a digit, 0 to 35; 36 for any
 /// other character.

@@ -70,7 +70,10 @@ void ZkBigInt::shiftLeft(int bits)
     }
 }
 
-int ZkBigInt::bitsToNormal() const { return m_size == 0 ? 0 : __builtin_clz(m_limbs[m_size - 1]); }
+int ZkBigInt::bitsToNormal() const
+{
+    return m_size == 0 ? 0 : __builtin_clz(m_limbs[m_size - 1]);
+}
 
 std::uint32_t ZkBigInt::divide(const ZkBigInt &divisor)
 {

@@ -40,7 +40,7 @@ private:
 
     void dropZeros();
 
-    int m_size; // limbs in use; the top one is not 0
+    int m_size;                    // limbs in use; the top one is not 0
     std::uint32_t m_limbs[kLimbs]; // lowest first; only those in use are set
 };
 

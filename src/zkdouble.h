@@ -6,8 +6,8 @@
 
 /// The bits of a double. Private to the number conversions.
 
-constexpr int kZkMantissaBits = 52;        // stored; a normal number has one more
-constexpr int kZkLowestExponent = -1074;   // that of the last bit of a denormal
+constexpr int kZkMantissaBits = 52;      // stored; a normal number has one more
+constexpr int kZkLowestExponent = -1074; // that of the last bit of a denormal
 constexpr std::uint64_t kZkInfinityBits = 0x7FF0000000000000U;
 
 inline std::uint64_t zkBitsOf(double value)
@@ -24,7 +24,15 @@ inline double zkDoubleOf(std::uint64_t bits)
     return value;
 }
 
-inline bool zkSignOf(double value) { return zkBitsOf(value) >> 63 != 0; }
+inline bool zkSignOf(double value)
+{
+    return zkBitsOf(value) >> 63 != 0;
+}
+
+inline bool zkIsFinite(double value)
+{
+    return zkBitsOf(value) << 1 >> 1 < kZkInfinityBits;
+}
 
 /// A finite number without its sign: mantissa * 2^exponent.
 struct ZkBinary {

@@ -20,8 +20,8 @@ struct ZkDigits {
 
 /// What `zkDigitsOf` counts.
 enum class ZkDigitCount {
-    Significant,  ///< digits from the first that is not 0; less than 1 is 1
-    BehindPoint,  ///< digits behind the decimal point; negative is 0
+    Significant, ///< digits from the first that is not 0; less than 1 is 1
+    BehindPoint, ///< digits behind the decimal point; negative is 0
 };
 
 /// The digits of `value`, which is finite; its sign is passed over.

@@ -177,7 +177,10 @@ Number wholeText(const ZkReading<Number> &reading, bool *ok, bool *overflow)
     return reading.ok && !remain ? reading.value : Number(0);
 }
 
-const char *textOrEmpty(const char *text) { return text != nullptr ? text : ""; }
+const char *textOrEmpty(const char *text)
+{
+    return text != nullptr ? text : "";
+}
 
 /// The words that are doubles.
 struct Word {
@@ -269,9 +272,8 @@ ZkString ZkLocale::exponentForm(ZkUcs2 zero, ZkUcs2 decimal, ZkUcs2 exponential,
 
 double ZkLocale::stringToDouble(const ZkString &text, bool *ok, GroupSeparatorMode mode)
 {
-    return readText<double>(text, ok, mode, [ok](const char *ascii) {
-        return bytearrayToDouble(ascii, ok, nullptr);
-    });
+    return readText<double>(
+        text, ok, mode, [ok](const char *ascii) { return bytearrayToDouble(ascii, ok, nullptr); });
 }
 
 long long ZkLocale::stringToLongLong(const ZkString &text, int base, bool *ok,

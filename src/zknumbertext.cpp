@@ -23,7 +23,10 @@ void shiftDigits(ZkUcs2 *digits, int count, ZkUcs2 zero)
 }
 
 /// How many separators part `digits` digits.
-std::int64_t separatorCount(std::int64_t digits) { return (digits - 1) / kGroup; }
+std::int64_t separatorCount(std::int64_t digits)
+{
+    return (digits - 1) / kGroup;
+}
 
 /// Appends `zeros` zero digits as the last ones of an integer part behind `count`
 /// digits, with separators between groups of three.
@@ -42,19 +45,9 @@ void appendGrouped(ZkTextBuffer *out, const ZkUcs2 *digits, int count, std::int6
 
 constexpr unsigned kSigns = ZkLocale::BlankForPositive | ZkLocale::ShowPlusSign;
 
-bool hasSign(bool negative, unsigned flags) { return negative || (flags & kSigns) != 0; }
-
-void appendSign(ZkTextBuffer *out, bool negative, const ZkNumberSymbols &symbols, unsigned flags)
+bool hasSign(bool negative, unsigned flags)
 {
-    if (hasSign(negative, flags)) {
-        const bool plus = (flags & ZkLocale::ShowPlusSign) != 0;
-        out->append(negative ? symbols.minus : plus ? symbols.plus : ZkUcs2(' '));
-    }
-}
-
-bool padsWithZeros(unsigned flags)
-{
-    return (flags & (ZkLocale::PadWithZeros | ZkLocale::AlignLeft)) == ZkLocale::PadWithZeros;
+    return negative || (flags & kSigns) != 0;
 }
 
 /// Appends the sign, the prefix and the zeros of an integer, then its digits. The
@@ -81,12 +74,13 @@ void appendInteger(ZkTextBuffer *out, const ZkNumberSymbols &symbols, std::uint6
     zeros += prefixed && base == 8 && zeros == 0 && magnitude != 0;
     const char letter = !prefixed ? '\0' : base == 16 ? 'x' : base == 2 ? 'b' : '\0';
 
-    if (padsWithZeros(flags) && style.precision == -1) {
-        const std::int64_t taken = length + zeros + hasSign(negative, flags) + (letter != '\0' ? 2 : 0);
+    if (zkPadsWithZeros(flags) && style.precision == -1) {
+        const std::int64_t taken =
+            length + zeros + hasSign(negative, flags) + (letter != '\0' ? 2 : 0);
         zeros += std::max<std::int64_t>(style.width - taken, 0);
     }
 
-    appendSign(out, negative, symbols, flags);
+    zkAppendSign(out, negative, symbols, flags);
     if (letter != '\0') {
         const bool upper = (flags & ZkLocale::UpperCasePrefix) != 0;
         out->append('0');
@@ -103,8 +97,6 @@ void appendInteger(ZkTextBuffer *out, const ZkNumberSymbols &symbols, std::uint6
         zkUpperCaseFrom(out, begin);
     }
 }
-
-int legalBase(int base) { return base < 2 || base > 36 ? 10 : base; }
 
 /// Appends the digits of a finite number in the form asked for.
 void appendFinite(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double value, int precision,
@@ -123,8 +115,8 @@ void appendFinite(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double valu
         const int significant = std::max(precision, 1);
         zkDigitsOf(value, ZkDigitCount::Significant, significant, &digits);
         layout.precision = static_cast<unsigned>(significant);
-        layout.mode = layout.alwaysPoint ? ZkLocale::SignificantDigits
-                                         : ZkLocale::TrimmedSignificantDigits;
+        layout.mode =
+            layout.alwaysPoint ? ZkLocale::SignificantDigits : ZkLocale::TrimmedSignificantDigits;
         exponent = digits.point < -3 || digits.point > significant;
     }
     shiftDigits(digits.text, digits.count, symbols.zero);
@@ -136,13 +128,6 @@ void appendFinite(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double valu
     }
 }
 
-void appendWord(ZkTextBuffer *out, const char *word)
-{
-    for (; *word != '\0'; ++word) {
-        out->append(static_cast<unsigned char>(*word));
-    }
-}
-
 } // namespace
 
 ZkNumberSymbols zkLocaleSymbols()
@@ -151,19 +136,29 @@ ZkNumberSymbols zkLocaleSymbols()
             ZkLocale::mNegativeSign, ZkLocale::mExponential,    ZkLocale::mDecimal};
 }
 
+ZkDoubleFormat zkDoubleFormat(char letter)
+{
+    const char lower = static_cast<char>(letter | 0x20);
+    const bool known = lower >= 'e' && lower <= 'g';
+    const ZkLocale::DoubleForm form = lower == 'e'   ? ZkLocale::ExponentForm
+                                      : lower == 'f' ? ZkLocale::DecimalForm
+                                                     : ZkLocale::SignificantForm;
+    return {form, known && letter != lower ? unsigned(ZkLocale::UpperCaseText) : 0U};
+}
+
 void zkAppendLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, long long value, int base,
                       const ZkNumberStyle &style)
 {
-    const int legal = legalBase(base);
+    const int legal = zkNumberBase(base);
     const bool negative = legal == 10 && value < 0;
     const std::uint64_t bits = static_cast<std::uint64_t>(value);
     appendInteger(out, symbols, negative ? 0 - bits : bits, negative, legal, style);
 }
 
-void zkAppendUnsLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, unsigned long long value,
-                         int base, const ZkNumberStyle &style)
+void zkAppendUnsLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
+                         unsigned long long value, int base, const ZkNumberStyle &style)
 {
-    appendInteger(out, symbols, value, false, legalBase(base), style);
+    appendInteger(out, symbols, value, false, zkNumberBase(base), style);
 }
 
 void zkAppendDouble(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double value,
@@ -172,16 +167,16 @@ void zkAppendDouble(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double va
     const int begin = out->size();
     const std::uint64_t magnitude = zkBitsOf(value) << 1 >> 1;
     if (magnitude > kZkInfinityBits) {
-        appendWord(out, "nan"); // has no sign, whatever the flags ask
+        out->appendAscii("nan"); // has no sign, whatever the flags ask
     } else {
-        appendSign(out, zkSignOf(value), symbols, style.flags);
+        zkAppendSign(out, zkSignOf(value), symbols, style.flags);
         if (magnitude == kZkInfinityBits) {
-            appendWord(out, "inf");
+            out->appendAscii("inf");
         } else {
             const int digits = out->size();
             const int precision = style.precision < 0 ? 6 : style.precision;
             appendFinite(out, symbols, value, precision, form, style.flags);
-            if (padsWithZeros(style.flags)) {
+            if (zkPadsWithZeros(style.flags)) {
                 const std::int64_t length = out->size() - begin;
                 out->insert(digits, style.width - length, symbols.zero);
             }
@@ -192,8 +187,8 @@ void zkAppendDouble(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double va
     }
 }
 
-void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, const ZkDigitText &number,
-                         const ZkDoubleLayout &layout)
+void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
+                         const ZkDigitText &number, const ZkDoubleLayout &layout)
 {
     // The digits before the point, which are zeros where digits do not reach it.
     const int whole = std::clamp(number.point, 0, number.count);
@@ -225,8 +220,8 @@ void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, cons
     }
 }
 
-void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, const ZkDigitText &number,
-                          const ZkDoubleLayout &layout)
+void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
+                          const ZkDigitText &number, const ZkDoubleLayout &layout)
 {
     out->append(number.digits[0]);
     std::int64_t behind = 0;
@@ -244,6 +239,14 @@ void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, con
     out->append(symbols.exponential);
     zkAppendLongLong(out, symbols, std::int64_t(number.point) - 1, 10,
                      {2, 0, ZkLocale::ShowPlusSign});
+}
+
+void zkAppendSign(ZkTextBuffer *out, bool negative, const ZkNumberSymbols &symbols, unsigned flags)
+{
+    if (hasSign(negative, flags)) {
+        const bool plus = (flags & ZkLocale::ShowPlusSign) != 0;
+        out->append(negative ? symbols.minus : plus ? symbols.plus : ZkUcs2(' '));
+    }
 }
 
 void zkUpperCaseFrom(ZkTextBuffer *out, int begin)

@@ -31,11 +31,25 @@ struct ZkNumberStyle {
     unsigned flags;
 };
 
+/// `base` if it is 2 to 36, else 10.
+constexpr int zkNumberBase(int base)
+{
+    return base < 2 || base > 36 ? 10 : base;
+}
+
+/// What the letter of a double's format asks for: 'e', 'f' or 'g' and the same in
+/// capitals; any other letter is 'g'.
+struct ZkDoubleFormat {
+    ZkLocale::DoubleForm form;
+    unsigned flags;
+};
+ZkDoubleFormat zkDoubleFormat(char letter);
+
 /// A signed number; only base 10 shows the sign, others the 64-bit pattern.
 void zkAppendLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, long long value, int base,
                       const ZkNumberStyle &style);
-void zkAppendUnsLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, unsigned long long value,
-                         int base, const ZkNumberStyle &style);
+void zkAppendUnsLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
+                         unsigned long long value, int base, const ZkNumberStyle &style);
 void zkAppendDouble(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double value,
                     ZkLocale::DoubleForm form, const ZkNumberStyle &style);
 
@@ -55,10 +69,19 @@ struct ZkDoubleLayout {
     bool groups; // of the decimal form only
 };
 
-void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, const ZkDigitText &number,
-                         const ZkDoubleLayout &layout);
-void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols, const ZkDigitText &number,
-                          const ZkDoubleLayout &layout);
+void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
+                         const ZkDigitText &number, const ZkDoubleLayout &layout);
+void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
+                          const ZkDigitText &number, const ZkDoubleLayout &layout);
+
+/// The sign of a number as the flags ask for it, or nothing.
+void zkAppendSign(ZkTextBuffer *out, bool negative, const ZkNumberSymbols &symbols, unsigned flags);
+
+/// Whether the flags ask for zeros up to the width.
+constexpr bool zkPadsWithZeros(unsigned flags)
+{
+    return (flags & (ZkLocale::PadWithZeros | ZkLocale::AlignLeft)) == ZkLocale::PadWithZeros;
+}
 
 /// Turns the units from `begin` to the end into upper case.
 void zkUpperCaseFrom(ZkTextBuffer *out, int begin);

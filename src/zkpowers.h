@@ -25,6 +25,9 @@ ZkPower zkPowerOfTen(int k);
 extern const std::uint64_t kZkPowersOfFive[28];
 
 /// 10^k for k in 0..19, the powers that 64 bits hold.
-inline std::uint64_t zkSmallPowerOfTen(int k) { return kZkPowersOfFive[k] << k; }
+inline std::uint64_t zkSmallPowerOfTen(int k)
+{
+    return kZkPowersOfFive[k] << k;
+}
 
 #endif

@@ -28,11 +28,11 @@ constexpr std::int64_t kMostExponent = std::int64_t(1) << 40;
 
 /// A number as it is written: its digits, read as one integer, times 10^exponent.
 struct Decimal {
-    const char *begin;     // of the digits, among which one '.' may stand
-    const char *end;       // of the digits
-    std::int64_t count;    // of digits
+    const char *begin;  // of the digits, among which one '.' may stand
+    const char *end;    // of the digits
+    std::int64_t count; // of digits
     std::int64_t exponent;
-    std::uint64_t value;   // the integer, modulo 2^64
+    std::uint64_t value; // the integer, modulo 2^64
 };
 
 /// Steps over a run of digits and takes them into the value.

@@ -42,6 +42,9 @@ public:
         return added;
     }
 
+    /// Keeps the first `n` units, of which there are as many.
+    void truncate(int n) { m_size = n; }
+
     void append(ZkUcs2 c) { *extend(1) = c; }
 
     void append(const ZkUcs2 *units, std::int64_t n)
@@ -49,6 +52,13 @@ public:
         ZkUcs2 *added = extend(n);
         if (n > 0) {
             std::memcpy(added, units, static_cast<std::size_t>(n) * sizeof(ZkUcs2));
+        }
+    }
+
+    void appendAscii(const char *text)
+    {
+        for (; *text != '\0'; ++text) {
+            append(static_cast<unsigned char>(*text));
         }
     }
 
@@ -80,7 +90,8 @@ private:
     {
         const std::int64_t room = std::max(needed, std::int64_t(2) * m_room);
         const std::int64_t bytes = room * static_cast<int>(sizeof(ZkUcs2));
-        ZkUcs2 *data = static_cast<ZkUcs2 *>(zkReallocate(m_data == m_own ? nullptr : m_data, bytes));
+        ZkUcs2 *data =
+            static_cast<ZkUcs2 *>(zkReallocate(m_data == m_own ? nullptr : m_data, bytes));
         if (m_data == m_own) {
             std::memcpy(data, m_own, static_cast<std::size_t>(m_size) * sizeof(ZkUcs2));
         }

@@ -22,8 +22,10 @@ inline ZkWide zkMultiply(std::uint64_t a, std::uint64_t b)
 #else
 inline ZkWide zkMultiply(std::uint64_t a, std::uint64_t b)
 {
-    const std::uint32_t a1 = static_cast<std::uint32_t>(a >> 32), a0 = static_cast<std::uint32_t>(a);
-    const std::uint32_t b1 = static_cast<std::uint32_t>(b >> 32), b0 = static_cast<std::uint32_t>(b);
+    const std::uint32_t a1 = static_cast<std::uint32_t>(a >> 32),
+                        a0 = static_cast<std::uint32_t>(a);
+    const std::uint32_t b1 = static_cast<std::uint32_t>(b >> 32),
+                        b0 = static_cast<std::uint32_t>(b);
     const std::uint64_t low = static_cast<std::uint64_t>(a0) * b0;
     // Neither sum overflows: (2^32 - 1)^2 + 2 * (2^32 - 1) is 2^64 - 1.
     const std::uint64_t middle = static_cast<std::uint64_t>(a1) * b0 + (low >> 32);
@@ -67,6 +69,9 @@ inline std::uint64_t zkDivideBy1e8(std::uint64_t value)
 }
 
 /// The number of zero bits above the highest one. `value` is not 0.
-inline int zkLeadingZeros(std::uint64_t value) { return __builtin_clzll(value); }
+inline int zkLeadingZeros(std::uint64_t value)
+{
+    return __builtin_clzll(value);
+}
 
 #endif

@@ -56,8 +56,8 @@ public:
 
     /// What a double's precision counts.
     enum PrecisionMode {
-        DigitsBehindPoint = 0,    ///< digits behind the point; zeros are added
-        SignificantDigits = 1,    ///< digits from the first that is not 0; zeros are added
+        DigitsBehindPoint = 0,       ///< digits behind the point; zeros are added
+        SignificantDigits = 1,       ///< digits from the first that is not 0; zeros are added
         TrimmedSignificantDigits = 2 ///< the same, but no zeros are added
     };
 
@@ -124,8 +124,7 @@ public:
     /// `digitToCLocale`, ';', '%' and lower-case letters. False, and nothing in
     /// `*out`, when there is nothing but white space, when more than that follows
     /// the number, or when separators are accepted and stand in wrong places.
-    static bool numberToCLocale(const ZkString &text, GroupSeparatorMode mode,
-                                ZkVector<char> *out);
+    static bool numberToCLocale(const ZkString &text, GroupSeparatorMode mode, ZkVector<char> *out);
 
     /// Takes the ',' out of an ASCII number, with or without a 0 byte at its end.
     /// False, and nothing changes, unless they part all digits before the point in

@@ -4,6 +4,7 @@
 #include "zkbytearray.h"
 #include "zkglobal.h"
 
+#include <cstdarg>
 #include <functional>
 #include <iosfwd>
 #include <string>
@@ -43,6 +44,12 @@ class ZK_EXPORT ZkString
         std::enable_if_t<(std::is_same<A, char>::value && std::is_same<B, char>::value) ||
                              (std::is_same<A, char>::value && std::is_same<B, ZkUcs2>::value) ||
                              (std::is_same<A, ZkUcs2>::value && std::is_same<B, char>::value),
+                         int>;
+
+    // A number that is no character.
+    template <typename Integer>
+    using IfInteger =
+        std::enable_if_t<std::is_integral<Integer>::value && !std::is_same<Integer, char>::value,
                          int>;
 
 public:
@@ -340,7 +347,144 @@ public:
         return remove(unitOf(c), cs);
     }
 
-    // Numbers and text into text, text into numbers.
+    // Values into text. An escape is '%', an 'L' if the locale's form is meant, and
+    // one or two digits of any script (`ZkUnicodeTables`): `%0` to `%99`. The
+    // members `arg` replace all escapes of the lowest number there is, so that each
+    // call fills the next place:
+    //
+    //     ZkString("%1 of %2").arg(3).arg(12)     // "3 of 12"
+    //
+    // A value is padded to the absolute `fieldWidth`, in front when that is
+    // positive, behind when negative. A text without an escape comes back shared,
+    // and "ZkString::arg(): %x argument missing" is printed.
+
+    ZkString arg(const ZkString &a, int fieldWidth = 0, ZkUcs2 fillChar = ' ') const;
+    template <typename Char, IfChar<Char> = 0>
+    ZkString arg(const ZkString &a, int fieldWidth, Char fillChar) const
+    {
+        return arg(a, fieldWidth, unitOf(fillChar));
+    }
+
+    /// A character; a `char` is zero-extended.
+    ZkString arg(ZkUcs2 a, int fieldWidth = 0, ZkUcs2 fillChar = ' ') const;
+    template <typename Char, IfChar<Char> = 0>
+    ZkString arg(Char a, int fieldWidth = 0, ZkUcs2 fillChar = ' ') const
+    {
+        return arg(unitOf(a), fieldWidth, fillChar);
+    }
+    template <typename Unit, typename Char, IfUnits<Unit, Char> = 0, IfChar<Char> = 0>
+    ZkString arg(Unit a, int fieldWidth, Char fillChar) const
+    {
+        return arg(unitOf(a), fieldWidth, unitOf(fillChar));
+    }
+
+    /// An integer in `base` (10 unless 2 to 36); any other base than 10 shows the
+    /// 64-bit two's complement of a negative one. A `%L` escape gets the symbols of
+    /// `ZkLocale` and group separators. In base 10 fill '0' with a positive width
+    /// puts zeros behind the sign: -5 in width 4 is "-005".
+    ZkString arg(long long a, int fieldWidth = 0, int base = 10, ZkUcs2 fillChar = ' ') const;
+    ZkString arg(unsigned long long a, int fieldWidth = 0, int base = 10,
+                 ZkUcs2 fillChar = ' ') const;
+    ZkString arg(int a, int fieldWidth = 0, int base = 10, ZkUcs2 fillChar = ' ') const;
+    ZkString arg(unsigned a, int fieldWidth = 0, int base = 10, ZkUcs2 fillChar = ' ') const;
+    ZkString arg(long a, int fieldWidth = 0, int base = 10, ZkUcs2 fillChar = ' ') const;
+    ZkString arg(unsigned long a, int fieldWidth = 0, int base = 10, ZkUcs2 fillChar = ' ') const;
+    template <typename Integer, typename Char, IfInteger<Integer> = 0, IfChar<Char> = 0>
+    ZkString arg(Integer a, int fieldWidth, int base, Char fillChar) const
+    {
+        return arg(a, fieldWidth, base, unitOf(fillChar));
+    }
+
+    /// A double as `number` writes it; escapes and fill '0' as above.
+    ZkString arg(double a, int fieldWidth = 0, char format = 'g', int precision = -1,
+                 ZkUcs2 fillChar = ' ') const;
+    template <typename Char, IfChar<Char> = 0>
+    ZkString arg(double a, int fieldWidth, char format, int precision, Char fillChar) const
+    {
+        return arg(a, fieldWidth, format, precision, unitOf(fillChar));
+    }
+
+    /// Becomes what `printf` would print for ASCII text: flags, width, precision,
+    /// length modifiers and conversions are its own, numbers are written by
+    /// `ZkLocale` with '.', whatever the host's locale is. What differs:
+    /// - text between directives is taken byte by byte, 0xE9 as U+00E9; 's' is UTF-8
+    ///   and its precision counts bytes, "ls" is `const ZkUcs2 *` with a 0 at its end;
+    /// - 'c' is one byte, "lc" one unit; "'" groups by `ZkLocale::mGroupSeparator`;
+    /// - a null text is "(null)", a null pointer 0x0; 'n' stores units;
+    /// - 'x' and 'd' show at least one digit, '#' puts "0x" before 0 too;
+    /// - width and precision end at 1048576; a directive that is cut off or unknown
+    ///   is text.
+    /// Arguments may lie in this string's own text.
+    ZkString &sprintf(const char *format, ...);
+    ZkString &vsprintf(const char *format, std::va_list arguments);
+
+    /// An integer in `base` (10 unless 2 to 36), as for `arg`.
+    static ZkString number(long long n, int base = 10);
+    static ZkString number(unsigned long long n, int base = 10);
+    static ZkString number(int n, int base = 10);
+    static ZkString number(unsigned n, int base = 10);
+    static ZkString number(long n, int base = 10);
+    static ZkString number(unsigned long n, int base = 10);
+
+    /// A double: 'e' is d.ddde+dd and 'f' ddd.ddd with `precision` digits behind the
+    /// point; 'g', as any other letter, is the shorter of both with that many
+    /// significant digits. Capitals give upper-case text; a negative precision is 6.
+    static ZkString number(double n, char format = 'g', int precision = -1);
+
+    /// Becomes `number(n, ...)`.
+    template <typename Number, typename... Format>
+    ZkString &setNum(Number n, Format... format)
+    {
+        return *this = number(n, format...);
+    }
+
+    // Text into numbers, by the readers of `ZkLocale` without group separators. A
+    // failure gives 0 and `*ok` false; `ok` may be null. A base is 2 to 36, or 0 to
+    // go by "0x" and "0" in front.
+
+    long long toLongLong(bool *ok = nullptr, int base = 10) const;
+    unsigned long long toULongLong(bool *ok = nullptr, int base = 10) const;
+    int toInt(bool *ok = nullptr, int base = 10) const;
+    unsigned toUInt(bool *ok = nullptr, int base = 10) const;
+
+    /// These fail outside 32 bits on every machine.
+    long toLong(bool *ok = nullptr, int base = 10) const;
+    unsigned long toULong(bool *ok = nullptr, int base = 10) const;
+
+    /// These look at the low 32 bits only: "4294967301" is 5.
+    short toShort(bool *ok = nullptr, int base = 10) const;
+    unsigned short toUShort(bool *ok = nullptr, int base = 10) const;
+
+    double toDouble(bool *ok = nullptr) const;
+
+    /// Fails where the double is finite and the float would not be.
+    float toFloat(bool *ok = nullptr) const;
+
+    // Padding, white space and case. Text that stays as it is comes back shared.
+
+    /// At least `width` units, with `fill` behind (in front of) the text; with
+    /// `truncate` a longer text is cut to its first `width` units, unless negative.
+    ZkString leftJustified(int width, ZkUcs2 fill = ' ', bool truncate = false) const;
+    ZkString rightJustified(int width, ZkUcs2 fill = ' ', bool truncate = false) const;
+    template <typename Char, IfChar<Char> = 0>
+    ZkString leftJustified(int width, Char fill, bool truncate = false) const
+    {
+        return leftJustified(width, unitOf(fill), truncate);
+    }
+    template <typename Char, IfChar<Char> = 0>
+    ZkString rightJustified(int width, Char fill, bool truncate = false) const
+    {
+        return rightJustified(width, unitOf(fill), truncate);
+    }
+
+    /// Without white space (`ZkUnicode::isSpace`) at both ends, and with one blank for
+    /// each run of it inside.
+    ZkString simplified() const;
+
+    /// Each unit in upper (lower) case, as by `ZkUnicode`; a low surrogate behind a
+    /// high one is mapped by the row that the pair's code point finds in the table.
+    ZkString toUpper() const;
+    ZkString toLower() const;
 
     // UTF-8 and the standard library's texts.
 
@@ -416,6 +560,46 @@ inline ZkUcs2 ZkString::at(int i) const
     ZK_CHECK_AT(i < d->size, "i < size()", "../include/pub/zkstring", 302,
                 "ZkUcs2 ZkString::at(int) const");
     return i < 0 ? ZkUcs2(0) : d->data[i];
+}
+
+inline ZkString ZkString::arg(int a, int fieldWidth, int base, ZkUcs2 fillChar) const
+{
+    return arg(static_cast<long long>(a), fieldWidth, base, fillChar);
+}
+
+inline ZkString ZkString::arg(unsigned a, int fieldWidth, int base, ZkUcs2 fillChar) const
+{
+    return arg(static_cast<unsigned long long>(a), fieldWidth, base, fillChar);
+}
+
+inline ZkString ZkString::arg(long a, int fieldWidth, int base, ZkUcs2 fillChar) const
+{
+    return arg(static_cast<long long>(a), fieldWidth, base, fillChar);
+}
+
+inline ZkString ZkString::arg(unsigned long a, int fieldWidth, int base, ZkUcs2 fillChar) const
+{
+    return arg(static_cast<unsigned long long>(a), fieldWidth, base, fillChar);
+}
+
+inline ZkString ZkString::number(int n, int base)
+{
+    return number(static_cast<long long>(n), base);
+}
+
+inline ZkString ZkString::number(unsigned n, int base)
+{
+    return number(static_cast<unsigned long long>(n), base);
+}
+
+inline ZkString ZkString::number(long n, int base)
+{
+    return number(static_cast<long long>(n), base);
+}
+
+inline ZkString ZkString::number(unsigned long n, int base)
+{
+    return number(static_cast<unsigned long long>(n), base);
 }
 
 inline std::string ZkString::toStdString() const
