@@ -41,7 +41,8 @@ struct ZkColor {
 ///
 ///     ZkBitmap bitmap("logo.bmp");
 ///     if (bitmap.isOpen()) {
-///         std::vector<unsigned char> pixels(std::size_t(bitmap.width()) * bitmap.height() * 4);
+///         std::vector<unsigned char> pixels(4 * std::size_t(bitmap.width()) *
+///                                           std::size_t(bitmap.height()));
 ///         bitmap.decode(pixels.data()); // blue, green, red, alpha; top row first
 ///     }
 ///
@@ -100,7 +101,9 @@ public:
     /// True when the headers were accepted: `decode` has something to read.
     bool isOpen() const { return m_file != nullptr; }
 
-    /// Size in pixels, both above 0 once headers were accepted, else 0.
+    /// Size in pixels, both above 0 once headers were accepted, else 0. This is what
+    /// the header claims, however few bytes follow: set a limit of your own before
+    /// you allocate for it, and multiply in 64 bits.
     int width() const { return m_width; }
     int height() const { return m_height; }
 
