@@ -125,7 +125,7 @@ void writeRows(std::FILE *file, const Layout &layout, int height, const unsigned
 
 } // namespace
 
-int BmpData::SaveImage(const char *path, Image *image)
+int BmpData::SaveImage(const char *path, const Image *image)
 {
     std::FILE *file = path == nullptr || image == nullptr ? nullptr : std::fopen(path, "wb");
     if (file == nullptr) {
@@ -145,16 +145,16 @@ int BmpData::SaveImage(const char *path, Image *image)
     return std::fclose(file);
 }
 
-int BmpData::SaveImage(const char *path, GlyphBitmap *glyph)
+int BmpData::SaveImage(const char *path, const GlyphBitmap *glyph)
 {
     if (glyph == nullptr) {
         return 0;
     }
-    Image image = {glyph->width, glyph->height, kGrey, glyph->pixels};
+    const Image image = {glyph->width, glyph->height, kGrey, glyph->pixels};
     return SaveImage(path, &image);
 }
 
-void BmpData::showImageDate(GlyphBitmap *glyph)
+void BmpData::showImageDate(const GlyphBitmap *glyph)
 {
     if (glyph == nullptr) {
         return;

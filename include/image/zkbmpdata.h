@@ -35,16 +35,16 @@ public:
     ///
     /// Sizes below 0 count as 0; null `pixels` are written as zeros. With a null
     /// `path` or `image` no file is written.
-    int SaveImage(const char *path, Image *image);
+    int SaveImage(const char *path, const Image *image);
 
     /// The same for the coverage bytes of `glyph`, as a grey image. A glyph whose
     /// pixels were trimmed is written as zeros.
-    int SaveImage(const char *path, GlyphBitmap *glyph);
+    int SaveImage(const char *path, const GlyphBitmap *glyph);
 
     /// Prints the rows and columns of `glyph`, then a line of text for each row:
     /// a blank for 0, '0' for full coverage (255), '1' for everything between.
     /// Of a glyph without pixels only the first line; for null nothing.
-    void showImageDate(GlyphBitmap *glyph); // sic: the exported name
+    void showImageDate(const GlyphBitmap *glyph); // sic: the exported name
 };
 
 #endif
