@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,57 @@ struct File {
         result.insert(result.end(), rows.begin(), rows.end());
         return result;
     }
+};
+
+/// A colour table of `entries` different colours, its fourth bytes 0 as most files have them.
+inline Bytes colorTable(int entries)
+{
+    Bytes table;
+    for (int i = 0; i < entries; ++i) {
+        appendNumber(table, static_cast<unsigned>(i) * 0x010305u + 0x102030u, 3);
+        table.push_back(0);
+    }
+    return table;
+}
+
+inline Bytes randomBytes(std::mt19937 &random, std::size_t count)
+{
+    Bytes bytes(count);
+    for (unsigned char &byte : bytes) {
+        byte = static_cast<unsigned char>(random());
+    }
+    return bytes;
+}
+
+/// A sound file of random pixels.
+inline File randomFile(std::mt19937 &random, unsigned depth, std::uint32_t compression, int width,
+                       int height)
+{
+    File file;
+    file.width = width;
+    file.height = height;
+    file.depth = depth;
+    file.compression = compression;
+    if (depth < 16) {
+        file.table = colorTable(1 << depth);
+    } else if (compression == 3) {
+        for (unsigned mask : {0xF800u, 0x07E0u, 0x001Fu}) {
+            appendNumber(file.table, mask, 4);
+        }
+    }
+    const std::size_t rowBytes = (static_cast<std::size_t>(width) * depth + 31) / 32 * 4;
+    file.rows = randomBytes(random, rowBytes * static_cast<std::size_t>(height));
+    return file;
+}
+
+/// Everything that is read.
+constexpr struct Kind {
+    const char *what;
+    unsigned depth;
+    std::uint32_t compression;
+} kKinds[] = {
+    {"1 bit", 1, 0},           {"4 bits", 4, 0},   {"8 bits", 8, 0},   {"16 bits, 5-5-5", 16, 0},
+    {"16 bits, 5-6-5", 16, 3}, {"24 bits", 24, 0}, {"32 bits", 32, 0},
 };
 
 /// What reading a file gives.

@@ -23,7 +23,12 @@
 #endif
 
 using bmpmodel::Bytes;
+using bmpmodel::colorTable;
 using bmpmodel::File;
+using bmpmodel::Kind;
+using bmpmodel::kKinds;
+using bmpmodel::randomBytes;
+using bmpmodel::randomFile;
 
 // A table that memory failed to give cannot be had otherwise.
 struct ZkInspector {
@@ -153,56 +158,6 @@ Bytes packedRows(const std::vector<unsigned> &values, int width, int bits)
     }
     return rows;
 }
-
-// A colour table of `entries` different colours, its fourth bytes 0 as most files have them.
-Bytes colorTable(int entries)
-{
-    Bytes table;
-    for (int i = 0; i < entries; ++i) {
-        bmpmodel::appendNumber(table, static_cast<unsigned>(i) * 0x010305u + 0x102030u, 3);
-        table.push_back(0);
-    }
-    return table;
-}
-
-Bytes randomBytes(std::mt19937 &random, std::size_t count)
-{
-    Bytes bytes(count);
-    for (unsigned char &byte : bytes) {
-        byte = static_cast<unsigned char>(random());
-    }
-    return bytes;
-}
-
-// A sound file of random pixels.
-File randomFile(std::mt19937 &random, unsigned depth, std::uint32_t compression, int width,
-                int height)
-{
-    File file;
-    file.width = width;
-    file.height = height;
-    file.depth = depth;
-    file.compression = compression;
-    if (depth < 16) {
-        file.table = colorTable(1 << depth);
-    } else if (compression == 3) {
-        for (unsigned mask : {0xF800u, 0x07E0u, 0x001Fu}) {
-            bmpmodel::appendNumber(file.table, mask, 4);
-        }
-    }
-    const std::size_t rowBytes = (static_cast<std::size_t>(width) * depth + 31) / 32 * 4;
-    file.rows = randomBytes(random, rowBytes * static_cast<std::size_t>(height));
-    return file;
-}
-
-const struct Kind {
-    const char *what;
-    unsigned depth;
-    std::uint32_t compression;
-} kKinds[] = {
-    {"1 bit", 1, 0},           {"4 bits", 4, 0},   {"8 bits", 8, 0},   {"16 bits, 5-5-5", 16, 0},
-    {"16 bits, 5-6-5", 16, 3}, {"24 bits", 24, 0}, {"32 bits", 32, 0},
-};
 
 int openDescriptors()
 {
