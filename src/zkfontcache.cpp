@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-pthread_rwlock_t zkFontLock = PTHREAD_RWLOCK_INITIALIZER;
+ZkFontLock zkFontLock;
 
 ZkFontCache *ZkFontCache::m_pMyself = nullptr;
 ZkFreetype *ZkFontCache::m_pFtEngine = nullptr;

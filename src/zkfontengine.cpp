@@ -5,6 +5,30 @@
 #include "zkthai.h"
 
 #include <algorithm>
+#include <cstring>
+
+namespace
+{
+
+// False when no unit can be Hebrew or Arabic, which is most text: all letters of
+// both lie above U+0400. Looks at four units at a time.
+bool mayBeRightToLeft(const ZkUcs2 *text, int n)
+{
+    constexpr std::uint64_t kHighBits = 0xFC00FC00FC00FC00U;
+    std::uint64_t high = 0;
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        std::uint64_t four = 0;
+        std::memcpy(&four, text + i, sizeof four);
+        high |= four & kHighBits;
+    }
+    for (; i < n; ++i) {
+        high |= text[i] & kHighBits;
+    }
+    return high != 0;
+}
+
+} // namespace
 
 ZkFontEngine::ZkFontEngine() : m_cache(ZkFontCache::instance())
 {
@@ -34,6 +58,9 @@ void ZkFontEngine::lanuguageRules(const ZkString &text)
     m_length = text.size();
     m_text.replace(m_text.size(), 0, text.constData(), text.size());
     const int size = m_text.size();
+    if (!mayBeRightToLeft(m_text.constData(), size)) {
+        return;
+    }
     if (isIncludeHebrew(m_text.constData(), size) != 0) {
         m_rightToLeft = 1;
         reversalHebrew(m_text.data(), size);

@@ -110,7 +110,7 @@ void ZkFonteUnitCache::clean()
 
 GlyphBitmap *ZkFonteUnitCache::fontTable(unsigned short unicode, ZkFont font) const
 {
-    return m_table.isEmpty() ? nullptr : m_table.value(key(unicode, font.attr()));
+    return find(key(unicode, font.attr()));
 }
 
 GlyphBitmap *ZkFonteUnitCache::addFontInfo(const GlyphBitmap &record)

@@ -33,7 +33,8 @@ ZkFontMetrics::ZkFontMetrics(const ZkString &string, const ZkFont &font, int lin
       boldFace(font.isBoldFace()),
       alignment(AlignHCenter | AlignVCenter)
 {
-    engine->resloveText(string, font);
+    engine->lanuguageRules(string);
+    engine->fillGlypBitMapInfo(font);
 }
 
 ZkFontMetrics::~ZkFontMetrics()
@@ -227,26 +228,30 @@ ZkVector<ZkVector<const GlyphBitmap *>> ZkFontMetrics::subGlyphBitmap()
     if (lines.isEmpty()) {
         divideText();
     }
-    cutGlyphs();
+    for (int i = lineGlyphs.size(); i < lines.size(); ++i) {
+        lineGlyphs.append(cutGlyphs(i));
+    }
     return lineGlyphs;
 }
 
-// Cuts the glyph vector into one vector a line and makes the paint records of
-// them, unless that was done since the last division.
-void ZkFontMetrics::cutGlyphs()
+// The glyphs of line `index`, in a block shared with the glyphs of the whole text or
+// with the line's paint record where those are the same glyphs.
+ZkVector<const GlyphBitmap *> ZkFontMetrics::cutGlyphs(int index) const
 {
     const ZkVector<const GlyphBitmap *> &glyphs = engine->glyphs();
-    for (int i = lineGlyphs.size(); i < lines.size(); ++i) {
-        const Line &line = std::as_const(lines)[i];
-        const bool isWholeText = line.start == 0 && line.end == glyphs.size();
-        lineGlyphs.append(isWholeText
-                              ? glyphs
-                              : ZkVector<const GlyphBitmap *>(glyphs.constData() + line.start,
-                                                              line.end - line.start));
-        const ZkRect rect = lineRect(i);
-        paintInfos.append(
-            {rect.left(), rect.top(), rect.right(), rect.bottom(), lineGlyphs.last()});
+    const Line &line = lines[index];
+    const int count = line.end - line.start;
+    if (count == glyphs.size()) {
+        return glyphs;
     }
+    const GlyphBitmap *const *first = glyphs.constData() + line.start;
+    if (index < paintInfos.size()) { // the host may have changed its record
+        const ZkVector<const GlyphBitmap *> &painted = paintInfos[index].glyphs;
+        if (std::equal(painted.begin(), painted.end(), first, first + count)) {
+            return painted;
+        }
+    }
+    return ZkVector<const GlyphBitmap *>(first, count);
 }
 
 ZkVector<PaintInfo> &ZkFontMetrics::paintInfoList()
@@ -255,7 +260,6 @@ ZkVector<PaintInfo> &ZkFontMetrics::paintInfoList()
     if (lines.isEmpty()) {
         return paintInfos;
     }
-    cutGlyphs();
     if ((alignment & HorizontalMask) == 0) {
         alignment += AlignLeft;
     }

@@ -10,46 +10,12 @@
 namespace
 {
 
-// Both tables below map the characters of one piece of text to numbers from 1 on;
-// 0 means not entered yet.
-
-constexpr int kShortText = 32;
 constexpr int kLongestPiece = 65535; // so that numbers and counts fit 16 bits
 
-/// For texts of up to `kShortText` characters: 64 slots, so setting it up costs next
-/// to nothing. Letters of one script rarely meet in a slot; those that do go to the
-/// next free one.
-class ShortTable
-{
-public:
-    unsigned find(ZkUcs2 code) const { return m_slots[slotOf(code)]; }
-
-    void enter(ZkUcs2 code, unsigned number)
-    {
-        m_slots[slotOf(code)] = static_cast<std::uint8_t>(number);
-        m_codes[number - 1] = code;
-    }
-
-private:
-    static constexpr unsigned kSlots = 2 * kShortText;
-
-    // Where `code` is, or else where it belongs. Half the slots are always free.
-    unsigned slotOf(ZkUcs2 code) const
-    {
-        unsigned slot = code % kSlots;
-        while (m_slots[slot] != 0 && m_codes[m_slots[slot] - 1] != code) {
-            slot = (slot + 1) % kSlots;
-        }
-        return slot;
-    }
-
-    std::uint8_t m_slots[kSlots] = {};
-    ZkUcs2 m_codes[kShortText];
-};
-
-/// For longer texts: the high byte of a character names a page, the low byte its
-/// cell. Page 0 stands for all pages that no character needed yet and stays zero.
-/// The pages of most texts, up to `kInlinePages`, are part of the object.
+/// Maps the characters of one piece of text to numbers from 1 on; 0 means not entered
+/// yet. The high byte of a character names a page, the low byte its cell. Page 0
+/// stands for all pages that no character needed yet and stays zero. The pages of
+/// most texts, up to `kInlinePages`, are part of the object.
 class PagedTable
 {
 public:
@@ -116,10 +82,10 @@ void ZkGlyphLease::fetch(const ZkUcs2 *codes, int n, const ZkFont &font, const G
     }
     while (n > 0) {
         const int piece = std::min(n, kLongestPiece);
-        if (piece <= kShortText) {
-            fetchPiece<ShortTable>(codes, piece, font, out);
+        if (piece <= InlineUses - m_size) {
+            fetchShort(codes, piece, font, out);
         } else {
-            fetchPiece<PagedTable>(codes, piece, font, out);
+            fetchPiece(codes, piece, font, out);
         }
         codes += piece;
         out += piece;
@@ -137,29 +103,61 @@ void ZkGlyphLease::giveBack()
     forget();
 }
 
-template <typename Table>
+// A short text has few characters twice: telling them apart would cost more than
+// looking each one up.
+void ZkGlyphLease::fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font,
+                              const GlyphBitmap **out)
+{
+    ZkFontCache *cache = ZkFontCache::instance();
+    const int styleKey = ZkFontCache::key(0, font.attr());
+    Use *uses = m_uses + m_size;
+    bool allThere = true;
+    {
+        const ZkFontReadLock lock;
+        for (int i = 0; i < n; ++i) {
+            const GlyphBitmap *glyph = cache->find(styleKey | codes[i]);
+            if (glyph != nullptr && glyph->pixels != nullptr) {
+                glyph->retain();
+            } else {
+                glyph = nullptr;
+                allThere = false;
+            }
+            out[i] = glyph;
+            uses[i] = Use{glyph, 1};
+        }
+    }
+    m_size += n;
+    for (int i = 0; !allThere && i < n; ++i) {
+        if (out[i] == nullptr) {
+            out[i] = uses[i].glyph = cache->render(codes[i], font, true, 1);
+        }
+    }
+}
+
 void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
                               const GlyphBitmap **out)
 {
     ZkFontCache *cache = ZkFontCache::instance();
+    const int styleKey = ZkFontCache::key(0, font.attr());
     const int first = m_size;
-    Table numbers;
+    PagedTable numbers;
     bool allThere = true;
     {
         const ZkFontReadLock lock;
-        Use *uses = m_uses + first;
+        Use *uses = m_uses + first - 1; // numbers start at 1
         for (int i = 0; i < n; ++i) {
-            unsigned number = numbers.find(codes[i]);
+            const ZkUcs2 code = codes[i];
+            unsigned number = numbers.find(code);
             if (number == 0) {
-                const GlyphBitmap *glyph = cache->fontTable(codes[i], font);
+                const GlyphBitmap *glyph = cache->find(styleKey | code);
                 const bool isThere = glyph != nullptr && glyph->pixels != nullptr;
                 allThere = allThere && isThere;
                 append(isThere ? glyph : nullptr);
                 number = static_cast<unsigned>(m_size - first);
-                numbers.enter(codes[i], number);
-                uses = m_uses + first;
+                numbers.enter(code, number);
+                uses = m_uses + first - 1;
             }
-            Use &use = uses[number - 1];
+            Use &use = uses[number];
             ++use.count;
             out[i] = use.glyph;
         }
@@ -181,19 +179,24 @@ void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
     }
 }
 
-void ZkGlyphLease::append(const GlyphBitmap *glyph)
+inline void ZkGlyphLease::append(const GlyphBitmap *glyph)
 {
     if (m_size == m_capacity) {
-        const bool inObject = m_uses == m_inline;
-        m_capacity *= 4;
-        void *grown = zkReallocate(inObject ? nullptr : m_uses,
-                                   std::int64_t(m_capacity) * static_cast<int>(sizeof(Use)));
-        m_uses = static_cast<Use *>(grown);
-        if (inObject) {
-            std::memcpy(m_uses, m_inline, sizeof m_inline);
-        }
+        grow();
     }
     m_uses[m_size++] = Use{glyph, 0};
+}
+
+void ZkGlyphLease::grow()
+{
+    const bool inObject = m_uses == m_inline;
+    m_capacity *= 4;
+    void *grown = zkReallocate(inObject ? nullptr : m_uses,
+                               std::int64_t(m_capacity) * static_cast<int>(sizeof(Use)));
+    m_uses = static_cast<Use *>(grown);
+    if (inObject) {
+        std::memcpy(m_uses, m_inline, sizeof m_inline);
+    }
 }
 
 void ZkGlyphLease::forget()

@@ -78,7 +78,7 @@ int ZkFontMetrics::LineDivider::addLetters(int i)
     int end = i;
     do {
         pixels += glyphs[end++]->advance;
-    } while (end < count && zkBreakClass(units[end]) == ZkBreakClass::Letter);
+    } while (end < count && zkIsLetter(units[end]));
     pixels += std::int64_t(spacing) * (end - i);
 
     if (startsWord(i)) {
@@ -177,5 +177,9 @@ int ZkFontMetrics::divideText()
     rects.clear();
     lines.clear();
     LineDivider(*this, lines).run();
+    for (int i = 0; i < lines.size(); ++i) {
+        const ZkRect rect = lineRect(i);
+        paintInfos.append({rect.left(), rect.top(), rect.right(), rect.bottom(), cutGlyphs(i)});
+    }
     return 0;
 }

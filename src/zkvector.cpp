@@ -138,7 +138,9 @@ int ZkVectorData::growBy(const ZkVectorData *x, int count, int sizeofT, bool exc
     }
     const int sizeofTypedData = static_cast<int>(sizeof(ZkVectorData)) + sizeofT;
     int capacity = x->alloc;
-    if (count > 0 && !x->ref.isOne()) { // the first append to a shared block sizes it afresh
+    if (count > 0 &&
+        !zkIsUnshared(
+            x, &ZkVectorData::shared_null)) { // the first append to a shared block sizes it afresh
         capacity = grow(sizeofTypedData, x->size + 1, sizeofT, excessive);
     }
     while (capacity < size) {
@@ -157,11 +159,11 @@ ZkVectorData *ZkVectorData::create(const ZkVectorData *like, int aalloc, int siz
 ZkVectorData *ZkVectorData::resizePlain(ZkVectorData *x, int asize, int aalloc, int sizeofT)
 {
     const int oldSize = x->size;
-    if (!x->ref.isOne()) {
+    if (!zkIsUnshared(x, &ZkVectorData::shared_null)) {
         ZkVectorData *copy = create(x, aalloc, sizeofT);
         const std::int64_t bytes = static_cast<std::int64_t>(std::min(asize, oldSize)) * sizeofT;
         std::memcpy(copy + 1, x + 1, static_cast<std::size_t>(bytes));
-        if (!x->ref.deref()) {
+        if (zkRelease(x, &ZkVectorData::shared_null)) {
             freeData(x, kAllocatorAlignment);
         }
         x = copy;

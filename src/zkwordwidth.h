@@ -32,6 +32,13 @@ constexpr ZkBreakClass zkBreakClass(ZkUcs2 c)
     return breakAnywhere ? ZkBreakClass::BreakAnywhere : ZkBreakClass::Letter;
 }
 
+/// Whether the word that `c` stands in goes on with it, the quick way for the units
+/// that most texts are made of.
+constexpr bool zkIsLetter(ZkUcs2 c)
+{
+    return c < kZkFirstThai ? c != 0x0020 && c != 0x000A : zkBreakClass(c) == ZkBreakClass::Letter;
+}
+
 /// The width of the word that starts at `units[0]`, with `charSpacing` after each
 /// of its characters; units from `n` on are not looked at. A newline or a
 /// break-anywhere character is a word of its own, a space has none. Every Thai

@@ -112,6 +112,38 @@ struct ZkRefCount {
     }
 };
 
+/// Owners of a block that may be `empty`, the static one that all empty containers
+/// of a kind share. It is never freed and never written, and once the process has
+/// several threads it is not counted either: threads that count in one cache line
+/// wait for each other.
+template <typename Block>
+inline void zkRetain(Block *block, const Block *empty)
+{
+    if (block != empty || ZK_SINGLE_THREADED()) {
+        block->ref.ref();
+    }
+}
+
+/// Gives up one share. True when it was the last one: the block is the caller's to free.
+template <typename Block>
+inline bool zkRelease(Block *block, const Block *empty)
+{
+    if (block != empty) {
+        return !block->ref.deref();
+    }
+    if (ZK_SINGLE_THREADED()) {
+        --block->ref.value;
+    }
+    return false;
+}
+
+/// True when the block may be written: it has one owner and is not `empty`.
+template <typename Block>
+inline bool zkIsUnshared(const Block *block, const Block *empty)
+{
+    return block != empty && block->ref.isOne();
+}
+
 /// Opens the private block of a container to the test that looks into it; the
 /// library defines no such type.
 struct ZkInspector;

@@ -164,7 +164,7 @@ public:
         Node *node;
     };
 
-    ZkHash() : d(&ZkHashData::shared_null) { d->ref.ref(); }
+    ZkHash() : d(&ZkHashData::shared_null) { zkRetain(d, &ZkHashData::shared_null); }
     ZkHash(const ZkHash &other);
     /// Leaves `other` empty.
     ZkHash(ZkHash &&other) noexcept : ZkHash() { swap(other); }
@@ -225,6 +225,7 @@ private:
     static void duplicateNode(ZkHashData::Node *from, void *to);
     static void deleteNode2(ZkHashData::Node *node) { concrete(node)->~Node(); }
     static void release(ZkHashData *x);
+    bool isUnshared() const { return zkIsUnshared<ZkHashData>(d, &ZkHashData::shared_null); }
     void detach();
     void detach_helper();
     Node *createNode(const K &key, const T &value);
@@ -270,7 +271,7 @@ inline unsigned ZkHashData::bucketOf(unsigned h) const
 template <typename K, typename T>
 inline ZkHash<K, T>::ZkHash(const ZkHash &other) : d(other.d)
 {
-    d->ref.ref();
+    zkRetain(d, &ZkHashData::shared_null);
     if (!d->sharable) {
         detach();
     }
@@ -295,7 +296,7 @@ ZkHash<K, T> &ZkHash<K, T>::operator=(ZkHash &&other) noexcept
 template <typename K, typename T>
 inline void ZkHash<K, T>::release(ZkHashData *x)
 {
-    if (!x->ref.deref()) {
+    if (zkRelease(x, &ZkHashData::shared_null)) {
         x->free_helper(deleteNode2);
     }
 }
@@ -314,7 +315,7 @@ void ZkHash<K, T>::duplicateNode(ZkHashData::Node *from, void *to)
 template <typename K, typename T>
 inline void ZkHash<K, T>::detach()
 {
-    if (!d->ref.isOne()) {
+    if (!isUnshared()) {
         detach_helper();
     }
 }
@@ -392,7 +393,7 @@ typename ZkHash<K, T>::Node *ZkHash<K, T>::createNode(const K &key, const T &val
 template <typename K, typename T>
 T &ZkHash<K, T>::operator[](const K &key)
 {
-    const ZkHash keep(d->ref.isOne() ? ZkHash() : *this); // `key` may live in the shared table
+    const ZkHash keep(isUnshared() ? ZkHash() : *this); // `key` may live in the shared table
     detach();
     Node *node = *findNode(key);
     return (node != endNode() ? node : createNode(key, T()))->value;
@@ -401,7 +402,7 @@ T &ZkHash<K, T>::operator[](const K &key)
 template <typename K, typename T>
 void ZkHash<K, T>::insert(const K &key, const T &value)
 {
-    if (!d->ref.isOne()) {
+    if (!isUnshared()) {
         const ZkHash keep(*this); // `key` and `value` may live in the shared table
         detach_helper();
         insert(key, value);
@@ -421,7 +422,7 @@ bool ZkHash<K, T>::remove(const K &key)
     if (!contains(key)) {
         return false;
     }
-    if (!d->ref.isOne()) {
+    if (!isUnshared()) {
         const ZkHash keep(*this);
         detach_helper();
         return remove(key);

@@ -41,6 +41,8 @@ struct ZK_EXPORT ZkListData {
 
     int size() const { return d->end - d->begin; }
     bool isEmpty() const { return d->end == d->begin; }
+    /// True when the block may be written; every structural operation below checks it.
+    bool isUnshared() const { return zkIsUnshared<Data>(d, &shared_null); }
     /// The used slots, and the end of them.
     void **begin() const { return d->array + d->begin; }
     void **end() const { return d->array + d->end; }
@@ -165,7 +167,7 @@ public:
     typedef std::ptrdiff_t difference_type;
 
     /// An empty list; allocates nothing.
-    ZkList() noexcept : p{&ZkListData::shared_null} { p.d->ref.ref(); }
+    ZkList() noexcept : p{&ZkListData::shared_null} { zkRetain(p.d, &ZkListData::shared_null); }
     ZkList(std::initializer_list<T> values) : ZkList(values.begin(), values.end()) {}
     /// Copies of first, first + 1, ... up to `last`, which is left out.
     template <typename Iterator, typename = typename std::iterator_traits<Iterator>::value_type>
@@ -314,7 +316,7 @@ void ZkList<T>::deleteNodes(void **first, void **stop)
 template <typename T>
 inline void ZkList<T>::release(ZkListData::Data *x)
 {
-    if (!x->ref.deref()) {
+    if (zkRelease(x, &ZkListData::shared_null)) {
         deleteNodes(x->array + x->begin, x->array + x->end);
         std::free(x);
     }
@@ -332,7 +334,7 @@ ZkList<T>::ZkList(Iterator first, Iterator last) : ZkList()
 template <typename T>
 inline ZkList<T>::ZkList(const ZkList &other) : p(other.p)
 {
-    p.d->ref.ref();
+    zkRetain(p.d, &ZkListData::shared_null);
     if (!p.d->sharable) {
         detach_helper(p.d->alloc);
     }
@@ -357,7 +359,7 @@ inline ZkList<T> &ZkList<T>::operator=(ZkList &&other) noexcept
 template <typename T>
 inline void ZkList<T>::detach()
 {
-    if (!p.d->ref.isOne()) {
+    if (!p.isUnshared()) {
         detach_helper(p.d->alloc);
     }
 }
@@ -410,7 +412,7 @@ void ZkList<T>::setSharable(bool on)
 template <typename T>
 void ZkList<T>::reserve(int count)
 {
-    if (!p.d->ref.isOne()) {
+    if (!p.isUnshared()) {
         detach_helper(std::max(count, p.d->alloc));
     } else if (count > p.d->alloc) {
         p.realloc(count);
@@ -421,7 +423,7 @@ void ZkList<T>::reserve(int count)
 template <typename T>
 inline void ZkList<T>::appendNode(Made made)
 {
-    void **const slot = p.d->ref.isOne() ? p.append() : detach_helper_grow(INT32_MAX, 1);
+    void **const slot = p.isUnshared() ? p.append() : detach_helper_grow(INT32_MAX, 1);
     *slot = made.take();
 }
 
@@ -432,7 +434,7 @@ void ZkList<T>::append(const ZkList &other)
     if (n == 0) {
         return;
     }
-    void **to = p.d->ref.isOne() ? p.append(other.p) : detach_helper_grow(INT32_MAX, n);
+    void **to = p.isUnshared() ? p.append(other.p) : detach_helper_grow(INT32_MAX, n);
     p.d->end -= n;
     for (int i = 0; i < n; ++i) { // each element counts once it is copied
         *to++ = makeNode(other.at(i));
@@ -444,7 +446,7 @@ template <typename T>
 void ZkList<T>::insert(int i, const T &value)
 {
     Made made = {makeNode(value)};
-    void **const slot = p.d->ref.isOne() ? p.insert(i) : detach_helper_grow(i, 1);
+    void **const slot = p.isUnshared() ? p.insert(i) : detach_helper_grow(i, 1);
     *slot = made.take();
 }
 

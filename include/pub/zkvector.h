@@ -97,7 +97,7 @@ public:
     typedef std::ptrdiff_t difference_type;
 
     /// An empty vector; allocates nothing.
-    ZkVector() noexcept : d(&ZkVectorData::shared_null) { d->ref.ref(); }
+    ZkVector() noexcept : d(&ZkVectorData::shared_null) { zkRetain(d, &ZkVectorData::shared_null); }
     /// `size` elements, zero or default-constructed, in exactly as many slots.
     /// A negative size counts as 0.
     explicit ZkVector(int size);
@@ -237,7 +237,7 @@ ZkVector<T>::ZkVector(int size, const T &value) : ZkVector()
 template <typename T>
 inline ZkVector<T>::ZkVector(const ZkVector &other) : d(other.d)
 {
-    d->ref.ref();
+    zkRetain(d, &ZkVectorData::shared_null);
     if (!d->sharable) {
         realloc(d->size, d->alloc);
     }
@@ -264,7 +264,7 @@ inline ZkVector<T> &ZkVector<T>::operator=(ZkVector &&other) noexcept
 template <typename T>
 inline void ZkVector<T>::release(ZkVectorData *x)
 {
-    if (x->ref.deref()) {
+    if (!zkRelease(x, &ZkVectorData::shared_null)) {
         return;
     }
     if constexpr (!std::is_trivially_destructible<T>::value) {
@@ -278,7 +278,7 @@ inline void ZkVector<T>::release(ZkVectorData *x)
 template <typename T>
 inline void ZkVector<T>::detach()
 {
-    if (!d->ref.isOne()) {
+    if (!zkIsUnshared(d, &ZkVectorData::shared_null)) {
         realloc(d->size, d->alloc);
     }
 }
@@ -295,7 +295,7 @@ void ZkVector<T>::setSharable(bool on)
 template <typename T>
 void ZkVector<T>::reserve(int count)
 {
-    if (count > d->alloc || !d->ref.isOne()) {
+    if (count > d->alloc || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
         realloc(d->size, std::max(count, d->size));
     }
     d->capacity = 1;
@@ -320,7 +320,7 @@ void ZkVector<T>::realloc(int asize, int aalloc)
     if constexpr (kPlain) {
         d = ZkVectorData::resizePlain(d, asize, aalloc, kElement);
     } else {
-        const bool mine = d->ref.isOne();
+        const bool mine = zkIsUnshared(d, &ZkVectorData::shared_null);
         while (mine && d->size > asize) {
             array(d)[d->size - 1].~T();
             --d->size;
@@ -385,7 +385,7 @@ void ZkVector<T>::append(const T *first, int count)
     const std::ptrdiff_t place = inside ? first - own : 0;
 
     const int aalloc = ZkVectorData::growBy(d, count, kElement, !kPlain);
-    if (aalloc != d->alloc || !d->ref.isOne()) {
+    if (aalloc != d->alloc || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
         realloc(d->size, aalloc);
     }
     const T *from = inside ? constData() + place : first;
@@ -400,7 +400,7 @@ T *ZkVector<T>::appendUninitialized(int count)
     const int n = d->size;
     count = std::max(count, 0);
     const int aalloc = ZkVectorData::growBy(d, count, kElement, false);
-    if (aalloc != d->alloc || !d->ref.isOne()) {
+    if (aalloc != d->alloc || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
         realloc(n, aalloc);
     }
     d->size = n + count;

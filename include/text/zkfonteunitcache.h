@@ -73,6 +73,9 @@ public:
     /// The record of a glyph, null when there is none. Never changes the store.
     GlyphBitmap *fontTable(unsigned short unicode, ZkFont font) const;
 
+    /// The record under `key`, null when there is none.
+    GlyphBitmap *find(int key) const;
+
     /// Stores a copy of `record` with its pixels and returns it. A record that is
     /// already there under the same key is no longer found, but stays valid.
     GlyphBitmap *addFontInfo(const GlyphBitmap &record);
@@ -119,6 +122,11 @@ private:
 static_assert(sizeof(ZkFonteUnitCache::BlockUnit) == 12, "a block is 12 bytes on the device");
 static_assert(sizeof(ZkFonteUnitCache) == 16, "the store is 16 bytes on the device");
 #endif
+
+inline GlyphBitmap *ZkFonteUnitCache::find(int key) const
+{
+    return m_table.isEmpty() ? nullptr : m_table.value(key, nullptr);
+}
 
 inline bool ZkFonteUnitCache::isOverLimit() const
 {

@@ -151,7 +151,7 @@ private:
     int lineHeight() const;
     ZkRect lineRect(int index) const;
     void divideIfDirty();
-    void cutGlyphs();
+    ZkVector<const GlyphBitmap *> cutGlyphs(int index) const;
     int verticalOffset() const;
     int alignedLeft(int lineWidth) const;
 

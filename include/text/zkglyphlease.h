@@ -8,13 +8,14 @@
 ///
 /// `fetch` is for many characters what `ZkFontCache::glyph` is for one: use counts,
 /// stored records and pixels come out as if it had been called for each character in
-/// turn. But the lock is taken once for the characters that are there, each distinct
-/// one is looked up once and its use count raised once. Distinct glyphs up to
-/// `InlineUses` need no memory; more of them live in one heap block.
+/// turn. But the lock is taken once for the characters that are there, and in a text
+/// of more than `InlineUses` characters each distinct one is looked up once and its
+/// use count raised once. Up to `InlineUses` glyphs need no memory; more of them live
+/// in one heap block.
 ///
 ///     ZkGlyphLease lease;
 ///     const GlyphBitmap *line[5];
-///     lease.fetch(u"hello", 5, font, line);  // 'h' 'e' 'l' 'o': four uses, 'l' counted twice
+///     lease.fetch(units, 5, font, line); // of "hello": the use count of 'l' is raised by 2
 ///
 /// An object belongs to one thread; objects of different threads may hold the same
 /// glyphs. Records and pixels of the glyphs are good until the lease ends.
@@ -27,7 +28,7 @@ public:
         std::uint32_t count;
     };
 
-    enum { InlineUses = 16 };
+    enum { InlineUses = 24 };
 
     ZkGlyphLease() : m_uses(m_inline), m_size(0), m_capacity(InlineUses), m_generation(0) {}
     ~ZkGlyphLease() { giveBack(); }
@@ -44,17 +45,17 @@ public:
     /// closed meanwhile the records are gone and nothing is counted.
     void giveBack();
 
-    /// The distinct glyphs of each `fetch`, in the order of their first appearance.
-    /// A glyph of several calls, or of a text beyond 65,535 characters, may stand
-    /// here more than once.
+    /// The glyphs with their counts, in the order of their first appearance. A glyph
+    /// may stand here more than once; the counts of all add up to the characters.
     int size() const { return m_size; }
     const Use *begin() const { return m_uses; }
     const Use *end() const { return m_uses + m_size; }
 
 private:
-    template <typename Table>
+    void fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font, const GlyphBitmap **out);
     void fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font, const GlyphBitmap **out);
     void append(const GlyphBitmap *glyph);
+    void grow();
     void forget();
 
     Use *m_uses; ///< `m_inline` or from `malloc`
