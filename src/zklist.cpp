@@ -122,7 +122,7 @@ void ZkListData::realloc(int alloc)
 
 void **ZkListData::append(int n)
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 152, "void** ZkListData::append(int)");
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 152, "void** ZkListData::append(int)");
     n = std::max(n, 0);
     int e = d->end;
     if (n > d->alloc - e) {
@@ -146,7 +146,7 @@ void **ZkListData::append()
 
 void **ZkListData::append(const ZkListData &l)
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 175,
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 175,
                 "void** ZkListData::append(const ZkListData&)");
     const int e = d->end;
     const int n = l.size();
@@ -167,7 +167,7 @@ void **ZkListData::append2(const ZkListData &l)
 
 void **ZkListData::prepend()
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 194, "void** ZkListData::prepend()");
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 194, "void** ZkListData::prepend()");
     if (d->begin == 0) {
         if (d->end >= d->alloc / 3) {
             realloc(growFor(static_cast<std::int64_t>(d->alloc) + 1));
@@ -184,7 +184,7 @@ void **ZkListData::prepend()
 
 void **ZkListData::insert(int i)
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 212, "void** ZkListData::insert(int)");
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 212, "void** ZkListData::insert(int)");
     const int n = size();
     if (i <= 0) {
         return prepend();
@@ -213,7 +213,7 @@ void **ZkListData::insert(int i)
 
 void ZkListData::remove(int i)
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 244, "void ZkListData::remove(int)");
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 244, "void ZkListData::remove(int)");
     const int n = size();
     if (i < 0 || i >= n) {
         return;
@@ -229,7 +229,7 @@ void ZkListData::remove(int i)
 
 void ZkListData::remove(int i, int n)
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 259,
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 259,
                 "void ZkListData::remove(int, int)");
     if (i < 0 || n < 0 || i > size() - n) {
         return;
@@ -246,8 +246,7 @@ void ZkListData::remove(int i, int n)
 
 void ZkListData::move(int from, int to)
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 275,
-                "void ZkListData::move(int, int)");
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 275, "void ZkListData::move(int, int)");
     const int n = size();
     if (from == to || from < 0 || from >= n || to < 0 || to >= n) {
         return;
@@ -279,7 +278,7 @@ void ZkListData::move(int from, int to)
 
 void **ZkListData::erase(void **xi)
 {
-    ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 317,
+    ZK_CHECK_AT(d->ref == 1, "d->ref == 1", "./src/zklist", 317,
                 "void** ZkListData::erase(void**)");
     const std::ptrdiff_t i = xi - begin();
     if (i < 0 || i >= size()) {
