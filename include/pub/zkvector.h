@@ -228,9 +228,8 @@ ZkVector<T>::ZkVector(int size, const T &value) : ZkVector()
 {
     if (size > 0) {
         realloc(0, size);
-        for (; d->size < size; ++d->size) {
-            new (array(d) + d->size) T(value);
-        }
+        std::uninitialized_fill_n(array(d), size, value);
+        d->size = size;
     }
 }
 
