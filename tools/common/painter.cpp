@@ -1,0 +1,109 @@
+#include "painter.h"
+
+#include <algorithm>
+
+namespace host
+{
+
+namespace
+{
+
+constexpr ZkUcs2 kSpace = 0x0020;
+constexpr int kHalo = 1; // the coverage that marks a halo pixel
+
+/// Calls `draw(x, y, coverage)` for each pixel of a glyph that is neither empty
+/// nor outside `clip`.
+template <typename Draw>
+void eachPixel(const PlacedGlyph &placed, const ZkRect &clip, Draw draw)
+{
+    const GlyphBitmap &glyph = *placed.glyph;
+    if (!glyph.pixels) {
+        return;
+    }
+    const ZkRect inside = overlap(
+        clip, ZkRect(placed.x, placed.y, placed.x + glyph.width - 1, placed.y + glyph.height - 1));
+    for (int y = inside.top(); y <= inside.bottom(); ++y) {
+        const std::uint8_t *row = glyph.pixels + (y - placed.y) * glyph.pitch;
+        for (int x = inside.left(); x <= inside.right(); ++x) {
+            if (row[x - placed.x] != 0) {
+                draw(x, y, int(row[x - placed.x]));
+            }
+        }
+    }
+}
+
+/// Calls `draw(glyph)` for each glyph of the line that is to be seen.
+template <typename Draw>
+void eachGlyph(const PlacedLine &line, Draw draw)
+{
+    for (const Cell &cell : line.cells) {
+        for (int k = 0; k < cell.count && !cell.leftOut; ++k) {
+            draw(line.glyphs[std::size_t(cell.first + k)]);
+        }
+    }
+}
+
+} // namespace
+
+ZkRect underlineOf(const PlacedLine &line, const ZkFont &font, int charSpacing)
+{
+    const int size = font.fontSize();
+    // An outlined glyph is drawn two rows lower than a plain one: its halo raises
+    // the first row, yet its `top` is one less.
+    const int lowered = font.isOutline() ? 2 : 0;
+    const int top = line.baseline + lowered + std::max(1, size / 12);
+    ZkRect strip(0, top, -1, top + std::max(1, size / 16) - 1);
+    bool found = false;
+    for (const Cell &cell : line.cells) {
+        if (line.glyphs[std::size_t(cell.first)].glyph->unicode == kSpace || cell.leftOut) {
+            continue;
+        }
+        strip.setLeft(found ? strip.left() : cell.x);
+        strip.setRight(cell.x + cell.width - charSpacing - 1);
+        found = true;
+    }
+    return strip;
+}
+
+void paintLine(Canvas &canvas, const PlacedLine &line, const ZkFont &font, int charSpacing,
+               const TextColors &colors)
+{
+    const ZkRect clip = canvas.clip();
+    const ZkRect strip = font.isUnderLine() ? underlineOf(line, font, charSpacing) : ZkRect();
+    const bool outlined = font.isOutline();
+    if (outlined) {
+        if (strip.isValid()) {
+            canvas.fill(
+                ZkRect(strip.left() - 1, strip.top() - 1, strip.right() + 1, strip.bottom() + 1),
+                colors.outline);
+        }
+        eachGlyph(line, [&](const PlacedGlyph &placed) {
+            eachPixel(placed, clip, [&](int x, int y, int) { canvas.blend(x, y, colors.outline); });
+        });
+    }
+    canvas.fill(strip, colors.text);
+    eachGlyph(line, [&](const PlacedGlyph &placed) {
+        eachPixel(placed, clip, [&](int x, int y, int coverage) {
+            if (!outlined || coverage != kHalo) {
+                canvas.blend(x, y, colors.text, coverage);
+            }
+        });
+    });
+}
+
+void paintGuides(Canvas &canvas, const PlacedLine &line)
+{
+    const Color kRectangle = {40, 110, 230, 150};
+    const Color kCell = {20, 150, 60, 150};
+    const Color kBaseline = {220, 40, 40, 170};
+    canvas.frame(line.rect, kRectangle);
+    for (const Cell &cell : line.cells) {
+        if (!cell.leftOut) {
+            canvas.fill(ZkRect(cell.x, line.rect.top() + 1, cell.x, line.rect.bottom() - 1), kCell);
+        }
+    }
+    canvas.fill(ZkRect(line.rect.left(), line.baseline, line.rect.right(), line.baseline),
+                kBaseline);
+}
+
+} // namespace host
