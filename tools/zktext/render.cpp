@@ -1,0 +1,118 @@
+#include "options.h"
+#include "output.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+namespace zktext
+{
+
+namespace
+{
+
+constexpr std::int64_t kMostPixels = 64 * 1024 * 1024; // after zooming
+constexpr int kLargestSide = 32767;
+
+struct RenderOptions {
+    LayoutOptions layout;
+    std::string output = "-";
+    std::string canvas;
+    std::string color = "#000000";
+    std::string background = "#ffffff";
+    std::string outlineColor = "#ffb000";
+    int zoom = 1;
+    bool guides = false;
+    bool clip = false;
+};
+
+host::Color colorOf(const char *option, const std::string &text)
+{
+    host::Color color;
+    if (!host::parseColor(text, &color)) {
+        throw CLI::ValidationError(option, "wants #RRGGBB or #RRGGBBAA, not '" + text + "'");
+    }
+    return color;
+}
+
+/// The size of the picture: what `--canvas` says, else room for the text box and
+/// the margin behind it.
+ZkSize pictureSize(const RenderOptions &options, const ZkRect &box)
+{
+    int width = box.right() + 1 + options.layout.margin;
+    int height = box.bottom() + 1 + options.layout.margin;
+    if (!options.canvas.empty()) {
+        int end = 0;
+        const bool read =
+            std::sscanf(options.canvas.c_str(), "%6dx%6d%n", &width, &height, &end) == 2;
+        if (!read || std::size_t(end) != options.canvas.size() || width < 1 || height < 1) {
+            throw CLI::ValidationError("--canvas", "wants WIDTHxHEIGHT in pixels, not '" +
+                                                       options.canvas + "'");
+        }
+    }
+    const std::int64_t wide = std::int64_t(width) * options.zoom;
+    const std::int64_t high = std::int64_t(height) * options.zoom;
+    const std::string size = std::to_string(wide) + " x " + std::to_string(high) + " pixels";
+    if (width < 1 || height < 1) {
+        throw Failure("nothing to draw: the picture would have " + size);
+    }
+    if (wide > kLargestSide || high > kLargestSide || wide * high > kMostPixels) {
+        throw Failure("a picture of " + size + " is too large");
+    }
+    return ZkSize(width, height);
+}
+
+void render(const RenderOptions &options)
+{
+    const host::Color background = colorOf("--background", options.background);
+    const host::TextColors colors = {colorOf("--color", options.color),
+                                     colorOf("--outline-color", options.outlineColor)};
+    if (options.output == "-" && host::outputIsTerminal()) {
+        throw Failure("a picture does not belong on a terminal: name a file with --output");
+    }
+    const host::TextBlock block = options.layout.layOut();
+    const ZkSize size = pictureSize(options, block.box());
+    host::Canvas canvas(size.width(), size.height(), background);
+    if (options.clip) {
+        canvas.setClip(block.box());
+    }
+    block.paint(canvas, colors);
+    canvas.setClip(canvas.bounds());
+    if (options.guides) {
+        block.paintGuides(canvas);
+    }
+    const std::string png =
+        host::encodePng(options.zoom == 1 ? canvas : canvas.zoomed(options.zoom));
+    if (png.empty()) {
+        throw Failure("no memory for the PNG file");
+    }
+    write(options.output, png);
+}
+
+} // namespace
+
+void addRender(CLI::App &program)
+{
+    CLI::App *command = program.add_subcommand("render", "Draw a text as a PNG picture");
+    auto options = std::make_shared<RenderOptions>();
+    options->layout.add(*command);
+    command->add_option("-o,--output", options->output, "PNG file; '-' is standard output")
+        ->capture_default_str();
+    command->add_option("--canvas", options->canvas,
+                        "Size of the picture as WIDTHxHEIGHT (default: the box and its margin)");
+    command->add_option("--color", options->color, "Text colour, #RRGGBB or #RRGGBBAA")
+        ->capture_default_str();
+    command->add_option("--background", options->background, "Background colour")
+        ->capture_default_str();
+    command->add_option("--outline-color", options->outlineColor, "Colour of the halo of --outline")
+        ->capture_default_str();
+    command->add_option("--zoom", options->zoom, "Draw each pixel as a square of this side")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 16));
+    command->add_flag("--boxes", options->guides,
+                      "Draw the text box, line rectangles, baselines and cells over the text");
+    command->add_flag("--clip", options->clip, "Draw nothing outside the text box");
+    command->callback([options] { render(*options); });
+}
+
+} // namespace zktext
