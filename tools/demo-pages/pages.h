@@ -1,0 +1,39 @@
+#ifndef DEMO_PAGES_H
+#define DEMO_PAGES_H
+
+#include "page.h"
+
+#include <string>
+
+namespace demo
+{
+
+constexpr int kPageWidth = 800;
+constexpr int kPageHeight = 560;
+
+/// A page about one language: the text file holds its title, a heading, a
+/// paragraph and four words, one a line.
+struct Article {
+    std::string textFile;
+    std::string fontFile;
+    host::Color tint;
+    int size;        ///< of the paragraph, pixels
+    int lineSpacing; ///< of the paragraph
+};
+Page articlePage(const Article &article);
+
+/// Chinese, Japanese and Korean under each other.
+Page cjkPage(const std::string &textFolder, const Fonts &fonts);
+
+/// One paragraph in all horizontal and vertical alignments, in both directions.
+Page alignmentPage(const std::string &textFolder, const Fonts &fonts);
+
+/// A word in every script, from one font for all.
+Page scriptsPage(const Fonts &fonts);
+
+/// The settings of a device, in English and mirrored in Arabic.
+Page settingsPage(const Fonts &fonts);
+
+} // namespace demo
+
+#endif
