@@ -2,6 +2,7 @@
 
 #include "zkpowers.h"
 
+#include <algorithm>
 #include <cstring>
 
 ZkBigInt::ZkBigInt(std::uint64_t value) : m_size(2)
@@ -40,10 +41,10 @@ void ZkBigInt::multiplyAdd(std::uint32_t factor, std::uint32_t addend)
 void ZkBigInt::multiplyPowerOfFive(int power)
 {
     constexpr int kStep = 13; // 5^13 is the last power in 32 bits
-    for (; power >= kStep; power -= kStep) {
-        multiplyAdd(static_cast<std::uint32_t>(kZkPowersOfFive[kStep]), 0);
+    for (int left = power; left > 0; left -= kStep) {
+        const int step = std::min(left, kStep);
+        multiplyAdd(static_cast<std::uint32_t>(zkSmallPowerOfTen(step) >> step), 0);
     }
-    multiplyAdd(static_cast<std::uint32_t>(kZkPowersOfFive[power]), 0);
 }
 
 void ZkBigInt::shiftLeft(int bits)

@@ -49,10 +49,10 @@ Scaled scale(const ZkBinary &x, int k)
     const int zeros = zkLeadingZeros(x.mantissa);
     const ZkTriple product = zkMultiply(power.mantissa, x.mantissa << zeros);
 
-    // x * 10^k is the product times 2^exponent and up to `power.error` units of its
-    // middle word more. The lowest `shift` bits of the high word are fraction; it is 5 at least,
-    // for the product is no less than 2^190 * 2^exponent and below 2^58. So the error is less than
-    // one unit of the 64 bits kept of the fraction.
+    // x * 10^k is the product times 2^exponent and less than two units of its middle
+    // word more. The lowest `shift` bits of the high word are fraction; there are 4
+    // at least, for the product is no less than 2^189 and times 2^exponent below
+    // 2^58. So the error is below one unit of the 64 bits kept of the fraction.
     const int exponent = x.exponent - zeros + power.exponent;
     const int shift = -exponent - 128;
     const bool exact = power.error == 0;

@@ -56,8 +56,20 @@ const char *skipPrefix(const char *at, int *base)
     return at;
 }
 
-Magnitude readMagnitude(const char *text, int base)
+/// Reads digits of a base into the magnitude.
+void readDigits(const char *at, std::uint64_t base, Magnitude *number)
 {
+    for (std::uint64_t digit; (digit = zkDigitValue(*at)) < base; number->end = ++at) {
+        const ZkWide product = zkMultiply(number->value, base);
+        const std::uint64_t sum = product.low + digit;
+        number->overflow = number->overflow || product.high != 0 || sum < digit;
+        number->value = sum;
+    }
+}
+
+Magnitude readMagnitude(const char *text, const char *textEnd, int base)
+{
+    constexpr int kSafe = 19; // so many decimal digits fit 64 bits, whatever they are
     Magnitude number = {0, nullptr, false, false};
     if (base != 0 && (base < 2 || base > 36)) {
         return number;
@@ -65,21 +77,16 @@ Magnitude readMagnitude(const char *text, int base)
     const char *at = zkSkipSpace(text);
     number.negative = *at == '-';
     at = skipPrefix(at + (*at == '-' || *at == '+'), &base);
-
-    const std::uint64_t radix = static_cast<std::uint64_t>(base);
-    const std::uint64_t most = UINT64_MAX / radix, last = UINT64_MAX % radix;
-    for (;; ++at) {
-        const std::uint64_t digit = zkDigitValue(*at);
-        if (digit >= radix) {
+    if (base == 10) {
+        const char *end = zkReadDigits(at, textEnd, &number.value);
+        if (end - at <= kSafe) {
+            number.end = end != at ? end : nullptr;
             return number;
         }
-        if (number.value > most || (number.value == most && digit > last)) {
-            number.overflow = true;
-        } else {
-            number.value = number.value * radix + digit;
-        }
-        number.end = at + 1;
+        number.value = 0;
     }
+    readDigits(at, static_cast<std::uint64_t>(base), &number);
+    return number;
 }
 
 } // namespace
@@ -115,8 +122,11 @@ ZkUcs2 *zkWriteDecimal(ZkUcs2 *end, std::uint64_t value)
     return end;
 }
 
-ZkUcs2 *zkWriteInBase(ZkUcs2 *end, std::uint64_t value, int base)
+ZkUcs2 *zkWriteInteger(ZkUcs2 *end, std::uint64_t value, int base)
 {
+    if (base == 10) {
+        return zkWriteDecimal(end, value);
+    }
     const std::uint64_t radix = static_cast<std::uint64_t>(base);
     do {
         const unsigned digit = static_cast<unsigned>(value % radix);
@@ -126,9 +136,9 @@ ZkUcs2 *zkWriteInBase(ZkUcs2 *end, std::uint64_t value, int base)
     return end;
 }
 
-ZkReading<long long> zkReadLongLong(const char *text, int base)
+ZkReading<long long> zkReadLongLong(const char *text, const char *textEnd, int base)
 {
-    const Magnitude number = readMagnitude(text, base);
+    const Magnitude number = readMagnitude(text, textEnd, base);
     if (number.end == nullptr) {
         return {0, text, false};
     }
@@ -141,9 +151,9 @@ ZkReading<long long> zkReadLongLong(const char *text, int base)
     return {static_cast<long long>(value), number.end, true};
 }
 
-ZkReading<unsigned long long> zkReadUnsLongLong(const char *text, int base)
+ZkReading<unsigned long long> zkReadUnsLongLong(const char *text, const char *textEnd, int base)
 {
-    const Magnitude number = readMagnitude(text, base);
+    const Magnitude number = readMagnitude(text, textEnd, base);
     if (number.end == nullptr) {
         return {0, text, false};
     }

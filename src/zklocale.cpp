@@ -5,6 +5,7 @@
 #include "zkstrtod.h"
 #include "zkunicode.h"
 
+#include <climits>
 #include <cstring>
 #include <limits>
 
@@ -39,8 +40,8 @@ private:
     char *m_text;
 };
 
-/// What a unit other than the locale's own digits stands for in a number; 0 for
-/// no part of one. Letters may be digits of a base, "inf" or "nan".
+/// What a unit stands for in a number; 0 for no part of one. Letters may be digits
+/// of a base, "inf" or "nan".
 char asciiOf(ZkUcs2 c)
 {
     if (const char known = ZkLocale::digitToCLocale(c)) {
@@ -61,30 +62,46 @@ char asciiOf(ZkUcs2 c)
 /// the number or when there is none.
 int narrow(const ZkString &text, char *out)
 {
-    const ZkUcs2 *at = text.constData();
-    const ZkUcs2 *const end = at + text.size();
-    while (at != end && ZkUnicode::isSpace(*at)) {
-        ++at;
-    }
+    const ZkUcs2 *const end = text.end();
+    const ZkUcs2 *at = std::find_if_not(text.begin(), end, ZkUnicode::isSpace);
     if (at == end) {
         return -1;
     }
     char *to = out;
-    const unsigned zero = ZkLocale::mZeroDigit;
     for (; at != end; ++at) {
-        const unsigned digit = *at - zero; // digits first: they are most of a number
-        const char c = digit < 10 ? static_cast<char>('0' + digit) : asciiOf(*at);
+        const char c = asciiOf(*at);
         if (c == '\0') {
             break;
         }
         *to++ = c;
     }
-    for (; at != end; ++at) {
-        if (!ZkUnicode::isSpace(*at)) {
-            return -1;
-        }
-    }
-    return static_cast<int>(to - out);
+    return std::all_of(at, end, ZkUnicode::isSpace) ? static_cast<int>(to - out) : -1;
+}
+
+/// True as long as no host has changed a symbol: all that a number is made of is
+/// then what it stands for.
+bool symbolsAreAscii()
+{
+    const int changed = (ZkLocale::mZeroDigit ^ '0') | (ZkLocale::mExponential ^ 'e') |
+                        (ZkLocale::mPercentSign ^ '%') | (ZkLocale::mNegativeSign ^ '-') |
+                        (ZkLocale::mPositiveSign ^ '+') | (ZkLocale::mGroupSeparator ^ ',') |
+                        (ZkLocale::mDecimal ^ '.') | (ZkLocale::mListSign ^ ';');
+    return changed == 0;
+}
+
+/// Reads what most integers are, nothing but an optional minus and up to 19 decimal
+/// digits, from the units themselves. False, and nothing told, for any other text.
+bool readShortInteger(const ZkString &text, std::uint64_t *magnitude, bool *negative)
+{
+    constexpr int kSafe = 19; // so many digits fit 64 bits, whatever they are
+    const ZkUcs2 *at = text.begin();
+    *negative = *at == '-';
+    at += *negative;
+    *magnitude = 0;
+    const ZkUcs2 *end = zkReadDigits(at, text.end(), magnitude);
+    // A zero digit is one before it is any other symbol; a minus has to be asked for.
+    return end == text.end() && end != at && end - at <= kSafe && ZkLocale::mZeroDigit == '0' &&
+           (!*negative || symbolsAreAscii());
 }
 
 /// Where the integer part of `n` characters ends: at the first '.', or the first
@@ -144,20 +161,6 @@ int ungroup(char *text, int n)
     return static_cast<int>(std::remove(text, text + n, ',') - text);
 }
 
-/// `narrow` and, if asked, `ungroup`; ends the text with a 0 byte, for which there
-/// is room too.
-int toAscii(const ZkString &text, ZkLocale::GroupSeparatorMode mode, char *out)
-{
-    int n = narrow(text, out);
-    if (n >= 0 && mode == ZkLocale::AcceptGroupSeparators) {
-        n = ungroup(out, n);
-    }
-    if (n >= 0) {
-        out[n] = '\0';
-    }
-    return n;
-}
-
 template <typename Value>
 void report(Value value, Value *out)
 {
@@ -166,20 +169,15 @@ void report(Value value, Value *out)
     }
 }
 
-/// Passes on what a reader found if it is the whole text, else 0 and failure.
+/// Passes on what a reader found if that ends at `end`, else 0 and failure.
 template <typename Number>
-Number wholeText(const ZkReading<Number> &reading, bool *ok, bool *overflow)
+Number wholeText(const ZkReading<Number> &reading, const char *end, bool *ok, bool *overflow)
 {
-    const bool remain = *reading.end != '\0';
+    const bool remain = reading.end != end;
     report(reading.ok && !remain, ok);
     // Not what the name says: a number that failed, with more behind it.
     report(!reading.ok && remain, overflow);
     return reading.ok && !remain ? reading.value : Number(0);
-}
-
-const char *textOrEmpty(const char *text)
-{
-    return text != nullptr ? text : "";
 }
 
 /// The words that are doubles.
@@ -192,17 +190,49 @@ constexpr Word kWords[] = {{"nan", std::numeric_limits<double>::quiet_NaN()},
                            {"+inf", std::numeric_limits<double>::infinity()},
                            {"-inf", -std::numeric_limits<double>::infinity()}};
 
-/// Reads the number in a text as `read` does that of its ASCII form.
+double readDouble(const char *text, const char *end, bool *ok, bool *overflow)
+{
+    const ZkReading<double> reading = zkReadDouble(text, end);
+    if (reading.end == text) { // no digits: one of the words, or nothing
+        for (const Word &word : kWords) {
+            if (std::strcmp(text, word.text) == 0) {
+                report(true, ok);
+                report(false, overflow);
+                return word.value;
+            }
+        }
+    }
+    return wholeText(reading, end, ok, overflow);
+}
+
+/// Reads the number in a text as `read` does the ASCII between two addresses.
 template <typename Number, typename Read>
 Number readText(const ZkString &text, bool *ok, ZkLocale::GroupSeparatorMode mode, Read read)
 {
     AsciiText ascii(text.size() + 1);
-    if (toAscii(text, mode, ascii.data()) < 0) {
+    char *const begin = ascii.data();
+    int n = narrow(text, begin);
+    if (n >= 0 && mode == ZkLocale::AcceptGroupSeparators) {
+        n = ungroup(begin, n);
+    }
+    if (n < 0) {
         report(false, ok);
         return 0;
     }
-    return read(ascii.data());
+    begin[n] = '\0';
+    return read(begin, begin + n);
 }
+
+/// The text between its address and its 0 byte; nothing when there is no text.
+struct Bytes {
+    explicit Bytes(const char *text)
+        : begin(text != nullptr ? text : ""), end(begin + std::strlen(begin))
+    {
+    }
+
+    const char *begin;
+    const char *end;
+};
 
 } // namespace
 
@@ -272,24 +302,44 @@ ZkString ZkLocale::exponentForm(ZkUcs2 zero, ZkUcs2 decimal, ZkUcs2 exponential,
 
 double ZkLocale::stringToDouble(const ZkString &text, bool *ok, GroupSeparatorMode mode)
 {
-    return readText<double>(
-        text, ok, mode, [ok](const char *ascii) { return bytearrayToDouble(ascii, ok, nullptr); });
+    double value = 0;
+    if (symbolsAreAscii() && zkReadShortDouble(text.begin(), text.end(), &value)) {
+        report(true, ok);
+        return value;
+    }
+    return readText<double>(text, ok, mode, [ok](const char *begin, const char *end) {
+        return readDouble(begin, end, ok, nullptr);
+    });
 }
 
 long long ZkLocale::stringToLongLong(const ZkString &text, int base, bool *ok,
                                      GroupSeparatorMode mode)
 {
-    return readText<long long>(text, ok, mode, [base, ok](const char *ascii) {
-        return bytearrayToLongLong(ascii, base, ok, nullptr);
+    std::uint64_t magnitude = 0;
+    bool negative = false;
+    if (base == 10 && readShortInteger(text, &magnitude, &negative) && magnitude <= LLONG_MAX) {
+        report(true, ok);
+        const long long value = static_cast<long long>(magnitude);
+        return negative ? -value : value;
+    }
+    return readText<long long>(text, ok, mode, [base, ok](const char *begin, const char *end) {
+        return wholeText(zkReadLongLong(begin, end, base), end, ok, nullptr);
     });
 }
 
 unsigned long long ZkLocale::stringToUnsLongLong(const ZkString &text, int base, bool *ok,
                                                  GroupSeparatorMode mode)
 {
-    return readText<unsigned long long>(text, ok, mode, [base, ok](const char *ascii) {
-        return bytearrayToUnsLongLong(ascii, base, ok);
-    });
+    std::uint64_t magnitude = 0;
+    bool negative = false;
+    if (base == 10 && readShortInteger(text, &magnitude, &negative)) {
+        report(true, ok);
+        return negative ? 0 - magnitude : magnitude;
+    }
+    return readText<unsigned long long>(
+        text, ok, mode, [base, ok](const char *begin, const char *end) {
+            return wholeText(zkReadUnsLongLong(begin, end, base), end, ok, nullptr);
+        });
 }
 
 char ZkLocale::digitToCLocale(const ZkUcs2 &c)
@@ -321,11 +371,18 @@ bool ZkLocale::numberToCLocale(const ZkString &text, GroupSeparatorMode mode, Zk
         out->clear();
     }
     AsciiText ascii(text.size() + 1);
-    const int n = toAscii(text, mode, ascii.data());
-    if (n >= 0 && out != nullptr) {
+    int n = narrow(text, ascii.data());
+    if (n >= 0 && mode == AcceptGroupSeparators) {
+        n = ungroup(ascii.data(), n);
+    }
+    if (n < 0) {
+        return false;
+    }
+    ascii.data()[n] = '\0';
+    if (out != nullptr) {
         out->append(ascii.data(), n + 1);
     }
-    return n >= 0;
+    return true;
 }
 
 bool ZkLocale::removeGroupSeparators(ZkVector<char> *buffer)
@@ -348,26 +405,18 @@ bool ZkLocale::removeGroupSeparators(ZkVector<char> *buffer)
 
 double ZkLocale::bytearrayToDouble(const char *text, bool *ok, bool *overflow)
 {
-    const char *number = textOrEmpty(text);
-    const ZkReading<double> reading = zkReadDouble(number);
-    if (reading.end == number) { // no digits: one of the words, or nothing
-        for (const Word &word : kWords) {
-            if (std::strcmp(number, word.text) == 0) {
-                report(true, ok);
-                report(false, overflow);
-                return word.value;
-            }
-        }
-    }
-    return wholeText(reading, ok, overflow);
+    const Bytes bytes(text);
+    return readDouble(bytes.begin, bytes.end, ok, overflow);
 }
 
 long long ZkLocale::bytearrayToLongLong(const char *text, int base, bool *ok, bool *overflow)
 {
-    return wholeText(zkReadLongLong(textOrEmpty(text), base), ok, overflow);
+    const Bytes bytes(text);
+    return wholeText(zkReadLongLong(bytes.begin, bytes.end, base), bytes.end, ok, overflow);
 }
 
 unsigned long long ZkLocale::bytearrayToUnsLongLong(const char *text, int base, bool *ok)
 {
-    return wholeText(zkReadUnsLongLong(textOrEmpty(text), base), ok, nullptr);
+    const Bytes bytes(text);
+    return wholeText(zkReadUnsLongLong(bytes.begin, bytes.end, base), bytes.end, ok, nullptr);
 }

@@ -58,10 +58,9 @@ void appendInteger(ZkTextBuffer *out, const ZkNumberSymbols &symbols, std::uint6
     const bool decimal = base == 10;
     const unsigned flags = decimal ? style.flags : style.flags & ~kSigns;
 
-    ZkUcs2 room[64];
-    ZkUcs2 *const end = room + 64;
-    ZkUcs2 *const digits =
-        decimal ? zkWriteDecimal(end, magnitude) : zkWriteInBase(end, magnitude, base);
+    ZkUcs2 room[kZkMostDigits];
+    ZkUcs2 *const end = room + kZkMostDigits;
+    ZkUcs2 *const digits = zkWriteInteger(end, magnitude, base);
     const int count = static_cast<int>(end - digits);
     const ZkUcs2 zero = decimal ? symbols.zero : ZkUcs2('0');
     shiftDigits(digits, count, zero);

@@ -30,11 +30,8 @@ int digitOf(const ZkUcs2 *at, const ZkUcs2 *end)
 /// begins nothing.
 bool findEscape(const ZkUcs2 *at, const ZkUcs2 *end, Escape *escape)
 {
-    while (at < end) {
-        if (*at++ != '%') {
-            continue;
-        }
-        escape->begin = at - 1;
+    while ((at = std::find(at, end, ZkUcs2('%'))) != end) {
+        escape->begin = at++;
         escape->locale = at < end && *at == 'L';
         at += escape->locale;
         const int first = digitOf(at, end);

@@ -1,4 +1,5 @@
 #include "zkdouble.h"
+#include "zkinteger.h"
 #include "zknumbertext.h"
 
 #include <climits>
@@ -22,6 +23,18 @@ Narrow within(Wide value, Wide least, Wide most, bool *ok)
         return 0;
     }
     return static_cast<Narrow>(value);
+}
+
+/// An integer without anything around it: the digits are all there is to lay out.
+ZkString integerText(std::uint64_t magnitude, bool negative, int base)
+{
+    ZkUcs2 room[kZkMostDigits + 1];
+    ZkUcs2 *const end = room + kZkMostDigits + 1;
+    ZkUcs2 *first = zkWriteInteger(end, magnitude, base);
+    if (negative) {
+        *--first = '-';
+    }
+    return ZkString(first, static_cast<int>(end - first));
 }
 
 /// The float nearest to a finite double, a tie going to the even mantissa, in
@@ -53,16 +66,15 @@ float nearestFloat(double value)
 
 ZkString ZkString::number(long long n, int base)
 {
-    ZkTextBuffer text;
-    zkAppendLongLong(&text, kZkPlainSymbols, n, base, {-1, 0, 0});
-    return text.toString();
+    const int legal = zkNumberBase(base);
+    const std::uint64_t bits = static_cast<std::uint64_t>(n);
+    const bool negative = legal == 10 && n < 0;
+    return integerText(negative ? 0 - bits : bits, negative, legal);
 }
 
 ZkString ZkString::number(unsigned long long n, int base)
 {
-    ZkTextBuffer text;
-    zkAppendUnsLongLong(&text, kZkPlainSymbols, n, base, {-1, 0, 0});
-    return text.toString();
+    return integerText(n, false, zkNumberBase(base));
 }
 
 ZkString ZkString::number(double n, char format, int precision)

@@ -2,6 +2,7 @@
 #include "zkinteger.h"
 #include "zknumbertext.h"
 #include "zktextlength.h"
+#include "zkunits.h"
 
 #include <climits>
 #include <cstddef>
@@ -188,7 +189,7 @@ void appendHexDigits(ZkTextBuffer *out, double value, int precision, bool always
     }
     ZkUcs2 room[16];
     ZkUcs2 *const end = room + 16;
-    ZkUcs2 *first = zkWriteInBase(end, mantissa, 16);
+    ZkUcs2 *first = zkWriteInteger(end, mantissa, 16);
     while (end - first < digits + 1) {
         *--first = '0';
     }
@@ -367,18 +368,21 @@ ZkString &ZkString::vsprintf(const char *format, std::va_list arguments)
     Arguments own;
     va_copy(own.list, arguments);
     const char *at = format != nullptr ? format : "";
-    while (*at != '\0') {
-        const char *text = at;
-        while (*at != '\0' && *at != '%') {
-            ++at;
-        }
-        appendBytes(&out, text, at);
-        if (*at == '%') {
-            at = appendDirective(&out, at, &own);
-        }
+    while (const char *percent = std::strchr(at, '%')) {
+        appendBytes(&out, at, percent);
+        at = appendDirective(&out, percent, &own);
     }
+    appendBytes(&out, at, at + std::strlen(at));
     va_end(own.list);
-    return *this = out.toString();
+
+    if (out.size() == 0 || !d->ref.isOne()) {
+        *this = out.toString();
+    } else { // the block is ours: keep it
+        Data::allocMemory(d, std::int64_t(out.size()) + 1, false);
+        zkCopyUnits(d->data, out.at(0), out.size());
+        setSize(out.size());
+    }
+    return *this;
 }
 
 ZkString &ZkString::sprintf(const char *format, ...)
