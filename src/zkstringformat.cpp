@@ -1,3 +1,4 @@
+#include "zkmap.h"
 #include "zknumbertext.h"
 #include "zkunicodetables.h"
 
@@ -163,6 +164,44 @@ ZkString replaceByText(const ZkString &text, const Argument &a, const Field &fie
     return lowest.occurrences == 0 ? text : replaceLowest(text, lowest, field, a, a);
 }
 
+/// The highest escape number of `multiArg`.
+constexpr int kMostNumber = 999;
+
+/// Reads an escape of `multiArg` at a '%': an 'L' or not, and ASCII digits up to
+/// `most`. Returns what is behind it, null when it is no escape.
+const ZkUcs2 *readNumbered(const ZkUcs2 *at, const ZkUcs2 *end, int most, int *number)
+{
+    ++at;
+    at += at != end && *at == 'L';
+    const ZkUcs2 *const digits = at;
+    for (*number = 0; at != end && *at >= '0' && *at <= '9'; ++at) {
+        *number = std::min(*number * 10 + (*at - '0'), kMostNumber + 1);
+    }
+    return at != digits && *number <= most ? at : nullptr;
+}
+
+/// The index of the argument for each number that gets one, -1 for the others:
+/// `count` indices go to the lowest numbers in the text.
+ZkMap<int, int> argumentIndices(const ZkString &text, int count)
+{
+    ZkMap<int, int> indices;
+    for (const ZkUcs2 *at = text.begin(); (at = std::find(at, text.end(), '%')) != text.end();
+         ++at) {
+        int number = 0;
+        if (readNumbered(at, text.end(), kMostNumber, &number) != nullptr) {
+            indices.insert(number, -1);
+        }
+    }
+    int index = 0;
+    for (auto it = indices.begin(); it != indices.end() && index < count; ++it) {
+        it.value() = index++;
+    }
+    if (index < count) {
+        printMissingArgument();
+    }
+    return indices;
+}
+
 } // namespace
 
 ZkString ZkString::arg(const ZkString &a, int fieldWidth, ZkUcs2 fillChar) const
@@ -202,6 +241,29 @@ ZkString ZkString::arg(double a, int fieldWidth, char format, int precision, ZkU
                              unsigned flags) {
             zkAppendDouble(out, symbols, a, look.form, {precision, width, flags | look.flags});
         });
+}
+
+ZkString ZkString::multiArg(int count, const ZkString **args) const
+{
+    const ZkMap<int, int> indices = argumentIndices(*this, count);
+    ZkTextBuffer result;
+    const ZkUcs2 *from = begin();
+    for (const ZkUcs2 *at = from; (at = std::find(at, end(), '%')) != end();) {
+        int number = 0;
+        const ZkUcs2 *behind = readNumbered(at, end(), kMostNumber, &number);
+        const int index = behind != nullptr ? indices.value(number, -1) : -1;
+        if (index == -1) {
+            ++at; // text, whether or not it is an escape
+            continue;
+        }
+        result.append(from, at - from);
+        from = at = behind;
+        if (args != nullptr && args[index] != nullptr) {
+            result.append(args[index]->constData(), args[index]->size());
+        }
+    }
+    result.append(from, end() - from);
+    return result.toString();
 }
 
 ZkString ZkString::leftJustified(int width, ZkUcs2 fill, bool truncate) const

@@ -404,6 +404,12 @@ public:
         return arg(a, fieldWidth, format, precision, unitOf(fillChar));
     }
 
+    /// Replaces escapes by texts in one pass: those of the lowest number by
+    /// `*args[0]`, of the next by `*args[1]`, up to `count`; others stay. Here an
+    /// escape has ASCII digits and may go up to 999. A null text is empty. With
+    /// fewer numbers than texts the line above is printed.
+    ZkString multiArg(int count, const ZkString **args) const;
+
     /// Becomes what `printf` would print for ASCII text: flags, width, precision,
     /// length modifiers and conversions are its own, numbers are written by
     /// `ZkLocale` with '.', whatever the host's locale is. What differs:
