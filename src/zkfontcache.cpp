@@ -11,12 +11,9 @@ ZkFontLock zkFontLock;
 ZkFontCache *ZkFontCache::m_pMyself = nullptr;
 ZkFreetype *ZkFontCache::m_pFtEngine = nullptr;
 
-ZkFontCache *ZkFontCache::instance()
+ZkFontCache *ZkFontCache::create()
 {
-    if (m_pMyself == nullptr) {
-        new ZkFontCache; // enters itself
-    }
-    return m_pMyself;
+    return new ZkFontCache; // which enters itself
 }
 
 ZkFontCache::ZkFontCache()
@@ -50,19 +47,19 @@ bool ZkFontCache::setFontFile(const ZkString &path)
 const GlyphBitmap *ZkFontCache::glyph(unsigned short unicode, const ZkFont &font)
 {
     ZkFontCache *cache = instance();
-    bool stored = false;
+    const int recordKey = key(unicode, font.attr());
+    const GlyphBitmap *record = nullptr;
     {
         const ZkFontReadLock lock;
-        const GlyphBitmap *record = cache->fontTable(unicode, font);
+        record = cache->find(recordKey);
         if (record != nullptr && record->pixels != nullptr) {
             record->retain();
             return record;
         }
-        stored = record != nullptr;
     }
     // A glyph that was missing is not looked up again: between the two locks another
     // thread may have stored it, and then both records stay valid.
-    return cache->render(unicode, font, stored, 1);
+    return cache->render(unicode, font, record != nullptr, 1);
 }
 
 bool ZkFontCache::cleanCache(bool force)

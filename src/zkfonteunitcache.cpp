@@ -72,18 +72,6 @@ ZkFonteUnitCache::~ZkFonteUnitCache()
     releaseDat();
 }
 
-int ZkFonteUnitCache::fontFlag(ZkFontAttr attr)
-{
-    const unsigned flags = attr.flags;
-    return static_cast<int>((flags & ZkFontAttr::Outline) | (flags & ZkFontAttr::Slant) << 1 |
-                            (flags & ZkFontAttr::Embolden) >> 1);
-}
-
-int ZkFonteUnitCache::key(unsigned short unicode, const ZkFontAttr &attr)
-{
-    return unicode | attr.size << 16 | fontFlag(attr) << 24;
-}
-
 void ZkFonteUnitCache::createDat()
 {
     releaseDat();
@@ -126,7 +114,7 @@ GlyphBitmap *ZkFonteUnitCache::addFontInfo(const GlyphBitmap &record)
 
 GlyphBitmap *ZkFonteUnitCache::addfontMetrics(const GlyphBitmap &record)
 {
-    GlyphBitmap *stored = m_table.value(key(record.unicode, record.font));
+    GlyphBitmap *stored = find(key(record.unicode, record.font));
     ZK_CHECK_AT(stored != nullptr, "stored", "./src/zkfonteunitcache", __LINE__,
                 __PRETTY_FUNCTION__);
     // Counted as a new record is: also when there was no memory for the pixels.

@@ -89,20 +89,22 @@ void loadGlyph(FT_Face face, unsigned short unicode, bool slant, bool embolden)
     }
 }
 
-// Renders the slot in place unless it holds a strike already. A failure is
-// printed; the slot then still holds an outline or nothing.
-void renderSlot(FT_GlyphSlot slot)
+// Renders the slot in place unless it holds a strike already. False on failure; the
+// slot then still holds an outline or nothing.
+bool renderSlot(FT_GlyphSlot slot)
 {
-    if (slot->format != FT_GLYPH_FORMAT_BITMAP &&
-        FT_Render_Glyph(slot, FT_RENDER_MODE_NORMAL) != 0) {
-        std::printf("FT_Render_Glyph error!\n");
-    }
+    return slot->format == FT_GLYPH_FORMAT_BITMAP ||
+           FT_Render_Glyph(slot, FT_RENDER_MODE_NORMAL) == 0;
 }
 
 // Copies the rows to `pixels` and on, `stride` bytes apart.
 void copyRows(const GreyRows &grey, std::uint8_t *pixels, std::size_t stride)
 {
-    if (grey.pitch == 0) {
+    if (grey.pitch == 0 || grey.rows == 0) {
+        return;
+    }
+    if (stride == grey.pitch && grey.step > 0) { // neither has gaps
+        std::memcpy(pixels, grey.top, stride * grey.rows);
         return;
     }
     for (unsigned r = 0; r < grey.rows; ++r) {
@@ -250,14 +252,18 @@ GlyphBitmap ZkFreetype::resloveUnicode(unsigned short unicode)
 
     loadGlyph(m_pface, unicode, m_slant != 0, m_embolden != 0);
     const FT_GlyphSlot slot = m_pface->glyph;
-    // Only its failure is of use: the slot itself is rendered. The copy takes a
-    // strike's bitmap over from the slot, so it is released after the last read.
+    // Of the glyph object only the failure to make it counts: an empty slot has none,
+    // nor has an advance of 32768 pixels. Made of the rendered slot it copies nothing
+    // but takes the bitmap over, so it is released after the last read.
+    const bool isRendered = renderSlot(slot);
     FT_Glyph glyph = nullptr;
     if (FT_Get_Glyph(slot, &glyph) != 0) {
         std::printf("FT_Get_Glyph error!\n");
         glyph = nullptr;
     }
-    renderSlot(slot);
+    if (!isRendered) {
+        std::printf("FT_Render_Glyph error!\n");
+    }
 
     record.advance = static_cast<std::int16_t>((std::int64_t(slot->advance.x) + 32) >> 6);
     GreyRows grey;

@@ -94,10 +94,19 @@ extern "C" FT_Error FT_Load_Glyph(FT_Face face, FT_UInt glyph, FT_Int32 flags)
                                                      flags);
 }
 
+// A strike's or rendered bitmap goes over to the glyph: it must be FreeType's own.
 extern "C" FT_Error FT_Get_Glyph(FT_GlyphSlot slot, FT_Glyph *glyph)
 {
-    return faults.getFails ? FT_Err_Out_Of_Memory
-                           : freetypes(FT_Get_Glyph, "FT_Get_Glyph")(slot, glyph);
+    if (faults.getFails) {
+        return FT_Err_Out_Of_Memory;
+    }
+    const bool isReplaced = replacedSlot != nullptr;
+    restoreRenderedBitmap();
+    const FT_Error error = freetypes(FT_Get_Glyph, "FT_Get_Glyph")(slot, glyph);
+    if (isReplaced) {
+        slot->bitmap = *faults.rendered;
+    }
+    return error;
 }
 
 extern "C" FT_Error FT_Render_Glyph(FT_GlyphSlot slot, FT_Render_Mode mode)

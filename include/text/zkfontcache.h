@@ -28,7 +28,10 @@ public:
     static ZkFreetype *m_pFtEngine;
 
     /// The cache of the process, made on the first call. No font is open then.
-    static ZkFontCache *instance();
+    static ZkFontCache *instance()
+    {
+        return __builtin_expect(m_pMyself != nullptr, 1) ? m_pMyself : create();
+    }
 
     /// An empty cache, which becomes the instance.
     ZkFontCache();
@@ -63,10 +66,13 @@ public:
 private:
     friend class ZkGlyphLease;
 
+    static ZkFontCache *create();
+
     // Renders a glyph that has no record or no pixels and counts `uses` of it. Takes
     // the write lock; with `look`, the glyph is first looked up under it. Each use
     // that finds no pixels tries to render them, as if it had come alone.
-    const GlyphBitmap *render(unsigned short unicode, const ZkFont &font, bool look, unsigned uses);
+    const GlyphBitmap *render(unsigned short unicode, const ZkFont &font, bool look, unsigned uses)
+        __attribute__((noinline));
 };
 static_assert(sizeof(ZkFontCache) == sizeof(ZkFonteUnitCache), "the cache adds no fields");
 

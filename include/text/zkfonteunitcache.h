@@ -53,11 +53,11 @@ public:
 
     /// The style as a number from 0 to 7: 4 for outline, 2 for slant (bold face), 1
     /// for embolden. Underline has no part in it.
-    static int fontFlag(ZkFontAttr attr);
+    static constexpr int fontFlag(ZkFontAttr attr);
 
     /// What the records are found by: the character in bits 0 to 15, the size in
     /// 16 to 23, the style in 24 to 26.
-    static int key(unsigned short unicode, const ZkFontAttr &attr);
+    static constexpr int key(unsigned short unicode, ZkFontAttr attr);
 
     /// Starts an empty block memory with room for 2 records; what was there is
     /// released.
@@ -73,8 +73,9 @@ public:
     /// The record of a glyph, null when there is none. Never changes the store.
     GlyphBitmap *fontTable(unsigned short unicode, ZkFont font) const;
 
-    /// The record under `key`, null when there is none.
-    GlyphBitmap *find(int key) const;
+    /// The record under a `key`, null when there is none. Any number of threads may
+    /// look up at once.
+    GlyphBitmap *find(int recordKey) const;
 
     /// Stores a copy of `record` with its pixels and returns it. A record that is
     /// already there under the same key is no longer found, but stays valid.
@@ -123,9 +124,21 @@ static_assert(sizeof(ZkFonteUnitCache::BlockUnit) == 12, "a block is 12 bytes on
 static_assert(sizeof(ZkFonteUnitCache) == 16, "the store is 16 bytes on the device");
 #endif
 
-inline GlyphBitmap *ZkFonteUnitCache::find(int key) const
+inline GlyphBitmap *ZkFonteUnitCache::find(int recordKey) const
 {
-    return m_table.isEmpty() ? nullptr : m_table.value(key, nullptr);
+    return m_table.isEmpty() ? nullptr : m_table.value(recordKey);
+}
+
+constexpr int ZkFonteUnitCache::fontFlag(ZkFontAttr attr)
+{
+    const unsigned flags = attr.flags;
+    return static_cast<int>((flags & ZkFontAttr::Outline) | (flags & ZkFontAttr::Slant) << 1 |
+                            (flags & ZkFontAttr::Embolden) >> 1);
+}
+
+constexpr int ZkFonteUnitCache::key(unsigned short unicode, ZkFontAttr attr)
+{
+    return unicode | attr.size << 16 | fontFlag(attr) << 24;
 }
 
 inline bool ZkFonteUnitCache::isOverLimit() const
