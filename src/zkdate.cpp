@@ -2,74 +2,28 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <ctime>
 
 namespace
 {
 
 constexpr unsigned int kLastJulianDay = 2299160; // 4 October 1582
-constexpr unsigned int kDaysPer4Years = 1461;
 constexpr unsigned int kDaysPer400Years = 146097;
 
-// Day numbers of 1 March in the year 0 of each calendar, 1 BC counted as year 0.
-// The Julian one is taken 4800 years (1200 leap cycles) earlier, so that no day
-// number lies before it.
-constexpr unsigned int kGregorianMarch0 = 1721120;
-constexpr unsigned int kYearsBeforeJulian = 4800;
-constexpr unsigned int kDaysBeforeJulianDay0 = 32082;
-
 constexpr signed char kMonthLengths[13] = {0, 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+constexpr short kDaysBeforeMonth[13] = {0, 0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
 
 struct Civil {
     int year, month, day;
 };
 
-/// A day named by its March-based year, where the leap day is the last one:
-/// `year` is the Gregorian year of that March, 1 BC being 0; `day` counts from
-/// 0 at 1 March to 365.
-struct MarchDay {
-    int year;
-    unsigned int day;
-    bool fromJanuary() const { return day >= 306; }
-};
-
-/// The calendar year that holds the day: no year 0, so 0 is -1.
-int calendarYear(const MarchDay &march)
+/// The Julian or Gregorian date of a day.
+Civil civil(unsigned int jd)
 {
-    const int year = march.year + (march.fromJanuary() ? 1 : 0);
-    return year <= 0 ? year - 1 : year;
-}
-
-MarchDay marchDay(unsigned int jd)
-{
-    if (jd <= kLastJulianDay) {
-        const unsigned int n = 4 * (jd + kDaysBeforeJulianDay0) + 3;
-        return {static_cast<int>(n / kDaysPer4Years - kYearsBeforeJulian), n % kDaysPer4Years / 4};
-    }
-    unsigned int n = jd - kGregorianMarch0;
-    unsigned int years = 0;
-    if (n >= 1u << 29) { // 4n + 3 must fit; reached in the year 1,469,871
-        years = n / kDaysPer400Years * 400;
-        n %= kDaysPer400Years;
-    }
-    const unsigned int quarters = 4 * n + 3;
-    const unsigned int century = quarters / kDaysPer400Years;
-    // Quarter days within the century, rounded to 3 modulo 4: the same form again,
-    // and a century that lacks its leap day ends before the year notices.
-    const unsigned int rest = quarters % kDaysPer400Years | 3;
-    return {static_cast<int>(years + 100 * century + rest / kDaysPer4Years),
-            rest % kDaysPer4Years / 4};
-}
-
-/// Month and day of `march`: (2141 d + 197913) / 65536 is the month, 3 to 14,
-/// for d of 0 to 365, and the fraction counts the days, 2141 / 65536 being a
-/// little less than 1 / 30.6.
-Civil civil(const MarchDay &march)
-{
-    const unsigned int line = 2141 * march.day + 197913;
-    const int month = static_cast<int>(line >> 16);
-    return {calendarYear(march), march.fromJanuary() ? month - 12 : month,
-            static_cast<int>((line & 0xffff) / 2141) + 1};
+    Civil date;
+    ZkDate::julianToGregorian(jd, date.year, date.month, date.day);
+    return date;
 }
 
 /// `ZkDate::isLeapYear` for any year up to UINT_MAX, of which some sums of two
@@ -92,6 +46,12 @@ constexpr bool isGregorian(long long y, long long m, long long d)
     return y > 1582 || (y == 1582 && (m > 10 || (m == 10 && d > 14)));
 }
 
+/// Days of month 1 to 12 by the Gregorian lengths.
+int monthLength(long long y, int m)
+{
+    return kMonthLengths[m] + (m == 2 && isLeap(y) ? 1 : 0);
+}
+
 bool isCalendarDay(long long y, long long m, long long d)
 {
     if (y < -4713 || y == 0 || m < 1 || m > 12 || d < 1)
@@ -100,7 +60,7 @@ bool isCalendarDay(long long y, long long m, long long d)
         return false;
     if (isInReformGap(y, m, d))
         return false;
-    return d <= kMonthLengths[m] || (d == 29 && m == 2 && isLeap(y));
+    return d <= monthLength(y, static_cast<int>(m));
 }
 
 /// The day number of any triple, in or out of range; the divisions round to 0.
@@ -119,48 +79,30 @@ long long dayNumberOfAnything(long long y, long long m, long long d)
     return (153 * (m + 12 * a - 3) + 2) / 5 + 1461 * (y + 4800 - a) / 4 + d - 32083;
 }
 
-/// Years whose every day has a 32-bit number, and whose March-based year is
-/// not negative when counted from -4800.
-constexpr bool isQuickYear(long long y)
+/// The day number of a day of the calendar, 0 for any other triple and beyond the
+/// last day.
+__attribute__((noinline, cold)) unsigned int distantDayNumber(int y, int m, int d)
 {
-    return y >= -4713 && y <= 11750000;
-}
-
-/// The same number for a quick year and a month of 1 to 12, outside the gap,
-/// in 32 bits: the target divides 64-bit numbers by calling a function.
-unsigned int dayNumber(int y, int m, int d)
-{
-    const bool gregorian = isGregorian(y, m, d);
-    const unsigned int fromJanuary = m <= 2 ? 1 : 0;
-    const unsigned int year =
-        static_cast<unsigned int>(y + (y < 0 ? 1 : 0)) + kYearsBeforeJulian - fromJanuary;
-    const unsigned int month = static_cast<unsigned int>(m) + 12 * fromJanuary - 3;
-    const unsigned int days =
-        365 * year + year / 4 + (153 * month + 2) / 5 + static_cast<unsigned int>(d);
-    if (!gregorian)
-        return days - 32083;
-    const unsigned int century = year / 100;
-    return days - century + century / 4 - 32045;
-}
-
-/// The day number of a triple that `isCalendarDay` accepts; 0 beyond the last day.
-unsigned int dayNumberOrNull(long long y, int m, int d)
-{
-    if (isQuickYear(y))
-        return dayNumber(static_cast<int>(y), m, d);
-    const long long jd = dayNumberOfAnything(y, m, d);
+    const long long jd = isCalendarDay(y, m, d) ? dayNumberOfAnything(y, m, d) : 0;
     return jd <= UINT_MAX ? static_cast<unsigned int>(jd) : 0;
 }
 
-/// The Persian date whose Gregorian (or Julian) form is `march`. A Gregorian
-/// year has 79 days before the new year; they belong to months 10 to 12 of the
-/// year before, which began on day 11 or 12 of month 10 at 1 January.
-Civil persian(const MarchDay &march)
+/// The same, quicker where nothing but the length of the month needs a test.
+inline unsigned int dayNumberOrNull(int y, int m, int d)
 {
-    const int y = calendarYear(march);
-    const int dayOfYear = static_cast<int>(march.day) + (march.fromJanuary() ? -305
-                                                         : isLeap(y)         ? 61
-                                                                             : 60);
+    if (y < 1583 || y > 1000000 || m < 1 || m > 12)
+        return distantDayNumber(y, m, d);
+    return d >= 1 && d <= monthLength(y, m) ? ZkDate::gregorianToJulian(y, m, d) : 0;
+}
+
+/// The Persian date of a Gregorian (or Julian) one. A Gregorian year has 79 days
+/// before the new year; they belong to months 10 to 12 of the year before, which
+/// had come to day 10 or 11 of month 10 on 31 December.
+Civil persian(const Civil &date)
+{
+    const int y = date.year;
+    const int leapDay = date.month > 2 && isLeap(y) ? 1 : 0;
+    const int dayOfYear = kDaysBeforeMonth[date.month] + leapDay + date.day;
     if (dayOfYear <= 79) {
         const int days = dayOfYear + (isLeap(y - 1) ? 11 : 10) - 1;
         return {y - 622, days / 30 + 10, days % 30 + 1};
@@ -177,15 +119,16 @@ Civil persian(const MarchDay &march)
 /// their stored dates.
 int driftingFebruary = 28;
 
-struct LongCivil {
-    long long year;
-    long long month, day;
-};
+/// The nearest int; beyond int there is no date, so the nearest one is none too.
+int clamped(long long value)
+{
+    return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
+}
 
 /// The Gregorian triple of a Persian one, none of whose numbers is checked; the
 /// result may be no date. Raises `driftingFebruary` first when the year holds a
 /// Gregorian 29 February.
-LongCivil gregorianOfPersian(long long y, long long m, long long d)
+Civil gregorianOfPersian(long long y, long long m, long long d)
 {
     const long long year = y + 621; // in which the Persian year begins
     if (isLeap(year + 1))
@@ -194,19 +137,20 @@ LongCivil gregorianOfPersian(long long y, long long m, long long d)
     const long long marchDays = isLeap(year) ? 12 : 11;
     const long long dayOfYear = m >= 1 && m <= 6 ? (m - 1) * 31 + d : (m - 7) * 30 + 186 + d;
     if (dayOfYear <= marchDays)
-        return {year, 3, 31 - marchDays + dayOfYear};
+        return {clamped(year), 3, clamped(31 - marchDays + dayOfYear)};
 
     long long rest = dayOfYear - marchDays; // 1 is 1 April
     constexpr long long kAprilToJanuary = 306;
+    constexpr unsigned int kFirstOfApril = 2451636; // of 2000; any year will do
     if (rest <= kAprilToJanuary) {
-        const Civil date = civil({2000, static_cast<unsigned int>(rest) + 30});
-        return {date.month == 1 ? year + 1 : year, date.month, date.day};
+        const Civil date = civil(kFirstOfApril + static_cast<unsigned int>(rest - 1));
+        return {clamped(date.month == 1 ? year + 1 : year), date.month, date.day};
     }
     rest -= kAprilToJanuary;
     const int february = __atomic_load_n(&driftingFebruary, __ATOMIC_RELAXED);
     if (rest <= february)
-        return {year + 1, 2, rest};
-    return {year + 1, 3, rest - february};
+        return {clamped(year + 1), 2, clamped(rest)};
+    return {clamped(year + 1), 3, clamped(rest - february)};
 }
 
 /// Year, month and day in a mode; anything but `DatePersian` is Gregorian.
@@ -214,27 +158,35 @@ Civil civilIn(unsigned int jd, Zk::DateMode mode)
 {
     if (mode == Zk::DateModeDefault)
         mode = ZkDate::dateMode();
-    const MarchDay march = marchDay(jd);
-    return mode == Zk::DatePersian ? persian(march) : civil(march);
+    const Civil date = civil(jd);
+    return mode == Zk::DatePersian ? persian(date) : date;
 }
 
 /// `newYear`, one further in the direction of `n` when the way from `oldYear`
 /// led over the year 0, which there is not.
-long long steppedOverYear0(int oldYear, long long newYear, int n)
+int steppedOverYear0(int oldYear, long long newYear, int n)
 {
     if ((oldYear > 0 && newYear <= 0) || (oldYear < 0 && newYear >= 0))
         newYear += n > 0 ? 1 : -1;
-    return newYear;
+    return clamped(newYear);
 }
 
 /// The day of a Julian/Gregorian month, or what `daysInMonth` calls its last.
-ZkDate clampedToMonth(long long y, int m, int d)
+ZkDate clampedToMonth(int y, int m, int d)
 {
-    ZkDate date;
-    if (isCalendarDay(y, m, 1))
-        date = ZkDate::fromJulianDay(dayNumberOrNull(y, m, 1));
-    d = std::min(d, date.daysInMonth());
-    return isCalendarDay(y, m, d) ? ZkDate::fromJulianDay(dayNumberOrNull(y, m, d)) : ZkDate();
+    // In Persian mode the length is that of a Persian month: the one in which the
+    // Gregorian month begins, told by the Gregorian table. A month that holds no
+    // day of the calendar has 31, like that of the null date.
+    const int length = ZkDate::dateMode() == Zk::DatePersian
+                           ? ZkDate::fromJulianDay(dayNumberOrNull(y, m, 1)).daysInMonth()
+                           : monthLength(y, m);
+    return ZkDate::fromJulianDay(dayNumberOrNull(y, m, std::min(d, length)));
+}
+
+__attribute__((noinline)) unsigned int dayNumberOfPersian(int y, int m, int d)
+{
+    const Civil date = gregorianOfPersian(y, m, d);
+    return dayNumberOrNull(date.year, date.month, date.day);
 }
 
 constexpr unsigned int kDaysPer33Years = 33 * 365 + 8;
@@ -287,20 +239,11 @@ bool ZkDate::isLeapYear(int y)
     return isLeap(y);
 }
 
-bool ZkDate::setDate(int y, int m, int d, Zk::DateMode mode)
+unsigned int ZkDate::dayNumber(int y, int m, int d, Zk::DateMode mode)
 {
-    jd = 0;
     if (mode == Zk::DateModeDefault)
         mode = dateMode();
-    if (mode == Zk::DatePersian) {
-        const LongCivil date = gregorianOfPersian(y, m, d);
-        if (isCalendarDay(date.year, date.month, date.day))
-            jd = dayNumberOrNull(date.year, static_cast<int>(date.month),
-                                 static_cast<int>(date.day));
-    } else if (isCalendarDay(y, m, d)) {
-        jd = dayNumberOrNull(y, m, d);
-    }
-    return jd != 0;
+    return mode == Zk::DatePersian ? dayNumberOfPersian(y, m, d) : dayNumberOrNull(y, m, d);
 }
 
 int ZkDate::year(Zk::DateMode mode) const
@@ -341,7 +284,7 @@ int ZkDate::daysInMonth() const
     // Gregorian lengths for Persian months too: addMonths() and addYears() clamp
     // by them, and dates that hosts stored were clamped so.
     const Civil date = civilIn(jd, Zk::DateModeDefault);
-    return date.month == 2 && isLeap(date.year) ? 29 : kMonthLengths[date.month];
+    return monthLength(date.year, date.month);
 }
 
 int ZkDate::daysInYear() const
@@ -393,7 +336,7 @@ ZkDate ZkDate::addMonths(int n) const
 {
     if (!isValid() || n == 0)
         return *this;
-    const Civil date = civil(marchDay(jd));
+    const Civil date = civil(jd);
     int y = date.year + n / 12;
     int m = date.month + n % 12;
     if (m <= 0) {
@@ -403,7 +346,7 @@ ZkDate ZkDate::addMonths(int n) const
         ++y;
         m -= 12;
     }
-    const long long year = steppedOverYear0(date.year, y, n);
+    const int year = steppedOverYear0(date.year, y, n);
     int day = date.day;
     if (isInReformGap(year, m, day))
         day = n > 0 ? 15 : 4;
@@ -414,26 +357,34 @@ ZkDate ZkDate::addYears(int n) const
 {
     if (!isValid())
         return *this;
-    const Civil date = civil(marchDay(jd));
-    const long long year = steppedOverYear0(date.year, static_cast<long long>(date.year) + n, n);
+    const Civil date = civil(jd);
+    const int year = steppedOverYear0(date.year, static_cast<long long>(date.year) + n, n);
     return clampedToMonth(year, date.month, date.day);
 }
 
-unsigned int ZkDate::gregorianToJulian(int y, int m, int d)
+unsigned int ZkDate::distantToJulian(int y, int m, int d)
 {
-    if (isInReformGap(y, m, d))
-        return 0;
-    if (isQuickYear(y) && m >= 1 && m <= 12)
-        return dayNumber(y, m, d);
     return static_cast<unsigned int>(dayNumberOfAnything(y, m, d));
 }
 
-void ZkDate::julianToGregorian(unsigned int jd, int &y, int &m, int &d)
+void ZkDate::distantToGregorian(unsigned int jd, int &y, int &m, int &d)
 {
-    const Civil date = civil(marchDay(jd));
-    y = date.year;
-    m = date.month;
-    d = date.day;
+    if (jd > kLastJulianDay) {
+        // The calendar repeats after 400 years: the first ones after the reform will do.
+        const unsigned int cycles = (jd - kLastJulianDay - 1) / kDaysPer400Years;
+        julianToGregorian(jd - cycles * kDaysPer400Years, y, m, d);
+        y += static_cast<int>(400 * cycles);
+        return;
+    }
+    const unsigned int day = jd + 32082; // since 1 March -4801
+    const unsigned int year = (4 * day + 3) / 1461;
+    const unsigned int dayOfYear = day - 1461 * year / 4; // 0 is 1 March
+    const unsigned int month = (5 * dayOfYear + 2) / 153;
+    d = static_cast<int>(dayOfYear - (153 * month + 2) / 5) + 1;
+    m = static_cast<int>(month < 10 ? month + 3 : month - 9);
+    y = static_cast<int>(year + month / 10) - 4800;
+    if (y <= 0)
+        --y;
 }
 
 unsigned int ZkDate::persianToJulian(int y, int m, int d)

@@ -4,6 +4,8 @@
 #include "zkglobal.h"
 #include "zkstring.h"
 
+#include <cstdint>
+
 /// A calendar date, held as a Julian day number.
 ///
 /// Year, month and day are read in one of two modes. `Zk::DateGregorian` is the
@@ -36,7 +38,10 @@ public:
     constexpr ZkDate() = default;
 
     /// `setDate(y, m, d, mode)`; the null date when that fails.
-    ZkDate(int y, int m, int d, Zk::DateMode mode = Zk::DateModeDefault) { setDate(y, m, d, mode); }
+    ZkDate(int y, int m, int d, Zk::DateMode mode = Zk::DateModeDefault)
+        : jd(dayNumber(y, m, d, mode))
+    {
+    }
 
     /// Today in local time; reads TZ afresh.
     static ZkDate currentDate();
@@ -72,7 +77,11 @@ public:
     /// whose year holds a Gregorian 29 February, and is never set back. In a
     /// fresh process 1402/12/29 is 19 March 2024, the second time 18 March.
     /// `persianToJulian` does not drift.
-    bool setDate(int y, int m, int d, Zk::DateMode mode = Zk::DateModeDefault);
+    bool setDate(int y, int m, int d, Zk::DateMode mode = Zk::DateModeDefault)
+    {
+        jd = dayNumber(y, m, d, mode);
+        return isValid();
+    }
 
     /// One component in `mode`. A null date reads as its day 0: 1 January -4713.
     ///
@@ -175,6 +184,10 @@ private:
 
     unsigned int jd = 0;
 
+    static unsigned int dayNumber(int y, int m, int d, Zk::DateMode mode);
+    static unsigned int distantToJulian(int y, int m, int d);
+    static void distantToGregorian(unsigned int jd, int &y, int &m, int &d);
+
     /// The process mode: 0 or 1, or what a host cast to the enumeration. Read and
     /// written with relaxed atomic operations.
     static int m_dm;
@@ -185,6 +198,43 @@ constexpr ZkDate ZkDate::fromJulianDay(unsigned int jd)
     ZkDate date;
     date.jd = jd;
     return date;
+}
+
+// Both conversions count from 1 March of the year 0, day 1721120, so that the leap
+// day is the last of its year. Where 32 bits suffice they are done here: the target
+// divides 64-bit numbers by calling a function.
+
+inline unsigned int ZkDate::gregorianToJulian(int y, int m, int d)
+{
+    if (y < 1583 || y > 1000000 || m < 1 || m > 12)
+        return distantToJulian(y, m, d);
+    const unsigned int january = m <= 2 ? 1 : 0; // or February: of the year before
+    const unsigned int year = static_cast<unsigned int>(y) - january;
+    const unsigned int month = static_cast<unsigned int>(m) + (12 & (0 - january));
+    const unsigned int century = year / 100;
+    // (979 month - 2919) / 32 days lead from 1 March to the first of month 3 to 14.
+    return 1721119 + 1461 * year / 4 - century + century / 4 + (979 * month - 2919) / 32 +
+           static_cast<unsigned int>(d);
+}
+
+inline void ZkDate::julianToGregorian(unsigned int jd, int &y, int &m, int &d)
+{
+    if (jd < 2299161 || jd > 300000000)
+        return distantToGregorian(jd, y, m, d);
+    const unsigned int quarters = 4 * (jd - 1721120) + 3;
+    const unsigned int century = quarters / 146097;
+    // Quarter days of the century, as 3 modulo 4, fall into years like those of the
+    // Julian calendar; a century without its leap day ends before that shows.
+    // 2939745 is 2^32 / 1461, rounded up: the high half of the product is the year,
+    // the low half the fraction of it that has gone by.
+    const std::uint64_t years = std::uint64_t(2939745) * (quarters % 146097 | 3);
+    const unsigned int day = static_cast<unsigned int>(years) / 2939745 / 4; // 0 to 365
+    const unsigned int january = day >= 306 ? 1 : 0;
+    // (2141 day + 197913) / 65536 is the month, 3 to 14; the fraction counts its days.
+    const unsigned int line = 2141 * day + 197913;
+    y = static_cast<int>(100 * century + static_cast<unsigned int>(years >> 32) + january);
+    m = static_cast<int>((line >> 16) - (12 & (0 - january)));
+    d = static_cast<int>((line & 0xffff) / 2141) + 1;
 }
 
 static_assert(sizeof(ZkDate) == 4, "a date is its day number");
