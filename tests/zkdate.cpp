@@ -1,3 +1,4 @@
+#include "datemodel.h"
 #include "freshprocess.h"
 
 #include <zkdatetime.h>
@@ -11,20 +12,20 @@
 #include <string>
 #include <vector>
 
-namespace
+using namespace datemodel;
+
+namespace datemodel
 {
-
-typedef long long ll;
-
-struct Ymd {
-    int y, m, d;
-    bool operator==(const Ymd &o) const { return y == o.y && m == o.m && d == o.d; }
-};
 
 std::ostream &operator<<(std::ostream &stream, const Ymd &date)
 {
     return stream << date.y << '/' << date.m << '/' << date.d;
 }
+
+} // namespace datemodel
+
+namespace
+{
 
 Ymd read(const ZkDate &date, Zk::DateMode mode = Zk::DateGregorian)
 {
@@ -43,11 +44,6 @@ Ymd exactPersian(const ZkDate &date)
 ZkDate greg(int y, int m, int d)
 {
     return ZkDate(y, m, d, Zk::DateGregorian);
-}
-
-bool gregorianLeap(ll y)
-{
-    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
 }
 
 /// Leap in the calendar of the time, years as a historian writes them.
@@ -80,61 +76,6 @@ void nextDay(Ymd &date)
     if (++date.y == 0)
         date.y = 1;
 }
-
-/// Leap as the Persian reading asks it: a plain rule on the number of the year.
-bool ruleLeap(ll y)
-{
-    if (y <= 1581)
-        return (y <= 0 ? y + 1 : y) % 4 == 0;
-    return gregorianLeap(y);
-}
-
-/// The Persian date of a Gregorian one, step by step with a month at a time.
-Ymd persianOf(const Ymd &g)
-{
-    int dayOfYear = g.d;
-    for (int m = 1; m < g.m; ++m)
-        dayOfYear += m == 2 ? (ruleLeap(g.y) ? 29 : 28) : monthLength(2001, m);
-    Ymd p = {g.y - 621, 1, dayOfYear - 79};
-    if (dayOfYear <= 79)
-        p = {g.y - 622, 10, dayOfYear + (ruleLeap(g.y - 1) ? 11 : 10)};
-    for (int length = p.m <= 6 ? 31 : 30; p.d > length && p.m < 12; length = p.m <= 6 ? 31 : 30) {
-        p.d -= length;
-        ++p.m;
-    }
-    return p;
-}
-
-/// The day of a Persian date as `setDate` finds it, with the drifting February of
-/// one process.
-struct PersianSetter {
-    int february = 28;
-
-    ZkDate operator()(ll y, ll m, ll d)
-    {
-        if (ruleLeap(y + 622))
-            ++february;
-        const ll inMarch = ruleLeap(y + 621) ? 12 : 11;
-        const ll p = m >= 1 && m <= 6 ? (m - 1) * 31 + d : (m - 7) * 30 + 186 + d;
-        if (p <= inMarch)
-            return date(y + 621, 3, 31 - inMarch + p);
-        const ll lengths[12] = {30, 31, 30, 31, 31, 30, 31, 30, 31, 31, february, 31};
-        ll rest = p - inMarch;
-        for (int k = 0; k < 12; ++k) {
-            if (rest <= lengths[k])
-                return k <= 8 ? date(y + 621, k + 4, rest) : date(y + 622, k - 8, rest);
-            rest -= lengths[k];
-        }
-        return ZkDate();
-    }
-
-    static ZkDate date(ll y, ll m, ll d)
-    {
-        if (y < INT_MIN || y > INT_MAX || d < INT_MIN || d > INT_MAX)
-            return ZkDate();
-        return greg(int(y), int(m), int(d));
-    }
-};
 
 /// Both ends, the reform, the halves of 32 bits, and the day on which quarters of
 /// days no longer fit 32 bits (2^29 days behind 1 March of year 0).
@@ -252,6 +193,11 @@ TEST(ZkDate, TheGregorianCalendarRepeatsEvery400YearsToTheLast32BitDay)
     std::vector<unsigned int> days(std::begin(kDaysWorthTrying), std::end(kDaysWorthTrying));
     for (int i = 0; i < 20000; ++i)
         days.push_back(std::uint32_t(random()));
+    // Both sides of each repetition of the reform.
+    for (ll jd = 2299161; jd <= UINT_MAX; jd += 146097) {
+        days.push_back(static_cast<unsigned int>(jd - 1));
+        days.push_back(static_cast<unsigned int>(jd));
+    }
     for (unsigned int jd : days) {
         if (jd < 2299161 + 146097)
             continue;
