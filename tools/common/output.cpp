@@ -85,6 +85,26 @@ bool writeByRename(const std::string &path, const std::string &bytes)
     return done;
 }
 
+/// The bytes of a PNG file; empty without pixels or memory.
+std::string encode(png_uint_32 format, int width, int height, const std::uint8_t *pixels)
+{
+    std::string bytes;
+    if (width < 1 || height < 1) {
+        return bytes;
+    }
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(width);
+    image.height = static_cast<png_uint_32>(height);
+    image.format = format;
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    bytes.resize(size);
+    const bool done =
+        png_image_write_to_memory(&image, &bytes[0], &size, 0, pixels, 0, nullptr) != 0;
+    bytes.resize(done ? size : 0);
+    return bytes;
+}
+
 } // namespace
 
 void claimStandardOutput()
@@ -114,21 +134,12 @@ bool writeOutput(const std::string &path, const std::string &bytes, std::string 
 
 std::string encodePng(const Canvas &canvas)
 {
-    std::string bytes;
-    if (canvas.width() < 1 || canvas.height() < 1) {
-        return bytes;
-    }
-    png_image image = {};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(canvas.width());
-    image.height = static_cast<png_uint_32>(canvas.height());
-    image.format = PNG_FORMAT_RGB;
-    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
-    bytes.resize(size);
-    const bool done =
-        png_image_write_to_memory(&image, &bytes[0], &size, 0, canvas.row(0), 0, nullptr) != 0;
-    bytes.resize(done ? size : 0);
-    return bytes;
+    return encode(PNG_FORMAT_RGB, canvas.width(), canvas.height(), canvas.row(0));
+}
+
+std::string encodePng(int width, int height, const std::uint8_t *pixels)
+{
+    return encode(PNG_FORMAT_BGRA, width, height, pixels);
 }
 
 } // namespace host

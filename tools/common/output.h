@@ -25,6 +25,10 @@ bool writeOutput(const std::string &path, const std::string &bytes, std::string 
 /// The bytes of `canvas` as a PNG file; empty when it has no pixels or memory is short.
 std::string encodePng(const Canvas &canvas);
 
+/// The same for `width` x `height` pixels of four bytes (blue, green, red, alpha),
+/// top row first.
+std::string encodePng(int width, int height, const std::uint8_t *pixels);
+
 } // namespace host
 
 #endif

@@ -19,6 +19,7 @@ void addRender(CLI::App &program);
 void addLayout(CLI::App &program);
 void addGlyph(CLI::App &program);
 void addCoverage(CLI::App &program);
+void addBmp(CLI::App &program);
 
 } // namespace zktext
 

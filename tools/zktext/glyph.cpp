@@ -1,3 +1,4 @@
+#include "bmpoutput.h"
 #include "options.h"
 #include "paragraph.h"
 
@@ -17,6 +18,7 @@ namespace
 struct GlyphCommand {
     std::vector<std::string> codes;
     FontOptions font;
+    OutputOptions output;
 };
 
 /// "U+0628", "0x628" or a character itself; throws for anything else, and for a
@@ -84,12 +86,20 @@ void show(const GlyphCommand &command)
     for (const std::string &text : command.codes) {
         codes.push_back(parseCode(text));
     }
+    const bool isBmp = command.output.isBmp();
+    if (isBmp && codes.size() > 1) {
+        throw CLI::ValidationError("CODE", "must be a single one for a BMP file");
+    }
+    if (isBmp) {
+        refuseTerminal(command.output.path);
+    }
     command.font.open();
     std::string out;
     for (const ZkUcs2 code : codes) {
-        out += describe(*ZkFontCache::glyph(code, command.font.font()));
+        const GlyphBitmap &glyph = *ZkFontCache::glyph(code, command.font.font());
+        out += isBmp ? encodeBmp(glyph) : describe(glyph);
     }
-    write("-", out);
+    write(command.output.path, out);
 }
 
 } // namespace
@@ -101,6 +111,7 @@ void addGlyph(CLI::App &program)
     command->add_option("CODE", options->codes, "U+0628, 0x628 or the character itself")
         ->required();
     options->font.add(*command);
+    options->output.add(*command, "text");
     command->callback([options] { show(*options); });
 }
 

@@ -33,6 +33,7 @@ int run(int argc, char **argv)
     zktext::addLayout(program);
     zktext::addGlyph(program);
     zktext::addCoverage(program);
+    zktext::addBmp(program);
     program.footer("Status: 0 done, 1 failed, 2 wrong options.");
     try {
         program.parse(argc, argv);

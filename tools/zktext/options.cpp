@@ -194,6 +194,13 @@ host::TextBlock LayoutOptions::layOut() const
     return block;
 }
 
+void refuseTerminal(const std::string &path)
+{
+    if (path == "-" && host::outputIsTerminal()) {
+        throw Failure("a picture does not belong on a terminal: name a file with --output");
+    }
+}
+
 void write(const std::string &path, const std::string &bytes)
 {
     std::string problem;

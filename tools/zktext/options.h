@@ -4,10 +4,14 @@
 #include "commands.h"
 #include "textblock.h"
 
+#include <cstdint>
 #include <string>
 
 namespace zktext
 {
+
+/// The largest picture that is drawn or converted, in pixels.
+constexpr std::int64_t kMostPixels = 64 * 1024 * 1024;
 
 /// The font and its style, as every subcommand that draws takes them.
 struct FontOptions {
@@ -57,6 +61,9 @@ struct LayoutOptions {
     /// Opens the font, reads the text, lays it out and places it. Throws `Failure`.
     host::TextBlock layOut() const;
 };
+
+/// Throws when `path` is "-" and that is a terminal: no place for a picture.
+void refuseTerminal(const std::string &path);
 
 /// Throws the reason why `bytes` cannot be written to `path`; see `host::writeOutput`.
 void write(const std::string &path, const std::string &bytes);

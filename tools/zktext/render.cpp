@@ -1,3 +1,4 @@
+#include "bmpoutput.h"
 #include "options.h"
 #include "output.h"
 
@@ -11,12 +12,11 @@ namespace zktext
 namespace
 {
 
-constexpr std::int64_t kMostPixels = 64 * 1024 * 1024; // after zooming
 constexpr int kLargestSide = 32767;
 
 struct RenderOptions {
     LayoutOptions layout;
-    std::string output = "-";
+    OutputOptions output;
     std::string canvas;
     std::string color = "#000000";
     std::string background = "#ffffff";
@@ -62,14 +62,25 @@ ZkSize pictureSize(const RenderOptions &options, const ZkRect &box)
     return ZkSize(width, height);
 }
 
+/// The picture as a file of the format asked for.
+std::string encoded(const host::Canvas &canvas, const OutputOptions &output)
+{
+    if (output.isBmp()) {
+        return encodeBmp(canvas);
+    }
+    std::string png = host::encodePng(canvas);
+    if (png.empty()) {
+        throw Failure("no memory for the PNG file");
+    }
+    return png;
+}
+
 void render(const RenderOptions &options)
 {
     const host::Color background = colorOf("--background", options.background);
     const host::TextColors colors = {colorOf("--color", options.color),
                                      colorOf("--outline-color", options.outlineColor)};
-    if (options.output == "-" && host::outputIsTerminal()) {
-        throw Failure("a picture does not belong on a terminal: name a file with --output");
-    }
+    refuseTerminal(options.output.path);
     const host::TextBlock block = options.layout.layOut();
     const ZkSize size = pictureSize(options, block.box());
     host::Canvas canvas(size.width(), size.height(), background);
@@ -81,23 +92,18 @@ void render(const RenderOptions &options)
     if (options.guides) {
         block.paintGuides(canvas);
     }
-    const std::string png =
-        host::encodePng(options.zoom == 1 ? canvas : canvas.zoomed(options.zoom));
-    if (png.empty()) {
-        throw Failure("no memory for the PNG file");
-    }
-    write(options.output, png);
+    write(options.output.path,
+          encoded(options.zoom == 1 ? canvas : canvas.zoomed(options.zoom), options.output));
 }
 
 } // namespace
 
 void addRender(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("render", "Draw a text as a PNG picture");
+    CLI::App *command = program.add_subcommand("render", "Draw a text as a PNG or BMP picture");
     auto options = std::make_shared<RenderOptions>();
     options->layout.add(*command);
-    command->add_option("-o,--output", options->output, "PNG file; '-' is standard output")
-        ->capture_default_str();
+    options->output.add(*command, "png");
     command->add_option("--canvas", options->canvas,
                         "Size of the picture as WIDTHxHEIGHT (default: the box and its margin)");
     command->add_option("--color", options->color, "Text colour, #RRGGBB or #RRGGBBAA")

@@ -1,0 +1,97 @@
+#include "bmpoutput.h"
+
+#include "options.h"
+#include "temporaryfile.h"
+
+#include <zkbmpdata.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace zktext
+{
+
+namespace
+{
+
+/// What `BmpData` makes of `picture`, an image or a glyph, as bytes.
+template <typename Picture>
+std::string savedBmp(const Picture &picture)
+{
+    const TemporaryFile file;
+    if (BmpData().SaveImage(file.path().c_str(), &picture) != 0) {
+        throw Failure(std::string("cannot write a temporary file: ") + std::strerror(errno));
+    }
+    return file.bytes();
+}
+
+/// A little-endian number of four bytes.
+void setNumber(std::string &bytes, std::size_t at, std::size_t value)
+{
+    for (int i = 0; i < 4; ++i) {
+        bytes[at++] = static_cast<char>(value >> (8 * i) & 0xFF);
+    }
+}
+
+} // namespace
+
+void OutputOptions::add(CLI::App &command, const std::string &usual)
+{
+    command
+        .add_option("-o,--output", path,
+                    "Output file; '-' is standard output; *.bmp is written as a BMP file")
+        ->capture_default_str();
+    command.add_option("--format", format, "Format of the output, whatever its name")
+        ->check(CLI::IsMember({usual, std::string("bmp")}));
+}
+
+bool OutputOptions::isBmp() const
+{
+    if (!format.empty()) {
+        return format == "bmp";
+    }
+    std::string ending = path.substr(path.size() - std::min<std::size_t>(path.size(), 4));
+    for (char &c : ending) {
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    }
+    return ending == ".bmp";
+}
+
+std::string encodeBmp(const host::Canvas &canvas)
+{
+    const std::size_t rowBytes = static_cast<std::size_t>(canvas.width()) * 3;
+    std::vector<unsigned char> pixels(rowBytes * static_cast<std::size_t>(canvas.height()));
+    unsigned char *to = pixels.data();
+    for (int y = 0; y < canvas.height(); ++y) {
+        const std::uint8_t *from = canvas.row(y);
+        for (std::size_t x = 0; x < rowBytes; x += 3, to += 3) {
+            to[0] = from[x + 2];
+            to[1] = from[x + 1];
+            to[2] = from[x];
+        }
+    }
+    const BmpData::Image image = {canvas.width(), canvas.height(), 3, pixels.data()};
+    std::string bytes = savedBmp(image);
+    const std::size_t paddedRow = (rowBytes + 3) / 4 * 4;
+    if (bytes.size() != 54 + paddedRow * static_cast<std::size_t>(canvas.height())) {
+        throw Failure("no room for a temporary file");
+    }
+    // A picture whose rows need no padding claims to be larger than it is, and
+    // some programs refuse it: tell its true size.
+    setNumber(bytes, 2, bytes.size());
+    setNumber(bytes, 34, bytes.size() - 54);
+    return bytes;
+}
+
+std::string encodeBmp(const GlyphBitmap &glyph)
+{
+    if (glyph.width == 0 || glyph.height == 0) {
+        throw Failure(codeName(glyph.unicode) + " has no pixels");
+    }
+    return savedBmp(glyph);
+}
+
+} // namespace zktext
