@@ -48,6 +48,17 @@ std::int64_t bucketBytes(int count)
     return std::int64_t(count) * static_cast<std::int64_t>(sizeof(ZkHashData::Node *));
 }
 
+// Room for `count` buckets, or null. The fewest are needed to hold a node at all, more
+// only make finding quicker.
+void *allocateBuckets(int count)
+{
+    const std::int64_t bytes = bucketBytes(count);
+    if (count == ZkHashData::bucketCount(ZkHashData::MinNumBits)) {
+        return zkAllocate(bytes);
+    }
+    return bytes <= INT32_MAX ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
+}
+
 // Moves the chain that starts at `node` into `buckets`: a run of nodes with one
 // hash stays together and goes to the end of its new chain.
 void moveChain(ZkHashData *table, ZkHashData::Node *node)
@@ -172,11 +183,7 @@ void ZkHashData::rehash(int hint)
         return;
     }
     const int count = bucketCount(bits);
-    // The first buckets are needed, more of them only make finding quicker.
-    void *fresh = numBuckets == 0 ? zkAllocate(bucketBytes(count))
-                  : bucketBytes(count) > INT32_MAX
-                      ? nullptr
-                      : std::malloc(static_cast<std::size_t>(bucketBytes(count)));
+    void *fresh = allocateBuckets(count);
     if (fresh == nullptr) {
         return;
     }
@@ -200,7 +207,8 @@ ZkHashData::Node *ZkHashData::firstNode()
 ZkHashData::Node *ZkHashData::nextNode(Node *node)
 {
     Node *next = node->next;
-    ZK_CHECK_AT(next, "next", "./src/zkhash", 151, __PRETTY_FUNCTION__);
+    ZK_CHECK_AT(next, "next", "./src/zkhash", 151,
+                "static ZkHashData::Node* ZkHashData::nextNode(ZkHashData::Node*)");
     if (next->next != nullptr) {
         return next;
     }
@@ -225,7 +233,8 @@ ZkHashData::Node *ZkHashData::previousNode(Node *node)
             return previous;
         }
     }
-    ZK_CHECK_AT(start >= 0, "start >= 0", "./src/zkhash", 198, __PRETTY_FUNCTION__);
+    ZK_CHECK_AT(start >= 0, "start >= 0", "./src/zkhash", 198,
+                "static ZkHashData::Node* ZkHashData::previousNode(ZkHashData::Node*)");
     return e;
 }
 

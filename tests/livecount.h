@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <stdexcept>
+
 /// An element that counts how many of its kind live and knows its own address,
 /// so that a leak, a second destruction or a move by bytes is noticed.
 class Counted
@@ -37,6 +40,22 @@ private:
 
     const Counted *self;
     int number;
+};
+
+/// An element whose copies fail once its allowance is used up.
+struct Throwing {
+    explicit Throwing(int n = 0) : counted(n) {}
+    Throwing(const Throwing &other) : counted(other.counted)
+    {
+        if (allowance-- == 0) {
+            throw std::runtime_error("no more copies");
+        }
+    }
+    Throwing &operator=(const Throwing &) = default;
+    operator int() const { return counted; }
+
+    static inline int allowance = INT_MAX;
+    Counted counted;
 };
 
 /// Expects, when it goes out of scope, as many living elements as at its start.

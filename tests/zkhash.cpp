@@ -3,11 +3,16 @@
 
 #include "livecount.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstddef>
+#include <cstring>
 #include <map>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -59,12 +64,127 @@ bool isPrime(int n)
     return n > 1;
 }
 
+// The invariants of a table, and the pairs that it must hold.
+template <typename T>
+void expectTable(const ZkHash<int, T> &hash, const std::map<int, int> &model)
+{
+    ZkHashData *table = ZkInspector::table(hash);
+    ASSERT_EQ(table->fakeNext, nullptr);
+    ASSERT_GE(table->ref.load(), 1);
+    ASSERT_EQ(table->reserved, 0u);
+    ASSERT_EQ(table->size, static_cast<int>(model.size()));
+    std::map<int, int> found;
+    for (int i = 0; i < table->numBuckets; ++i) {
+        ZkHashData::Node *node = table->buckets[i];
+        for (; node->next != nullptr; node = node->next) {
+            ASSERT_EQ(node->h % static_cast<unsigned>(table->numBuckets), static_cast<unsigned>(i));
+            const int key = static_cast<int>(node->h);
+            found[key] = static_cast<typename ZkHash<int, T>::Node *>(node)->value;
+        }
+        ASSERT_EQ(node, table->end()) << "chain " << i << " does not end in its table";
+    }
+    ASSERT_EQ(found, model);
+}
+
 ZkString units(const std::u16string &text)
 {
     return ZkString(std::u16string_view(text));
 }
 
 } // namespace
+
+// The block
+
+TEST(ZkHashData, TheTableOfEmptyHashesHasNoBuckets)
+{
+    const ZkHashData &null = ZkHashData::shared_null;
+    EXPECT_EQ(null.fakeNext, nullptr);
+    EXPECT_EQ(null.buckets, nullptr);
+    EXPECT_GE(null.ref.load(), 1);
+    EXPECT_EQ(null.size, 0);
+    EXPECT_EQ(null.nodeSize, 0);
+    EXPECT_EQ(null.userNumBits, 4);
+    EXPECT_EQ(null.numBits, 0);
+    EXPECT_EQ(null.numBuckets, 0);
+    EXPECT_EQ(null.sharable, 1u);
+    EXPECT_EQ(null.strictAlignment, 0u);
+    EXPECT_EQ(null.reserved, 0u);
+}
+
+TEST(ZkHashData, FieldsStandWhereADebuggerExpectsThem)
+{
+    const std::size_t word = sizeof(void *);
+    EXPECT_EQ(sizeof(ZkHashData), word == 4 ? 32u : 40u);
+    EXPECT_EQ(offsetof(ZkHashData, fakeNext), 0u);
+    EXPECT_EQ(offsetof(ZkHashData, buckets), word);
+    EXPECT_EQ(offsetof(ZkHashData, ref), 2 * word);
+    EXPECT_EQ(offsetof(ZkHashData, size), 2 * word + 4);
+    EXPECT_EQ(offsetof(ZkHashData, nodeSize), 2 * word + 8);
+    EXPECT_EQ(offsetof(ZkHashData, userNumBits), 2 * word + 12);
+    EXPECT_EQ(offsetof(ZkHashData, numBits), 2 * word + 14);
+    EXPECT_EQ(offsetof(ZkHashData, numBuckets), 2 * word + 16);
+    IntHash hash;
+    hash.insert(-5, 50);
+    const ZkHashData *table = ZkInspector::table(hash);
+    EXPECT_EQ(table->nodeSize, static_cast<int>(sizeof(IntHash::Node)));
+    EXPECT_EQ(table->strictAlignment, 0u);
+    EXPECT_EQ(static_cast<int>(table->buckets[(UINT_MAX - 4) % 17]->h), -5)
+        << "the key is the hash";
+}
+
+TEST(ZkHashData, ACopyOfATableKeepsItsShape)
+{
+    IntHash hash;
+    hash.reserve(100);
+    for (int i = 0; i < 40; ++i) {
+        hash.insert(i * 131, i);
+    }
+    ZkHashData *table = ZkInspector::table(hash);
+    IntHash copy = hash;
+    copy[0] = 0;
+    const ZkHashData *other = ZkInspector::table(copy);
+    EXPECT_EQ(other->ref, 1);
+    EXPECT_EQ(other->userNumBits, 7);
+    EXPECT_EQ(other->numBits, table->numBits);
+    EXPECT_EQ(other->numBuckets, 131);
+    EXPECT_EQ(other->nodeSize, table->nodeSize);
+    EXPECT_EQ(other->sharable, 1u);
+    EXPECT_EQ(pairsOf(copy), pairsOf(hash));
+
+    ZkHashData *untyped = ZkHashData::shared_null.detach_helper(nullptr, 24);
+    EXPECT_EQ(untyped->nodeSize, 24);
+    EXPECT_EQ(untyped->ref, 1);
+    EXPECT_EQ(untyped->buckets, nullptr);
+    untyped->rehash(-100);
+    EXPECT_EQ(untyped->numBits, 7);
+    EXPECT_EQ(untyped->numBuckets, 131);
+    untyped->rehash(-17);
+    EXPECT_EQ(untyped->numBuckets, 17);
+    untyped->destroyAndFree();
+}
+
+TEST(ZkHashData, StrictNodesAreAligned)
+{
+    for (const int alignment : {0, 4, 8, 16, 64}) {
+        SCOPED_TRACE(alignment);
+        ZkHashData *table = ZkHashData::shared_null.detach_helper2(nullptr, nullptr, 40, 64);
+        EXPECT_EQ(table->strictAlignment, 1u);
+        std::vector<void *> nodes;
+        for (int i = 0; i < 20; ++i) {
+            nodes.push_back(table->allocateNode(alignment));
+            std::memset(nodes.back(), 0xAA, 40);
+            if (alignment > 4) {
+                EXPECT_EQ(reinterpret_cast<std::uintptr_t>(nodes.back()) %
+                              static_cast<unsigned>(alignment),
+                          0u);
+            }
+        }
+        for (void *node : nodes) {
+            table->freeNode(node);
+        }
+        table->destroyAndFree();
+    }
+}
 
 // Bucket counts
 
@@ -148,6 +268,24 @@ TEST(ZkHashData, RehashToTheCurrentExponentChangesNothing)
     ZkHashData::Node **buckets = ZkInspector::table(hash)->buckets;
     ZkInspector::table(hash)->rehash(4);
     EXPECT_EQ(ZkInspector::table(hash)->buckets, buckets);
+}
+
+TEST(ZkHashData, WithoutMemoryForBucketsTheTableStays)
+{
+    IntHash hash;
+    hash.insert(1, 10);
+    ZkHashData *table = ZkInspector::table(hash);
+    for (const int hint : {INT_MAX, 30, INT_MIN, -INT_MAX}) {
+        table->rehash(hint); // 2^30 buckets are more bytes than a block may have
+        EXPECT_EQ(hash.capacity(), 17) << hint;
+        EXPECT_EQ(table->numBits, 4);
+    }
+    expectTable(hash, {{1, 10}});
+    IntHash none;
+    none.reserve(INT_MAX);
+    EXPECT_EQ(none.capacity(), 0);
+    none.insert(1, 10);
+    EXPECT_EQ(none.capacity(), 17);
 }
 
 // Building
@@ -247,7 +385,10 @@ TEST(ZkHash, AgreesWithAMapUnderRandomWork)
             break;
         }
         }
-        ASSERT_EQ(hash.size(), int(model.size()));
+        if (step % 16 == 0) {
+            expectTable(hash, model);
+        }
+        ASSERT_FALSE(HasFatalFailure()) << "step " << step;
     }
     const Pairs pairs = pairsOf(hash);
     EXPECT_EQ((std::map<int, int>(pairs.begin(), pairs.end())), model);
@@ -307,6 +448,84 @@ TEST(ZkHash, CopiesShareUntilOneIsWritten)
     EXPECT_EQ(a.value(18), 20);
 }
 
+TEST(ZkHash, EveryMutableAccessDetaches)
+{
+    const IntHash a = {{1, 10}, {18, 20}};
+    void (*const writers[])(IntHash &) = {
+        [](IntHash &h) { h.insert(1, 11); },
+        [](IntHash &h) { h.insert(3, 30); },
+        [](IntHash &h) { h[1] = 11; },
+        [](IntHash &h) { h[5]; },
+        [](IntHash &h) { h.remove(1); },
+        [](IntHash &h) { *h.begin() = 5; },
+        [](IntHash &h) { *h.find(18) = 5; },
+        [](IntHash &h) { h.find(7); },
+        [](IntHash &h) { h.clear(); },
+        [](IntHash &h) { h.reserve(50); },
+        [](IntHash &h) { h.setSharable(false); },
+        [](IntHash &h) { h.end(); },
+    };
+    int row = 0;
+    for (const auto write : writers) {
+        SCOPED_TRACE(row++);
+        IntHash b = a;
+        ASSERT_TRUE(b.isSharedWith(a));
+        EXPECT_EQ(ZkInspector::table(a)->ref, 2);
+        write(b);
+        EXPECT_FALSE(b.isSharedWith(a));
+        EXPECT_EQ(ZkInspector::table(a)->ref, 1);
+        expectTable(a, {{1, 10}, {18, 20}});
+    }
+    IntHash c = a;
+    const IntHash &constant = c;
+    EXPECT_EQ(constant.value(1) + constant[18] + *constant.begin() + *constant.find(18) +
+                  constant.keys().size() + constant.size() + constant.contains(1),
+              10 + 20 + 10 + 20 + 2 + 2 + 1);
+    EXPECT_TRUE(constant.find(5) == constant.end());
+    EXPECT_TRUE(c.isSharedWith(a)) << "reading detached";
+    IntHash none;
+    EXPECT_TRUE(none.begin() == none.end() && none.find(1) == none.end());
+    EXPECT_TRUE(none.isSharedWith(IntHash())) << "nothing to write, nothing to detach";
+}
+
+TEST(ZkHash, FindNodeGivesTheLinkAndTheHash)
+{
+    IntHash hash = {{1, 10}, {18, 20}};
+    ZkHashData *table = ZkInspector::table(hash);
+    unsigned h = 0;
+    EXPECT_EQ(hash.findNode(1, &h), &table->buckets[1]);
+    EXPECT_EQ(h, 1u);
+    EXPECT_EQ(hash.findNode(18, &h), &table->buckets[1]->next);
+    EXPECT_EQ(h, 18u);
+    EXPECT_EQ(*hash.findNode(35), table->end());
+    EXPECT_EQ(hash.findNode(35), &table->buckets[1]->next->next);
+    const IntHash none;
+    EXPECT_EQ(*none.findNode(-1, &h), ZkHashData::shared_null.end());
+    EXPECT_EQ(h, UINT_MAX);
+}
+
+TEST(ZkHash, WorksWithRangeForAndAlgorithms)
+{
+    IntHash hash = {{1, 10}, {2, 20}, {1, 11}};
+    int sum = 0;
+    for (int &value : hash) {
+        value += 1;
+        sum += value;
+    }
+    EXPECT_EQ(sum, 12 + 21);
+    EXPECT_THAT(hash.values(), testing::ElementsAre(12, 21));
+    EXPECT_THAT(hash.keys(), testing::ElementsAre(1, 2));
+    EXPECT_EQ(std::count(hash.cbegin(), hash.cend(), 21), 1);
+    IntHash::const_iterator it = hash.find(2);
+    EXPECT_EQ(it++.key(), 2);
+    EXPECT_TRUE(it == hash.cend());
+    ZkHash<int, std::string> names = {{1, "one"}};
+    EXPECT_EQ(names.begin()->size(), 3u);
+    enum Colour { Red, Blue };
+    ZkHash<Colour, int> colours = {{Blue, 4}};
+    EXPECT_EQ(colours.value(Blue) + colours.value(Red), 4);
+}
+
 TEST(ZkHash, AssignmentMoveAndEquality)
 {
     IntHash a, b;
@@ -354,6 +573,51 @@ TEST(ZkHash, ArgumentsMayLiveInTheTable)
     for (int key = 1; key < 60; ++key) {
         ASSERT_EQ(hash.value(key), std::string(40, 'x'));
     }
+}
+
+TEST(ZkHash, KeysMayLiveInTheTable)
+{
+    ZkHash<ZkString, int> hash = {{"one", 1}, {"two", 2}};
+    const ZkHash<ZkString, int> other = hash;
+    hash[hash.cbegin().key()] += 10;
+    EXPECT_EQ(hash.value(other.cbegin().key()), other.cbegin().value() + 10);
+    ZkHash<ZkString, int> third = other;
+    EXPECT_TRUE(third.remove(third.cbegin().key()));
+    EXPECT_TRUE(third.remove(third.cbegin().key()));
+    EXPECT_TRUE(third.isEmpty());
+    ZkHash<ZkString, int> fourth = other;
+    const ZkString &key = std::as_const(fourth).begin().key();
+    EXPECT_EQ(fourth.find(key).value(), other.cbegin().value());
+}
+
+TEST(ZkHash, AFailedCopyLeavesTheHashAsItWas)
+{
+    NoLeak guard;
+    ZkHash<int, Throwing> original;
+    std::map<int, int> model;
+    for (int i = 0; i < 20; ++i) {
+        original.insert(i, Throwing(i));
+        model[i] = i;
+    }
+    void (*const writers[])(ZkHash<int, Throwing> &) = {
+        [](ZkHash<int, Throwing> &h) { h.insert(99, Throwing(1)); },
+        [](ZkHash<int, Throwing> &h) { h[99]; },
+        [](ZkHash<int, Throwing> &h) { h.begin(); },
+        [](ZkHash<int, Throwing> &h) { h.remove(5); },
+    };
+    for (const auto write : writers) {
+        for (int allowed : {0, 3, 19}) {
+            ZkHash<int, Throwing> hash = original;
+            Throwing::allowance = allowed;
+            EXPECT_THROW(write(hash), std::runtime_error);
+            Throwing::allowance = INT_MAX;
+            EXPECT_TRUE(hash.isSharedWith(original));
+        }
+    }
+    Throwing::allowance = 0;
+    EXPECT_THROW(original.insert(99, Throwing(1)), std::runtime_error);
+    Throwing::allowance = INT_MAX;
+    expectTable(original, model);
 }
 
 TEST(ZkHash, ElementsAreDestroyedOnce)
@@ -420,9 +684,12 @@ TEST(ZkHashDeath, GoingOnFromTheEndIsReported)
     hash.insert(1, 1);
     ZkHashData *table = ZkInspector::table(hash);
     EXPECT_DEATH(ZkHashData::nextNode(table->end()),
-                 "\\./src/zkhash:151: .*nextNode.*`next' failed");
+                 "\\./src/zkhash:151: static ZkHashData::Node\\* ZkHashData::nextNode\\("
+                 "ZkHashData::Node\\*\\): Assertion `next' failed");
     EXPECT_DEATH(ZkHashData::previousNode(table->firstNode()),
-                 "\\./src/zkhash:198: .*previousNode.*`start >= 0' failed");
+                 "\\./src/zkhash:198: static ZkHashData::Node\\* ZkHashData::previousNode\\("
+                 "ZkHashData::Node\\*\\): Assertion `start >= 0' failed");
+    EXPECT_DEATH(ZkHashData::previousNode(ZkHashData::shared_null.end()), "`start >= 0' failed");
     EXPECT_DEATH(
         {
             table->buckets[2] = table->firstNode();

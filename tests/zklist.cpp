@@ -852,21 +852,6 @@ TEST(ZkList, MatchesAModelThroughRandomChanges)
 
 // --- Elements that throw ----------------------------------------------------
 
-// Copies until its allowance is used up.
-struct Throwing {
-    explicit Throwing(int n) : counted(n) {}
-    Throwing(const Throwing &other) : counted(other.counted)
-    {
-        if (allowance-- == 0) {
-            throw std::runtime_error("no more copies");
-        }
-    }
-    operator int() const { return counted; }
-
-    static inline int allowance = INT_MAX;
-    Counted counted;
-};
-
 TEST(ZkList, AFailedCopyLeavesTheListAsItWas)
 {
     NoLeak guard;

@@ -563,22 +563,6 @@ TEST(ZkMap, MatchesAModelThroughRandomChanges)
     }
 }
 
-// Copies until its allowance is used up.
-struct Throwing {
-    explicit Throwing(int n = 0) : counted(n) {}
-    Throwing(const Throwing &other) : counted(other.counted)
-    {
-        if (allowance-- == 0) {
-            throw std::runtime_error("no more copies");
-        }
-    }
-    Throwing &operator=(const Throwing &) = default;
-    operator int() const { return counted; }
-
-    static inline int allowance = INT_MAX;
-    Counted counted;
-};
-
 TEST(ZkMap, AFailedCopyLeavesTheMapAsItWas)
 {
     NoLeak guard;

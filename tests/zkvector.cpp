@@ -633,6 +633,42 @@ TEST(ZkVector, MatchesAModelThroughRandomChanges)
     }
 }
 
+TEST(ZkVector, AFailedCopyLeavesTheVectorAsItWas)
+{
+    NoLeak guard;
+    ZkVector<Throwing> original;
+    for (int i = 0; i < 10; ++i) {
+        original.append(Throwing(i));
+    }
+    void (*const writers[])(ZkVector<Throwing> &) = {
+        [](ZkVector<Throwing> &v) { v.append(v.at(3)); },
+        [](ZkVector<Throwing> &v) { v.append(v); },
+        [](ZkVector<Throwing> &v) { v.last(); },
+        [](ZkVector<Throwing> &v) { v.resize(50); },
+        [](ZkVector<Throwing> &v) { v.remove(2); },
+    };
+    const std::vector<int> model = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+    for (const auto write : writers) {
+        for (int allowed : {0, 1, 5, 9}) {
+            for (bool shared : {true, false}) {
+                SCOPED_TRACE(testing::Message() << allowed << (shared ? " shared" : ""));
+                ZkVector<Throwing> v = original;
+                if (!shared) {
+                    v.last();
+                    if (write == writers[2] || write == writers[4]) {
+                        continue; // in a block of its own nothing is copied
+                    }
+                    v.realloc(10, 10);
+                }
+                Throwing::allowance = allowed;
+                EXPECT_THROW(write(v), std::runtime_error);
+                Throwing::allowance = INT_MAX;
+                expectBlock(v, model);
+            }
+        }
+    }
+}
+
 // --- Untyped blocks ---------------------------------------------------------
 
 TEST(ZkVectorData, MallocCopiesHeaderAndElements)

@@ -5,7 +5,10 @@
 #include "zklist.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <iterator>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -14,11 +17,12 @@ class ZkString;
 
 /// Hashes of the keys that the library uses itself; for a key type of your own,
 /// declare `unsigned zkHash(const Key &)` beside it. An integer of up to 32 bits is
-/// its own hash.
-template <typename Integer, std::enable_if_t<std::is_integral<Integer>::value, int> = 0>
-constexpr unsigned zkHash(Integer key)
+/// its own hash, as is an enumeration's value.
+template <typename Number,
+          std::enable_if_t<std::is_integral<Number>::value || std::is_enum<Number>::value, int> = 0>
+constexpr unsigned zkHash(Number key)
 {
-    if constexpr (sizeof(Integer) > sizeof(unsigned)) {
+    if constexpr (sizeof(Number) > sizeof(unsigned)) {
         return static_cast<unsigned>(static_cast<std::uint64_t>(key) ^
                                      (static_cast<std::uint64_t>(key) >> 32));
     } else {
@@ -69,29 +73,34 @@ struct ZK_EXPORT ZkHashData {
 
     enum { MinNumBits = 4, MaxNumBits = 30 };
 
-    /// (1 << numBits) plus a little, a prime for exponents 2 to 12.
+    /// (1 << numBits) plus a little, a prime for exponents 2 to 12; `numBits` is 0 to 30.
     static constexpr int bucketCount(int numBits);
 
     /// `h` modulo `numBuckets`, without a division.
     unsigned bucketOf(unsigned h) const;
 
+    /// Memory for one node of `nodeSize` bytes, at a multiple of `nodeAlign` if the
+    /// table is strict about it; `freeNode` gives it back.
     void *allocateNode(int nodeAlign = 0);
     void freeNode(void *node);
 
-    /// A copy of the table with a copy of every node in the same order.
+    /// A copy of the table, unshared, with a copy of every node in the same order;
+    /// `destroy` clears up if `duplicate` throws. Nodes of an alignment above 8 make
+    /// it strict. This table keeps its count.
+    ZkHashData *detach_helper2(Duplicate duplicate, Delete destroy, int sizeofNode, int nodeAlign);
     ZkHashData *detach_helper(Duplicate duplicate, int sizeofNode)
     {
         return detach_helper2(duplicate, nullptr, sizeofNode, 0);
     }
-    ZkHashData *detach_helper2(Duplicate duplicate, Delete destroy, int sizeofNode, int nodeAlign);
 
     /// Frees the table, and its nodes if `destroy` is given.
     void free_helper(Delete destroy);
     void destroyAndFree() { free_helper(nullptr); }
 
-    /// Changes the number of buckets: to exponent `hint`, or for a negative hint to
-    /// hold -hint nodes. Nodes of equal hash stay together and in order. Without
-    /// memory for the buckets the table stays as it is.
+    /// Changes the number of buckets of an unshared table: to exponent `hint` (4 to
+    /// 30), or for a negative hint to hold -hint nodes, but no fewer buckets than half
+    /// the nodes there are. Nodes of equal hash stay together and in order. Without
+    /// memory for more buckets the table stays as it is.
     void rehash(int hint);
 
     /// The neighbours in bucket order; the table follows the last and precedes
@@ -103,137 +112,183 @@ struct ZK_EXPORT ZkHashData {
     Node *end() { return reinterpret_cast<Node *>(this); }
 };
 
-/// A table of values under keys, in one block that copies share.
+/// Values under keys, in a table that copies share.
 ///
-/// A hash is one pointer to its table. Copying counts the new owner; the first
-/// write to a shared table copies every node ("detaches"). A key needs `==` and a
-/// `zkHash`. Order is that of the buckets and, in one bucket, of insertion; it is
-/// the same on every machine.
+/// A hash is one pointer to its table. Copying counts the new owner; the first write
+/// through a hash whose table is shared copies every node ("detaches"). Non-const
+/// `begin`, `end`, `find` and `operator[]` are writes; const members never detach or
+/// allocate. A key needs `==` and a `zkHash`. Order is that of the buckets and, in one
+/// bucket, of insertion; it is the same on every machine.
 ///
-///     ZkHash<int, const char *> names;
-///     names.insert(7, "seven");
+///     ZkHash<int, const char *> names = {{7, "seven"}};
 ///     names.value(7);  // "seven"
 ///     names.value(8);  // nullptr
 ///
-/// Finding costs one multiplication and a walk along one chain, which holds one
-/// node on average; const members never detach or allocate. References to values
-/// hold until the key is removed or the hash detaches. One hash is used by one
-/// thread at a time; hashes that share a table may be used by different threads.
+/// Finding costs one multiplication and a walk along one chain, which holds one node
+/// on average; keys that are equal modulo the number of buckets share a chain.
+/// References to values hold until the key is removed or the hash detaches, iterators
+/// until a key is inserted too. One hash is used by one thread at a time; hashes that
+/// share a table may be used by different threads.
 template <typename K, typename T>
 class ZkHash
 {
-    // Behind `next` and the hash come key and value; an integer key is the hash.
-    template <typename Key, bool isHash>
-    struct NodeOf {
-        NodeOf *next;
-        unsigned h;
-        Key key;
-        T value;
-    };
-    template <typename Key>
-    struct NodeOf<Key, true> {
-        NodeOf *next;
-        Key key;
-        T value;
-    };
+    // An integer key is the hash and needs no room of its own.
     static constexpr bool kKeyIsHash = std::is_integral<K>::value && sizeof(K) == sizeof(unsigned);
 
-public:
-    typedef NodeOf<K, kKeyIsHash> Node;
-    typedef K key_type;
-    typedef T mapped_type;
+    template <bool isHash, typename Unused>
+    struct NodeOf : ZkHashData::Node {
+        NodeOf(unsigned hash, const K &k, const T &v)
+            : ZkHashData::Node{nullptr, hash}, k_(k), value(v)
+        {
+        }
+        const K &key() const { return k_; }
+        bool holds(unsigned hash, const K &k) const { return h == hash && k_ == k; }
 
-    /// Walks the nodes in bucket order; holds until the hash is changed.
-    class const_iterator
+        K k_;
+        T value;
+    };
+    template <typename Unused>
+    struct NodeOf<true, Unused> : ZkHashData::Node {
+        NodeOf(unsigned hash, K, const T &v) : ZkHashData::Node{nullptr, hash}, value(v) {}
+        K key() const { return static_cast<K>(h); }
+        bool holds(unsigned hash, K) const { return h == hash; }
+
+        T value;
+    };
+
+public:
+    /// What stands in a chain: link, hash, key and value.
+    typedef NodeOf<kKeyIsHash, void> Node;
+
+private:
+    // Walks the nodes in bucket order; `Value` is T or const T.
+    template <typename Value>
+    class Walker
     {
     public:
-        const K &key() const { return node->key; }
-        const T &value() const { return node->value; }
-        const T &operator*() const { return node->value; }
-        const_iterator &operator++()
+        typedef std::forward_iterator_tag iterator_category;
+        typedef T value_type;
+        typedef std::ptrdiff_t difference_type;
+        typedef Value *pointer;
+        typedef Value &reference;
+
+        Walker() : node(nullptr) {}
+        // A place to write is also a place to read.
+        operator Walker<const T>() const { return Walker<const T>(node); }
+
+        decltype(auto) key() const { return concrete(node)->key(); }
+        reference value() const { return concrete(node)->value; }
+        reference operator*() const { return value(); }
+        pointer operator->() const { return &value(); }
+        Walker &operator++()
         {
-            node = concrete(ZkHashData::nextNode(abstract(node)));
+            node = ZkHashData::nextNode(node);
             return *this;
         }
-        bool operator==(const const_iterator &other) const { return node == other.node; }
-        bool operator!=(const const_iterator &other) const { return node != other.node; }
+        Walker operator++(int) { return Walker(std::exchange(node, ZkHashData::nextNode(node))); }
+        friend bool operator==(Walker a, Walker b) { return a.node == b.node; }
+        friend bool operator!=(Walker a, Walker b) { return a.node != b.node; }
 
     private:
         friend class ZkHash;
-        explicit const_iterator(Node *at) : node(at) {}
-        Node *node;
+        explicit Walker(ZkHashData::Node *at) : node(at) {}
+        ZkHashData::Node *node;
     };
 
-    ZkHash() : d(&ZkHashData::shared_null) { zkRetain(d, &ZkHashData::shared_null); }
+public:
+    typedef K key_type;
+    typedef T mapped_type;
+    typedef T value_type;
+    typedef int size_type;
+    /// What range-for and algorithms see are the values; `key()` gives the key.
+    typedef Walker<T> iterator;
+    typedef Walker<const T> const_iterator;
+
+    /// An empty hash; allocates nothing.
+    ZkHash() noexcept : d(&ZkHashData::shared_null) { d->ref.ref(); }
+    /// Of equal keys the last counts.
+    ZkHash(std::initializer_list<std::pair<K, T>> pairs);
+    /// Shares the table, or copies the nodes if the table is not sharable.
     ZkHash(const ZkHash &other);
-    /// Leaves `other` empty.
+    /// Takes the table; `other` is left empty.
     ZkHash(ZkHash &&other) noexcept : ZkHash() { swap(other); }
     ~ZkHash() { release(d); }
+
     ZkHash &operator=(const ZkHash &other);
+    /// Exchanges the tables.
     ZkHash &operator=(ZkHash &&other) noexcept;
     void swap(ZkHash &other) noexcept { std::swap(d, other.d); }
+    friend void swap(ZkHash &a, ZkHash &b) noexcept { a.swap(b); }
 
     int size() const { return d->size; }
     bool isEmpty() const { return d->size == 0; }
-    /// Buckets: 0 before the first insertion, then 17, 37, 67, ...
+    /// Buckets: 0 before the first insertion, then 17, 37, 67, ... as keys come in;
+    /// the key that would make more keys than buckets takes the next number.
     int capacity() const { return d->numBuckets; }
+    /// True when both use one table; so do all hashes that never held a key.
     bool isSharedWith(const ZkHash &other) const { return d == other.d; }
-    /// False makes every later copy copy the nodes at once.
+    /// False makes each later copy of this hash copy the nodes at once, so that
+    /// references into this hash survive copying it.
     void setSharable(bool on);
-
-    bool contains(const K &key) const { return *findNode(key) != endNode(); }
-    /// The value under `key`, or `fallback`.
-    T value(const K &key, const T &fallback = T()) const;
-    const T operator[](const K &key) const { return value(key); }
-    /// The value under `key`, for writing; a default value is put there first if
-    /// there is none. Detaches.
-    T &operator[](const K &key);
-
-    /// Puts `value` under `key`, over the value that is there. Detaches.
-    void insert(const K &key, const T &value);
-    /// Takes `key` out; false if it is not there. The buckets stay. Detaches.
-    bool remove(const K &key);
-    /// Makes room for `count` keys, and never less for the next keys.
+    /// Takes as many buckets as `count` keys need, also fewer than there are now, but
+    /// not below half the keys there are.
     void reserve(int count);
     /// Lets the table go.
     void clear() { ZkHash().swap(*this); }
 
+    bool contains(const K &key) const { return *findNode(key) != e; }
+    /// The value under `key`, or `fallback` (a default value).
+    T value(const K &key, const T &fallback = T()) const;
+    T operator[](const K &key) const { return value(key); }
+    /// The value under `key`, for writing; a default value is put there first if there
+    /// is none.
+    T &operator[](const K &key);
+
+    /// Puts `value` under `key`, over the value that is there. Both may live in this hash.
+    void insert(const K &key, const T &value);
+    /// Takes `key`, which may live in this hash, out; false if it is not there. The
+    /// buckets stay.
+    bool remove(const K &key);
+
+    iterator begin() { return iterator(writable()->firstNode()); }
+    iterator end() { return iterator(writable()->end()); }
+    const_iterator begin() const { return const_iterator(d->firstNode()); }
+    const_iterator end() const { return const_iterator(d->end()); }
+    const_iterator cbegin() const { return begin(); }
+    const_iterator cend() const { return end(); }
+
+    /// Where `key` stands, or `end()`.
+    iterator find(const K &key);
+    const_iterator find(const K &key) const { return const_iterator(*findNode(key)); }
+
     /// All values (keys) in bucket order.
-    ZkList<T> values() const;
+    ZkList<T> values() const { return ZkList<T>(begin(), end()); }
     ZkList<K> keys() const;
 
-    const_iterator begin() const { return const_iterator(concrete(d->firstNode())); }
-    const_iterator end() const { return const_iterator(endNode()); }
-
-    /// The link that points to the node of `key`, or to the end of its chain.
-    /// Stores the hash where `hashOut` points to.
-    Node **findNode(const K &key, unsigned *hashOut = nullptr) const;
-
-    /// The same keys with equal values.
-    bool operator==(const ZkHash &other) const;
-    bool operator!=(const ZkHash &other) const { return !(*this == other); }
+    /// The link that points to the node of `key`, or to the table at the end of its
+    /// chain. Stores the hash where `hashOut` points to.
+    ZkHashData::Node **findNode(const K &key, unsigned *hashOut = nullptr) const;
 
 private:
     friend struct ZkInspector;
 
-    static ZkHashData::Node *abstract(Node *node)
-    {
-        return reinterpret_cast<ZkHashData::Node *>(node);
-    }
-    static Node *concrete(ZkHashData::Node *node) { return reinterpret_cast<Node *>(node); }
-    Node *endNode() const { return concrete(d->end()); }
+    static Node *concrete(ZkHashData::Node *node) { return static_cast<Node *>(node); }
     static void duplicateNode(ZkHashData::Node *from, void *to);
     static void deleteNode2(ZkHashData::Node *node) { concrete(node)->~Node(); }
     static void release(ZkHashData *x);
-    bool isUnshared() const { return zkIsUnshared<ZkHashData>(d, &ZkHashData::shared_null); }
+    ZkHashData *writable();
     void detach();
     void detach_helper();
-    Node *createNode(const K &key, const T &value);
+    Node *createNode(ZkHashData::Node **link, unsigned h, const K &key, const T &value);
 
-    ZkHashData *d;
+    union {
+        ZkHashData *d;
+        ZkHashData::Node *e; // the same table as the end of its chains
+    };
 };
 
-constexpr std::array<std::uint8_t, 32> kZkHashDelta = {
+// What is added to a power of two for the number of buckets.
+inline constexpr std::array<std::uint8_t, 32> kZkHashDelta = {
     0, 0, 1, 3, 1, 5, 3, 3, 1, 9, 7, 5, 3, 9, 25, 3, 1, 21, 3, 21, 7, 15, 9, 5, 3, 29, 15};
 
 constexpr int ZkHashData::bucketCount(int numBits)
@@ -269,11 +324,19 @@ inline unsigned ZkHashData::bucketOf(unsigned h) const
 }
 
 template <typename K, typename T>
+ZkHash<K, T>::ZkHash(std::initializer_list<std::pair<K, T>> pairs) : ZkHash()
+{
+    for (const std::pair<K, T> &pair : pairs) {
+        insert(pair.first, pair.second);
+    }
+}
+
+template <typename K, typename T>
 inline ZkHash<K, T>::ZkHash(const ZkHash &other) : d(other.d)
 {
-    zkRetain(d, &ZkHashData::shared_null);
+    d->ref.ref();
     if (!d->sharable) {
-        detach();
+        detach_helper();
     }
 }
 
@@ -293,10 +356,11 @@ ZkHash<K, T> &ZkHash<K, T>::operator=(ZkHash &&other) noexcept
     return *this;
 }
 
+// Gives up one share of `x`; the last owner destroys keys and values and frees it.
 template <typename K, typename T>
 inline void ZkHash<K, T>::release(ZkHashData *x)
 {
-    if (zkRelease(x, &ZkHashData::shared_null)) {
+    if (!x->ref.deref()) {
         x->free_helper(deleteNode2);
     }
 }
@@ -305,28 +369,34 @@ template <typename K, typename T>
 void ZkHash<K, T>::duplicateNode(ZkHashData::Node *from, void *to)
 {
     const Node *source = concrete(from);
-    if constexpr (kKeyIsHash) {
-        new (to) Node{nullptr, source->key, source->value};
-    } else {
-        new (to) Node{nullptr, source->h, source->key, source->value};
-    }
+    new (to) Node(source->h, source->key(), source->value);
 }
 
 template <typename K, typename T>
 inline void ZkHash<K, T>::detach()
 {
-    if (!isUnshared()) {
+    if (!d->ref.isOne()) {
         detach_helper();
     }
 }
 
+// Moves to a copy of the table.
 template <typename K, typename T>
 void ZkHash<K, T>::detach_helper()
 {
     ZkHashData *x = d->detach_helper2(duplicateNode, deleteNode2, static_cast<int>(sizeof(Node)),
                                       static_cast<int>(alignof(Node)));
-    release(d);
-    d = x;
+    release(std::exchange(d, x));
+}
+
+// The table, detached if there is anything that could be written.
+template <typename K, typename T>
+inline ZkHashData *ZkHash<K, T>::writable()
+{
+    if (!isEmpty()) {
+        detach();
+    }
+    return d;
 }
 
 template <typename K, typename T>
@@ -339,104 +409,6 @@ void ZkHash<K, T>::setSharable(bool on)
 }
 
 template <typename K, typename T>
-inline typename ZkHash<K, T>::Node **ZkHash<K, T>::findNode(const K &key, unsigned *hashOut) const
-{
-    const unsigned h = zkHash(key);
-    if (hashOut != nullptr) {
-        *hashOut = h;
-    }
-    Node *const e = endNode();
-    if (d->numBuckets == 0) {
-        // The link that an empty table has to its end is the hash's own pointer.
-        return reinterpret_cast<Node **>(const_cast<ZkHashData **>(&d));
-    }
-    Node **node = reinterpret_cast<Node **>(d->buckets + d->bucketOf(h));
-    ZK_CHECK_AT(*node == e || (*node)->next, "*node == e || (*node)->next", "../include/pub/zkhash",
-                847, __PRETTY_FUNCTION__);
-    if constexpr (kKeyIsHash) {
-        while (*node != e && (*node)->key != key) {
-            node = &(*node)->next;
-        }
-    } else {
-        while (*node != e && ((*node)->h != h || !((*node)->key == key))) {
-            node = &(*node)->next;
-        }
-    }
-    return node;
-}
-
-template <typename K, typename T>
-inline T ZkHash<K, T>::value(const K &key, const T &fallback) const
-{
-    const Node *node = *findNode(key);
-    return node == endNode() ? fallback : node->value;
-}
-
-template <typename K, typename T>
-typename ZkHash<K, T>::Node *ZkHash<K, T>::createNode(const K &key, const T &value)
-{
-    unsigned h = 0;
-    if (d->size >= d->numBuckets) {
-        d->rehash(d->numBits + 1);
-    }
-    Node **link = findNode(key, &h);
-    void *memory = d->allocateNode(static_cast<int>(alignof(Node)));
-    if constexpr (kKeyIsHash) {
-        *link = new (memory) Node{*link, key, value};
-    } else {
-        *link = new (memory) Node{*link, h, key, value};
-    }
-    ++d->size;
-    return *link;
-}
-
-template <typename K, typename T>
-T &ZkHash<K, T>::operator[](const K &key)
-{
-    const ZkHash keep(isUnshared() ? ZkHash() : *this); // `key` may live in the shared table
-    detach();
-    Node *node = *findNode(key);
-    return (node != endNode() ? node : createNode(key, T()))->value;
-}
-
-template <typename K, typename T>
-void ZkHash<K, T>::insert(const K &key, const T &value)
-{
-    if (!isUnshared()) {
-        const ZkHash keep(*this); // `key` and `value` may live in the shared table
-        detach_helper();
-        insert(key, value);
-        return;
-    }
-    Node *node = *findNode(key);
-    if (node != endNode()) {
-        node->value = value;
-    } else {
-        createNode(key, value);
-    }
-}
-
-template <typename K, typename T>
-bool ZkHash<K, T>::remove(const K &key)
-{
-    if (!contains(key)) {
-        return false;
-    }
-    if (!isUnshared()) {
-        const ZkHash keep(*this);
-        detach_helper();
-        return remove(key);
-    }
-    Node **link = findNode(key);
-    Node *node = *link;
-    *link = node->next;
-    --d->size;
-    node->~Node();
-    d->freeNode(node);
-    return true;
-}
-
-template <typename K, typename T>
 void ZkHash<K, T>::reserve(int count)
 {
     detach();
@@ -444,13 +416,118 @@ void ZkHash<K, T>::reserve(int count)
 }
 
 template <typename K, typename T>
-ZkList<T> ZkHash<K, T>::values() const
+inline ZkHashData::Node **ZkHash<K, T>::findNode(const K &key, unsigned *hashOut) const
 {
-    ZkList<T> all;
-    for (const_iterator it = begin(); it != end(); ++it) {
-        all.append(it.value());
+    const unsigned h = zkHash(key);
+    if (hashOut != nullptr) {
+        *hashOut = h;
     }
-    return all;
+    if (d->numBuckets == 0) {
+        return const_cast<ZkHashData::Node **>(&e);
+    }
+    ZkHashData::Node **node = d->buckets + d->bucketOf(h);
+    ZK_CHECK_AT(*node == e || (*node)->next, "*node == e || (*node)->next", "../include/pub/zkhash",
+                847, __PRETTY_FUNCTION__);
+    while (*node != e && !concrete(*node)->holds(h, key)) {
+        node = &(*node)->next;
+    }
+    return node;
+}
+
+template <typename K, typename T>
+inline T ZkHash<K, T>::value(const K &key, const T &fallback) const
+{
+    ZkHashData::Node *node = *findNode(key);
+    return node != e ? concrete(node)->value : fallback;
+}
+
+// Puts a node for `key`, which is not there, at the link that finding it gave.
+template <typename K, typename T>
+typename ZkHash<K, T>::Node *ZkHash<K, T>::createNode(ZkHashData::Node **link, unsigned h,
+                                                      const K &key, const T &value)
+{
+    if (d->size >= d->numBuckets) {
+        d->rehash(d->numBits + 1);
+        link = findNode(key);
+    }
+    struct Memory { // taken back if copying key or value throws
+        ZkHashData *table;
+        void *at;
+        ~Memory()
+        {
+            if (at != nullptr) {
+                table->freeNode(at);
+            }
+        }
+    } memory = {d, d->allocateNode(static_cast<int>(alignof(Node)))};
+    Node *node = new (memory.at) Node(h, key, value);
+    memory.at = nullptr;
+    node->next = *link;
+    *link = node;
+    ++d->size;
+    return node;
+}
+
+template <typename K, typename T>
+T &ZkHash<K, T>::operator[](const K &key)
+{
+    if (!d->ref.isOne()) {
+        const ZkHash keep(*this); // `key` may live in the shared table
+        detach_helper();
+        return (*this)[key];
+    }
+    unsigned h = 0;
+    ZkHashData::Node **link = findNode(key, &h);
+    return (*link != e ? concrete(*link) : createNode(link, h, key, T()))->value;
+}
+
+template <typename K, typename T>
+void ZkHash<K, T>::insert(const K &key, const T &value)
+{
+    if (!d->ref.isOne()) {
+        const ZkHash keep(*this); // `key` and `value` may live in the shared table
+        detach_helper();
+        insert(key, value);
+        return;
+    }
+    unsigned h = 0;
+    ZkHashData::Node **link = findNode(key, &h);
+    if (*link != e) {
+        concrete(*link)->value = value;
+    } else {
+        createNode(link, h, key, value);
+    }
+}
+
+template <typename K, typename T>
+bool ZkHash<K, T>::remove(const K &key)
+{
+    ZkHashData::Node **link = findNode(key);
+    if (*link == e) {
+        return false;
+    }
+    if (!d->ref.isOne()) {
+        const ZkHash keep(*this); // `key` may live in the shared table
+        detach_helper();
+        return remove(key);
+    }
+    ZkHashData::Node *node = *link;
+    *link = node->next;
+    --d->size;
+    deleteNode2(node);
+    d->freeNode(node);
+    return true;
+}
+
+template <typename K, typename T>
+typename ZkHash<K, T>::iterator ZkHash<K, T>::find(const K &key)
+{
+    if (!isEmpty() && !d->ref.isOne()) {
+        const ZkHash keep(*this); // `key` may live in the shared table
+        detach_helper();
+        return iterator(*findNode(key));
+    }
+    return iterator(*findNode(key));
 }
 
 template <typename K, typename T>
@@ -463,22 +540,27 @@ ZkList<K> ZkHash<K, T>::keys() const
     return all;
 }
 
+/// Equal keys with equal values, in whatever order; two hashes on one table are
+/// equal unseen.
 template <typename K, typename T>
-bool ZkHash<K, T>::operator==(const ZkHash &other) const
+bool operator==(const ZkHash<K, T> &a, const ZkHash<K, T> &b)
 {
-    if (d == other.d) {
-        return true;
+    if (a.isSharedWith(b) || a.size() != b.size()) {
+        return a.isSharedWith(b);
     }
-    if (size() != other.size()) {
-        return false;
-    }
-    for (const_iterator it = begin(); it != end(); ++it) {
-        const Node *node = *other.findNode(it.key());
-        if (node == other.endNode() || !(node->value == it.value())) {
+    for (auto it = a.begin(); it != a.end(); ++it) {
+        const auto other = b.find(it.key());
+        if (other == b.end() || !(other.value() == it.value())) {
             return false;
         }
     }
     return true;
+}
+
+template <typename K, typename T>
+bool operator!=(const ZkHash<K, T> &a, const ZkHash<K, T> &b)
+{
+    return !(a == b);
 }
 
 #if UINTPTR_MAX == UINT32_MAX
