@@ -713,12 +713,27 @@ TEST(Painter, AnOutlinedUnderlineHasAHaloToo)
 {
     Glyphs made;
     const ZkFont font(16, false, false, true, true);
-    Canvas canvas(4, 6, kWhite);
+    Canvas canvas(4, 4, kWhite);
     const GlyphBitmap *glyph = made.add('m', {0, 0, 2, {}}, 16, 4);
     host::paintLine(canvas, host::placeLine(record(1, 2, 0, {glyph}), plainStyle(1)), font, 0,
                     {kBlack, kRed});
-    EXPECT_EQ(drawing(canvas), (Drawing{"....", "....", "....", "rrrr", "r##r", "rrrr"}))
-        << "two rows lower than in the plain style, as the glyphs are";
+    EXPECT_EQ(drawing(canvas), (Drawing{"....", "rrrr", "r##r", "rrrr"}));
+}
+
+TEST(PlaceLine, TheBaselineOfOutlinedGlyphsIsWhereTheirInkEnds)
+{
+    Glyphs made;
+    // Six rows of ink on the baseline, and the halo: a plain record has top 6,
+    // an outlined one eight rows and top 5.
+    const GlyphBitmap *plain = made.block('H', 1, 6, 8, 5, 6);
+    const GlyphBitmap *outlined = made.block('H', 0, 5, 8, 7, 8);
+    LineStyle style = plainStyle();
+    const PlacedLine first = host::placeLine(record(0, 7, 39, {plain}), style);
+    EXPECT_EQ(first.baseline, first.glyphs[0].y + 6);
+    style.outlined = true;
+    const PlacedLine second = host::placeLine(record(0, 7, 39, {outlined}), style);
+    EXPECT_EQ(second.baseline, second.glyphs[0].y + 1 + 6);
+    EXPECT_EQ(second.glyphs[0].y, 40 - 5) << "the first row is where the record says";
 }
 
 TEST(Painter, DoesNotDrawTheAlefThatLamAlefShows)

@@ -48,10 +48,7 @@ void eachGlyph(const PlacedLine &line, Draw draw)
 ZkRect underlineOf(const PlacedLine &line, const ZkFont &font, int charSpacing)
 {
     const int size = font.fontSize();
-    // An outlined glyph is drawn two rows lower than a plain one: its halo raises
-    // the first row, yet its `top` is one less.
-    const int lowered = font.isOutline() ? 2 : 0;
-    const int top = line.baseline + lowered + std::max(1, size / 12);
+    const int top = line.baseline + std::max(1, size / 12);
     ZkRect strip(0, top, -1, top + std::max(1, size / 16) - 1);
     bool found = false;
     for (const Cell &cell : line.cells) {

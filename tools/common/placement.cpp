@@ -253,7 +253,8 @@ PlacedLine placeLine(const PaintInfo &record, const LineStyle &style)
     PlacedLine line;
     line.rect = ZkRect(record.left, record.bottom - style.metrics.lineHeight + 1, record.right,
                        record.bottom);
-    line.baseline = baselineOf(record.bottom, style.metrics);
+    const int origin = baselineOf(record.bottom, style.metrics);
+    line.baseline = origin + (style.outlined ? 2 : 0);
     line.cells = cellsOf(record.glyphs, style);
     line.glyphs.resize(std::size_t(record.glyphs.size()));
 
@@ -263,7 +264,7 @@ PlacedLine placeLine(const PaintInfo &record, const LineStyle &style)
         PlacedGlyph *placed = &line.glyphs[std::size_t(cell.first)];
         for (int k = 0; k < cell.count; ++k) {
             const GlyphBitmap *glyph = record.glyphs.at(cell.first + k);
-            placed[k] = {glyph, cell.x + glyph->left, line.baseline - glyph->top};
+            placed[k] = {glyph, cell.x + glyph->left, origin - glyph->top};
         }
         if (cell.count > 1) {
             settleMarks(placed, thaiMarks(record.glyphs, cell.first), cell, style.charSpacing);

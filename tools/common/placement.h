@@ -15,7 +15,9 @@
 /// the line spacing. A record's `bottom` is the line's last row after vertical
 /// alignment; its `top` is not aligned and of no use here. The room beyond T + D
 /// is shared out above and below, so the baseline is `bottom + 1 - D` less half
-/// of it. A glyph's first row is drawn `top` rows above the baseline.
+/// of it. A glyph's first row is drawn `top` rows above the baseline. Outlined
+/// glyphs come out two rows lower all together, for the row that the halo adds
+/// makes their `top` one less, not one more; the baseline goes with them.
 ///
 /// Cells. Glyphs are walked from left to right, right-to-left lines too: those
 /// are in display order already. A cell is one glyph and takes its advance plus
@@ -51,7 +53,8 @@ struct TextMetrics {
 /// `glyphs` are those of the whole text, as `ZkFontMetrics::glyphBitmap` gives them.
 TextMetrics measureText(const ZkVector<const GlyphBitmap *> &glyphs, int lineHeight);
 
-/// The first row below the baseline of a line whose last row is `bottom`.
+/// The first row below the baseline of a line of plain glyphs whose last row is
+/// `bottom`.
 int baselineOf(int bottom, const TextMetrics &metrics);
 
 /// On which side a line keeps its place when what is seen of it needs less room
@@ -61,6 +64,7 @@ enum class Anchor { Left, Center, Right };
 struct LineStyle {
     TextMetrics metrics;
     int charSpacing = 0;
+    bool outlined = false; ///< the glyphs were asked for with a halo
     Anchor anchor = Anchor::Left;
     bool bare = false; ///< just what the library tells: alefs drawn, spaces counted
 };
@@ -82,8 +86,8 @@ struct Cell {
 };
 
 struct PlacedLine {
-    ZkRect rect; ///< as laid out, aligned in both directions
-    int baseline;
+    ZkRect rect;                     ///< as laid out, aligned in both directions
+    int baseline;                    ///< the first row below it
     std::vector<PlacedGlyph> glyphs; ///< one for each glyph of the record, same order
     std::vector<Cell> cells;
 };

@@ -39,6 +39,7 @@ TextBlock::TextBlock(const TextRequest &request) : m_request(request)
     const int lineHeight = m_metrics->textPixelSize() + request.lineSpacing / 2;
     m_lineStyle.metrics = measureText(m_metrics->glyphBitmap(), lineHeight);
     m_lineStyle.charSpacing = request.charSpacing;
+    m_lineStyle.outlined = request.font.isOutline();
     m_lineStyle.anchor = anchorOf(request.alignment, isRightToLeft());
     m_lineStyle.bare = request.bare;
 }
