@@ -320,10 +320,11 @@ bool zkReadShortDouble(const ZkUcs2 *text, const ZkUcs2 *textEnd, double *value)
     double magnitude = 0;
     if (!multiplyExact(number.value, number.exponent, &magnitude)) {
         const Place place = locate(number.value, number.exponent, false);
-        magnitude = zkDoubleOf(bitsAt(place));
-        if (!place.certain || !zkIsFinite(magnitude)) {
+        const std::uint64_t bits = bitsAt(place);
+        if (!place.certain || bits >= kZkInfinityBits) {
             return false;
         }
+        magnitude = zkDoubleOf(bits);
     }
     *value = zkDoubleOf(zkBitsOf(magnitude) | static_cast<std::uint64_t>(negative) << 63);
     return true;
