@@ -352,7 +352,8 @@ TEST(ZkLocale, WritesDoublesWithTheSymbolsGiven)
     };
     EXPECT_EQ(text(-1234.5, L::DecimalForm),
               u"m\u0660\u0660\u0661g\u0662\u0663\u0664d\u0665\u0660\u0660");
-    EXPECT_EQ(text(0.0012, L::ExponentForm), u"p\u0660\u0660\u0661d\u0662\u0660\u0660xm\u0660\u0663");
+    EXPECT_EQ(text(0.0012, L::ExponentForm),
+              u"p\u0660\u0660\u0661d\u0662\u0660\u0660xm\u0660\u0663");
     EXPECT_EQ(text(0, L::DecimalForm),
               u"p\u0660\u0660\u0660\u0660\u0660\u0660\u0660d\u0660\u0660\u0660");
 }
