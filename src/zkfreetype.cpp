@@ -251,7 +251,7 @@ GlyphBitmap ZkFreetype::resloveUnicode(unsigned short unicode)
     }
 
     loadGlyph(m_pface, unicode, m_slant != 0, m_embolden != 0);
-    const FT_GlyphSlot slot = m_pface->glyph;
+    FT_GlyphSlot slot = m_pface->glyph;
     // Of the glyph object only the failure to make it counts: an empty slot has none,
     // nor has an advance of 32768 pixels. Made of the rendered slot it copies nothing
     // but takes the bitmap over, so it is released after the last read.

@@ -18,8 +18,8 @@ constexpr char kPairs[] = "0001020304050607080910111213141516171819"
 
 void writePair(ZkUcs2 *to, std::uint32_t pair)
 {
-    to[0] = static_cast<ZkUcs2>(kPairs[2 * pair]);
-    to[1] = static_cast<ZkUcs2>(kPairs[2 * pair + 1]);
+    to[0] = static_cast<unsigned char>(kPairs[2 * pair]);
+    to[1] = static_cast<unsigned char>(kPairs[2 * pair + 1]);
 }
 
 /// Writes a value below 10^8 with leading zeros: eight units before `end`.
