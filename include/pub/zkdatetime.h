@@ -483,7 +483,7 @@ public:
 private:
     friend struct ZkInspector;
 
-    /// What `spec` holds: the public specification, and for local time whether
+    /// What `spec` holds: the time that it is in, and for local time whether
     /// daylight saving time is in force, in the numbers of `tm_isdst`.
     enum Spec {
         SpecLocalUnknown = -1,
