@@ -142,9 +142,9 @@ void fillRecord(GlyphBitmap *record, GreyRows grey, int left, int top, bool outl
     if (grey.pitch > UINT16_MAX - frame || grey.rows > UINT16_MAX - frame) {
         grey = GreyRows();
     }
-    // The top bearing goes down with the frame although the frame adds a row above:
-    // painters place outlined glyphs by it.
-    const int bearing = outline ? 1 : 0;
+    // The top bearing goes down although the frame adds a row above, so an outlined
+    // shape stands two pixels lower than the plain one.
+    const std::int64_t bearing = outline ? 1 : 0;
     record->width = record->pitch = static_cast<std::uint16_t>(grey.pitch + frame);
     record->height = static_cast<std::uint16_t>(grey.rows + frame);
     record->left = static_cast<std::int16_t>(left - bearing);

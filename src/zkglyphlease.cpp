@@ -144,7 +144,7 @@ void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
     bool allThere = true;
     {
         const ZkFontReadLock lock;
-        Use *uses = m_uses + first - 1; // numbers start at 1
+        Use *uses = m_uses + first;
         for (int i = 0; i < n; ++i) {
             const ZkUcs2 code = codes[i];
             unsigned number = numbers.find(code);
@@ -155,9 +155,9 @@ void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
                 append(isThere ? glyph : nullptr);
                 number = static_cast<unsigned>(m_size - first);
                 numbers.enter(code, number);
-                uses = m_uses + first - 1;
+                uses = m_uses + first;
             }
-            Use &use = uses[number];
+            Use &use = uses[number - 1]; // numbers start at 1
             ++use.count;
             out[i] = use.glyph;
         }

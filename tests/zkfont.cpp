@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 namespace
 {
@@ -135,4 +137,35 @@ TEST(GlyphBitmap, IsPlainDataAndItsCopySharesThePixels)
     glyph.pixels = &pixel;
     const GlyphBitmap copy = glyph;
     EXPECT_EQ(copy.pixels, &pixel);
+}
+
+TEST(GlyphBitmap, CountsItsUsesThroughConstPointers)
+{
+    const GlyphBitmap glyph = {};
+    EXPECT_FALSE(glyph.isUsed());
+    glyph.retain();
+    glyph.retain(3);
+    EXPECT_EQ(glyph.useCount, 4u);
+    glyph.release(3);
+    EXPECT_TRUE(glyph.isUsed());
+    glyph.release();
+    EXPECT_FALSE(glyph.isUsed());
+}
+
+TEST(GlyphBitmap, LosesNoUseBetweenThreads)
+{
+    const GlyphBitmap glyph = {};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&glyph] {
+            for (int round = 0; round < 10000; ++round) {
+                glyph.retain(2);
+                glyph.release();
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(glyph.useCount, 40000u);
 }
