@@ -38,7 +38,7 @@ void eachGlyph(const PlacedLine &line, Draw draw)
 {
     for (const Cell &cell : line.cells) {
         for (int k = 0; k < cell.count && !cell.leftOut; ++k) {
-            draw(line.glyphs[std::size_t(cell.first + k)]);
+            draw(line.glyphs[std::size_t(cell.first) + std::size_t(k)]);
         }
     }
 }

@@ -45,13 +45,16 @@ long takeCharacter(const std::string &bytes, std::size_t *at)
 char16_t replacement(long code)
 {
     switch (code) {
-    case 0x0009: return kSpace;   // TAB
-    case 0x200C: return kSpace;   // ZERO WIDTH NON-JOINER: would end a right-to-left run
-    case 0x000A: return kNewline; // LINE FEED
-    case 0x2028: return kNewline; // LINE SEPARATOR
-    case 0x2029: return kNewline; // PARAGRAPH SEPARATOR
-    case 0x00AD: return 0;        // SOFT HYPHEN
-    case 0xFEFF: return 0;        // BYTE ORDER MARK
+    case 0x0009: // TAB
+    case 0x200C: // ZERO WIDTH NON-JOINER, which would end a right-to-left run
+        return kSpace;
+    case 0x000A: // LINE FEED
+    case 0x2028: // LINE SEPARATOR
+    case 0x2029: // PARAGRAPH SEPARATOR
+        return kNewline;
+    case 0x00AD: // SOFT HYPHEN
+    case 0xFEFF: // BYTE ORDER MARK
+        return 0;
     default: break;
     }
     const bool isControl = code < 0x20 || (code >= 0x7F && code < 0xA0);
