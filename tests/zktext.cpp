@@ -803,7 +803,7 @@ std::vector<unsigned> range(unsigned first, unsigned last)
 
 TEST(ZktextCoverage, CountsWhatTheCharacterMapHolds)
 {
-    // HAMZA has one form, eleven letters two, 24 four; TEH MARBUTA's are two as well.
+    // Every presentation form that the joining tables lead to.
     std::vector<unsigned> persian = range(0xFB56, 0xFB59);
     for (const std::vector<unsigned> &more : {range(0xFB7A, 0xFB7D), range(0xFB8A, 0xFB8B),
                                               range(0xFB8E, 0xFB95), range(0xFBFC, 0xFBFF)}) {
