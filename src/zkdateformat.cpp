@@ -118,9 +118,9 @@ public:
           hasTime(timePart != nullptr),
           hasDate(datePart != nullptr)
     {
-        if (hasDate)
+        if (datePart != nullptr)
             datePart->getDate(&year, &month, &day);
-        if (hasTime) {
+        if (timePart != nullptr) {
             time = *timePart;
             twelveHours = hasMarker(format);
         }

@@ -44,8 +44,6 @@ public:
             return;
         if (afterPercent)
             feedBehindPercent(unit);
-        else if (unit > '%') // most characters
-            match(unit);
         else if (unit == '%')
             afterPercent = true;
         else if (isSpace(unit))
