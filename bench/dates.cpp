@@ -70,12 +70,15 @@ Moment moment(unsigned int jd, int secondOfDay)
 
     if (r.date.y != int(r.chronoDate.year()) ||
         unsigned(r.date.m) != unsigned(r.chronoDate.month()) ||
-        unsigned(r.date.d) != unsigned(r.chronoDate.day()))
+        unsigned(r.date.d) != unsigned(r.chronoDate.day())) {
         fail("the date");
-    if (r.zk.toString("yyyy-MM-dd hh:mm:ss") != r.zkText)
+    }
+    if (r.zk.toString("yyyy-MM-dd hh:mm:ss") != r.zkText) {
         fail("the text");
-    if (ZkDateTime::fromString(r.zkText, "yyyy-MM-dd hh:mm:ss") != r.zk)
+    }
+    if (ZkDateTime::fromString(r.zkText, "yyyy-MM-dd hh:mm:ss") != r.zk) {
         fail("the moment read");
+    }
     return r;
 }
 
@@ -87,8 +90,9 @@ std::vector<Moment> moments(int firstYear, int lastYear)
     std::uniform_int_distribution<unsigned int> day(first, last);
     std::uniform_int_distribution<int> second(0, 86399);
     std::vector<Moment> result;
-    for (int i = 0; i < kCount; ++i)
+    for (int i = 0; i < kCount; ++i) {
         result.push_back(moment(day(random), second(random)));
+    }
     return result;
 }
 
@@ -123,8 +127,9 @@ template <typename Field>
 std::vector<Field> packed(const std::vector<Moment> &all, Field Moment::*field)
 {
     std::vector<Field> result;
-    for (const Moment &m : all)
+    for (const Moment &m : all) {
         result.push_back(m.*field);
+    }
     return result;
 }
 
@@ -194,8 +199,9 @@ void addCalendars()
     add("add_months/chrono", wide(), &Moment::chronoDate,
         [](const std::chrono::year_month_day &date) {
             auto later = date + std::chrono::months(17);
-            if (!later.ok())
+            if (!later.ok()) {
                 later = later.year() / later.month() / std::chrono::last;
+            }
             return std::chrono::sys_days(later).time_since_epoch().count();
         });
     add("iso_week/zk", wide(), &Moment::jd, [](unsigned int jd) {

@@ -59,11 +59,13 @@ ll astronomical(ll y)
 
 ZkDate clamped(Wide astronomicalYear, int m, int d)
 {
-    if (astronomicalYear < -5000 || astronomicalYear > 12000000)
+    if (astronomicalYear < -5000 || astronomicalYear > 12000000) {
         return ZkDate();
+    }
     const int y = static_cast<int>(astronomicalYear <= 0 ? astronomicalYear - 1 : astronomicalYear);
-    while (d > 28 && !ZkDate::isValid(y, m, d))
+    while (d > 28 && !ZkDate::isValid(y, m, d)) {
         --d;
+    }
     return ZkDate(y, m, d, Zk::DateGregorian);
 }
 
@@ -102,8 +104,9 @@ void checkDateSums(const Record &r)
     require(date.addDays(r.intB()).julianDay() == (sum < 0 || sum > UINT_MAX ? 0 : sum), "addDays",
             r);
     require(date.daysTo(ZkDate::fromJulianDay(r.b)) == static_cast<int>(r.b - r.a), "daysTo", r);
-    if (!date.isValid())
+    if (!date.isValid()) {
         return;
+    }
     const Ymd day = read(date);
     ZkDate expected = clamped(Wide(astronomical(day.y)) + r.intB(), day.m, day.d);
     require(date.addYears(r.intB()) == expected, "addYears", r);
@@ -125,8 +128,9 @@ void checkTriples(const Record &r)
     require(date.isValid() <= ZkDate::isValid(y, m, d), "validity", r);
     const unsigned int jd = ZkDate::persianToJulian(y, m, d);
     Ymd back = {y, m, d};
-    if (jd != 0)
+    if (jd != 0) {
         ZkDate::julianToPersian(jd, back.y, back.m, back.d);
+    }
     require(back == Ymd{y, m, d}, "Persian triple", r);
     const ZkTime time(y, m, d, static_cast<int>(r.d));
     require(!time.isValid() || (time.hour() == y && time.minute() == m && time.second() == d),
@@ -172,8 +176,9 @@ void checkMoments(const Record &r)
     require(moment.date().julianDay() == (reachable ? stepDay + kEpochDay : 0), "day set", r);
     require(moment.time().msecsOfDay() == step - stepDay * kDay, "time set", r);
     moment.setUtcOffset(r.intA());
-    if (reachable && stepDay > -kEpochDay + 30000)
+    if (reachable && stepDay > -kEpochDay + 30000) {
         require(moment.toMSecsSinceEpoch() == step - 1000ll * r.intA(), "offset", r);
+    }
 }
 
 void checkLocal(const Record &r)
@@ -181,8 +186,9 @@ void checkLocal(const Record &r)
     // TZ is whatever the run has: no crash, and UTC again where the clock is plain.
     const ZkDateTime moment = ZkDateTime::fromMSecsSinceEpoch(r.longBC());
     const ZkDateTime same = moment.toTimeSpec(Zk::TimeUtc).toTimeSpec(Zk::TimeLocal);
-    if (r.b < 400) // the years 1970 to 2024
+    if (r.b < 400) { // the years 1970 to 2024
         require(same == moment && moment.toMSecsSinceEpoch() == r.longBC(), "local and back", r);
+    }
     moment.addSecs(r.intA());
     moment.addMonths(r.intA());
 }

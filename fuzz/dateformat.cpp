@@ -41,8 +41,9 @@ bool hasLongNumber(const std::string &text)
     int digits = 0;
     for (char c : text) {
         digits = c >= '0' && c <= '9' ? digits + 1 : 0;
-        if (digits > 9)
+        if (digits > 9) {
             return true;
+        }
     }
     return false;
 }
@@ -53,8 +54,9 @@ void compareReading(const ZkString &text, const ZkString &pattern)
     const ZkDate date = ZkDate::fromString(text, pattern);
     const ZkTime time = ZkTime::fromString(text, pattern);
     const ZkDateTime moment = ZkDateTime::fromString(text, pattern);
-    if (hasLongNumber(in))
+    if (hasLongNumber(in)) {
         return;
+    }
     require(date == modelDate(in, format), "date", in, format);
     require(time == modelTime(in, format), "time", in, format);
     const ZkDateTime expected = modelDateTime(in, format);

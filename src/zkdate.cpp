@@ -30,8 +30,9 @@ Civil civil(unsigned int jd)
 /// int exceed int.
 constexpr bool isLeap(long long y)
 {
-    if (y <= 1581)
+    if (y <= 1581) {
         return ((y <= 0 ? y + 1 : y) & 3) == 0;
+    }
     const unsigned int year = static_cast<unsigned int>(y);
     return year % 4 == 0 && (year % 25 != 0 || year % 16 == 0);
 }
@@ -54,27 +55,32 @@ int monthLength(long long y, int m)
 
 bool isCalendarDay(long long y, long long m, long long d)
 {
-    if (y < -4713 || y == 0 || m < 1 || m > 12 || d < 1)
+    if (y < -4713 || y == 0 || m < 1 || m > 12 || d < 1) {
         return false;
-    if (y == -4713 && m == 1 && d == 1) // day 0, the null date
+    }
+    if (y == -4713 && m == 1 && d == 1) { // day 0, the null date
         return false;
-    if (isInReformGap(y, m, d))
+    }
+    if (isInReformGap(y, m, d)) {
         return false;
+    }
     return d <= monthLength(y, static_cast<int>(m));
 }
 
 /// The day number of any triple, in or out of range; the divisions round to 0.
 long long dayNumberOfAnything(long long y, long long m, long long d)
 {
-    if (isInReformGap(y, m, d))
+    if (isInReformGap(y, m, d)) {
         return 0;
+    }
     if (isGregorian(y, m, d)) {
         const long long a = (m - 14) / 12;
         return 1461 * (y + 4800 + a) / 4 + 367 * (m - 2 - 12 * a) / 12 -
                3 * ((y + 4900 + a) / 100) / 4 + d - 32075;
     }
-    if (y < 0)
+    if (y < 0) {
         ++y;
+    }
     const long long a = (14 - m) / 12;
     return (153 * (m + 12 * a - 3) + 2) / 5 + 1461 * (y + 4800 - a) / 4 + d - 32083;
 }
@@ -90,8 +96,9 @@ __attribute__((noinline, cold)) unsigned int distantDayNumber(int y, int m, int 
 /// The same, quicker where nothing but the length of the month needs a test.
 inline unsigned int dayNumberOrNull(int y, int m, int d)
 {
-    if (y < 1583 || y > 1000000 || m < 1 || m > 12)
+    if (y < 1583 || y > 1000000 || m < 1 || m > 12) {
         return distantDayNumber(y, m, d);
+    }
     return d >= 1 && d <= monthLength(y, m) ? ZkDate::gregorianToJulian(y, m, d) : 0;
 }
 
@@ -108,15 +115,16 @@ Civil persian(const Civil &date)
         return {y - 622, days / 30 + 10, days % 30 + 1};
     }
     const int days = dayOfYear - 80;
-    if (days < 186)
+    if (days < 186) {
         return {y - 621, days / 31 + 1, days % 31 + 1};
+    }
     return {y - 621, (days - 186) / 30 + 7, (days - 186) % 30 + 1};
 }
 
-/// Days of February in the walk from a Persian date to its Gregorian one, the
-/// only entry of that table of months which is not constant. It grows for the
-/// life of the process and is never set back: hosts have the drift it causes in
-/// their stored dates.
+/// Days of February in the walk from a Persian date to its Gregorian one. It grows
+/// for the life of the process and is never set back, so the same Persian date of
+/// March is a day earlier after every leap year that was set. A reset would move
+/// every such date against those that the process set before.
 int driftingFebruary = 28;
 
 /// The nearest int; beyond int there is no date, so the nearest one is none too.
@@ -131,13 +139,15 @@ int clamped(long long value)
 Civil gregorianOfPersian(long long y, long long m, long long d)
 {
     const long long year = y + 621; // in which the Persian year begins
-    if (isLeap(year + 1))
+    if (isLeap(year + 1)) {
         __atomic_fetch_add(&driftingFebruary, 1, __ATOMIC_RELAXED);
+    }
 
     const long long marchDays = isLeap(year) ? 12 : 11;
     const long long dayOfYear = m >= 1 && m <= 6 ? (m - 1) * 31 + d : (m - 7) * 30 + 186 + d;
-    if (dayOfYear <= marchDays)
+    if (dayOfYear <= marchDays) {
         return {clamped(year), 3, clamped(31 - marchDays + dayOfYear)};
+    }
 
     long long rest = dayOfYear - marchDays; // 1 is 1 April
     constexpr long long kAprilToJanuary = 306;
@@ -148,16 +158,18 @@ Civil gregorianOfPersian(long long y, long long m, long long d)
     }
     rest -= kAprilToJanuary;
     const int february = __atomic_load_n(&driftingFebruary, __ATOMIC_RELAXED);
-    if (rest <= february)
+    if (rest <= february) {
         return {clamped(year + 1), 2, clamped(rest)};
+    }
     return {clamped(year + 1), 3, clamped(rest - february)};
 }
 
 /// Year, month and day in a mode; anything but `DatePersian` is Gregorian.
 Civil civilIn(unsigned int jd, Zk::DateMode mode)
 {
-    if (mode == Zk::DateModeDefault)
+    if (mode == Zk::DateModeDefault) {
         mode = ZkDate::dateMode();
+    }
     const Civil date = civil(jd);
     return mode == Zk::DatePersian ? persian(date) : date;
 }
@@ -166,23 +178,24 @@ Civil civilIn(unsigned int jd, Zk::DateMode mode)
 /// led over the year 0, which there is not.
 int steppedOverYear0(int oldYear, long long newYear, int n)
 {
-    if ((oldYear > 0 && newYear <= 0) || (oldYear < 0 && newYear >= 0))
+    if ((oldYear > 0 && newYear <= 0) || (oldYear < 0 && newYear >= 0)) {
         newYear += n > 0 ? 1 : -1;
+    }
     return clamped(newYear);
 }
 
-/// The day of a Julian/Gregorian month, or what `daysInMonth` calls its last.
+/// Day `d` of a Julian/Gregorian month, or the last that `daysInMonth` allows. In
+/// Persian mode that is the length which the Gregorian table has for the number of
+/// the Persian month in which the Gregorian one begins: 31 July becomes the 30th.
 ZkDate clampedToMonth(int y, int m, int d)
 {
-    // In Persian mode the length is that of a Persian month: the one in which the
-    // Gregorian month begins, told by the Gregorian table. A month that holds no
-    // day of the calendar has 31, like that of the null date.
     const int length = ZkDate::dateMode() == Zk::DatePersian
                            ? ZkDate::fromJulianDay(dayNumberOrNull(y, m, 1)).daysInMonth()
                            : monthLength(y, m);
     return ZkDate::fromJulianDay(dayNumberOrNull(y, m, std::min(d, length)));
 }
 
+/// The day number of a Persian date by the drifting walk; 0 when it leads nowhere.
 __attribute__((noinline)) unsigned int dayNumberOfPersian(int y, int m, int d)
 {
     const Civil date = gregorianOfPersian(y, m, d);
@@ -212,8 +225,9 @@ ZkDate ZkDate::currentDate()
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
     tzset();
-    if (localtime_r(&now, &local) == nullptr)
+    if (localtime_r(&now, &local) == nullptr) {
         return ZkDate();
+    }
     return fromJulianDay(gregorianToJulian(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday));
 }
 
@@ -241,8 +255,9 @@ bool ZkDate::isLeapYear(int y)
 
 unsigned int ZkDate::dayNumber(int y, int m, int d, Zk::DateMode mode)
 {
-    if (mode == Zk::DateModeDefault)
+    if (mode == Zk::DateModeDefault) {
         mode = dateMode();
+    }
     return mode == Zk::DatePersian ? dayNumberOfPersian(y, m, d) : dayNumberOrNull(y, m, d);
 }
 
@@ -264,25 +279,28 @@ int ZkDate::day(Zk::DateMode mode) const
 void ZkDate::getDate(int *y, int *m, int *d, Zk::DateMode mode) const
 {
     const Civil date = civilIn(jd, mode);
-    if (y != nullptr)
+    if (y != nullptr) {
         *y = date.year;
-    if (m != nullptr)
+    }
+    if (m != nullptr) {
         *m = date.month;
-    if (d != nullptr)
+    }
+    if (d != nullptr) {
         *d = date.day;
+    }
 }
 
 int ZkDate::dayOfYear() const
 {
-    // The year is that of the process mode, read as a Gregorian one even when it
-    // is Persian: hosts compare the number, they do not print it.
+    // A Persian year is read as a Gregorian one, which makes the number some 226
+    // thousand; weekNumber() in that mode then always finds week 1.
     return static_cast<int>(jd + 1 - gregorianToJulian(year(), 1, 1));
 }
 
 int ZkDate::daysInMonth() const
 {
-    // Gregorian lengths for Persian months too: addMonths() and addYears() clamp
-    // by them, and dates that hosts stored were clamped so.
+    // Gregorian lengths for Persian months too. The right ones would also move what
+    // addMonths() and addYears() yield in Persian mode: they clamp by these.
     const Civil date = civilIn(jd, Zk::DateModeDefault);
     return monthLength(date.year, date.month);
 }
@@ -294,8 +312,9 @@ int ZkDate::daysInYear() const
 
 int ZkDate::weekNumber(int *yearNumber) const
 {
-    if (!isValid())
+    if (!isValid()) {
         return 0;
+    }
     int week = 0;
     int weekYear = year();
     int dayInYear = dayOfYear() - 1;
@@ -306,8 +325,9 @@ int ZkDate::weekNumber(int *yearNumber) const
         // from each new year.
         const int bottom = (dayInYear + 11 - weekday) % 7 - 3;
         int top = bottom - days % 7;
-        if (top < -3)
+        if (top < -3) {
             top += 7;
+        }
         top += days;
         if (dayInYear >= top) {
             ++weekYear;
@@ -321,8 +341,9 @@ int ZkDate::weekNumber(int *yearNumber) const
         --weekYear;
         dayInYear += isLeap(weekYear) ? 366 : 365;
     }
-    if (yearNumber != nullptr)
+    if (yearNumber != nullptr) {
         *yearNumber = weekYear;
+    }
     return week;
 }
 
@@ -334,8 +355,9 @@ ZkDate ZkDate::addDays(int n) const
 
 ZkDate ZkDate::addMonths(int n) const
 {
-    if (!isValid() || n == 0)
+    if (!isValid() || n == 0) {
         return *this;
+    }
     const Civil date = civil(jd);
     int y = date.year + n / 12;
     int m = date.month + n % 12;
@@ -348,15 +370,17 @@ ZkDate ZkDate::addMonths(int n) const
     }
     const int year = steppedOverYear0(date.year, y, n);
     int day = date.day;
-    if (isInReformGap(year, m, day))
+    if (isInReformGap(year, m, day)) {
         day = n > 0 ? 15 : 4;
+    }
     return clampedToMonth(year, m, day);
 }
 
 ZkDate ZkDate::addYears(int n) const
 {
-    if (!isValid())
+    if (!isValid()) {
         return *this;
+    }
     const Civil date = civil(jd);
     const int year = steppedOverYear0(date.year, static_cast<long long>(date.year) + n, n);
     return clampedToMonth(year, date.month, date.day);
@@ -383,17 +407,20 @@ void ZkDate::distantToGregorian(unsigned int jd, int &y, int &m, int &d)
     d = static_cast<int>(dayOfYear - (153 * month + 2) / 5) + 1;
     m = static_cast<int>(month < 10 ? month + 3 : month - 9);
     y = static_cast<int>(year + month / 10) - 4800;
-    if (y <= 0)
+    if (y <= 0) {
         --y;
+    }
 }
 
 unsigned int ZkDate::persianToJulian(int y, int m, int d)
 {
-    if (y == 0 || y < -5335 || y > 11753890 || m < 1 || m > 12 || d < 1)
+    if (y == 0 || y < -5335 || y > 11753890 || m < 1 || m > 12 || d < 1) {
         return 0;
+    }
     const int length = m <= 6 ? 31 : m < 12 || isPersianLeapYear(y) ? 30 : 29;
-    if (d > length)
+    if (d > length) {
         return 0;
+    }
     const unsigned int year = static_cast<unsigned int>(y + (y < 0 ? 1 : 0)) + kYearsBeforePersian;
     const int dayOfYear = (m <= 7 ? 31 * (m - 1) : 30 * (m - 7) + 186) + d - 1;
     const long long jd = persianYearStart(year) + dayOfYear - kDaysBeforePersianDay0;
@@ -422,10 +449,12 @@ void ZkDate::julianToPersian(unsigned int jd, int &y, int &m, int &d)
 
 bool ZkDate::isPersianLeapYear(int y)
 {
-    if (y == 0)
+    if (y == 0) {
         return false;
+    }
     int inCycle = (y < 0 ? y + 1 : y) % 33;
-    if (inCycle < 0)
+    if (inCycle < 0) {
         inCycle += 33;
+    }
     return (8 * inCycle + 29) % 33 < 8;
 }

@@ -42,8 +42,9 @@ public:
 
     ZkString take()
     {
-        if (!flushed)
+        if (!flushed) {
             return ZkString(units, size());
+        }
         flush();
         return std::move(*flushed);
     }
@@ -64,11 +65,13 @@ private:
     void putDigits(unsigned int value, int width)
     {
         int count = 1;
-        for (unsigned int rest = value; rest >= 10; rest /= 10)
+        for (unsigned int rest = value; rest >= 10; rest /= 10) {
             ++count;
+        }
         count = count < width ? width : count;
-        for (int i = count; i > 0; value /= 10)
+        for (int i = count; i > 0; value /= 10) {
             end[--i] = digit(value % 10);
+        }
         end += count;
     }
 
@@ -76,14 +79,16 @@ private:
 
     void makeRoom()
     {
-        if (end > units + (kRoom - kLongestNumber))
+        if (end > units + (kRoom - kLongestNumber)) {
             flush();
+        }
     }
 
     __attribute__((noinline, cold)) void flush()
     {
-        if (!flushed)
+        if (!flushed) {
             flushed.emplace();
+        }
         flushed->append(ZkString(units, size()));
         end = units;
     }
@@ -96,14 +101,16 @@ private:
 /// True when an am/pm letter stands outside quotes, which turns "h" to 12 hours.
 bool hasMarker(const ZkString &format)
 {
-    if (!zkHasLetter(format.begin(), format.size(), 'a'))
+    if (!zkHasLetter(format.begin(), format.size(), 'a')) {
         return false;
+    }
     bool quoted = false;
     for (ZkUcs2 c : format) {
-        if (c == '\'')
+        if (c == '\'') {
             quoted = !quoted;
-        else if (!quoted && (c == 'A' || c == 'a'))
+        } else if (!quoted && (c == 'A' || c == 'a')) {
             return true;
+        }
     }
     return false;
 }
@@ -118,8 +125,9 @@ public:
           hasTime(timePart != nullptr),
           hasDate(datePart != nullptr)
     {
-        if (datePart != nullptr)
+        if (datePart != nullptr) {
             datePart->getDate(&year, &month, &day);
+        }
         if (timePart != nullptr) {
             time = *timePart;
             twelveHours = hasMarker(format);
@@ -197,8 +205,9 @@ void PatternWriter::writeMarker()
         out.put(capitals ? 'M' : 'm');
     } else {
         out.put(p[0]);
-        if (withP)
+        if (withP) {
             out.put(p[1]);
+        }
     }
     p += withP ? 2 : 1;
 }
@@ -208,8 +217,9 @@ void PatternWriter::writeRun()
 {
     const ZkUcs2 letter = *p;
     int length = 1;
-    while (p[length] == letter)
+    while (p[length] == letter) {
         ++length;
+    }
     p += length;
     const bool there = letter == 'd' || letter == 'M' || letter == 'y' ? hasDate : hasTime;
     if (!there) {
@@ -232,8 +242,9 @@ void PatternWriter::writeRun()
 int PatternWriter::shownHour() const
 {
     const int hour = time.hour();
-    if (!twelveHours)
+    if (!twelveHours) {
         return hour;
+    }
     return hour % 12 == 0 ? 12 : hour % 12;
 }
 
@@ -241,10 +252,12 @@ int PatternWriter::shownHour() const
 /// behind them, each the number without zeros: "ddd" is day 5 as "055".
 void PatternWriter::writeNumbers(int number, int width, int length)
 {
-    for (; length >= width; length -= width)
+    for (; length >= width; length -= width) {
         out.putNumber(number, width);
-    for (; length > 0; --length)
+    }
+    for (; length > 0; --length) {
         out.putNumber(number, 1);
+    }
 }
 
 /// A run of "yyyy". The minus of a year that is not positive takes the place of a
@@ -264,15 +277,17 @@ void PatternWriter::writeYears(int length)
 
 void PatternWriter::writeLetters(ZkUcs2 letter, int length)
 {
-    for (int i = 0; i < length; ++i)
+    for (int i = 0; i < length; ++i) {
         out.put(letter);
+    }
 }
 
 ZkString render(const ZkString &format, const ZkTime *time, const ZkDate *date)
 {
     if (format.isEmpty() || (time != nullptr && !time->isValid()) ||
-        (date != nullptr && !date->isValid()))
+        (date != nullptr && !date->isValid())) {
         return nullString(format);
+    }
     return PatternWriter(format, time, date).write();
 }
 

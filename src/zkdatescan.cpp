@@ -40,23 +40,26 @@ public:
 
     void feed(ZkUcs2 unit)
     {
-        if (stopped)
+        if (stopped) {
             return;
-        if (afterPercent)
+        }
+        if (afterPercent) {
             feedBehindPercent(unit);
-        else if (unit == '%')
+        } else if (unit == '%') {
             afterPercent = true;
-        else if (isSpace(unit))
+        } else if (isSpace(unit)) {
             skipSpace();
-        else
+        } else {
             match(unit);
+        }
     }
 
     /// "%d".
     void feedNumber()
     {
-        if (stopped)
+        if (stopped) {
             return;
+        }
         if (afterPercent) {
             feed('%'); // which makes the two the text "%d"
             feed('d');
@@ -84,16 +87,18 @@ private:
 
     void skipSpace()
     {
-        while (isSpace(*p))
+        while (isSpace(*p)) {
             ++p;
+        }
     }
 
     void match(ZkUcs2 unit)
     {
-        if (*p == 0 || *p != unit)
+        if (*p == 0 || *p != unit) {
             stopped = true;
-        else
+        } else {
             ++p;
+        }
     }
 
     /// White space, a sign and digits; beyond int, the nearest int.
@@ -103,8 +108,9 @@ private:
         if (!isDigit(*p)) {
             skipSpace();
             negative = *p == '-';
-            if (negative || *p == '+')
+            if (negative || *p == '+') {
                 ++p;
+            }
             if (!isDigit(*p)) {
                 stopped = true;
                 return;
@@ -114,8 +120,9 @@ private:
         std::int64_t value = 0;
         const ZkUcs2 *q = p;
         for (; isDigit(*q); ++q) {
-            if (value < kBeyondInt)
+            if (value < kBeyondInt) {
                 value = 10 * value + (*q - '0');
+            }
         }
         p = q;
         *nextNumber++ =
@@ -141,8 +148,9 @@ const ZkUcs2 *findLetters(const ZkString &format, ZkUcs2 letter, int length)
     int run = 0;
     for (const ZkUcs2 &unit : format) {
         run = unit == letter ? run + 1 : 0;
-        if (run == length)
+        if (run == length) {
             return &unit - (length - 1);
+        }
     }
     return nullptr;
 }
@@ -158,8 +166,9 @@ Token findToken(const ZkString &format, ZkUcs2 letter)
 Token findPair(const ZkString &format, ZkUcs2 first, ZkUcs2 second)
 {
     for (const ZkUcs2 &unit : format) {
-        if (unit == first && (&unit)[1] == second)
+        if (unit == first && (&unit)[1] == second) {
             return {&unit, 2};
+        }
     }
     return {nullptr, 2};
 }
@@ -174,8 +183,9 @@ struct Markers {
     /// The hour of the day of an hour that was read.
     int hour(int read) const
     {
-        if (read == 12)
+        if (read == 12) {
             return anyAm() ? 0 : 12;
+        }
         return anyPm() ? zkWrapped(12ll + read) : read;
     }
 };
@@ -183,8 +193,9 @@ struct Markers {
 Markers findMarkers(const ZkString &text)
 {
     Markers found;
-    if (!zkHasLetter(text.begin(), text.size(), 'm'))
+    if (!zkHasLetter(text.begin(), text.size(), 'm')) {
         return found;
+    }
     for (const ZkUcs2 &unit : text) {
         const ZkUcs2 next = (&unit)[1];
         found.am |= unit == 'a' && next == 'm';
@@ -201,8 +212,9 @@ bool readThree(const ZkString &text, const ZkString &format, const Token (&token
                int (&values)[3], Token marker = {nullptr, 0}, const char *markerText = "")
 {
     for (const Token &token : tokens) {
-        if (token.place == nullptr)
+        if (token.place == nullptr) {
             return false;
+        }
     }
     int numbers[3];
     Scanner scanner(text, std::begin(numbers), std::end(numbers));
@@ -210,24 +222,28 @@ bool readThree(const ZkString &text, const ZkString &format, const Token (&token
     int found = 0;
     for (const ZkUcs2 *p = format.begin(); p < format.end() && !scanner.failed();) {
         int token = 0;
-        while (token < 3 && tokens[token].place != p)
+        while (token < 3 && tokens[token].place != p) {
             ++token;
+        }
         if (token < 3) {
             order[found++] = token;
             scanner.feedNumber();
             p += tokens[token].length;
         } else if (marker.place == p) {
-            for (const char *c = markerText; *c != '\0'; ++c)
+            for (const char *c = markerText; *c != '\0'; ++c) {
                 scanner.feed(static_cast<unsigned char>(*c));
+            }
             p += marker.length;
         } else {
             scanner.feed(*p++);
         }
     }
-    if (!scanner.complete())
+    if (!scanner.complete()) {
         return false;
-    for (int i = 0; i < 3; ++i)
+    }
+    for (int i = 0; i < 3; ++i) {
         values[order[i]] = numbers[i];
+    }
     return true;
 }
 
@@ -282,19 +298,22 @@ bool DateTimeReader::read(int (&values)[FieldCount])
 {
     while (p < end && !scanner.failed()) {
         const Field field = fieldOf(*p);
-        if (field == NoField && *p != 'A' && *p != 'a')
+        if (field == NoField && *p != 'A' && *p != 'a') {
             scanner.feed(*p++);
-        else if (p + 1 == end)
+        } else if (p + 1 == end) {
             break; // a letter at the very end is lost, and with it its field
-        else if (field == NoField)
+        } else if (field == NoField) {
             feedMarker();
-        else
+        } else {
             feedField(field);
+        }
     }
-    if (found < FieldCount || !scanner.complete())
+    if (found < FieldCount || !scanner.complete()) {
         return false;
-    for (int i = 0; i < FieldCount; ++i)
+    }
+    for (int i = 0; i < FieldCount; ++i) {
         values[order[i]] = numbers[i];
+    }
     values[Hour] = markers.hour(values[Hour]);
     return true;
 }
@@ -304,8 +323,9 @@ bool DateTimeReader::read(int (&values)[FieldCount])
 void DateTimeReader::feedMarker()
 {
     const bool capitals = *p++ == 'A';
-    if (*p != (capitals ? 'P' : 'p'))
+    if (*p != (capitals ? 'P' : 'p')) {
         return;
+    }
     ++p;
     const bool am = capitals ? markers.AM : markers.am;
     const bool pm = capitals ? markers.PM : markers.pm;
@@ -336,8 +356,9 @@ void DateTimeReader::feedField(Field field)
 /// counts.
 void DateTimeReader::moveToEnd(Field field)
 {
-    if ((seen >> field & 1) != 0)
+    if ((seen >> field & 1) != 0) {
         found = static_cast<int>(std::remove(order, order + found, field) - order);
+    }
     seen |= 1u << field;
     order[found++] = field;
 }
@@ -360,8 +381,9 @@ ZkTime ZkTime::fromString(const ZkString &text, const ZkString &format)
     // Only the markers that the pattern asks for count.
     Token marker = findPair(format, 'A', 'P');
     const bool capitals = marker.place != nullptr;
-    if (!capitals)
+    if (!capitals) {
         marker = findPair(format, 'a', 'p');
+    }
     Markers markers;
     if (marker.place != nullptr) {
         const Markers inText = findMarkers(text);
@@ -372,16 +394,18 @@ ZkTime ZkTime::fromString(const ZkString &text, const ZkString &format)
                              : markers.anyPm() ? (capitals ? "PM" : "pm")
                                                : "";
     int values[3];
-    if (!readThree(text, format, tokens, values, marker, markerText))
+    if (!readThree(text, format, tokens, values, marker, markerText)) {
         return ZkTime();
+    }
     return ZkTime(markers.hour(values[0]), values[1], values[2]);
 }
 
 ZkDateTime ZkDateTime::fromString(const ZkString &text, const ZkString &format)
 {
     int values[FieldCount];
-    if (text.isEmpty() || !DateTimeReader(text, format).read(values))
+    if (text.isEmpty() || !DateTimeReader(text, format).read(values)) {
         return ZkDateTime();
+    }
     return ZkDateTime(ZkDate(values[Year], values[Month], values[Day]),
                       ZkTime(values[Hour], values[Minute], values[Second]));
 }

@@ -42,12 +42,14 @@ ZkDate folded(const ZkDate &date)
 {
     const ZkDate first = kEpoch.addDays(1);             // 2 January 1970
     const ZkDate last = ZkDate::fromJulianDay(2465423); // 30 December 2037
-    if (date > first && date < last)
+    if (date > first && date < last) {
         return date;
+    }
     int month = 0, day = 0;
     date.getDate(nullptr, &month, &day, Zk::DateGregorian);
-    if (month == 2 && day == 29)
+    if (month == 2 && day == 29) {
         day = 28;
+    }
     // The first day itself is not before the first day: it goes to 2037.
     return ZkDate(date < first ? 1970 : 2037, month, day, Zk::DateGregorian);
 }
@@ -79,14 +81,16 @@ void ZkDateTime::getUTC(ZkDate &date, ZkTime &time) const
 {
     date = d->date;
     time = d->time;
-    if (d->spec == SpecUtc)
+    if (d->spec == SpecUtc) {
         return;
+    }
     if (d->spec == SpecOffset) {
         addMSecsInPlace(date, time, -1000ll * d->utcOffset);
         return;
     }
-    if (!date.isValid())
+    if (!date.isValid()) {
         return;
+    }
     const ZkDate fake = folded(date);
     int year = 0, month = 0, day = 0;
     fake.getDate(&year, &month, &day, Zk::DateGregorian);
@@ -108,8 +112,9 @@ int ZkDateTime::getLocal(ZkDate &date, ZkTime &time) const
 {
     date = d->date;
     time = d->time;
-    if (d->spec != SpecUtc)
+    if (d->spec != SpecUtc) {
         return d->spec;
+    }
     const ZkDate fake = folded(date);
     const std::time_t secs = static_cast<std::time_t>(msecsSinceEpoch(fake, time) / 1000);
     std::tm fields = {};
@@ -121,8 +126,9 @@ int ZkDateTime::getLocal(ZkDate &date, ZkTime &time) const
 void ZkDateTime::becomeLocalUnlessWas(int oldSpec)
 {
     d->spec = SpecUtc;
-    if (oldSpec == SpecUtc)
+    if (oldSpec == SpecUtc) {
         return;
+    }
     ZkDate date;
     ZkTime time;
     d->spec = getLocal(date, time);
@@ -159,7 +165,9 @@ ZkDateTime::ZkDateTime(const ZkDateTime &other) : d(new (zkAllocate(sizeof(Data)
 
 ZkDateTime &ZkDateTime::operator=(const ZkDateTime &other)
 {
-    *d = *other.d;
+    if (this != &other) {
+        *d = *other.d;
+    }
     return *this;
 }
 
@@ -212,17 +220,20 @@ Zk::TimeSpec ZkDateTime::timeSpec() const
 
 void ZkDateTime::setDate(const ZkDate &date)
 {
-    if (isLocal())
+    if (isLocal()) {
         d->spec = SpecLocalUnknown;
+    }
     d->date = date;
-    if (date.isValid() && !d->time.isValid())
+    if (date.isValid() && !d->time.isValid()) {
         d->time = ZkTime::fromMSecsOfDay(0);
+    }
 }
 
 void ZkDateTime::setTime(const ZkTime &time)
 {
-    if (isLocal())
+    if (isLocal()) {
         d->spec = SpecLocalUnknown;
+    }
     d->time = time;
 }
 
@@ -322,8 +333,9 @@ ZkDateTime ZkDateTime::addMSecs(long long ms) const
     ZkDate date;
     ZkTime time;
     getUTC(date, time);
-    if (!addMSecsInPlace(date, time, ms))
+    if (!addMSecsInPlace(date, time, ms)) {
         return ZkDateTime(date, time, timeSpec());
+    }
     return ZkDateTime(date, time, Zk::TimeUtc).toTimeSpec(timeSpec());
 }
 
@@ -355,8 +367,9 @@ ZkDateTime ZkDateTime::toTimeSpec(Zk::TimeSpec s) const
     // Only "UTC or not" is asked, so an offset time stays as it is when local
     // time is wanted, and `TimeOffset` yields local time.
     const bool toUtc = s == Zk::TimeUtc;
-    if (toUtc == (d->spec == SpecUtc))
+    if (toUtc == (d->spec == SpecUtc)) {
         return *this;
+    }
     ZkDateTime result;
     if (toUtc) {
         result.d->spec = SpecUtc;
@@ -371,8 +384,9 @@ bool ZkDateTime::operator==(const ZkDateTime &other) const
 {
     // The offset counts even where it is a remainder of an earlier one: then two
     // equal local times take the way through UTC, which is what they mean.
-    if (d->spec == other.d->spec && d->utcOffset == other.d->utcOffset)
+    if (d->spec == other.d->spec && d->utcOffset == other.d->utcOffset) {
         return d->time == other.d->time && d->date == other.d->date;
+    }
     ZkDate mine, theirs;
     ZkTime myTime, theirTime;
     getUTC(mine, myTime);

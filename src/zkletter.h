@@ -17,12 +17,14 @@ inline bool zkHasLetter(const ZkUcs2 *p, int size, char smallLetter)
         std::uint64_t lanes;
         std::memcpy(&lanes, p, sizeof lanes);
         lanes = (lanes | kOnes * 0x20) ^ kOnes * letter;
-        if (((lanes - kOnes) & ~lanes & kOnes * 0x8000) != 0)
+        if (((lanes - kOnes) & ~lanes & kOnes * 0x8000) != 0) {
             return true;
+        }
     }
     for (; size > 0; --size, ++p) {
-        if ((*p | 0x20) == letter)
+        if ((*p | 0x20) == letter) {
             return true;
+        }
     }
     return false;
 }

@@ -27,8 +27,9 @@ int forwardMSecs(const ZkTime &from, const ZkTime &to)
 
 ZkClockReading::ZkClockReading(const std::tm *fields, int msec) : isDst(-1)
 {
-    if (fields == nullptr)
+    if (fields == nullptr) {
         return;
+    }
     date = ZkDate::fromJulianDay(
         ZkDate::gregorianToJulian(fields->tm_year + 1900, fields->tm_mon + 1, fields->tm_mday));
     time = ZkTime(fields->tm_hour, fields->tm_min, std::min(fields->tm_sec, 59), msec);
@@ -75,8 +76,9 @@ bool ZkTime::setHMS(int h, int m, int s, int ms)
 ZkTime ZkTime::addMSecs(int n) const
 {
     long long sum = (static_cast<long long>(msecsOfDay()) + n) % kMSecsPerDay;
-    if (sum < 0)
+    if (sum < 0) {
         sum += kMSecsPerDay;
+    }
     return fromMSecsOfDay(static_cast<int>(sum));
 }
 

@@ -18,8 +18,9 @@ namespace dateformatmodel
 /// Writing, as a list of pieces found one after the other from the left.
 inline std::string modelText(const std::string &format, const ZkTime *time, const ZkDate *date)
 {
-    if (format.empty() || (time && !time->isValid()) || (date && !date->isValid()))
+    if (format.empty() || (time && !time->isValid()) || (date && !date->isValid())) {
         return "";
+    }
     bool marker = false, quoted = false;
     for (char c : format) {
         quoted ^= c == '\'';
@@ -93,11 +94,13 @@ inline std::string harmless(const std::string &pattern)
 {
     int numbers = 0;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
-        if (pattern[i] != '%')
+        if (pattern[i] != '%') {
             continue;
+        }
         const char next = i + 1 < pattern.size() ? pattern[i + 1] : '\0';
-        if ((next != 'd' && next != '%') || (next == 'd' && ++numbers > 16))
+        if ((next != 'd' && next != '%') || (next == 'd' && ++numbers > 16)) {
             return pattern.substr(0, i);
+        }
         ++i;
     }
     return pattern;
@@ -126,8 +129,9 @@ inline std::string replaced(std::string format, std::vector<Place> places)
 {
     std::sort(places.begin(), places.end(),
               [](const Place &a, const Place &b) { return a.position > b.position; });
-    for (const Place &place : places)
+    for (const Place &place : places) {
         format.replace(place.position, place.length, place.with);
+    }
     return format;
 }
 
@@ -144,8 +148,9 @@ inline bool places(const std::string &format,
                 length = token.size();
             }
         }
-        if (position == std::string::npos)
+        if (position == std::string::npos) {
             return false;
+        }
         found.push_back({position, length, "%d"});
     }
     return true;
@@ -159,12 +164,14 @@ inline bool threeNumbers(const std::string &in, const std::string &format,
     std::vector<Place> all = tokens;
     all.insert(all.end(), others.begin(), others.end());
     int n[16];
-    if (scanned(in, replaced(format, all), n) < 3)
+    if (scanned(in, replaced(format, all), n) < 3) {
         return false;
+    }
     for (int i = 0; i < 3; ++i) {
         int rank = 0;
-        for (const Place &other : tokens)
+        for (const Place &other : tokens) {
             rank += other.position < tokens[std::size_t(i)].position ? 1 : 0;
+        }
         values[i] = n[rank];
     }
     return true;
@@ -175,8 +182,9 @@ inline ZkDate modelDate(const std::string &in, const std::string &format)
     std::vector<Place> tokens;
     int n[3];
     if (!places(format, {{"yyyy"}, {"MM", "M"}, {"dd", "d"}}, tokens) ||
-        !threeNumbers(in, format, tokens, {}, n))
+        !threeNumbers(in, format, tokens, {}, n)) {
         return ZkDate();
+    }
     return ZkDate(n[0], n[1], n[2]);
 }
 
@@ -189,8 +197,9 @@ inline ZkTime modelTime(const std::string &in, const std::string &format)
 {
     const auto has = [&in](const char *marker) { return in.find(marker) != std::string::npos; };
     std::vector<Place> tokens, markers;
-    if (!places(format, {{"hh", "h"}, {"mm", "m"}, {"ss", "s"}}, tokens))
+    if (!places(format, {{"hh", "h"}, {"mm", "m"}, {"ss", "s"}}, tokens)) {
         return ZkTime();
+    }
     bool am = false, pm = false;
     std::size_t position = format.find("AP");
     if (position != std::string::npos) {
@@ -203,21 +212,24 @@ inline ZkTime modelTime(const std::string &in, const std::string &format)
         markers.push_back({position, 2, am ? "am" : pm ? "pm" : ""});
     }
     int n[3];
-    if (!threeNumbers(in, format, tokens, markers, n))
+    if (!threeNumbers(in, format, tokens, markers, n)) {
         return ZkTime();
+    }
     return ZkTime(modelHour(n[0], am, pm), n[1], n[2]);
 }
 
 inline ZkDateTime modelDateTime(const std::string &in, const std::string &format)
 {
     const auto has = [&in](const char *marker) { return in.find(marker) != std::string::npos; };
-    if (in.empty() || format.empty())
+    if (in.empty() || format.empty()) {
         return ZkDateTime();
+    }
     struct Record {
         int position, value, field;
     } records[6];
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         records[i] = {-1, -1, i};
+    }
     std::string pattern;
     const std::string letters = "yMdhms";
     for (std::size_t i = 0; i < format.size();) {
@@ -228,8 +240,9 @@ inline ZkDateTime modelDateTime(const std::string &in, const std::string &format
             ++i;
             continue;
         }
-        if (i + 1 == format.size())
+        if (i + 1 == format.size()) {
             break;
+        }
         if (format.compare(i, 2, "AP") == 0) {
             pattern += has("AM") ? "AM" : has("PM") ? "PM" : "";
             i += 2;
@@ -245,20 +258,24 @@ inline ZkDateTime modelDateTime(const std::string &in, const std::string &format
         }
     }
     for (const Record &record : records) {
-        if (record.position < 0)
+        if (record.position < 0) {
             return ZkDateTime();
+        }
     }
     for (int i = 0; i < 6; ++i) {
         for (int j = i + 1; j < 6; ++j) {
-            if (records[j].position < records[i].position)
+            if (records[j].position < records[i].position) {
                 std::swap(records[i], records[j]);
+            }
         }
     }
     int n[16], value[6];
-    if (scanned(in, pattern, n) < 6)
+    if (scanned(in, pattern, n) < 6) {
         return ZkDateTime();
-    for (int i = 0; i < 6; ++i)
+    }
+    for (int i = 0; i < 6; ++i) {
         value[records[i].field] = n[i];
+    }
     const int hour = modelHour(value[3], has("AM") || has("am"), has("pm") || has("PM"));
     return ZkDateTime(ZkDate(value[0], value[1], value[2]), ZkTime(hour, value[4], value[5]));
 }

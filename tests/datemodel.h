@@ -24,8 +24,9 @@ inline bool gregorianLeap(ll y)
 /// Leap as the Persian reading asks it: a plain rule on the number of the year.
 inline bool ruleLeap(ll y)
 {
-    if (y <= 1581)
+    if (y <= 1581) {
         return (y <= 0 ? y + 1 : y) % 4 == 0;
+    }
     return gregorianLeap(y);
 }
 
@@ -33,13 +34,15 @@ inline bool ruleLeap(ll y)
 inline Ymd persianOf(const Ymd &g)
 {
     int dayOfYear = g.d;
-    for (int m = 1; m < g.m; ++m)
+    for (int m = 1; m < g.m; ++m) {
         dayOfYear += m == 2                                  ? (ruleLeap(g.y) ? 29 : 28)
                      : m == 4 || m == 6 || m == 9 || m == 11 ? 30
                                                              : 31;
+    }
     Ymd p = {g.y - 621, 1, dayOfYear - 79};
-    if (dayOfYear <= 79)
+    if (dayOfYear <= 79) {
         p = {g.y - 622, 10, dayOfYear + (ruleLeap(g.y - 1) ? 11 : 10)};
+    }
     for (int length = p.m <= 6 ? 31 : 30; p.d > length && p.m < 12; length = p.m <= 6 ? 31 : 30) {
         p.d -= length;
         ++p.m;
@@ -54,17 +57,20 @@ struct PersianSetter {
 
     ZkDate operator()(ll y, ll m, ll d)
     {
-        if (ruleLeap(y + 622))
+        if (ruleLeap(y + 622)) {
             ++february;
+        }
         const ll inMarch = ruleLeap(y + 621) ? 12 : 11;
         const ll p = m >= 1 && m <= 6 ? (m - 1) * 31 + d : (m - 7) * 30 + 186 + d;
-        if (p <= inMarch)
+        if (p <= inMarch) {
             return date(y + 621, 3, 31 - inMarch + p);
+        }
         const ll lengths[12] = {30, 31, 30, 31, 31, 30, 31, 30, 31, 31, february, 31};
         ll rest = p - inMarch;
         for (int k = 0; k < 12; ++k) {
-            if (rest <= lengths[k])
+            if (rest <= lengths[k]) {
                 return k <= 8 ? date(y + 621, k + 4, rest) : date(y + 622, k - 8, rest);
+            }
             rest -= lengths[k];
         }
         return ZkDate();
@@ -72,8 +78,9 @@ struct PersianSetter {
 
     static ZkDate date(ll y, ll m, ll d)
     {
-        if (y < INT_MIN || y > INT_MAX || d < INT_MIN || d > INT_MAX)
+        if (y < INT_MIN || y > INT_MAX || d < INT_MIN || d > INT_MAX) {
             return ZkDate();
+        }
         return ZkDate(int(y), int(m), int(d), Zk::DateGregorian);
     }
 };

@@ -49,8 +49,9 @@ ZkDate greg(int y, int m, int d)
 /// Leap in the calendar of the time, years as a historian writes them.
 bool historicLeap(int y)
 {
-    if (y > 1582)
+    if (y > 1582) {
         return gregorianLeap(y);
+    }
     return (y < 0 ? -y - 1 : y) % 4 == 0;
 }
 
@@ -67,14 +68,17 @@ void nextDay(Ymd &date)
         date.d = 15;
         return;
     }
-    if (++date.d <= monthLength(date.y, date.m))
+    if (++date.d <= monthLength(date.y, date.m)) {
         return;
+    }
     date.d = 1;
-    if (++date.m <= 12)
+    if (++date.m <= 12) {
         return;
+    }
     date.m = 1;
-    if (++date.y == 0)
+    if (++date.y == 0) {
         date.y = 1;
+    }
 }
 
 /// Both ends, the reform, the halves of 32 bits, and the day on which quarters of
@@ -124,8 +128,9 @@ TEST(ZkDate, LeapYearsFollowTheCalendarOfTheirTime)
                  {1584, true},        {1600, true},       {1900, false},    {2024, true},
                  {2100, false},       {-4713, true},      {INT_MAX, false}, {INT_MIN, false},
                  {INT_MAX - 3, true}, {INT_MIN + 3, true}};
-    for (const auto &row : kRows)
+    for (const auto &row : kRows) {
         EXPECT_EQ(ZkDate::isLeapYear(row.year), row.leap) << row.year;
+    }
 }
 
 TEST(ZkDate, ValidityKnowsTheFirstDayTheMissingYearAndTheReform)
@@ -160,8 +165,9 @@ TEST(ZkDate, DayNumbersJumpOverTheReformWithoutAGap)
 {
     EXPECT_EQ(ZkDate::gregorianToJulian(1582, 10, 4), 2299160u);
     EXPECT_EQ(ZkDate::gregorianToJulian(1582, 10, 15), 2299161u);
-    for (int day = 5; day <= 14; ++day)
+    for (int day = 5; day <= 14; ++day) {
         EXPECT_EQ(ZkDate::gregorianToJulian(1582, 10, day), 0u) << day;
+    }
     EXPECT_EQ(read(ZkDate::fromJulianDay(2299160)), (Ymd{1582, 10, 4}));
     EXPECT_EQ(read(ZkDate::fromJulianDay(2299161)), (Ymd{1582, 10, 15}));
 }
@@ -191,16 +197,18 @@ TEST(ZkDate, TheGregorianCalendarRepeatsEvery400YearsToTheLast32BitDay)
 {
     std::mt19937 random(51);
     std::vector<unsigned int> days(std::begin(kDaysWorthTrying), std::end(kDaysWorthTrying));
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 20000; ++i) {
         days.push_back(std::uint32_t(random()));
+    }
     // Both sides of each repetition of the reform.
     for (ll jd = 2299161; jd <= UINT_MAX; jd += 146097) {
         days.push_back(static_cast<unsigned int>(jd - 1));
         days.push_back(static_cast<unsigned int>(jd));
     }
     for (unsigned int jd : days) {
-        if (jd < 2299161 + 146097)
+        if (jd < 2299161 + 146097) {
             continue;
+        }
         const unsigned int cycles = (jd - 2299161) / 146097;
         Ymd expected = read(ZkDate::fromJulianDay(jd - cycles * 146097));
         expected.y += int(cycles) * 400;
@@ -245,9 +253,10 @@ TEST(ZkDate, TheDayNumberOfAnyTripleIsTheFormulaModulo32Bits)
         {0, 3, 1, 1721118},
         {-1, 3, 1, 1721118},
     };
-    for (const auto &row : kRows)
+    for (const auto &row : kRows) {
         EXPECT_EQ(ZkDate::gregorianToJulian(row.y, row.m, row.d), row.jd)
             << row.y << '/' << row.m << '/' << row.d;
+    }
 }
 
 TEST(ZkDate, TheDayNumberOfAnyTripleMatchesTheTextbookFormula)
@@ -330,8 +339,9 @@ TEST(ZkDate, ReadsPersianDates)
 TEST(ZkDate, ReadsEveryPersianDayByTheGregorianYear)
 {
     Ymd day = {-4713, 1, 1};
-    for (unsigned int jd = 0; day.y <= 5000; ++jd, nextDay(day))
+    for (unsigned int jd = 0; day.y <= 5000; ++jd, nextDay(day)) {
         ASSERT_EQ(read(ZkDate::fromJulianDay(jd), Zk::DatePersian), persianOf(day)) << day;
+    }
     std::mt19937 random(52);
     for (int i = 0; i < 20000; ++i) {
         const ZkDate date = ZkDate::fromJulianDay(std::uint32_t(random()));
@@ -398,8 +408,9 @@ TEST(ZkDate, PersianMonthsAndDaysOutOfRangeRunOn)
             {1400, 1, 40, {2021, 4, 29}}, {1400, 0, 25, {2021, 3, 21}},
             {1400, 0, 60, {2021, 4, 25}}, {1400, 13, 1, {2022, 3, 22}},
         };
-        for (const auto &row : kRows)
+        for (const auto &row : kRows) {
             EXPECT_EQ(read(ZkDate(row.y, row.m, row.d, Zk::DatePersian)), row.gregorian);
+        }
         EXPECT_FALSE(ZkDate(1400, 13, 11, Zk::DatePersian).isValid()) << "behind 31 March";
         EXPECT_FALSE(ZkDate(1400, 1, -30, Zk::DatePersian).isValid()) << "before 1 March";
         EXPECT_FALSE(ZkDate(1400, INT_MAX, INT_MAX, Zk::DatePersian).isValid());
@@ -507,10 +518,12 @@ TEST(ZkDate, WeeksAreThoseOfISO8601)
         std::snprintf(actual, sizeof actual, "%d-%02d", year, week);
         ASSERT_STREQ(actual, expected) << read(date);
     };
-    for (ZkDate date = greg(1880, 1, 1); date < greg(2120, 1, 1); date = date.addDays(1))
+    for (ZkDate date = greg(1880, 1, 1); date < greg(2120, 1, 1); date = date.addDays(1)) {
         check(date);
-    for (ZkDate date = greg(1583, 1, 1); date < greg(9990, 1, 1); date = date.addDays(53))
+    }
+    for (ZkDate date = greg(1583, 1, 1); date < greg(9990, 1, 1); date = date.addDays(53)) {
         check(date);
+    }
     EXPECT_EQ(greg(2021, 1, 3).weekNumber(), 53);
     EXPECT_EQ(greg(2024, 12, 30).weekNumber(nullptr), 1);
 }
@@ -544,9 +557,10 @@ TEST(ZkDate, AddingDaysBeyondEitherEndIsNull)
                  {0x7fffffffu, INT_MIN, 0},
                  {0x80000000u, INT_MAX, UINT_MAX},
                  {0x80000001u, INT_MAX, 0}};
-    for (const auto &row : kRows)
+    for (const auto &row : kRows) {
         EXPECT_EQ(ZkDate::fromJulianDay(row.jd).addDays(row.n).julianDay(), row.sum)
             << row.jd << " + " << row.n;
+    }
 }
 
 TEST(ZkDate, DaysToIsADifferenceModulo32Bits)
@@ -626,15 +640,18 @@ TEST(ZkDate, AddingMonthsIsWalkingMonthByMonth)
             if (expected.m == 13 || expected.m == 0) {
                 expected.m = n > 0 ? 1 : 12;
                 expected.y += n > 0 ? 1 : -1;
-                if (expected.y == 0)
+                if (expected.y == 0) {
                     expected.y += n > 0 ? 1 : -1;
+                }
             }
         }
-        if (expected.y < -4712 || n == 0)
+        if (expected.y < -4712 || n == 0) {
             continue;
+        }
         expected.d = std::min(expected.d, monthLength(expected.y, expected.m));
-        if (expected.y == 1582 && expected.m == 10 && expected.d > 4 && expected.d < 15)
+        if (expected.y == 1582 && expected.m == 10 && expected.d > 4 && expected.d < 15) {
             expected.d = n > 0 ? 15 : 4;
+        }
         ASSERT_EQ(read(date.addMonths(n)), expected) << read(date) << " + " << n << " months";
     }
 }
@@ -646,8 +663,9 @@ TEST(ZkDate, AddingAndTakingAwayDaysReturns)
         const ZkDate date = ZkDate::fromJulianDay(std::uint32_t(random()) | 1u);
         const int n = int(random() % 2000000) - 1000000;
         const ZkDate moved = date.addDays(n);
-        if (!moved.isValid())
+        if (!moved.isValid()) {
             continue;
+        }
         ASSERT_EQ(date.daysTo(moved), n);
         ASSERT_EQ(moved.addDays(-n), date);
         ASSERT_EQ(date<moved, n> 0);
@@ -675,8 +693,9 @@ TEST(ZkDatePersianCycle, EveryDayGoesThereAndBackAndFollowsTheOneBefore)
             expected.d = 1;
             if (++expected.m > 12) {
                 expected.m = 1;
-                if (++expected.y == 0)
+                if (++expected.y == 0) {
                     expected.y = 1;
+                }
             }
         }
     }
@@ -700,8 +719,9 @@ TEST(ZkDatePersianCycle, WhatIsNoDateHasNoDayNumber)
                          {-5336, 1, 1},      {INT_MIN, 1, 1},    {INT_MAX, 1, 1},
                          {11753890, 3, 2},   {11753891, 1, 1},   {1403, INT_MIN, 1},
                          {1403, 1, INT_MIN}, {1403, INT_MAX, 1}, {1403, 1, INT_MAX}};
-    for (const Ymd &row : kRows)
+    for (const Ymd &row : kRows) {
         EXPECT_EQ(ZkDate::persianToJulian(row.y, row.m, row.d), 0u) << row;
+    }
     EXPECT_NE(ZkDate::persianToJulian(1403, 12, 30), 0u);
     EXPECT_EQ(ZkDate::persianToJulian(11753890, 3, 1), UINT_MAX);
     EXPECT_FALSE(ZkDate::isPersianLeapYear(0));
@@ -753,8 +773,9 @@ double marchEquinox(int gregorianYear)
     const double w = (35999.373 * t - 2.47) * radian;
     const double lambda = 1 + 0.0334 * std::cos(w) + 0.0007 * std::cos(2 * w);
     double sum = 0;
-    for (const auto &term : kTerms)
+    for (const auto &term : kTerms) {
         sum += term[0] * std::cos((term[1] + term[2] * t) * radian);
+    }
     return mean + 0.00001 * sum / lambda;
 }
 
@@ -763,10 +784,12 @@ double marchEquinox(int gregorianYear)
 double ephemerisLead(int gregorianYear)
 {
     const double century = (gregorianYear - 1820) / 100.0;
-    if (gregorianYear < 1990)
+    if (gregorianYear < 1990) {
         return 15 + 0.45 * (gregorianYear - 1900);
-    if (gregorianYear < 2050)
+    }
+    if (gregorianYear < 2050) {
         return 56 + 0.5 * (gregorianYear - 1990);
+    }
     return -20 + 32 * century * century - 0.5628 * (2150 - gregorianYear);
 }
 
@@ -797,8 +820,9 @@ TEST(ZkDatePersianCycle, TheAccessorsAgreeFrom1372ToTheLastButOneDayOf1407)
     const ZkDate first = ZkDate::fromJulianDay(ZkDate::persianToJulian(1372, 1, 1));
     const ZkDate last = ZkDate::fromJulianDay(ZkDate::persianToJulian(1407, 12, 29));
     EXPECT_EQ(read(first), (Ymd{1993, 3, 21}));
-    for (ZkDate date = first; date <= last; date = date.addDays(1))
+    for (ZkDate date = first; date <= last; date = date.addDays(1)) {
         ASSERT_EQ(read(date, Zk::DatePersian), exactPersian(date)) << read(date);
+    }
     EXPECT_EQ(read(first.addDays(-1), Zk::DatePersian), (Ymd{1371, 12, 30}));
     EXPECT_EQ(exactPersian(first.addDays(-1)), (Ymd{1371, 12, 29}));
     EXPECT_EQ(read(last.addDays(1), Zk::DatePersian), (Ymd{1407, 12, 30}));

@@ -50,8 +50,9 @@ std::string shown(const ZkDateTime &moment)
 std::string randomText(std::mt19937 &random, const std::vector<std::string> &pieces, int count)
 {
     std::string result;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         result += pieces[random() % pieces.size()];
+    }
     return result;
 }
 
@@ -80,8 +81,9 @@ TEST(ZkDateFormat, WritesDates)
                               {"D Y", "D Y"},
                               {"%d%%", "%5%%"},
                               {"روز d", "روز 5"}};
-    for (const WriteRow &row : kRows)
+    for (const WriteRow &row : kRows) {
         EXPECT_EQ(text(greg(2024, 3, 5).toString(row.format)), row.out) << row.format;
+    }
 }
 
 TEST(ZkDateFormat, YearsBeforeTheFirstTakeAFifthLetterForTheirSign)
@@ -93,8 +95,9 @@ TEST(ZkDateFormat, YearsBeforeTheFirstTakeAFifthLetterForTheirSign)
                  {-44, "yyyyyy", "-0044y"}, {-44, "yyyyyyyyy", "-0044-0044"},
                  {-4713, "yyyy", "-4713"},  {44, "yyyyy", "0044y"},
                  {12345, "yyyy", "12345"},  {11754508, "yyyy", "11754508"}};
-    for (const auto &row : kRows)
+    for (const auto &row : kRows) {
         EXPECT_EQ(text(greg(row.year, 3, 15).toString(row.format)), row.out) << row.format;
+    }
 }
 
 TEST(ZkDateFormat, WritesTimes)
@@ -122,8 +125,9 @@ TEST(ZkDateFormat, WritesTimes)
                  {ZkTime(1, 2, 3, 456), "zzz z", "456 456"},
                  {ZkTime(1, 2, 3), "hhh", "011"},
                  {ZkTime(1, 2, 3), "hHh", "111"}};
-    for (const auto &row : kRows)
+    for (const auto &row : kRows) {
         EXPECT_EQ(text(row.time.toString(row.format)), row.out) << row.format;
+    }
 }
 
 TEST(ZkDateFormat, QuotesKeepTextAndTwoQuotesAreOne)
@@ -132,8 +136,9 @@ TEST(ZkDateFormat, QuotesKeepTextAndTwoQuotesAreOne)
         {"'at' HH", "at 13"}, {"''", "'"},       {"'h''m'", "h'm"},          {"''HH''", "'13'"},
         {"'HH", "HH"},        {"HH'", "13"},     {"'''HH'", "'HH"},          {"'HH'''mm", "HH'07"},
         {"H'H'H", "13H13"},   {"'a' h", "a 13"}, {"'a''p' h ap", "a'p 1 pm"}};
-    for (const WriteRow &row : kRows)
+    for (const WriteRow &row : kRows) {
         EXPECT_EQ(text(ZkTime(13, 7).toString(row.format)), row.out) << row.format;
+    }
 }
 
 TEST(ZkDateFormat, LettersOfAnAbsentPartStay)
@@ -253,9 +258,10 @@ TEST(ZkDateFormat, ReadsDates)
         {"۵/3/2024", "d/M/yyyy", "null"},         // digits are ASCII
         {"2024\xC2\xA0/3/5", "yyyy/M/d", "null"}, // a no-break space is no white space
         {"2024/3/5", "yyyy/\v\f\n\r\t M/d", "2024/3/5"}};
-    for (const ReadRow &row : kRows)
+    for (const ReadRow &row : kRows) {
         EXPECT_EQ(shown(ZkDate::fromString(row.in, row.format)), row.out)
             << row.in << " by " << row.format;
+    }
 }
 
 TEST(ZkDateFormat, ReadsTimes)
@@ -283,9 +289,10 @@ TEST(ZkDateFormat, ReadsTimes)
                              {"2147483647:0:0 pm", "h:m:s ap", "null"},
                              {"-2147483648:0:0", "h:m:s", "null"},
                              {"10:20:30.5", "hh:mm:ss.zzz", "10:20:30.0"}};
-    for (const ReadRow &row : kRows)
+    for (const ReadRow &row : kRows) {
         EXPECT_EQ(shown(ZkTime::fromString(row.in, row.format)), row.out)
             << row.in << " by " << row.format;
+    }
 }
 
 TEST(ZkDateFormat, ReadsDateTimes)
@@ -340,9 +347,10 @@ TEST(ZkDateFormat, APercentSignInAPatternIsNeverADirectiveBeyondNumbers)
         {"5 3 2024", "dd %d MM yyyy", "2024/3/5"}, // reads day, month, year and stops
         {"5 2024 3", "dd %d MM yyyy", "null"},
     };
-    for (const ReadRow &row : kRows)
+    for (const ReadRow &row : kRows) {
         EXPECT_EQ(shown(ZkDate::fromString(row.in, row.format)), row.out)
             << row.in << " by " << row.format;
+    }
     // A number of the pattern's own takes the place of a later token.
     EXPECT_EQ(shown(ZkDate::fromString("5 3 2024", "dd %d yyyy MM")), "null");
     EXPECT_EQ(shown(ZkDate::fromString("5 2024 3", "dd %d yyyy MM")), "2024/3/5");
@@ -400,10 +408,12 @@ TEST(ZkDateFormat, ReadsWhatTheCLibrarysScannerReads)
             }
             // Anywhere but inside a character.
             std::size_t position = random() % in.size();
-            while (position > 0 && (static_cast<unsigned char>(in[position]) & 0xC0) == 0x80)
+            while (position > 0 && (static_cast<unsigned char>(in[position]) & 0xC0) == 0x80) {
                 --position;
-            if (random() % 4 == 0)
+            }
+            if (random() % 4 == 0) {
                 in.insert(position, texts[random() % texts.size()]);
+            }
         }
         const ZkString textIn(in.c_str()), pattern(format.c_str());
         const ZkDate date = ZkDate::fromString(textIn, pattern);
@@ -431,10 +441,12 @@ TEST(ZkDateFormat, WhatIsWrittenReadsBack)
     for (int i = 0; i < 5000; ++i) {
         const ZkDate date = ZkDate::fromJulianDay(std::uint32_t(random() | 1u));
         const ZkTime time = ZkTime::fromMSecsOfDay(int(random() % 86400) * 1000);
-        for (const char *format : kDates)
+        for (const char *format : kDates) {
             ASSERT_EQ(ZkDate::fromString(date.toString(format), format), date) << format;
-        for (const char *format : kTimes)
+        }
+        for (const char *format : kTimes) {
             ASSERT_EQ(ZkTime::fromString(time.toString(format), format), time) << format;
+        }
         for (const char *format : kBoth) {
             const ZkDateTime moment(date, time);
             ASSERT_EQ(ZkDateTime::fromString(moment.toString(format), format), moment) << format;

@@ -45,8 +45,9 @@ ll storedMSecs(const ZkDateTime &moment)
 std::string shown(const ZkDateTime &moment)
 {
     static const char *const kSpecs[] = {" local", " UTC", " offset"};
-    if (!moment.isValid())
+    if (!moment.isValid()) {
         return "invalid";
+    }
     return moment.toString("yyyy-MM-dd HH:mm:ss.zzz").toStdString() + kSpecs[moment.timeSpec()];
 }
 
@@ -65,8 +66,9 @@ std::vector<std::string> zones()
         "<-12>12"};
     for (const char *name : {"Europe/Berlin", "Asia/Tehran", "America/St_Johns", "Pacific/Apia",
                              "Africa/Monrovia", "Asia/Kathmandu"}) {
-        if (access((std::string("/usr/share/zoneinfo/") + name).c_str(), R_OK) == 0)
+        if (access((std::string("/usr/share/zoneinfo/") + name).c_str(), R_OK) == 0) {
             result.push_back(name);
+        }
     }
     return result;
 }
@@ -83,8 +85,9 @@ void inZone(const std::string &zone, const std::function<void()> &body)
 
 void inEveryZone(const std::function<void()> &body)
 {
-    for (const std::string &zone : zones())
+    for (const std::string &zone : zones()) {
         inZone(zone, body);
+    }
 }
 
 /// The day whose zone rules stand for day `jd`, as days since the epoch.
@@ -92,13 +95,15 @@ ll ruleDay(ll jd)
 {
     const ll kSecond = 2440589; // 2 January 1970
     const ll kLast = 2465423;   // 30 December 2037
-    if (jd > kSecond && jd < kLast)
+    if (jd > kSecond && jd < kLast) {
         return jd - 2440588;
+    }
     int m = 0, d = 0;
     ZkDate::fromJulianDay(static_cast<unsigned int>(jd))
         .getDate(nullptr, &m, &d, Zk::DateGregorian);
-    if (m == 2 && d == 29)
+    if (m == 2 && d == 29) {
         d = 28;
+    }
     return ll(ZkDate::gregorianToJulian(jd < kSecond ? 1970 : 2037, m, d)) - 2440588;
 }
 
@@ -137,8 +142,9 @@ std::vector<ll> interestingMoments()
         for (int month : {1, 3, 4, 9, 10, 11, 12}) {
             for (int day : {1, 14, 26, 31}) {
                 const unsigned int jd = ZkDate::gregorianToJulian(year, month, day);
-                for (int hour = 0; hour < 24; hour += 3)
+                for (int hour = 0; hour < 24; hour += 3) {
                     moments.push_back((ll(jd) - 2440588) * kDay + hour * kHour + 1234567);
+                }
             }
         }
     }
@@ -364,8 +370,9 @@ TEST(ZkDateTime, WithinTheRangeOfTime_tAConvertedMomentComesBack)
     // remembers which of them it was.
     inEveryZone([] {
         for (ll msecs : interestingMoments()) {
-            if (msecs < 3 * kDay || msecs > 2145657600ll * 1000 - 2 * kDay)
+            if (msecs < 3 * kDay || msecs > 2145657600ll * 1000 - 2 * kDay) {
                 continue;
+            }
             const ZkDateTime moment = ZkDateTime::fromMSecsSinceEpoch(msecs);
             ASSERT_EQ(moment.toMSecsSinceEpoch(), msecs) << shown(moment);
             ASSERT_EQ(moment.toTimeSpec(Zk::TimeUtc).toMSecsSinceEpoch(), msecs);
@@ -379,8 +386,9 @@ TEST(ZkDateTime, LocalNumbersBecomeUtcAsMktimeSays)
         std::vector<ll> moments = interestingMoments();
         // Half an hour into every gap and overlap of these rules.
         for (int day : {10, 31}) {
-            for (int hour = 0; hour < 5; ++hour)
+            for (int hour = 0; hour < 5; ++hour) {
                 moments.push_back(storedMSecs(utc(2024, 3, day, hour, 30)));
+            }
         }
         for (ll msecs : moments) {
             ZkDateTime stored(ZkDate(), ZkTime(), Zk::TimeUtc);
@@ -470,8 +478,9 @@ TEST(ZkDateTime, DatesOutsideTime_tAreConvertedByTheRulesOf1970And2037)
 TEST(ZkDateTime, TheSecondOfJanuary1970IsConvertedByTheRulesOf2037)
 {
     // A zone whose new year lies in daylight saving time in 1970 only.
-    if (access("/usr/share/zoneinfo/Europe/London", R_OK) != 0)
+    if (access("/usr/share/zoneinfo/Europe/London", R_OK) != 0) {
         GTEST_SKIP() << "no zone files";
+    }
     inZone("Europe/London", [] {
         EXPECT_EQ(shown(utc(1970, 1, 1, 12).toTimeSpec(Zk::TimeLocal)),
                   "1970-01-01 13:00:00.000 local");

@@ -89,8 +89,9 @@ TEST(ZkTime, AddingAnyNumberIsAdditionModuloTheDay)
         check(0, n);
         check(86399999, n);
     }
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 20000; ++i) {
         check(int(random() % 86400000), static_cast<int>(std::uint32_t(random())));
+    }
 }
 
 TEST(ZkTime, SecondsAreMultipliedIn32Bits)
@@ -140,8 +141,9 @@ TEST(ZkTime, TheCurrentTimeIsTheCLibrarysLocalTime)
                 localtime_r(&before, &fields);
                 const int late = ZkTime(fields.tm_hour, fields.tm_min, std::min(fields.tm_sec, 59))
                                      .msecsTo(time);
-                if (late < 0 && attempt == 0) // midnight lay between the two
+                if (late < 0 && attempt == 0) { // midnight lay between the two
                     continue;
+                }
                 EXPECT_GE(late, 0) << zone;
                 EXPECT_LT(late, 30000) << zone;
                 break;

@@ -76,8 +76,9 @@ TEST(ZkWaitCondition, TheMutexIsHeldAgainAfterEachWait)
         int result = 0;
         std::thread other([&] {
             result = pthread_mutex_trylock(condition.nativeMutex());
-            if (result == 0)
+            if (result == 0) {
                 pthread_mutex_unlock(condition.nativeMutex());
+            }
         });
         other.join();
         EXPECT_EQ(result, EBUSY) << ms;
@@ -99,8 +100,9 @@ TEST(ZkWaitCondition, ASignalOfAnotherThreadEndsALongWait)
                 ready = true;
                 pthread_cond_signal(condition.nativeCondition());
             });
-            while (!ready && !timedOut)
+            while (!ready && !timedOut) {
                 timedOut = !condition.wait(ms);
+            }
         }
         waker.join();
         EXPECT_TRUE(ready) << ms;
@@ -119,8 +121,9 @@ TEST(ZkWaitCondition, ABroadcastEndsTheWaitsOfAllThreads)
             const Lock lock(condition);
             ++waiting;
             while (!ready) {
-                if (!condition.wait(60000))
+                if (!condition.wait(60000)) {
                     return;
+                }
             }
             ++woken;
         });
@@ -134,8 +137,9 @@ TEST(ZkWaitCondition, ABroadcastEndsTheWaitsOfAllThreads)
         ready = true;
         pthread_cond_broadcast(condition.nativeCondition());
     }
-    for (std::thread &thread : threads)
+    for (std::thread &thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(woken, 3);
 }
 
@@ -154,9 +158,10 @@ TEST(ZkWaitCondition, ItsConditionRunsOnTheMonotonicClock)
     }
     const long long before = monotonicMSecs();
     int result = 0;
-    while (result == 0)
+    while (result == 0) {
         result =
             pthread_cond_timedwait(condition.nativeCondition(), condition.nativeMutex(), &deadline);
+    }
     EXPECT_EQ(result, ETIMEDOUT);
     EXPECT_GE(monotonicMSecs() - before, 39);
 }

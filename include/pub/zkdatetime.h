@@ -52,8 +52,8 @@ public:
     /// The Julian day number, 0 for the null date.
     constexpr unsigned int julianDay() const { return jd; }
 
-    /// Sets the mode of every later call that names none. `DateModeDefault`
-    /// stores `DateGregorian`.
+    /// The mode of every later call that names none. `DateModeDefault` stores
+    /// `DateGregorian`; what is no mode counts as that too.
     static void setDateMode(Zk::DateMode mode);
     static Zk::DateMode dateMode();
 
@@ -69,14 +69,13 @@ public:
 
     /// Makes this the day y/m/d of `mode`, or the null date; tells which.
     ///
-    /// Persian mode: month and day are not range-checked (30 + 2 days of a month
-    /// run on into the next), but whatever leads to no Gregorian day is null.
-    /// Days to the end of month 10 of any year are those that the accessors read
-    /// back. Behind the Gregorian February they drift: the process keeps one
-    /// length of February, which starts at 28 and grows by one with every call
-    /// whose year holds a Gregorian 29 February, and is never set back. In a
-    /// fresh process 1402/12/29 is 19 March 2024, the second time 18 March.
-    /// `persianToJulian` does not drift.
+    /// Persian mode: neither month nor day is range-checked; a day too many runs on
+    /// into the next month, and what leads to no Gregorian day is null. Up to 28
+    /// February the accessors read the same date back. Behind it the days drift:
+    /// the process keeps one length of February, which starts at 28 and grows by
+    /// one with every call whose year holds a Gregorian 29 February, and is never
+    /// set back. In a fresh process 1402/12/29 is 19 March 2024, the second time
+    /// 18 March. `persianToJulian` does not drift.
     bool setDate(int y, int m, int d, Zk::DateMode mode = Zk::DateModeDefault)
     {
         jd = dayNumber(y, m, d, mode);
@@ -206,8 +205,9 @@ constexpr ZkDate ZkDate::fromJulianDay(unsigned int jd)
 
 inline unsigned int ZkDate::gregorianToJulian(int y, int m, int d)
 {
-    if (y < 1583 || y > 1000000 || m < 1 || m > 12)
+    if (y < 1583 || y > 1000000 || m < 1 || m > 12) {
         return distantToJulian(y, m, d);
+    }
     const unsigned int january = m <= 2 ? 1 : 0; // or February: of the year before
     const unsigned int year = static_cast<unsigned int>(y) - january;
     const unsigned int month = static_cast<unsigned int>(m) + (12 & (0 - january));
@@ -219,8 +219,9 @@ inline unsigned int ZkDate::gregorianToJulian(int y, int m, int d)
 
 inline void ZkDate::julianToGregorian(unsigned int jd, int &y, int &m, int &d)
 {
-    if (jd < 2299161 || jd > 300000000)
+    if (jd < 2299161 || jd > 300000000) {
         return distantToGregorian(jd, y, m, d);
+    }
     const unsigned int quarters = 4 * (jd - 1721120) + 3;
     const unsigned int century = quarters / 146097;
     // Quarter days of the century, as 3 modulo 4, fall into years like those of the
