@@ -1,9 +1,10 @@
 #ifndef ZK_TESTS_ROUNDS_H
 #define ZK_TESTS_ROUNDS_H
 
-/// How often a random test runs: all of `rounds` in an optimised build for this
-/// machine, few where each round takes many times as long (sanitizers, an emulated
-/// device).
+#include <cstdlib>
+
+/// Where each round of a test takes many times as long: under the sanitizers and on
+/// an emulated device.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__OPTIMIZE__)
 #    define ZK_TESTS_SLOW 1
 #elif defined(__has_feature)
@@ -16,15 +17,17 @@
 #endif
 
 #if defined(ZK_TESTS_SLOW)
-constexpr int scaledRounds(int rounds)
-{
-    return rounds / 100;
-}
+constexpr bool kSlowTests = true;
 #else
-constexpr int scaledRounds(int rounds)
-{
-    return rounds;
-}
+constexpr bool kSlowTests = false;
 #endif
+
+/// How often a random test runs: `rounds` times in an optimised build, a tenth of
+/// that where rounds are slow; ZK_TEST_FACTOR in the environment multiplies both.
+inline int scaledRounds(int rounds)
+{
+    const char *factor = std::getenv("ZK_TEST_FACTOR");
+    return (kSlowTests ? rounds / 10 : rounds) * (factor != nullptr ? std::atoi(factor) : 1);
+}
 
 #endif
