@@ -22,6 +22,27 @@ bool meet(const ZkRect &a, const ZkRect &b)
            b.top() <= a.bottom();
 }
 
+ZkRect around(const ZkRect &a, const ZkRect &b)
+{
+    return ZkRect(std::min(a.left(), b.left()), std::min(a.top(), b.top()),
+                  std::max(a.right(), b.right()), std::max(a.bottom(), b.bottom()));
+}
+
+// The first rectangle that reaches down to row `y`, which the last one does.
+// Nobody can guess where a pixel lies, so the list is halved without a branch.
+const ZkRect *firstReachingAnywhere(const ZkRect *begin, int count, int y)
+{
+    while (count > 1) {
+        const int half = count / 2;
+        const ZkRect *const later = begin + half;
+        if (later[-1].bottom() < y) { // a conditional move
+            begin = later;
+        }
+        count -= half;
+    }
+    return begin;
+}
+
 // Whether a rectangle of one list meets one of the other. Both lists are walked
 // in banded order; of two bands with common rows, spans from left to right.
 bool anyMeet(ZkBands a, ZkBands b)
@@ -59,42 +80,28 @@ bool anyMeet(ZkBands a, ZkBands b)
     return false;
 }
 
-bool equalLists(const ZkRegion::Record &a, const ZkRegion::Record &b)
-{
-    return a.numRects == b.numRects && a.extents == b.extents &&
-           std::equal(a.begin(), a.end(), b.begin());
-}
-
 // How a union comes about, in the order of trial.
 enum class UnionWay { First, Second, Append, Sweep };
 
-// Both with at least one rectangle.
-UnionWay unionWay(const ZkRegion::Record &a, const ZkRegion::Record &b)
+UnionWay unionWay(const ZkRegion::Record &record, const ZkRegion::Operand &b)
 {
-    if (&a == &b || covers(a.innerRect, b.extents)) {
+    const ZkRegion::Operand a = record.operand();
+    if (covers(a.innerRect, b.extents)) {
         return UnionWay::First;
     }
     if (covers(b.innerRect, a.extents)) {
         return UnionWay::Second;
     }
-    if (a.takesAtEnd(b)) {
+    if (record.takesAtEnd(b)) {
         return UnionWay::Append;
     }
-    return equalLists(a, b) ? UnionWay::First : UnionWay::Sweep;
+    return a.equals(b) ? UnionWay::First : UnionWay::Sweep;
 }
 
 // Where the inner rectangle of a union starts from.
-ZkInnerRect largerInner(const ZkRegion::Record &a, const ZkRegion::Record &b)
+ZkInnerRect largerInner(const ZkRegion::Operand &a, const ZkRegion::Operand &b)
 {
     return a.innerArea > b.innerArea ? a.inner() : b.inner();
-}
-
-// Whether what the sweep left unwalked is all of `a`, so that its list can be
-// changed where it stands.
-bool leavesOnly(const ZkRegion::Record &a, const ZkRegionSweep &sweep)
-{
-    return (sweep.above.count() == 0 || sweep.above.begin == a.begin()) &&
-           (sweep.below.count() == 0 || sweep.below.end == a.end());
 }
 
 } // namespace
@@ -191,11 +198,10 @@ bool ZkRegion::contains(const ZkPoint &p) const
     if (covers(record.innerRect, pixel)) {
         return true;
     }
-    const ZkRect *const candidate =
-        std::partition_point(record.begin(), record.end(), [&p](const ZkRect &r) {
-            return r.bottom() < p.y() || (r.top() <= p.y() && r.right() < p.x());
-        });
-    return candidate != record.end() && covers(*candidate, pixel);
+    const ZkRect *const end = record.end();
+    const ZkRect *r = firstReachingAnywhere(record.begin(), record.numRects, p.y());
+    r = zkGallop(r, end, [&p](const ZkRect &x) { return x.top() <= p.y() && x.right() < p.x(); });
+    return r != end && covers(*r, pixel);
 }
 
 bool ZkRegion::contains(const ZkRect &r) const
@@ -234,9 +240,9 @@ bool ZkRegion::intersects(const ZkRegion &r) const
     if (!hasRects() || !r.hasRects()) {
         return false;
     }
-    const Record &a = *d->region;
-    const Record &b = *r.d->region;
-    return meet(a.extents, b.extents) && anyMeet(a.bands(), b.bands());
+    const Operand a = d->region->operand();
+    const Operand b = r.d->region->operand();
+    return meet(a.extents, b.extents) && anyMeet(a, b);
 }
 
 bool ZkRegion::intersects(const ZkRect &r) const
@@ -244,8 +250,8 @@ bool ZkRegion::intersects(const ZkRect &r) const
     if (!hasRects() || !r.isValid()) {
         return false;
     }
-    const Record &a = *d->region;
-    return meet(a.extents, r) && anyMeet(a.bands(), {&r, &r + 1, ZkSeams::Closed});
+    const Operand a = d->region->operand();
+    return meet(a.extents, r) && anyMeet(a, Operand::of(r));
 }
 
 ZkRegion ZkRegion::unite(const ZkRegion &r) const
@@ -253,61 +259,69 @@ ZkRegion ZkRegion::unite(const ZkRegion &r) const
     if (!hasRects()) {
         return r;
     }
-    if (!r.hasRects()) {
+    if (!r.hasRects() || d == r.d) {
         return *this;
     }
-    const Record &a = *d->region;
-    const Record &b = *r.d->region;
-    switch (unionWay(a, b)) {
+    const Record &record = *d->region;
+    const Operand b = r.d->region->operand();
+    switch (unionWay(record, b)) {
     case UnionWay::First: return *this;
     case UnionWay::Second: return r;
     case UnionWay::Append: {
-        Record *const joined = a.clone();
-        joined->makeRoom(b.numRects);
+        Record *const joined = record.clone();
+        joined->makeRoom(b.count());
         joined->append(b);
         return ZkRegion(joined);
     }
     case UnionWay::Sweep: break;
     }
-    ZkInnerRect inner = largerInner(a, b);
+    const Operand a = record.operand();
     ZkRegionSweep sweep;
-    sweep.unite(a.bands(), b.bands(), &inner);
-    Record *const united = Record::of(sweep);
-    united->setInner(inner);
-    united->extents = a.extents | b.extents;
+    sweep.unite(a, b, largerInner(a, b));
+    Record *const united = Record::of(&sweep);
+    united->extents = around(a.extents, b.extents);
     return ZkRegion(united);
+}
+
+// Unites in place; false when the result is simply `b`.
+bool ZkRegion::absorb(const Operand &b)
+{
+    switch (unionWay(*d->region, b)) {
+    case UnionWay::First: return true;
+    case UnionWay::Second: return false;
+    case UnionWay::Append:
+        detach();
+        d->region->append(b);
+        return true;
+    case UnionWay::Sweep: break;
+    }
+    const Operand a = d->region->operand();
+    const ZkRect extents = around(a.extents, b.extents);
+    ZkRegionSweep sweep;
+    sweep.unite(a, b, largerInner(a, b));
+    if (d->ref == 1) {
+        d->region->become(sweep);
+    } else {
+        *this = ZkRegion(Record::of(&sweep));
+    }
+    d->region->extents = extents;
+    return true;
 }
 
 ZkRegion &ZkRegion::operator+=(const ZkRegion &r)
 {
-    if (!hasRects()) {
-        return *this = r;
+    if (!hasRects() || (r.hasRects() && d != r.d && !absorb(r.d->region->operand()))) {
+        *this = r;
     }
-    if (!r.hasRects()) {
-        return *this;
+    return *this;
+}
+
+ZkRegion &ZkRegion::operator+=(const ZkRect &r)
+{
+    const ZkRect added = r; // may lie in this region's own vector
+    if (!hasRects() || (added.isValid() && !absorb(Operand::of(added)))) {
+        *this = ZkRegion(added);
     }
-    Record &a = *d->region;
-    const Record &b = *r.d->region;
-    switch (unionWay(a, b)) {
-    case UnionWay::First: return *this;
-    case UnionWay::Second: return *this = r;
-    case UnionWay::Append:
-        detach();
-        d->region->append(b);
-        return *this;
-    case UnionWay::Sweep: break;
-    }
-    ZkInnerRect inner = largerInner(a, b);
-    const ZkRect extents = a.extents | b.extents;
-    ZkRegionSweep sweep;
-    sweep.unite(a.bands(), b.bands(), &inner);
-    if (a.ref == 1 && leavesOnly(a, sweep)) {
-        a.replaceWalked(sweep);
-    } else {
-        *this = ZkRegion(Record::of(sweep));
-    }
-    d->region->setInner(inner);
-    d->region->extents = extents;
     return *this;
 }
 
@@ -316,8 +330,8 @@ ZkRegion ZkRegion::intersect(const ZkRegion &r) const
     if (!hasRects() || !r.hasRects()) {
         return ZkRegion();
     }
-    const Record &a = *d->region;
-    const Record &b = *r.d->region;
+    const Operand a = d->region->operand();
+    const Operand b = r.d->region->operand();
     if (!meet(a.extents, b.extents)) {
         return ZkRegion();
     }
@@ -327,14 +341,12 @@ ZkRegion ZkRegion::intersect(const ZkRegion &r) const
     if (covers(a.innerRect, b.extents)) {
         return r;
     }
-    if (a.numRects == 1 && b.numRects == 1) {
-        return ZkRegion(*a.begin() & *b.begin());
+    if (a.count() == 1 && b.count() == 1) {
+        return ZkRegion(*a.begin & *b.begin);
     }
     ZkRegionSweep sweep;
-    sweep.intersect(a.bands(), b.bands());
-    Record *const common = Record::of(sweep);
-    common->recompute();
-    return ZkRegion(common);
+    sweep.intersect(a, b);
+    return ZkRegion(Record::of(&sweep));
 }
 
 ZkRegion ZkRegion::intersect(const ZkRect &r) const
@@ -360,19 +372,17 @@ ZkRegion ZkRegion::subtract(const ZkRegion &r) const
     if (!hasRects() || !r.hasRects()) {
         return *this;
     }
-    const Record &a = *d->region;
-    const Record &b = *r.d->region;
+    const Operand a = d->region->operand();
+    const Operand b = r.d->region->operand();
     if (!meet(a.extents, b.extents)) {
         return *this;
     }
-    if (&a == &b || covers(b.innerRect, a.extents) || equalLists(a, b)) {
+    if (covers(b.innerRect, a.extents) || a.equals(b)) {
         return ZkRegion();
     }
     ZkRegionSweep sweep;
-    sweep.subtract(a.bands(), b.bands());
-    Record *const rest = Record::of(sweep);
-    rest->recompute();
-    return ZkRegion(rest);
+    sweep.subtract(a, b);
+    return ZkRegion(Record::of(&sweep));
 }
 
 ZkRegion ZkRegion::eor(const ZkRegion &r) const
@@ -402,7 +412,8 @@ bool ZkRegion::operator==(const ZkRegion &r) const
         return true;
     }
     // Data without rectangles is not the same as no data.
-    return d->region != nullptr && r.d->region != nullptr && equalLists(*d->region, *r.d->region);
+    return d->region != nullptr && r.d->region != nullptr &&
+           d->region->operand().equals(r.d->region->operand());
 }
 
 ZkRegion ZkRegion::copy() const

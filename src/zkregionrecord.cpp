@@ -15,14 +15,11 @@ namespace
 
 constexpr int kRecordsPerBlock = 256;
 
+// Room in the vector of a region that grows from a single rectangle.
+constexpr int kFewRects = 8;
+
 // Read and written without a lock: regions belong to one thread.
 ZkRegion::Record *freeRecords = nullptr;
-
-// The area of a rectangle that may be the null one.
-int areaOrZero(const ZkRect &r)
-{
-    return r.isValid() ? zkRectArea(r) : 0;
-}
 
 } // namespace
 
@@ -34,7 +31,7 @@ void zkRegionStop()
     std::abort();
 }
 
-ZkRegion::Record::Record() : Data{0, this}, inVector(0), seams(ZkSeams::Closed), numRects(0)
+ZkRegion::Record::Record() : Data{0, this}, inVector(1), numRects(0), seams(ZkSeams::Closed)
 {
     nextFree = nullptr;
 }
@@ -64,7 +61,9 @@ ZkRegion::Record *ZkRegion::Record::take()
 
 void ZkRegion::Record::giveBack(Record *record)
 {
-    record->rects.clear();
+    if (record->rects.capacity() != 0) {
+        record->rects.clear();
+    }
     record->nextFree = freeRecords;
     freeRecords = record;
 }
@@ -72,43 +71,42 @@ void ZkRegion::Record::giveBack(Record *record)
 ZkRegion::Record *ZkRegion::Record::of(const ZkRect &r)
 {
     Record *const record = take();
-    record->inVector = 0;
-    record->numRects = 1;
-    record->single = r;
+    record->setSingle(r);
     record->extents = r;
-    record->setInner({r, zkRectArea(r)});
+    record->setInner({r, zkArea(r)});
     return record;
 }
 
-ZkRegion::Record *ZkRegion::Record::of(const ZkRegionSweep &sweep)
+ZkRegion::Record *ZkRegion::Record::of(ZkRegionSweep *sweep)
 {
     Record *const record = take();
-    record->numRects = sweep.count();
-    const ZkBands parts[] = {sweep.above, sweep.middle, sweep.below};
+    record->numRects = sweep->count();
     if (record->numRects == 1) {
-        record->inVector = 0;
-        for (const ZkBands &part : parts) {
-            record->single = part.count() == 1 ? *part.begin : record->single;
+        for (const ZkBands &part : {sweep->above, sweep->middle, sweep->below}) {
+            if (part.count() == 1) {
+                record->setSingle(*part.begin);
+            }
         }
-    } else {
-        record->rects.realloc(0, record->numRects);
-        for (const ZkBands &part : parts) {
-            record->rects.append(part.begin, part.count());
-        }
+    } else if (record->numRects != 0) {
+        sweep->moveTo(&record->rects);
     }
+    record->setInner(sweep->inner);
+    record->extents = sweep->extents;
     return record;
 }
 
 ZkRegion::Record *ZkRegion::Record::clone() const
 {
     Record *const record = take();
-    record->inVector = inVector;
-    record->seams = seams;
-    record->numRects = numRects;
-    record->rects = rects;
-    record->single = single;
+    if (inVector) {
+        record->seams = seams;
+        record->numRects = numRects;
+        record->rects = rects;
+    } else {
+        record->setSingle(single);
+    }
     record->extents = extents;
-    record->setInner(inner());
+    record->setInner({innerRect, innerArea});
     return record;
 }
 
@@ -117,7 +115,7 @@ ZkRegion::Record *ZkRegion::Record::clipped(const ZkRect &r) const
     Record *const record = take();
     record->extents = extents & r;
     record->innerRect = innerRect & r;
-    record->innerArea = areaOrZero(record->innerRect);
+    record->innerArea = record->innerRect.isValid() ? zkArea(record->innerRect) : 0;
     const ZkRect *const first = zkFirstReaching(begin(), end(), r.top());
     const ZkRect *const last =
         std::partition_point(first, end(), [&r](const ZkRect &x) { return x.top() <= r.bottom(); });
@@ -134,6 +132,13 @@ ZkRegion::Record *ZkRegion::Record::clipped(const ZkRect &r) const
     return record;
 }
 
+void ZkRegion::Record::setSingle(const ZkRect &r)
+{
+    inVector = 0;
+    numRects = 1;
+    new (&single) ZkRect(r);
+}
+
 void ZkRegion::Record::setInner(const ZkInnerRect &inner)
 {
     innerRect = inner.rect;
@@ -146,6 +151,7 @@ void ZkRegion::Record::makeRoom(int count)
     roomy.realloc(0, zkWrapped(std::int64_t(numRects) + count));
     roomy.append(begin(), numRects);
     rects.swap(roomy);
+    seams = knownSeams();
     inVector = 1;
 }
 
@@ -154,6 +160,7 @@ void ZkRegion::Record::materialise()
     if (!inVector) {
         rects.resize(1);
         rects[0] = single;
+        seams = ZkSeams::Closed;
         inVector = 1;
     } else if (rects.size() != numRects) {
         rects.resize(numRects);
@@ -168,20 +175,16 @@ void ZkRegion::Record::recompute()
         setInner(inner);
         return;
     }
-    const ZkRect *band = begin();
-    const ZkRect *const stop = end();
-    int left = band->left();
-    int right = (stop - 1)->right();
-    extents = ZkRect(0, band->top(), 0, (stop - 1)->bottom());
-    while (band != stop) {
-        const ZkRect *const next = zkBandEnd(band, stop);
-        left = std::min(left, band->left());
-        right = std::max(right, (next - 1)->right());
-        inner.considerBand(band, next);
-        band = next;
+    const ZkRect &first = *begin();
+    const ZkRect &last = *(end() - 1);
+    int left = first.left();
+    int right = last.right();
+    for (const ZkRect *r = begin(); r != end(); ++r) {
+        left = std::min(left, r->left());
+        right = std::max(right, r->right());
+        inner.consider(*r);
     }
-    extents.setLeft(left);
-    extents.setRight(right);
+    extents = ZkRect(left, first.top(), right, last.bottom());
     setInner(inner);
 }
 
@@ -199,22 +202,26 @@ void ZkRegion::Record::translate(int dx, int dy)
     innerRect.translate(dx, dy);
 }
 
-bool ZkRegion::Record::takesAtEnd(const Record &other) const
+bool ZkRegion::Record::takesAtEnd(const ZkBands &other) const
 {
     const ZkRect &last = *(end() - 1);
-    const ZkRect &next = *other.begin();
+    const ZkRect &next = *other.begin;
     if (next.top() > last.bottom() && next.top() - 1 > last.bottom()) {
         return true;
     }
     return next.top() == last.top() && next.bottom() == last.bottom() && next.left() > last.right();
 }
 
-void ZkRegion::Record::append(const Record &other)
+void ZkRegion::Record::append(const Operand &other)
 {
+    if (!inVector) {
+        makeRoom(std::max(other.count(), kFewRects - 1));
+    }
+    materialise();
     // What the seams will be: below an empty row, the last seam so far becomes an
     // inner one; in the same band, it is the last one that may open.
-    const bool sameBand = (end() - 1)->top() == other.begin()->top();
-    const bool oneBand = other.begin()->top() == (other.end() - 1)->top();
+    const bool sameBand = (end() - 1)->top() == other.begin->top();
+    const bool oneBand = other.begin->top() == (other.end - 1)->top();
     if (sameBand) {
         seams = oneBand ? std::min(seams, ZkSeams::ClosedButLast) : ZkSeams::Unknown;
     } else if (seams == ZkSeams::Closed ||
@@ -224,41 +231,50 @@ void ZkRegion::Record::append(const Record &other)
         seams = ZkSeams::Unknown;
     }
 
-    materialise();
-    const ZkRect *added = other.begin();
-    ZkInnerRect inner = this->inner();
+    const ZkRect *added = other.begin;
+    ZkInnerRect inner = {innerRect, innerArea};
     ZkRect &last = rects.last();
     if (sameBand && added->left() - 1 == last.right()) {
         last.setRight(added->right());
-        inner.considerBand(&last, &last + 1);
+        inner.consider(last);
         ++added;
     }
     if (other.innerArea > inner.area) {
         inner = other.inner();
     }
     setInner(inner);
-    rects.append(added, static_cast<int>(other.end() - added));
+    rects.append(added, static_cast<int>(other.end - added));
     numRects = rects.size();
     extents = extents | other.extents;
 }
 
-void ZkRegion::Record::replaceWalked(const ZkRegionSweep &sweep)
+void ZkRegion::Record::become(const ZkRegionSweep &sweep)
 {
-    const int kept = sweep.above.count();
-    const int written = sweep.middle.count();
-    const int tail = sweep.below.count();
-    const int oldTail = numRects - tail;
-    const int count = kept + written + tail;
+    const bool ownsAbove = sweep.above.begin == begin();
+    const bool ownsBelow = sweep.below.end == end();
+    const int head = ownsAbove ? sweep.above.count() : 0;
+    const int tail = ownsBelow ? sweep.below.count() : 0;
+    const int count = sweep.count();
+    if (!inVector) {
+        makeRoom(std::max(count, kFewRects) - numRects);
+    }
     if (rects.size() < count) {
-        rects.resize(count);
+        rects.appendUninitialized(count - rects.size());
     }
     ZkRect *const list = rects.data();
-    std::memmove(list + kept + written, list + oldTail,
+    std::memmove(list + count - tail, list + numRects - tail,
                  static_cast<std::size_t>(tail) * sizeof(ZkRect));
-    std::copy(sweep.middle.begin, sweep.middle.end, list + kept);
-    inVector = 1;
+    ZkRect *out = list + head;
+    if (!ownsAbove) {
+        out = std::copy(sweep.above.begin, sweep.above.end, out);
+    }
+    out = std::copy(sweep.middle.begin, sweep.middle.end, out);
+    if (!ownsBelow) {
+        std::copy(sweep.below.begin, sweep.below.end, out);
+    }
     seams = ZkSeams::Closed;
     numRects = count;
+    setInner(sweep.inner);
     if (std::max(count, 4) < rects.size() / 2) {
         rects.resize(count);
     }

@@ -4,14 +4,32 @@
 #include "zkregion.h"
 #include "zkregionsweep.h"
 
+/// What an operation looks at: a list that is not empty, and what is known of it.
+struct ZkRegion::Operand : ZkBands {
+    const ZkRect &extents;
+    const ZkRect &innerRect;
+    int innerArea;
+
+    /// The valid rectangle `r`, which must outlive the operand.
+    static Operand of(const ZkRect &r) { return {{&r, &r + 1, ZkSeams::Closed}, r, r, zkArea(r)}; }
+    ZkInnerRect inner() const { return {innerRect, innerArea}; }
+    bool equals(const Operand &other) const
+    {
+        return count() == other.count() && extents == other.extents &&
+               std::equal(begin, end, other.begin);
+    }
+};
+
 /// The rectangles of a region and what is known of them. Records come from a
 /// pool of blocks that are never given back to the system.
 struct ZkRegion::Record : ZkRegion::Data {
-    std::int16_t inVector; ///< 1: the rectangles are in `rects`; 0: there is one, `single`
-    ZkSeams seams;         ///< of the list
+    int inVector; ///< 1: the rectangles are in `rects`; 0: there is one, `single`
     int numRects;
     ZkVector<ZkRect> rects; ///< may hold more than numRects; empty while the record is free
-    ZkRect single;
+    union {
+        ZkRect single; ///< while inVector is 0
+        ZkSeams seams; ///< of the list, while inVector is 1; one rectangle has none
+    };
     ZkRect extents;   ///< around all rectangles
     ZkRect innerRect; ///< lies inside the region: the largest rectangle met so far
     union {
@@ -26,8 +44,8 @@ struct ZkRegion::Record : ZkRegion::Data {
 
     /// A record for the valid rectangle `r`.
     static Record *of(const ZkRect &r);
-    /// A record for the list that a sweep made; extents and inner rectangle are open.
-    static Record *of(const ZkRegionSweep &sweep);
+    /// A record for what a sweep made, which gives up its list.
+    static Record *of(ZkRegionSweep *sweep);
     /// The same contents. Both share the vector's block until one of them writes.
     Record *clone() const;
     /// What of these rectangles lies inside `r`, in a record of its own. Bands that
@@ -36,8 +54,14 @@ struct ZkRegion::Record : ZkRegion::Data {
 
     const ZkRect *begin() const { return inVector ? rects.constData() : &single; }
     const ZkRect *end() const { return begin() + numRects; }
-    ZkBands bands() const { return {begin(), end(), seams}; }
-    ZkInnerRect inner() const { return {innerRect, innerArea}; }
+    Operand operand() const
+    {
+        return {{begin(), end(), knownSeams()}, extents, innerRect, innerArea};
+    }
+    ZkSeams knownSeams() const { return inVector ? seams : ZkSeams::Closed; }
+
+    /// Makes `r` the one rectangle, outside the vector.
+    void setSingle(const ZkRect &r);
     void setInner(const ZkInnerRect &inner);
 
     /// Puts the list into a block of its own with room for `count` more.
@@ -49,13 +73,13 @@ struct ZkRegion::Record : ZkRegion::Data {
     void translate(int dx, int dy);
 
     /// Whether the rectangles of `other` continue this list: they start below an
-    /// empty row, or to the right in the last band. Neither may be empty.
-    bool takesAtEnd(const Record &other) const;
-    /// Puts the rectangles of another record behind these, merging no bands.
-    void append(const Record &other);
-    /// Takes over the list that a sweep made of this one and another; what the
-    /// sweep left unwalked must be this record's.
-    void replaceWalked(const ZkRegionSweep &sweep);
+    /// empty row, or to the right in the last band.
+    bool takesAtEnd(const ZkBands &other) const;
+    /// Puts the rectangles of another region behind these, merging no bands.
+    void append(const Operand &other);
+    /// Replaces the list by the union with another one that a sweep made. What the
+    /// sweep left unwalked of this list stays in its place or is moved as a whole.
+    void become(const ZkRegionSweep &sweep);
 
 private:
     Record();

@@ -2,7 +2,11 @@
 #define ZKREGIONSWEEP_H
 
 #include "zkrect.h"
+#include "zkvector.h"
 
+#include <algorithm>
+#include <climits>
+#include <cstddef>
 #include <cstdint>
 
 /// What is known of the seams of a list, the places where one band ends and the
@@ -23,22 +27,66 @@ struct ZkBands {
     int count() const { return static_cast<int>(end - begin); }
 };
 
-/// Columns times rows of a valid rectangle, at most INT_MAX.
-int zkRectArea(const ZkRect &r);
+/// The difference of two edges, which as an unsigned number always fits.
+inline std::uint32_t zkDistance(int from, int to)
+{
+    return static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from);
+}
 
-/// The largest rectangle met so far, the first of equals.
+/// Columns times rows, at most INT_MAX, of a rectangle whose edges are that far
+/// apart. Less one, the product fits 64 bits even for all the pixels there are.
+inline int zkArea(std::uint32_t across, std::uint32_t down)
+{
+    const std::uint64_t lessOne = (std::uint64_t(across) + 1) * (std::uint64_t(down) + 1) - 1;
+    return static_cast<int>(std::min<std::uint64_t>(lessOne, INT_MAX - 1)) + 1;
+}
+
+/// The same of a valid rectangle.
+inline int zkArea(const ZkRect &r)
+{
+    return zkArea(zkDistance(r.left(), r.right()), zkDistance(r.top(), r.bottom()));
+}
+
+/// The largest rectangle met so far, the first of equals; area -1 when none was.
 struct ZkInnerRect {
     ZkRect rect;
     int area;
 
-    /// Looks at rectangles that have the same rows. O(n).
-    void considerBand(const ZkRect *begin, const ZkRect *end);
+    void consider(const ZkRect &r)
+    {
+        const int ownArea = zkArea(r);
+        if (ownArea > area) {
+            rect = r;
+            area = ownArea;
+        }
+    }
+
+    void consider(const ZkRect *begin, const ZkRect *end)
+    {
+        for (; begin != end; ++begin) {
+            consider(*begin);
+        }
+    }
 };
 
-/// The end of the band that starts at `band`.
+/// The first rectangle from `begin` on that `holds` is false for; it is true for
+/// all before that one. Steps double until one goes too far, so the cost is the
+/// logarithm of the way, however much follows.
+template <typename Predicate>
+inline const ZkRect *zkGallop(const ZkRect *begin, const ZkRect *end, const Predicate &holds)
+{
+    std::ptrdiff_t step = 1;
+    while (step <= end - begin && holds(begin[step - 1])) {
+        begin += step;
+        step *= 2;
+    }
+    return std::partition_point(begin, begin + std::min(step - 1, end - begin), holds);
+}
+
+/// The end of the band that starts at `band`. O(log of the band's length).
 const ZkRect *zkBandEnd(const ZkRect *band, const ZkRect *end);
 
-/// The first rectangle that reaches down to row `y` or further. O(log n).
+/// The first rectangle that reaches down to row `y` or further. O(log of its place).
 const ZkRect *zkFirstReaching(const ZkRect *begin, const ZkRect *end, int y);
 
 /// Looks at every seam (the last one, two bands). O(n).
@@ -56,40 +104,53 @@ class ZkRegionSweep
 {
 public:
     ZkRegionSweep() = default;
-    ~ZkRegionSweep();
     ZkRegionSweep(const ZkRegionSweep &) = delete;
     ZkRegionSweep &operator=(const ZkRegionSweep &) = delete;
 
-    /// `inner` starts as the larger one of the two lists and is carried on.
-    void unite(const ZkBands &a, const ZkBands &b, ZkInnerRect *inner);
+    /// `inner` is where the union's largest rectangle starts from. Rectangles that
+    /// stand in the result as they stood in a list are not looked at.
+    void unite(const ZkBands &a, const ZkBands &b, const ZkInnerRect &start);
+    /// These two find the largest rectangle and the extents of the result.
     void intersect(const ZkBands &a, const ZkBands &b);
     void subtract(const ZkBands &a, const ZkBands &b);
 
+    ZkInnerRect inner = {ZkRect(), -1};
+    ZkRect extents = ZkRect(0, 0, 0, 0); ///< as it stands when there is no rectangle
     ZkBands above = {nullptr, nullptr, ZkSeams::Closed};
     ZkBands middle = {nullptr, nullptr, ZkSeams::Closed};
     ZkBands below = {nullptr, nullptr, ZkSeams::Closed};
 
     int count() const { return above.count() + middle.count() + below.count(); }
 
+    /// Makes `list` the whole result. Afterwards the parts are no longer good.
+    void moveTo(ZkVector<ZkRect> *list);
+
 private:
     template <typename Operation>
-    void run(ZkBands a, ZkBands b);
-    void passAbove(ZkBands *list, int row, bool keep);
+    void run(const ZkBands &a, const ZkBands &b);
+    bool fitsBetween(const ZkBands &a, const ZkBands &b);
+    const ZkRect *passAbove(const ZkBands &list, int row, bool keep);
     void copyRest(const ZkRect *band, const ZkRect *bandEnd, int top, const ZkBands &list);
     void copyBand(const ZkRect *band, const ZkRect *bandEnd, int top, int bottom);
     void copyBands(const ZkRect *begin, const ZkRect *end);
+    void measure(const ZkBands &list);
+    void measureBand(const ZkRect *start, const ZkRect *end, std::uint32_t widest);
     ZkRect *room(std::ptrdiff_t count);
     void grow(std::ptrdiff_t count);
     void finishBand(ZkRect *end);
 
-    // Most sweeps make few rectangles and need no heap.
+    // Most sweeps make few rectangles: those need no heap until the list is moved.
     static constexpr int kNear = 64;
     alignas(ZkRect) unsigned char m_near[kNear * sizeof(ZkRect)];
+    ZkVector<ZkRect> m_far;
     ZkRect *m_begin = reinterpret_cast<ZkRect *>(m_near);
     ZkRect *m_stop = m_begin + kNear;
-    ZkRect *m_end = m_begin;  // what is finished ends here
-    ZkRect *m_band = m_begin; // the last finished band; m_end when there is none
-    ZkInnerRect *m_inner = nullptr;
+    ZkRect *m_end = m_begin;          // what is finished ends here
+    ZkRect *m_band = m_begin;         // the last finished band; m_end when there is none
+    const ZkBands *m_sources[2] = {}; // to reckon how much is still to come
+    bool m_measuresAll = true;        // copied rectangles too, and the extents
+    int m_left = INT_MAX;             // of the rectangles that were measured
+    int m_right = INT_MIN;
 };
 
 #endif

@@ -41,6 +41,7 @@ public:
     /// What a region is made of. Only rectangles are supported.
     enum RegionType { Rectangle = 0, Ellipse = 1 };
 
+    struct Operand;
     struct Record;
     /// What a region points to: the head of a record, or `shared_empty`.
     struct Data {
@@ -113,9 +114,9 @@ public:
     /// The same in place. Rectangles above and below the other operand stay where
     /// they are, so adding small parts to a large region is cheap.
     ZkRegion &operator+=(const ZkRegion &r);
-    ZkRegion &operator+=(const ZkRect &r) { return *this += ZkRegion(r); }
+    ZkRegion &operator+=(const ZkRect &r);
     ZkRegion &operator|=(const ZkRegion &r) { return *this += r; }
-    ZkRegion &operator|=(const ZkRect &r) { return *this += ZkRegion(r); }
+    ZkRegion &operator|=(const ZkRect &r) { return *this += r; }
 
     /// The pixels of both. An operand that the other covers is returned as it is.
     ZkRegion intersect(const ZkRegion &r) const;
@@ -165,6 +166,7 @@ private:
     explicit ZkRegion(Record *record);
     static void release(Data *data);
     bool hasRects() const;
+    bool absorb(const Operand &b);
 
     /// What every region without data points to; starts with one owner of its own.
     static Data shared_empty;

@@ -149,8 +149,9 @@ public:
     /// appending them one by one. A null `first` or a count below 1 adds none.
     void append(const T *first, int count);
     void append(const ZkVector &other) { append(other.constData(), other.size()); }
-    /// Adds `count` plain elements that the caller must write, and returns the first
-    /// of them. Capacity as for `append`; a count below 0 counts as 0.
+    /// Adds `count` elements that the caller must write, and returns the first of
+    /// them; for types that are copied byte by byte. Capacity as for `append`; a
+    /// count below 0 counts as 0.
     T *appendUninitialized(int count);
     /// Puts copies of elements, which may lie in this vector, before element `i`;
     /// `i` == size() appends. O(size).
@@ -395,12 +396,12 @@ void ZkVector<T>::append(const T *first, int count)
 template <typename T>
 T *ZkVector<T>::appendUninitialized(int count)
 {
-    static_assert(kPlain, "only numbers, enumerations and pointers may start uninitialized");
+    static_assert(std::is_trivially_copyable<T>::value,
+                  "only what is copied byte by byte may start uninitialized");
     const int n = d->size;
     count = std::max(count, 0);
-    const int aalloc = ZkVectorData::growBy(d, count, kElement, false);
-    if (aalloc != d->alloc || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
-        realloc(n, aalloc);
+    if (count > d->alloc - n || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
+        realloc(n, ZkVectorData::growBy(d, count, kElement, !kPlain));
     }
     d->size = n + count;
     return array(d) + n;
