@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
+static_assert(sizeof(void *) != 4 || sizeof(ZkByteArray::Data) == 16,
+              "four words on the device");
+
 ZkByteArray::Data ZkByteArray::Data::shared_null = {{1}, 0, 0, nullptr};
 
 void ZkByteArray::Data::allocMemory(Data *d, std::int64_t n, bool grow)

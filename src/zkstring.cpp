@@ -18,7 +18,15 @@ bool pointsInto(const ZkUcs2 *p, const ZkUcs2 *begin, int n)
            !std::less<const ZkUcs2 *>()(begin + n, p);
 }
 
+/// The buffer of a string made of `n` units: none for none.
+std::int64_t roomFor(int n)
+{
+    return n < 1 ? 0 : std::int64_t(n) + 1;
+}
+
 } // namespace
+
+static_assert(sizeof(void *) != 4 || sizeof(ZkString::Data) == 16, "four words on the device");
 
 ZkString::Data ZkString::Data::shared_null = {{1}, 0, 0, nullptr};
 
@@ -33,62 +41,51 @@ void ZkString::Data::allocMemory(Data *d, std::int64_t n, bool grow)
     d->alloc = static_cast<int>(units);
 }
 
-ZkString::ZkString(ZkUcs2 c) : d(createData())
+ZkString::ZkString(ZkUcs2 c) : d(createData(2))
 {
-    Data::allocMemory(d, 2, false);
     d->data[0] = c;
     setSize(1);
 }
 
-ZkString::ZkString(const char *s, int len) : d(createData())
+ZkString::ZkString(const char *s, int len)
 {
-    if (s == nullptr) {
-        return;
-    }
     const int n = zkTextLength(s, len);
-    Data::allocMemory(d, std::int64_t(n) + 1, false);
-    setSize(utf8ToUcs2(d->data, s, n));
+    d = createData(s == nullptr ? 0 : std::int64_t(n) + 1);
+    if (d->data != nullptr) {
+        setSize(utf8ToUcs2(d->data, s, n));
+    }
 }
 
-ZkString::ZkString(const ZkUcs2 *u, int n) : d(createData())
+ZkString::ZkString(const ZkUcs2 *u, int n) : d(createData(u == nullptr ? 0 : roomFor(n)))
 {
-    if (u == nullptr || n < 1) {
-        return;
+    if (d->data != nullptr) {
+        zkCopyUnits(d->data, u, n);
+        setSize(n);
     }
-    Data::allocMemory(d, std::int64_t(n) + 1, false);
-    zkCopyUnits(d->data, u, n);
-    setSize(n);
 }
 
-ZkString::ZkString(int n, ZkUcs2 c) : d(createData())
+ZkString::ZkString(int n, ZkUcs2 c) : d(createData(roomFor(n)))
 {
-    if (n < 1) {
-        return;
+    if (d->data != nullptr) {
+        std::fill_n(d->data, n, c);
+        setSize(n);
     }
-    Data::allocMemory(d, std::int64_t(n) + 1, false);
-    std::fill_n(d->data, n, c);
-    setSize(n);
 }
 
-ZkString::ZkString(std::string_view utf8) : d(createData())
+ZkString::ZkString(std::string_view utf8)
+    : d(createData(utf8.data() == nullptr ? 0 : std::int64_t(zkClippedLength(utf8.size())) + 1))
 {
-    if (utf8.data() == nullptr) {
-        return;
+    if (d->data != nullptr) {
+        setSize(utf8ToUcs2(d->data, utf8.data(), d->alloc - 1));
     }
-    const int n = zkClippedLength(utf8.size());
-    Data::allocMemory(d, std::int64_t(n) + 1, false);
-    setSize(utf8ToUcs2(d->data, utf8.data(), n));
 }
 
-ZkString::ZkString(std::u16string_view text) : d(createData())
+ZkString::ZkString(std::u16string_view text) : d(createData(roomFor(zkClippedLength(text.size()))))
 {
-    const int n = zkClippedLength(text.size());
-    if (n < 1) {
-        return;
+    if (d->data != nullptr) {
+        std::memcpy(d->data, text.data(), std::size_t(d->alloc - 1) * sizeof(ZkUcs2));
+        setSize(d->alloc - 1);
     }
-    Data::allocMemory(d, std::int64_t(n) + 1, false);
-    std::memcpy(d->data, text.data(), std::size_t(n) * sizeof(ZkUcs2));
-    setSize(n);
 }
 
 ZkString &ZkString::operator=(const ZkString &other) noexcept
@@ -407,10 +404,18 @@ bool ZkString::operator==(const ZkString &other) const
 ZkString::Data *ZkString::createData()
 {
     Data *block = static_cast<Data *>(zkAllocate(sizeof(Data)));
-    block->ref = 1;
-    block->alloc = 0;
-    block->size = 0;
-    block->data = nullptr;
+    *block = {{1}, 0, 0, nullptr};
+    return block;
+}
+
+/// A block with a buffer of `units`, without one for 0.
+ZkString::Data *ZkString::createData(std::int64_t units)
+{
+    Data *block = createData();
+    if (units > 0) {
+        block->data = static_cast<ZkUcs2 *>(zkAllocate(units * std::int64_t(sizeof(ZkUcs2))));
+        block->alloc = static_cast<int>(units);
+    }
     return block;
 }
 
@@ -424,10 +429,9 @@ void ZkString::destroyData(Data *block)
 /// nothing gets no buffer.
 void ZkString::detach()
 {
-    Data *block = createData();
+    Data *block = createData(roomFor(d->size));
     block->size = d->size;
     if (d->size > 0) {
-        Data::allocMemory(block, std::int64_t(d->size) + 1, false);
         zkCopyUnits(block->data, d->data, d->size + 1);
     }
     releaseData();

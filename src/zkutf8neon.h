@@ -21,6 +21,16 @@ public:
         return allZero(vshrq_n_u8(bytes, 7));
     }
 
+    /// The same for 8 to 16 characters: the first eight and the last eight.
+    static bool widenFew(ZkUcs2 *out, const unsigned char *in, std::ptrdiff_t n)
+    {
+        const uint8x8_t first = vld1_u8(in);
+        const uint8x8_t last = vld1_u8(in + n - 8);
+        vst1q_u16(out, vmovl_u8(first));
+        vst1q_u16(out + n - 8, vmovl_u8(last));
+        return allZero(vshrq_n_u8(vcombine_u8(first, last), 7));
+    }
+
     static bool narrow(unsigned char *out, const ZkUcs2 *in)
     {
         const uint16x8_t low = vld1q_u16(in);

@@ -23,6 +23,16 @@ public:
         return mask(bytes) == 0;
     }
 
+    /// The same for 8 to 16 characters: the first eight and the last eight.
+    static bool widenFew(ZkUcs2 *out, const unsigned char *in, std::ptrdiff_t n)
+    {
+        const __m128i first = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(in));
+        const __m128i last = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(in + n - 8));
+        store(out, _mm_unpacklo_epi8(first, zero()));
+        store(out + n - 8, _mm_unpacklo_epi8(last, zero()));
+        return mask(_mm_or_si128(first, last)) == 0;
+    }
+
     static bool narrow(unsigned char *out, const ZkUcs2 *in)
     {
         const __m128i low = load(in);

@@ -529,6 +529,7 @@ private:
     static constexpr ZkUcs2 unitOf(ZkUcs2 c) { return c; }
 
     static Data *createData();
+    static Data *createData(std::int64_t units);
     static void destroyData(Data *block);
 
     // The sole owner need not pay for an atomic write: nobody else can raise the count.
