@@ -49,7 +49,7 @@ private:
     int length()
     {
         const int n = number();
-        return n == INT32_MAX ? 3000 : n;
+        return n == INT32_MAX ? 700 : n;
     }
     ZkUcs2 unit()
     {
@@ -315,11 +315,11 @@ private:
         m.remove(model::Units{c}, sensitive);
     }
 
-    /// Keeps runs that double their text again and again from filling the memory.
+    /// Keeps runs that double their text again and again from taking time and memory.
     void bound()
     {
         for (int i = 0; i < kStrings; ++i) {
-            if (models[i].size() > 20000) {
+            if (models[i].size() > 1000) {
                 real[i] = ZkString();
                 models[i] = model::String();
             }
