@@ -6,8 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-static_assert(sizeof(void *) != 4 || sizeof(ZkByteArray::Data) == 16,
-              "four words on the device");
+static_assert(sizeof(void *) != 4 || sizeof(ZkByteArray::Data) == 16, "four words on the device");
 
 ZkByteArray::Data ZkByteArray::Data::shared_null = {{1}, 0, 0, nullptr};
 
