@@ -1,5 +1,6 @@
 #include "zkscriptrules.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -116,12 +117,16 @@ constexpr PersianLetter kPersianLetters[] = {
     {0x06CC, {{0xFBFD, 0xFBFE, 0xFBFF, 0xFBFC}}}, // FARSI YEH
 };
 
-// What shaping asks of the letters U+0600..U+06FF, reckoned from the lists above
-// by the compiler: how a letter joins, and which row of `forms` is its own
-// (row 0 for a letter that stays as it is).
+// What shaping asks of a letter: how it joins, whether it is one that Persian adds,
+// and which row of `forms` is its own, 0 for one that stays as it is.
+struct Letter {
+    std::uint8_t row;
+    bool joinsForward, joinsBackward, isPersian;
+};
+
+// The letters U+0600..U+06FF, reckoned from the lists above by the compiler.
 struct Shaping {
-    std::array<bool, 256> joinsForward, joinsBackward, isPersian;
-    std::array<std::uint8_t, 256> row;
+    std::array<Letter, 256> letters;
     std::array<Forms, 1 + std::size(kBasicForms) + std::size(kPersianLetters)> forms;
 };
 
@@ -134,50 +139,40 @@ constexpr Shaping makeShaping()
 {
     Shaping shaping = {};
     for (ZkUcs2 letter : kJoinsForward) {
-        shaping.joinsForward[low(letter)] = true;
+        shaping.letters[low(letter)].joinsForward = true;
     }
     for (ZkUcs2 letter : kJoinsBackward) {
-        shaping.joinsBackward[low(letter)] = true;
+        shaping.letters[low(letter)].joinsBackward = true;
     }
     unsigned rows = 1;
     for (unsigned i = 0; i < std::size(kBasicForms); ++i) {
         if (kBasicForms[i].shape[Final] != 0) {
             shaping.forms[rows] = kBasicForms[i];
-            shaping.row[low(kFirstBasic) + i] = static_cast<std::uint8_t>(rows++);
+            shaping.letters[low(kFirstBasic) + i].row = static_cast<std::uint8_t>(rows++);
         }
     }
     for (const PersianLetter &letter : kPersianLetters) {
         shaping.forms[rows] = letter.forms;
-        shaping.isPersian[low(letter.code)] = true;
-        shaping.row[low(letter.code)] = static_cast<std::uint8_t>(rows++);
+        shaping.letters[low(letter.code)].isPersian = true;
+        shaping.letters[low(letter.code)].row = static_cast<std::uint8_t>(rows++);
     }
     return shaping;
 }
 
 constexpr Shaping kShaping = makeShaping();
 
-constexpr bool isArabicLetter(ZkUcs2 c)
+// Any other character is like U+0600, which joins nothing and has no forms.
+const Letter &letterOf(ZkUcs2 c)
 {
-    return c >> 8 == 0x06;
+    return kShaping.letters[c >> 8 == 0x06 ? low(c) : 0];
 }
 
-bool joinsForward(ZkUcs2 c)
+// The form of `cur`, which has some, between two neighbours.
+ZkUcs2 formBetween(const Letter &prev, const Letter &cur, const Letter &next)
 {
-    return isArabicLetter(c) && kShaping.joinsForward[low(c)];
-}
-
-bool joinsBackward(ZkUcs2 c)
-{
-    return isArabicLetter(c) && kShaping.joinsBackward[low(c)];
-}
-
-// The form between two neighbours, 0 standing for none.
-Form formBetween(ZkUcs2 prev, ZkUcs2 next)
-{
-    if (joinsForward(prev)) {
-        return joinsBackward(next) ? Medial : Final;
-    }
-    return joinsBackward(next) ? Initial : Isolated;
+    const Form joined = next.joinsBackward ? Medial : Final;
+    const Form unjoined = next.joinsBackward ? Initial : Isolated;
+    return kShaping.forms[cur.row].shape[prev.joinsForward ? joined : unjoined];
 }
 
 // The isolated ligature of a lam with this alef, 0 for any other letter. The
@@ -193,30 +188,25 @@ constexpr ZkUcs2 isolatedLamAlef(ZkUcs2 alef)
     }
 }
 
-ZkUcs2 shaped(ZkUcs2 prev, ZkUcs2 cur, ZkUcs2 next)
-{
-    if (!isArabicLetter(cur)) {
-        return cur;
-    }
-    if (cur == kLam) {
-        // Only the lam gives way to the ligature: the alef stays in the text and
-        // is shaped on its own, so units and glyphs keep their one-to-one order.
-        const ZkUcs2 ligature = isolatedLamAlef(next);
-        if (ligature != 0) {
-            return static_cast<ZkUcs2>(ligature + (joinsForward(prev) ? 1 : 0));
-        }
-    }
-    const unsigned row = kShaping.row[low(cur)];
-    return row == 0 ? cur : kShaping.forms[row].shape[formBetween(prev, next)];
-}
-
-// Shapes `n` units of `source`, which a 0 unit follows, into `text`.
+// Shapes `n` units of `source` into `text`; nothing joins them at either end.
 void shape(ZkUcs2 *text, const ZkUcs2 *source, int n)
 {
-    ZkUcs2 prev = 0;
+    const Letter *prev = &letterOf(0);
+    const Letter *cur = &letterOf(source[0]);
     for (int i = 0; i < n; ++i) {
-        text[i] = shaped(prev, source[i], source[i + 1]);
-        prev = source[i];
+        const ZkUcs2 follower = i + 1 < n ? source[i + 1] : ZkUcs2(0);
+        const Letter *next = &letterOf(follower);
+        text[i] = cur->row == 0 ? source[i] : formBetween(*prev, *cur, *next);
+        if (source[i] == kLam) {
+            // Only the lam gives way to the ligature: the alef stays in the text and
+            // is shaped on its own, so units and glyphs keep their one-to-one order.
+            const ZkUcs2 ligature = isolatedLamAlef(follower);
+            if (ligature != 0) {
+                text[i] = static_cast<ZkUcs2>(ligature + (prev->joinsForward ? 1 : 0));
+            }
+        }
+        prev = cur;
+        cur = next;
     }
 }
 
@@ -224,62 +214,54 @@ void shape(ZkUcs2 *text, const ZkUcs2 *source, int n)
 // as a whole in its own order. Returns the end of what was written.
 ZkUcs2 *emitRun(ZkUcs2 *out, const ZkUcs2 *source, int first, int last)
 {
-    for (int i = last; i >= first; --i) {
-        const int end = i;
-        while (isNeutralInRun(source[i]) && i > first && isNeutralInRun(source[i - 1])) {
-            --i;
+    for (int i = last; i >= first;) {
+        ZkUcs2 *const stretch = out;
+        while (i >= first && isNeutralInRun(source[i])) {
+            *out++ = source[i--];
         }
-        for (int k = i; k <= end; ++k) {
-            *out++ = source[k];
+        if (out - stretch > 1) {
+            std::reverse(stretch, out);
+        }
+        while (i >= first && !isNeutralInRun(source[i])) {
+            *out++ = source[i--];
         }
     }
     return out;
 }
 
 // Writes `n` units of `source` to `out` with every run of the right-to-left class
-// in visual order. A space belongs to a run only between two of its units.
+// in visual order. A space belongs to a run only between two of its units, and
+// never as the last unit of the text.
 template <bool (*isRightToLeft)(ZkUcs2)>
 void reorderRuns(ZkUcs2 *out, const ZkUcs2 *source, int n)
 {
-    int first = 0; // of the run that is being scanned
-    for (int i = 0; i < n; ++i) {
-        const ZkUcs2 c = source[i];
-        if (isRightToLeft(c) || isNeutralInRun(c)) {
-            if (i == n - 1) {
-                out = emitRun(out, source, first, i);
-            }
+    const auto isInRun = [](ZkUcs2 c) { return isNeutralInRun(c) || isRightToLeft(c); };
+    for (int i = 0; i < n;) {
+        if (!isInRun(source[i])) {
+            *out++ = source[i++];
             continue;
         }
-        if (c == kSpace && i != first && i != n - 1) {
-            continue;
-        }
-        if (i != first) {
-            int last = i - 1;
-            while (last > first && source[last] == kSpace) {
-                --last;
+        const int first = i;
+        int last = i;
+        for (++i; i < n && (isInRun(source[i]) || source[i] == kSpace); ++i) {
+            if (source[i] != kSpace) {
+                last = i;
             }
-            out = emitRun(out, source, first, last);
-            first = last + 1;
         }
-        while (first <= i) { // the spaces before the unit that ended the run, and the unit
-            *out++ = source[first++];
-        }
+        out = emitRun(out, source, first, last);
+        i = last + 1; // the spaces behind the run are outside
     }
 }
 
-// A copy of the text with a 0 unit behind it; null, and a message, without memory.
-ZkUcs2 *copyOf(const ZkUcs2 *text, int n)
+// Room for `n` units, from `malloc`; null, and a message, without memory.
+ZkUcs2 *allocateUnits(int n)
 {
-    const std::uint64_t bytes = (static_cast<std::uint64_t>(n) + 1) * sizeof(ZkUcs2);
+    const std::uint64_t bytes = static_cast<std::uint64_t>(n) * sizeof(ZkUcs2);
     void *block = bytes <= SIZE_MAX ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
     if (block == nullptr) {
         std::printf("Malloc unicode failed.\n");
-        return nullptr;
     }
-    ZkUcs2 *copy = static_cast<ZkUcs2 *>(block);
-    std::memcpy(copy, text, static_cast<std::size_t>(n) * sizeof(ZkUcs2));
-    copy[n] = 0;
-    return copy;
+    return static_cast<ZkUcs2 *>(block);
 }
 
 template <bool (*isOfClass)(ZkUcs2)>
@@ -310,10 +292,8 @@ int isIncludeArbic(const ZkUcs2 *text, int n)
 
 int convertRule3(ZkUcs2 prev, ZkUcs2 cur, ZkUcs2 next)
 {
-    if (!isArabicLetter(cur) || !kShaping.isPersian[low(cur)]) {
-        return -1;
-    }
-    return kShaping.forms[kShaping.row[low(cur)]].shape[formBetween(prev, next)];
+    const Letter &letter = letterOf(cur);
+    return letter.isPersian ? formBetween(letterOf(prev), letter, letterOf(next)) : -1;
 }
 
 void arabicRulesConvert(ZkUcs2 *text, int n)
@@ -321,14 +301,13 @@ void arabicRulesConvert(ZkUcs2 *text, int n)
     if (text == nullptr || n < 1) {
         return;
     }
-    ZkUcs2 *copy = copyOf(text, n);
-    if (copy == nullptr) {
+    ZkUcs2 *shaped = allocateUnits(n);
+    if (shaped == nullptr) {
         return;
     }
-    shape(text, copy, n);
-    std::memcpy(copy, text, static_cast<std::size_t>(n) * sizeof(ZkUcs2));
-    reorderRuns<isArabic>(text, copy, n);
-    std::free(copy);
+    shape(shaped, text, n);
+    reorderRuns<isArabic>(text, shaped, n);
+    std::free(shaped);
 }
 
 void reversalHebrew(ZkUcs2 *text, int n)
@@ -336,10 +315,11 @@ void reversalHebrew(ZkUcs2 *text, int n)
     if (text == nullptr || n < 1) {
         return;
     }
-    ZkUcs2 *copy = copyOf(text, n);
+    ZkUcs2 *copy = allocateUnits(n);
     if (copy == nullptr) {
         return;
     }
+    std::memcpy(copy, text, static_cast<std::size_t>(n) * sizeof(ZkUcs2));
     reorderRuns<isHebrew>(text, copy, n);
     std::free(copy);
 }

@@ -17,6 +17,9 @@ constexpr int kAllocatorAlignment = 8;
 // From here on a block is taken to be as large as an int can tell.
 constexpr std::int64_t kLargestExact = 0x3FFFFFFF;
 
+// Up to here block sizes are multiples of 8, from here on powers of two.
+constexpr std::int64_t kSmallBlock = 64;
+
 // The block size from which doubling starts over at a page instead of 8 bytes.
 constexpr std::int64_t kPage = 4096;
 
@@ -112,7 +115,7 @@ int ZkVectorData::grow(int sizeofTypedData, int size, int sizeofT, bool excessiv
         return 0;
     }
     std::int64_t block = 8;
-    if (needed < 64) {
+    if (needed < kSmallBlock) {
         block += needed / 8 * 8;
     } else if (needed >= kLargestExact) {
         // No header is taken off: such a block cannot be had, and asking for it
@@ -138,10 +141,13 @@ int ZkVectorData::growBy(const ZkVectorData *x, int count, int sizeofT, bool exc
     }
     const int sizeofTypedData = static_cast<int>(sizeof(ZkVectorData)) + sizeofT;
     int capacity = x->alloc;
-    if (count > 0 &&
-        !zkIsUnshared(
-            x, &ZkVectorData::shared_null)) { // the first append to a shared block sizes it afresh
+    if (count > 0 && !zkIsUnshared(x, &ZkVectorData::shared_null)) {
+        // The first append to a shared block sizes it afresh.
         capacity = grow(sizeofTypedData, x->size + 1, sizeofT, excessive);
+    }
+    if (!excessive && bytes >= kSmallBlock && capacity < size) {
+        // Each step fills a block size, so the last one is the block that fits.
+        return grow(sizeofTypedData, static_cast<int>(size), sizeofT, false);
     }
     while (capacity < size) {
         capacity = grow(sizeofTypedData, capacity + 1, sizeofT, excessive);
