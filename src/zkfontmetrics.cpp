@@ -207,7 +207,7 @@ ZkList<ZkString> ZkFontMetrics::subText()
     divideIfDirty();
     if (subTexts.isEmpty()) {
         const ZkUcs2 *units = engine->text().constData();
-        for (const Line &line : std::as_const(lines)) {
+        for (const Line &line : lines) {
             subTexts.append(ZkString(units + line.start, line.end - line.start));
         }
     }
@@ -271,7 +271,7 @@ ZkVector<PaintInfo> &ZkFontMetrics::paintInfoList()
     PaintInfo *records = paintInfos.data();
     for (int i = 0; i < count; ++i) {
         PaintInfo &record = records[i];
-        const int left = alignedLeft(std::as_const(lines)[i].width);
+        const int left = alignedLeft(lines[i].width);
         record.right = zkWrapped(std::int64_t(record.right) + left - record.left);
         record.left = left;
         // `top` stays, and a second call moves `bottom` again: hosts place a line by
@@ -312,7 +312,6 @@ ZkSize ZkFontMetrics::sizeHint()
         return ZkSize(0, 0);
     }
     const auto narrower = [](const Line &a, const Line &b) { return a.width < b.width; };
-    const Line &widest =
-        *std::max_element(lines.constData(), lines.constData() + lines.size(), narrower);
+    const Line &widest = *std::max_element(lines.begin(), lines.end(), narrower);
     return ZkSize(widest.width, zkWrapped(std::int64_t(lineRect(lines.size() - 1).bottom()) + 1));
 }

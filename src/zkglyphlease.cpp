@@ -77,12 +77,12 @@ private:
 void ZkGlyphLease::fetch(const ZkUcs2 *codes, int n, const ZkFont &font, const GlyphBitmap **out)
 {
     if (m_generation != ZkFontCache::generation()) {
-        forget();
+        m_uses.clear();
         m_generation = ZkFontCache::generation();
     }
     while (n > 0) {
         const int piece = std::min(n, kLongestPiece);
-        if (piece <= InlineUses - m_size) {
+        if (size() + piece <= InlineUses) {
             fetchShort(codes, piece, font, out);
         } else {
             fetchPiece(codes, piece, font, out);
@@ -100,7 +100,7 @@ void ZkGlyphLease::giveBack()
             use.glyph->release(use.count);
         }
     }
-    forget();
+    m_uses.clear();
 }
 
 // A short text has few characters twice: telling them apart would cost more than
@@ -110,7 +110,7 @@ void ZkGlyphLease::fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font,
 {
     ZkFontCache *cache = ZkFontCache::instance();
     const int styleKey = ZkFontCache::key(0, font.attr());
-    Use *uses = m_uses + m_size;
+    Use *uses = m_uses.extend(n);
     bool allThere = true;
     {
         const ZkFontReadLock lock;
@@ -126,7 +126,6 @@ void ZkGlyphLease::fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font,
             uses[i] = Use{glyph, 1};
         }
     }
-    m_size += n;
     for (int i = 0; !allThere && i < n; ++i) {
         if (out[i] == nullptr) {
             out[i] = uses[i].glyph = cache->render(codes[i], font, true, 1);
@@ -139,12 +138,12 @@ void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
 {
     ZkFontCache *cache = ZkFontCache::instance();
     const int styleKey = ZkFontCache::key(0, font.attr());
-    const int first = m_size;
+    const int first = size();
     PagedTable numbers;
     bool allThere = true;
     {
         const ZkFontReadLock lock;
-        Use *uses = m_uses + first;
+        Use *uses = m_uses.begin() + first;
         for (int i = 0; i < n; ++i) {
             const ZkUcs2 code = codes[i];
             unsigned number = numbers.find(code);
@@ -152,17 +151,17 @@ void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
                 const GlyphBitmap *glyph = cache->find(styleKey | code);
                 const bool isThere = glyph != nullptr && glyph->pixels != nullptr;
                 allThere = allThere && isThere;
-                append(isThere ? glyph : nullptr);
-                number = static_cast<unsigned>(m_size - first);
+                m_uses.append(Use{isThere ? glyph : nullptr, 0});
+                number = static_cast<unsigned>(size() - first);
                 numbers.enter(code, number);
-                uses = m_uses + first;
+                uses = m_uses.begin() + first;
             }
             Use &use = uses[number - 1]; // numbers start at 1
             ++use.count;
             out[i] = use.glyph;
         }
         // No pixels can be trimmed before the lock is let go.
-        for (const Use *use = m_uses + first; use != end(); ++use) {
+        for (const Use *use = begin() + first; use != end(); ++use) {
             if (use->glyph != nullptr) {
                 use->glyph->retain(use->count);
             }
@@ -177,34 +176,4 @@ void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
             out[i] = use.glyph;
         }
     }
-}
-
-inline void ZkGlyphLease::append(const GlyphBitmap *glyph)
-{
-    if (m_size == m_capacity) {
-        grow();
-    }
-    m_uses[m_size++] = Use{glyph, 0};
-}
-
-void ZkGlyphLease::grow()
-{
-    const bool inObject = m_uses == m_inline;
-    m_capacity *= 4;
-    void *grown = zkReallocate(inObject ? nullptr : m_uses,
-                               std::int64_t(m_capacity) * static_cast<int>(sizeof(Use)));
-    m_uses = static_cast<Use *>(grown);
-    if (inObject) {
-        std::memcpy(m_uses, m_inline, sizeof m_inline);
-    }
-}
-
-void ZkGlyphLease::forget()
-{
-    if (m_uses != m_inline) {
-        std::free(m_uses);
-    }
-    m_uses = m_inline;
-    m_size = 0;
-    m_capacity = InlineUses;
 }

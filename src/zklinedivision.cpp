@@ -9,7 +9,7 @@
 class ZkFontMetrics::LineDivider
 {
 public:
-    LineDivider(const ZkFontMetrics &layout, ZkVector<Line> &found)
+    LineDivider(const ZkFontMetrics &layout, ZkInlineArray<Line, 2> &found)
         : units(layout.engine->text().constData()),
           glyphs(layout.engine->glyphs().constData()),
           count(layout.engine->text().size()),
@@ -42,7 +42,7 @@ private:
     int wrapWidth;
     bool wordWrap;
     bool slanted;
-    ZkVector<Line> &lines;
+    ZkInlineArray<Line, 2> &lines;
     int start = 0; // of the current line
     int width = 0; // of the current line
 };

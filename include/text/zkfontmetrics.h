@@ -3,6 +3,7 @@
 
 #include <zkfont.h>
 #include <zkglobal.h>
+#include <zkinlinearray.h>
 #include <zklist.h>
 #include <zkpoint.h>
 #include <zkrect.h>
@@ -176,7 +177,7 @@ private:
     ZkVector<int> layoutWidths;
     ZkVector<PaintInfo> paintInfos;
     bool dirty = true;
-    ZkVector<Line> lines; // what the last division found
+    ZkInlineArray<Line, 2> lines; // what the last division found
 };
 
 #endif

@@ -2,6 +2,7 @@
 #define ZKGLYPHLEASE_H
 
 #include "zkfont.h"
+#include "zkinlinearray.h"
 
 /// The glyphs of one text, each with the number of its characters, taken from the
 /// cache and given back together.
@@ -30,7 +31,7 @@ public:
 
     enum { InlineUses = 24 };
 
-    ZkGlyphLease() : m_uses(m_inline), m_size(0), m_capacity(InlineUses), m_generation(0) {}
+    ZkGlyphLease() : m_generation(0) {}
     ~ZkGlyphLease() { giveBack(); }
     ZkGlyphLease(const ZkGlyphLease &) = delete;
     ZkGlyphLease &operator=(const ZkGlyphLease &) = delete;
@@ -47,21 +48,16 @@ public:
 
     /// The glyphs with their counts, in the order of their first appearance. A glyph
     /// may stand here more than once; the counts of all add up to the characters.
-    int size() const { return m_size; }
-    const Use *begin() const { return m_uses; }
-    const Use *end() const { return m_uses + m_size; }
+    int size() const { return m_uses.size(); }
+    const Use *begin() const { return m_uses.begin(); }
+    const Use *end() const { return m_uses.end(); }
 
 private:
     void fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font, const GlyphBitmap **out);
     void fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font, const GlyphBitmap **out);
-    void append(const GlyphBitmap *glyph);
-    void grow();
-    void forget();
 
-    Use *m_uses; ///< `m_inline` or from `malloc`
-    int m_size, m_capacity;
+    ZkInlineArray<Use, InlineUses> m_uses;
     unsigned m_generation; ///< of the store that the glyphs belong to
-    Use m_inline[InlineUses];
 };
 
 #endif
