@@ -53,7 +53,7 @@ ZkByteArray &ZkByteArray::operator=(const ZkByteArray &other) noexcept
     if (this != &other) {
         releaseData();
         d = other.d;
-        d->ref.ref();
+        zkRetain(d, &Data::shared_null);
     }
     return *this;
 }

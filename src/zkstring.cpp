@@ -93,7 +93,7 @@ ZkString &ZkString::operator=(const ZkString &other) noexcept
     if (this != &other) {
         releaseData();
         d = other.d;
-        d->ref.ref();
+        zkRetain(d, &Data::shared_null);
     }
     return *this;
 }
@@ -440,7 +440,7 @@ void ZkString::detach()
 
 void ZkString::detachIfShared()
 {
-    if (!d->ref.isOne()) {
+    if (isShared()) {
         detach();
     }
 }

@@ -70,9 +70,9 @@ ZkString &ZkString::replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs
         return *this;
     }
     const std::int64_t change = std::int64_t(afterSize) - beforeSize;
-    const bool isShared = !d->ref.isOne();
+    const bool shared = isShared();
     const std::int64_t alloc =
-        capacityAfter(isShared ? d->size + 1 : d->alloc, d->size, change, matches);
+        capacityAfter(shared ? d->size + 1 : d->alloc, d->size, change, matches);
     auto *buffer = static_cast<ZkUcs2 *>(zkAllocate(alloc * std::int64_t(sizeof(ZkUcs2))));
     ZkUcs2 *out = buffer;
     int from = 0;
@@ -86,7 +86,7 @@ ZkString &ZkString::replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs
     zkCopyUnits(out, d->data + from, d->size - from);
 
     const int size = static_cast<int>(d->size + change * matches);
-    if (isShared) {
+    if (shared) {
         releaseData();
         d = createData();
     } else {

@@ -52,7 +52,7 @@ public:
     /// All bytes of `bytes`, 0 bytes included.
     explicit ZkByteArray(std::string_view bytes);
 
-    ZkByteArray(const ZkByteArray &other) noexcept : d(other.d) { d->ref.ref(); }
+    ZkByteArray(const ZkByteArray &other) noexcept : d(other.d) { zkRetain(d, &Data::shared_null); }
 
     /// Leaves `other` empty.
     ZkByteArray(ZkByteArray &&other) noexcept : d(other.d) { other.attachNull(); }
@@ -112,15 +112,14 @@ private:
     friend struct ZkInspector;
     friend class ZkString;
 
-    explicit ZkByteArray(Data &block) noexcept : d(&block) { d->ref.ref(); }
+    explicit ZkByteArray(Data &block) noexcept : d(&block) { zkRetain(d, &Data::shared_null); }
 
     static Data *createData();
     static void destroyData(Data *block);
 
-    // The sole owner need not pay for an atomic write: nobody else can raise the count.
     void releaseData()
     {
-        if (d->ref.isOne() || !d->ref.deref()) {
+        if (zkRelease(d, &Data::shared_null)) {
             destroyData(d);
         }
         d = nullptr;
@@ -129,7 +128,7 @@ private:
     void attachNull() noexcept
     {
         d = &Data::shared_null;
-        d->ref.ref();
+        zkRetain(d, &Data::shared_null);
     }
 
     /// The bytes before a first 0 byte.

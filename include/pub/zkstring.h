@@ -105,7 +105,7 @@ public:
     /// All of `text`, 0 units included.
     explicit ZkString(std::u16string_view text);
 
-    ZkString(const ZkString &other) noexcept : d(other.d) { d->ref.ref(); }
+    ZkString(const ZkString &other) noexcept : d(other.d) { zkRetain(d, &Data::shared_null); }
 
     /// Leaves `other` empty.
     ZkString(ZkString &&other) noexcept : d(other.d) { other.attachNull(); }
@@ -523,7 +523,7 @@ public:
 private:
     friend struct ZkInspector;
 
-    explicit ZkString(Data &block) noexcept : d(&block) { d->ref.ref(); }
+    explicit ZkString(Data &block) noexcept : d(&block) { zkRetain(d, &Data::shared_null); }
 
     static constexpr ZkUcs2 unitOf(char c) { return static_cast<unsigned char>(c); }
     static constexpr ZkUcs2 unitOf(ZkUcs2 c) { return c; }
@@ -532,10 +532,9 @@ private:
     static Data *createData(std::int64_t units);
     static void destroyData(Data *block);
 
-    // The sole owner need not pay for an atomic write: nobody else can raise the count.
     void releaseData()
     {
-        if (d->ref.isOne() || !d->ref.deref()) {
+        if (zkRelease(d, &Data::shared_null)) {
             destroyData(d);
         }
         d = nullptr;
@@ -544,13 +543,14 @@ private:
     void attachNull() noexcept
     {
         d = &Data::shared_null;
-        d->ref.ref();
+        zkRetain(d, &Data::shared_null);
     }
 
     ZkString &replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs2 *after, int afterSize,
                          Zk::CaseSensitivity cs);
     ZkString &removeAll(const ZkUcs2 *u, int size, Zk::CaseSensitivity cs);
     void detach();
+    bool isShared() const { return !zkIsUnshared(d, &Data::shared_null); }
     void detachIfShared();
     void setSize(int n);
     ZkUcs2 *openGap(int pos, int n);
