@@ -283,7 +283,7 @@ void textSingly(benchmark::State &state, const Text &text)
 
 int main(int argc, char **argv)
 {
-    std::thread([] {}).join(); // from here on use counts are changed by locked instructions
+    std::thread([] {}).join(); // a process of one thread need not lock anything
     using benchmark::RegisterBenchmark;
     for (const int size : {16, 48}) {
         const std::string pixels = "_" + std::to_string(size) + "_px/";

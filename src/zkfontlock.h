@@ -1,6 +1,8 @@
 #ifndef ZKFONTLOCK_H
 #define ZKFONTLOCK_H
 
+#include <zkglobal.h>
+
 #include <pthread.h>
 
 #include <cstdint>
@@ -9,6 +11,8 @@
 /// rasteriser. It is made of several: a reader takes the one of its thread, a writer
 /// all of them in order. So threads that only look glyphs up do not wait for each
 /// other's cache line, and a writer, who renders a glyph, can afford the rest.
+/// While the process has one thread nothing is locked: a thread that is started
+/// later finds no lock held, for nobody starts one in here.
 /// Constant-initialised, never destroyed.
 struct ZkFontLock {
     static constexpr unsigned kStripes = 8; // threads that read at once undisturbed, about
@@ -23,7 +27,8 @@ struct ZkFontLock {
     pthread_rwlock_t *own()
     {
         // Thread descriptors lie far apart: the middle of a product mixes their high bits.
-        const auto self = static_cast<std::uint32_t>(pthread_self() >> 6);
+        const auto self = static_cast<std::uint32_t>(
+            reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()) >> 6);
         return &stripes[(self * 2654435769U) >> 29].lock;
     }
 };
@@ -35,33 +40,53 @@ extern ZkFontLock zkFontLock;
 class ZkFontReadLock
 {
 public:
-    ZkFontReadLock() : m_lock(zkFontLock.own()) { pthread_rwlock_rdlock(m_lock); }
-    ~ZkFontReadLock() { pthread_rwlock_unlock(m_lock); }
+    ZkFontReadLock()
+    {
+        if (!ZK_SINGLE_THREADED()) {
+            m_lock = zkFontLock.own();
+            pthread_rwlock_rdlock(m_lock);
+        }
+    }
+    ~ZkFontReadLock()
+    {
+        if (m_lock != nullptr) {
+            pthread_rwlock_unlock(m_lock);
+        }
+    }
     ZkFontReadLock(const ZkFontReadLock &) = delete;
     ZkFontReadLock &operator=(const ZkFontReadLock &) = delete;
 
 private:
-    pthread_rwlock_t *m_lock;
+    pthread_rwlock_t *m_lock = nullptr;
 };
 
 /// Holds the lock for rendering, storing and trimming.
 class ZkFontWriteLock
 {
 public:
-    ZkFontWriteLock()
+    ZkFontWriteLock() : m_isLocked(!ZK_SINGLE_THREADED())
     {
+        if (!m_isLocked) {
+            return;
+        }
         for (ZkFontLock::Stripe &stripe : zkFontLock.stripes) {
             pthread_rwlock_wrlock(&stripe.lock);
         }
     }
     ~ZkFontWriteLock()
     {
+        if (!m_isLocked) {
+            return;
+        }
         for (ZkFontLock::Stripe &stripe : zkFontLock.stripes) {
             pthread_rwlock_unlock(&stripe.lock);
         }
     }
     ZkFontWriteLock(const ZkFontWriteLock &) = delete;
     ZkFontWriteLock &operator=(const ZkFontWriteLock &) = delete;
+
+private:
+    bool m_isLocked;
 };
 
 #endif

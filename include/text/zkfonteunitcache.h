@@ -126,7 +126,7 @@ static_assert(sizeof(ZkFonteUnitCache) == 16, "the store is 16 bytes on the devi
 
 inline GlyphBitmap *ZkFonteUnitCache::find(int recordKey) const
 {
-    return m_table.isEmpty() ? nullptr : m_table.value(recordKey);
+    return m_table.value(recordKey);
 }
 
 constexpr int ZkFonteUnitCache::fontFlag(ZkFontAttr attr)
