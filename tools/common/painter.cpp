@@ -62,45 +62,47 @@ ZkRect underlineOf(const PlacedLine &line, const ZkFont &font, int charSpacing)
     return strip;
 }
 
-void paintLine(Canvas &canvas, const PlacedLine &line, const ZkFont &font, int charSpacing,
+void paintLine(Surface &surface, const PlacedLine &line, const ZkFont &font, int charSpacing,
                const TextColors &colors)
 {
-    const ZkRect clip = canvas.clip();
+    const ZkRect clip = surface.clip();
     const ZkRect strip = font.isUnderLine() ? underlineOf(line, font, charSpacing) : ZkRect();
     const bool outlined = font.isOutline();
     if (outlined) {
         if (strip.isValid()) {
-            canvas.fill(
+            surface.fill(
                 ZkRect(strip.left() - 1, strip.top() - 1, strip.right() + 1, strip.bottom() + 1),
                 colors.outline);
         }
         eachGlyph(line, [&](const PlacedGlyph &placed) {
-            eachPixel(placed, clip, [&](int x, int y, int) { canvas.blend(x, y, colors.outline); });
+            eachPixel(placed, clip,
+                      [&](int x, int y, int) { surface.blend(x, y, colors.outline); });
         });
     }
-    canvas.fill(strip, colors.text);
+    surface.fill(strip, colors.text);
     eachGlyph(line, [&](const PlacedGlyph &placed) {
         eachPixel(placed, clip, [&](int x, int y, int coverage) {
             if (!outlined || coverage != kHalo) {
-                canvas.blend(x, y, colors.text, coverage);
+                surface.blend(x, y, colors.text, coverage);
             }
         });
     });
 }
 
-void paintGuides(Canvas &canvas, const PlacedLine &line)
+void paintGuides(Surface &surface, const PlacedLine &line)
 {
     const Color kRectangle = {40, 110, 230, 150};
     const Color kCell = {20, 150, 60, 150};
     const Color kBaseline = {220, 40, 40, 170};
-    canvas.frame(line.rect, kRectangle);
+    surface.frame(line.rect, kRectangle);
     for (const Cell &cell : line.cells) {
         if (!cell.leftOut) {
-            canvas.fill(ZkRect(cell.x, line.rect.top() + 1, cell.x, line.rect.bottom() - 1), kCell);
+            surface.fill(ZkRect(cell.x, line.rect.top() + 1, cell.x, line.rect.bottom() - 1),
+                         kCell);
         }
     }
-    canvas.fill(ZkRect(line.rect.left(), line.baseline, line.rect.right(), line.baseline),
-                kBaseline);
+    surface.fill(ZkRect(line.rect.left(), line.baseline, line.rect.right(), line.baseline),
+                 kBaseline);
 }
 
 } // namespace host

@@ -1,8 +1,8 @@
 #ifndef HOST_PAINTER_H
 #define HOST_PAINTER_H
 
-#include "canvas.h"
 #include "placement.h"
+#include "surface.h"
 
 /// From positions to pixels: the other half of painting.
 ///
@@ -28,13 +28,13 @@ struct TextColors {
 ZkRect underlineOf(const PlacedLine &line, const ZkFont &font, int charSpacing);
 
 /// Draws one line. `font` is the font of the request; glyphs whose pixels are
-/// null are passed over. Nothing is drawn outside the canvas's clip rectangle.
-void paintLine(Canvas &canvas, const PlacedLine &line, const ZkFont &font, int charSpacing,
+/// null are passed over. Nothing is drawn outside the surface's clip rectangle.
+void paintLine(Surface &surface, const PlacedLine &line, const ZkFont &font, int charSpacing,
                const TextColors &colors);
 
 /// Draws what the layout did over the text: the line rectangle (blue), the cells
 /// (green, a tick at each boundary) and the baseline (red).
-void paintGuides(Canvas &canvas, const PlacedLine &line);
+void paintGuides(Surface &surface, const PlacedLine &line);
 
 } // namespace host
 

@@ -64,13 +64,6 @@ char16_t replacement(long code)
     return isControl || isDirection ? char16_t(0) : static_cast<char16_t>(code);
 }
 
-/// CJK ideographs, Katakana and Hangul: the library may end a line at each.
-bool breaksAnywhere(char16_t c)
-{
-    return (c >= 0x4E00 && c <= 0x9FCF) || (c >= 0x30A0 && c <= 0x30FF) ||
-           (c >= 0xAC00 && c <= 0xD7AF);
-}
-
 /// The end of the piece that starts at `from`, which is no space: a word, or one
 /// character that breaks anywhere.
 std::size_t pieceEnd(const std::u16string &text, std::size_t from)
@@ -174,6 +167,12 @@ bool textFromUtf8(const std::string &bytes, ZkString *text, int *leftOut, std::s
     }
     *text = ZkString(std::u16string_view(units));
     return true;
+}
+
+bool breaksAnywhere(ZkUcs2 c)
+{
+    return (c >= 0x4E00 && c <= 0x9FCF) || (c >= 0x30A0 && c <= 0x30FF) ||
+           (c >= 0xAC00 && c <= 0xD7AF);
 }
 
 bool isRightToLeft(const ZkString &text)

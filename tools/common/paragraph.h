@@ -22,6 +22,9 @@ bool textFromUtf8(const std::string &bytes, ZkString *text, int *leftOut, std::s
 /// True for text that the library turns into display order.
 bool isRightToLeft(const ZkString &text);
 
+/// CJK ideographs, Katakana and Hangul: the library may end a line at each.
+bool breaksAnywhere(ZkUcs2 c);
+
 /// Divides right-to-left paragraphs into lines of at most `width` pixels before
 /// the library sees them; other text, and any text when `width` is below 1, comes
 /// back as it is.

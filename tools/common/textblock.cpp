@@ -64,18 +64,18 @@ ZkString TextBlock::lineText(int i) const
     return m_metrics->subText().at(i);
 }
 
-void TextBlock::paint(Canvas &canvas, const TextColors &colors) const
+void TextBlock::paint(Surface &surface, const TextColors &colors) const
 {
     for (const PlacedLine &line : m_lines) {
-        paintLine(canvas, line, m_request.font, m_request.charSpacing, colors);
+        paintLine(surface, line, m_request.font, m_request.charSpacing, colors);
     }
 }
 
-void TextBlock::paintGuides(Canvas &canvas) const
+void TextBlock::paintGuides(Surface &surface) const
 {
-    canvas.frame(m_box, {120, 120, 120, 160});
+    surface.frame(m_box, {120, 120, 120, 160});
     for (const PlacedLine &line : m_lines) {
-        host::paintGuides(canvas, line);
+        host::paintGuides(surface, line);
     }
 }
 

@@ -62,10 +62,10 @@ public:
     /// The text of line `i`, in display order.
     ZkString lineText(int i) const;
 
-    void paint(Canvas &canvas, const TextColors &colors) const;
+    void paint(Surface &surface, const TextColors &colors) const;
 
     /// Frames the box and draws the guides of each line over what is painted.
-    void paintGuides(Canvas &canvas) const;
+    void paintGuides(Surface &surface) const;
 
 private:
     TextRequest m_request;

@@ -1,6 +1,7 @@
 #ifndef DEMO_PAGE_H
 #define DEMO_PAGE_H
 
+#include "canvas.h"
 #include "textblock.h"
 
 #include <string>

@@ -1,0 +1,91 @@
+#include "surface.h"
+
+#include <algorithm>
+
+namespace host
+{
+
+namespace
+{
+
+/// The value of one hexadecimal digit, -1 for another character.
+int hexDigit(char c)
+{
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+} // namespace
+
+bool parseColor(const std::string &text, Color *color)
+{
+    const std::string digits = text.compare(0, 1, "#") == 0 ? text.substr(1) : text;
+    if (digits.size() != 6 && digits.size() != 8) {
+        return false;
+    }
+    std::uint8_t parts[4] = {0, 0, 0, 255};
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        const int high = hexDigit(digits[i]);
+        const int low = hexDigit(digits[i + 1]);
+        if (high < 0 || low < 0) {
+            return false;
+        }
+        parts[i / 2] = static_cast<std::uint8_t>(high * 16 + low);
+    }
+    *color = {parts[0], parts[1], parts[2], parts[3]};
+    return true;
+}
+
+ZkRect overlap(const ZkRect &a, const ZkRect &b)
+{
+    return ZkRect(std::max(a.left(), b.left()), std::max(a.top(), b.top()),
+                  std::min(a.right(), b.right()), std::min(a.bottom(), b.bottom()));
+}
+
+Surface::Surface(int width, int height)
+    : m_width(std::max(width, 0)),
+      m_height(std::max(height, 0)),
+      m_clip(0, 0, m_width - 1, m_height - 1)
+{
+}
+
+void Surface::blend(int x, int y, const Color &color, int coverage)
+{
+    if (x < m_clip.left() || x > m_clip.right() || y < m_clip.top() || y > m_clip.bottom()) {
+        return;
+    }
+    mix(x, y, color, (coverage * color.alpha + 127) / 255);
+}
+
+void Surface::fill(const ZkRect &rect, const Color &color)
+{
+    const ZkRect inside = overlap(rect, m_clip);
+    for (int y = inside.top(); y <= inside.bottom(); ++y) {
+        for (int x = inside.left(); x <= inside.right(); ++x) {
+            mix(x, y, color, color.alpha);
+        }
+    }
+}
+
+void Surface::frame(const ZkRect &rect, const Color &color)
+{
+    const int left = rect.left(), top = rect.top(), right = rect.right(), bottom = rect.bottom();
+    if (right < left || bottom < top) {
+        return;
+    }
+    fill(ZkRect(left, top, right, top), color);
+    if (bottom > top) {
+        fill(ZkRect(left, bottom, right, bottom), color);
+    }
+    fill(ZkRect(left, top + 1, left, bottom - 1), color);
+    if (right > left) {
+        fill(ZkRect(right, top + 1, right, bottom - 1), color);
+    }
+}
+
+} // namespace host
