@@ -1,0 +1,212 @@
+// Text on a Linux framebuffer of 16-bit pixels: five bits of red, six of green, five
+// of blue. The painter of tools/common draws there through a surface of its own.
+//
+//     example_framebuffer /dev/fb0 FONT.ttf [TEXT]
+//     example_framebuffer FILE=320x240 FONT.ttf [TEXT]
+//     example_framebuffer FILE=320x240,656 FONT.ttf [TEXT]
+//
+// The first form takes size and bytes of a row from the device. The others write a
+// plain file of the same layout, rows of 640 and of 656 bytes.
+
+#include "textblock.h"
+
+#include <fcntl.h>
+#include <linux/fb.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+/// Pixels of 16 bits in memory that somebody else owns: red in the high five bits,
+/// green in six, blue in the low five. Rows are `stride` bytes apart.
+///
+/// A blend goes through 8 bits a part, where the coverage is, and is rounded to the
+/// nearest step once, so a part is off by half a step (4 of 255 for red and blue, 2
+/// for green) for each blend of a pixel, and by nothing where the coverage is 0.
+class Rgb565 : public host::Surface
+{
+public:
+    Rgb565(std::uint8_t *memory, int width, int height, int stride)
+        : Surface(width, height), m_memory(memory), m_stride(stride)
+    {
+    }
+
+    static std::uint16_t packed(int red, int green, int blue)
+    {
+        return std::uint16_t(step(red, 31) << 11 | step(green, 63) << 5 | step(blue, 31));
+    }
+
+    static host::Color unpacked(std::uint16_t pixel)
+    {
+        const int red = pixel >> 11, green = pixel >> 5 & 63, blue = pixel & 31;
+        return {std::uint8_t(red << 3 | red >> 2), std::uint8_t(green << 2 | green >> 4),
+                std::uint8_t(blue << 3 | blue >> 2), 255};
+    }
+
+private:
+    /// The nearest of the steps 0 to `most` to a part of 0 to 255.
+    static int step(int part, int most) { return (part * most + 127) / 255; }
+
+    void mix(int x, int y, const host::Color &color, int share) override
+    {
+        std::uint8_t *at = m_memory + std::ptrdiff_t(y) * m_stride + x * 2;
+        std::uint16_t pixel;
+        std::memcpy(&pixel, at, sizeof pixel);
+        const host::Color below = unpacked(pixel);
+        pixel = packed(host::mixed(below.red, color.red, share),
+                       host::mixed(below.green, color.green, share),
+                       host::mixed(below.blue, color.blue, share));
+        std::memcpy(at, &pixel, sizeof pixel);
+    }
+
+    std::uint8_t *m_memory;
+    int m_stride;
+};
+
+[[noreturn]] void fail(const std::string &what)
+{
+    throw std::runtime_error(what + ": " + std::strerror(errno));
+}
+
+/// An open file, or -1.
+struct Descriptor {
+    int number = -1;
+    ~Descriptor()
+    {
+        if (number >= 0) {
+            close(number);
+        }
+    }
+};
+
+/// The memory of a framebuffer device, or of a plain file in its layout.
+class Screen
+{
+public:
+    /// Throws std::runtime_error with the reason. `name` as `main` takes it.
+    explicit Screen(const std::string &name);
+    ~Screen();
+    Screen(const Screen &) = delete;
+    Screen &operator=(const Screen &) = delete;
+
+    int width() const { return m_width; }
+    int height() const { return m_height; }
+    int stride() const { return m_stride; }
+    Rgb565 surface() { return Rgb565(m_memory, m_width, m_height, m_stride); }
+
+private:
+    void openFile(const std::string &name, std::size_t equals);
+    void openDevice(const std::string &path);
+
+    Descriptor m_file;
+    int m_width = 0, m_height = 0, m_stride = 0;
+    std::uint8_t *m_memory = nullptr;
+    std::size_t m_bytes = 0;
+};
+
+void Screen::openFile(const std::string &name, std::size_t equals)
+{
+    int end = 0;
+    const char *size = name.c_str() + equals + 1;
+    if (std::sscanf(size, "%5dx%5d%n,%6d%n", &m_width, &m_height, &end, &m_stride, &end) == 2) {
+        m_stride = m_width * 2;
+    }
+    if (size[end] || m_width < 1 || m_height < 1 || m_stride < m_width * 2) {
+        throw std::runtime_error("no size of a screen: " + name.substr(equals + 1));
+    }
+    const std::string path = name.substr(0, equals);
+    m_bytes = std::size_t(m_stride) * std::size_t(m_height);
+    m_file.number = open(path.c_str(), O_RDWR | O_CREAT, 0666);
+    if (m_file.number < 0 || ftruncate(m_file.number, off_t(m_bytes)) != 0) {
+        fail("cannot write " + path);
+    }
+}
+
+void Screen::openDevice(const std::string &path)
+{
+    m_file.number = open(path.c_str(), O_RDWR);
+    fb_var_screeninfo shown = {};
+    fb_fix_screeninfo memory = {};
+    if (m_file.number < 0 || ioctl(m_file.number, FBIOGET_VSCREENINFO, &shown) != 0 ||
+        ioctl(m_file.number, FBIOGET_FSCREENINFO, &memory) != 0) {
+        fail("no framebuffer at " + path);
+    }
+    if (shown.bits_per_pixel != 16 || shown.red.offset != 11 || shown.green.length != 6) {
+        throw std::runtime_error(path + " has no 16-bit pixels of 5, 6 and 5 bits");
+    }
+    m_width = int(shown.xres);
+    m_height = int(shown.yres);
+    m_stride = int(memory.line_length);
+    m_bytes = std::size_t(m_stride) * std::size_t(m_height);
+}
+
+Screen::Screen(const std::string &name)
+{
+    const std::size_t equals = name.rfind('=');
+    if (equals != std::string::npos) {
+        openFile(name, equals);
+    } else {
+        openDevice(name);
+    }
+    void *memory = mmap(nullptr, m_bytes, PROT_READ | PROT_WRITE, MAP_SHARED, m_file.number, 0);
+    if (memory == MAP_FAILED) {
+        fail("cannot map " + name);
+    }
+    m_memory = static_cast<std::uint8_t *>(memory);
+}
+
+Screen::~Screen()
+{
+    munmap(m_memory, m_bytes);
+}
+
+/// A panel with a text in its middle, on any surface.
+void drawPanel(host::Surface &surface, const ZkString &text)
+{
+    surface.fill(surface.bounds(), {30, 41, 59, 255});
+    const ZkRect panel(16, 16, surface.width() - 17, surface.height() - 17);
+    surface.fill(panel, {252, 252, 250, 255});
+    surface.frame(panel, {14, 116, 144, 255});
+    host::TextRequest request;
+    request.text = text;
+    request.font = ZkFont(28, false, false, false, false);
+    request.width = panel.width() - 24;
+    request.alignment = host::AlignHCenter | host::AlignVCenter;
+    host::TextBlock block(request);
+    block.place(panel.left() + 12, panel.top(), panel.height());
+    surface.setClip(panel);
+    block.paint(surface, {{31, 41, 55, 255}, {}});
+    surface.setClip(surface.bounds());
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc < 3 || argc > 4) {
+        std::fprintf(stderr, "usage: example_framebuffer DEVICE|FILE=WIDTHxHEIGHT[,STRIDE] "
+                             "FONT.ttf [TEXT]\n");
+        return 2;
+    }
+    try {
+        Screen screen(argv[1]);
+        ZkFontMetrics::setFontFile(argv[2], 64 * 1024);
+        Rgb565 surface = screen.surface();
+        drawPanel(surface, argc > 3 ? argv[3] : "Hello from the framebuffer");
+        std::printf("%d x %d pixels, %d bytes a row\n", screen.width(), screen.height(),
+                    screen.stride());
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "example_framebuffer: %s\n", failure.what());
+        return 1;
+    }
+    return 0;
+}
