@@ -16,6 +16,10 @@ template <typename T, int N>
 class ZkInlineArray
 {
 public:
+    typedef T value_type;
+    typedef T *iterator;
+    typedef const T *const_iterator;
+
     ZkInlineArray() : m_data(m_inline), m_size(0), m_capacity(N) {}
     ~ZkInlineArray() { release(); }
     ZkInlineArray(const ZkInlineArray &) = delete;
