@@ -2,6 +2,8 @@
 // whole text. Beside them FreeType alone, the parts of a look-up written out by
 // hand, and one `glyph` call after another.
 
+#include "hits.h"
+
 #include "zkfontcache.h"
 #include "zkglyphlease.h"
 
@@ -11,30 +13,12 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <pthread.h>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
 {
-
-constexpr unsigned kFirst = 0x20, kLast = 0x7E; // ASCII
-constexpr int kCharacters = kLast - kFirst + 1;
-
-ZkFont sized(int size)
-{
-    return ZkFont(static_cast<unsigned char>(size), false, false, false, false);
-}
-
-ZkFontCache *cache()
-{
-    static const bool open = ZkFontCache::instance()->setFontFile(ZK_FONT_DEJAVU);
-    benchmark::DoNotOptimize(open);
-    return ZkFontCache::instance();
-}
 
 /// FreeType alone: index, load, render, and a copy of the pixels.
 class BareFont
@@ -68,51 +52,6 @@ public:
 private:
     FT_Library m_library = nullptr;
     FT_Face m_face = nullptr;
-};
-
-/// The parts that a look-up must have, and nothing else.
-class BareTable
-{
-public:
-    BareTable(const ZkFont &font)
-    {
-        for (unsigned code = kFirst; code <= kLast; ++code) {
-            const GlyphBitmap *glyph = ZkFontCache::glyph(static_cast<ZkUcs2>(code), font);
-            m_records.push_back(std::make_unique<GlyphBitmap>(*glyph));
-            const unsigned key = code | unsigned(font.fontSize()) << 16;
-            Node **link = &m_buckets[key % static_cast<unsigned>(m_buckets.size())];
-            while (*link != nullptr) {
-                link = &(*link)->next;
-            }
-            m_nodes.push_back(std::make_unique<Node>(Node{nullptr, key, m_records.back().get()}));
-            *link = m_nodes.back().get();
-        }
-    }
-
-    __attribute__((noinline)) const GlyphBitmap *glyph(unsigned code, const ZkFont &font)
-    {
-        pthread_rwlock_rdlock(&m_lock);
-        const unsigned key = code | unsigned(font.fontSize()) << 16;
-        const Node *node = m_buckets[key % static_cast<unsigned>(m_buckets.size())];
-        while (node->key != key) {
-            node = node->next;
-        }
-        __atomic_fetch_add(&node->record->useCount, 1, __ATOMIC_RELAXED);
-        pthread_rwlock_unlock(&m_lock);
-        return node->record;
-    }
-
-private:
-    struct Node {
-        Node *next;
-        unsigned key;
-        GlyphBitmap *record;
-    };
-
-    pthread_rwlock_t m_lock = PTHREAD_RWLOCK_INITIALIZER;
-    std::vector<Node *> m_buckets = std::vector<Node *>(131); // as the store has for 95 keys
-    std::vector<std::unique_ptr<Node>> m_nodes;
-    std::vector<std::unique_ptr<GlyphBitmap>> m_records;
 };
 
 // Rendering: every ASCII character once.
@@ -179,36 +118,6 @@ void refillZk(benchmark::State &state, int size)
         for (unsigned code = kFirst; code <= kLast; ++code) {
             const GlyphBitmap *glyph = ZkFontCache::glyph(static_cast<ZkUcs2>(code), font);
             glyph->release();
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * kCharacters);
-}
-
-// Finding: ASCII characters in turn.
-
-void hitZk(benchmark::State &state)
-{
-    const ZkFont font = sized(16);
-    cache()->clean();
-    for (unsigned code = kFirst; code <= kLast; ++code) {
-        ZkFontCache::glyph(static_cast<ZkUcs2>(code), font);
-    }
-    for (auto _ : state) {
-        for (unsigned code = kFirst; code <= kLast; ++code) {
-            benchmark::DoNotOptimize(ZkFontCache::glyph(static_cast<ZkUcs2>(code), font));
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * kCharacters);
-}
-
-void hitParts(benchmark::State &state)
-{
-    const ZkFont font = sized(16);
-    cache()->clean();
-    BareTable table(font);
-    for (auto _ : state) {
-        for (unsigned code = kFirst; code <= kLast; ++code) {
-            benchmark::DoNotOptimize(table.glyph(code, font));
         }
     }
     state.SetItemsProcessed(state.iterations() * kCharacters);
@@ -283,7 +192,6 @@ void textSingly(benchmark::State &state, const Text &text)
 
 int main(int argc, char **argv)
 {
-    std::thread([] {}).join(); // a process of one thread need not lock anything
     using benchmark::RegisterBenchmark;
     for (const int size : {16, 48}) {
         const std::string pixels = "_" + std::to_string(size) + "_px/";
@@ -292,8 +200,7 @@ int main(int argc, char **argv)
         RegisterBenchmark(("refill" + pixels + "zk").c_str(), refillZk, size);
         RegisterBenchmark(("refill" + pixels + "freetype").c_str(), coldFreeType, size);
     }
-    RegisterBenchmark("hit/zk", hitZk);
-    RegisterBenchmark("hit/parts", hitParts);
+    registerHits("hit");
     for (const Text &text : kTexts) {
         const std::string name = std::string("text/") + text.name;
         RegisterBenchmark((name + "/zk").c_str(), textLease, text);

@@ -3,6 +3,8 @@
 // has an idle one beside it. Times are per character of all threads together: two
 // threads that do not disturb each other halve them.
 
+#include "hits.h"
+
 #include <zkfontmetrics.h>
 
 #include <benchmark/benchmark.h>
@@ -34,6 +36,7 @@ int main(int argc, char **argv)
 {
     std::thread([] {}).join(); // from here on the process counts as one of many threads
     ZkFontMetrics::setFontFile(ZK_FONT_DEJAVU);
+    registerHits("hit, several threads");
     for (const int threads : {1, 2}) {
         const std::string name = "labels/" + std::to_string(threads) + " threads";
         benchmark::RegisterBenchmark((name + ", other letters/zk").c_str(), labels, false)

@@ -5,8 +5,6 @@
 
 #include <pthread.h>
 
-#include <cstdint>
-
 /// The one reader/writer lock of the process that guards the glyph store and the
 /// rasteriser. It is made of several: a reader takes the one of its thread, a writer
 /// all of them in order. So threads that only look glyphs up do not wait for each
@@ -15,24 +13,27 @@
 /// later finds no lock held, for nobody starts one in here.
 /// Constant-initialised, never destroyed.
 struct ZkFontLock {
-    static constexpr unsigned kStripes = 8; // threads that read at once undisturbed, about
+    static constexpr unsigned kStripes = 4; // threads that read at once undisturbed
 
     struct alignas(64) Stripe {
         pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
     };
 
     Stripe stripes[kStripes];
+    unsigned threads = 0; // that looked up glyphs so far
 
-    /// The lock of the calling thread.
+    /// The lock of the calling thread. Threads take the stripes in turn.
     pthread_rwlock_t *own()
     {
-        // Thread descriptors lie far apart: the middle of a product mixes their high bits.
-        const auto self = static_cast<std::uint32_t>(
-            reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()) >> 6);
-        return &stripes[(self * 2654435769U) >> 29].lock;
+        // In the thread's static block, so that it is read without a call.
+        static thread_local pthread_rwlock_t *mine __attribute__((tls_model("initial-exec"))) =
+            nullptr;
+        if (mine == nullptr) {
+            mine = &stripes[__atomic_fetch_add(&threads, 1, __ATOMIC_RELAXED) % kStripes].lock;
+        }
+        return mine;
     }
 };
-static_assert(ZkFontLock::kStripes == 1U << (32 - 29), "a thread picks its stripe by three bits");
 
 extern ZkFontLock zkFontLock;
 
