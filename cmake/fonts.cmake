@@ -13,9 +13,11 @@ endfunction()
 zk_find_font(ZK_FONT_DEJAVU DejaVuSans.ttf fonts-dejavu-core)
 zk_find_font(ZK_FONT_FREESERIF FreeSerif.ttf fonts-freefont-ttf)
 zk_find_font(ZK_FONT_MICROHEI wqy-microhei.ttc fonts-wqy-microhei)
+zk_find_font(ZK_FONT_UNIFONT unifont.otf fonts-unifont)
 
 add_library(zk_fonts INTERFACE)
 target_compile_definitions(zk_fonts INTERFACE
   ZK_FONT_DEJAVU="${ZK_FONT_DEJAVU}"
   ZK_FONT_FREESERIF="${ZK_FONT_FREESERIF}"
-  ZK_FONT_MICROHEI="${ZK_FONT_MICROHEI}")
+  ZK_FONT_MICROHEI="${ZK_FONT_MICROHEI}"
+  ZK_FONT_UNIFONT="${ZK_FONT_UNIFONT}")
