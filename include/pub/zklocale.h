@@ -47,22 +47,22 @@ public:
         UpperCasePrefix = 0x100  ///< "0X", "0B"
     };
 
-    /// What a double looks like.
-    enum DoubleForm {
+    /// What a double looks like. Any other value is SignificantForm.
+    enum DoubleForm : int {
         ExponentForm = 0,   ///< 1.2345e+02
         DecimalForm = 1,    ///< 123.45
         SignificantForm = 2 ///< the exponent form for exponents below -4 or from the precision on
     };
 
-    /// What a double's precision counts.
-    enum PrecisionMode {
+    /// What a double's precision counts. Any other value adds no zeros either.
+    enum PrecisionMode : int {
         DigitsBehindPoint = 0,       ///< digits behind the point; zeros are added
         SignificantDigits = 1,       ///< digits from the first that is not 0; zeros are added
         TrimmedSignificantDigits = 2 ///< the same, but no zeros are added
     };
 
     /// What the readers do with group separators. Any value but 1 refuses them.
-    enum GroupSeparatorMode { RefuseGroupSeparators = 0, AcceptGroupSeparators = 1 };
+    enum GroupSeparatorMode : int { RefuseGroupSeparators = 0, AcceptGroupSeparators = 1 };
 
     // Numbers into text.
 
