@@ -82,11 +82,8 @@ void moveChain(ZkHashData *table, ZkHashData::Node *node)
 
 } // namespace
 
-void *ZkHashData::allocateNode(int nodeAlign)
+void *ZkHashData::allocateStrictNode(int nodeAlign)
 {
-    if (!strictAlignment) {
-        return zkAllocate(nodeSize);
-    }
     // The address of the raw memory stands in the word before the node.
     const int pointer = static_cast<int>(sizeof(void *));
     if (nodeAlign <= 4) {
@@ -101,11 +98,6 @@ void *ZkHashData::allocateNode(int nodeAlign)
     void **node = reinterpret_cast<void **>(address);
     node[-1] = raw;
     return node;
-}
-
-void ZkHashData::freeNode(void *node)
-{
-    std::free(strictAlignment ? static_cast<void **>(node)[-1] : node);
 }
 
 ZkHashData *ZkHashData::detach_helper2(Duplicate duplicate, Delete destroy, int sizeofNode,
@@ -159,7 +151,9 @@ void ZkHashData::free_helper(Delete destroy)
         for (int i = 0; i < numBuckets; ++i) {
             for (Node *node = buckets[i]; node != end();) {
                 Node *next = node->next;
-                destroy(node);
+                if (destroy != destroyNothing) {
+                    destroy(node);
+                }
                 freeNode(node);
                 node = next;
             }
@@ -167,6 +161,10 @@ void ZkHashData::free_helper(Delete destroy)
     }
     std::free(buckets);
     std::free(this);
+}
+
+void ZkHashData::destroyNothing(Node * /*node*/)
+{
 }
 
 void ZkHashData::rehash(int hint)

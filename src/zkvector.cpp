@@ -187,3 +187,9 @@ ZkVectorData *ZkVectorData::resizePlain(ZkVectorData *x, int asize, int aalloc, 
     x->size = asize;
     return x;
 }
+
+ZkVectorData *ZkVectorData::makeRoom(ZkVectorData *x, int sizeofT)
+{
+    const int sizeofTypedData = static_cast<int>(sizeof(ZkVectorData)) + sizeofT;
+    return resizePlain(x, x->size, grow(sizeofTypedData, x->size + 1, sizeofT, false), sizeofT);
+}

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <initializer_list>
 #include <iterator>
 #include <new>
@@ -82,7 +83,10 @@ struct ZK_EXPORT ZkHashData {
     /// Memory for one node of `nodeSize` bytes, at a multiple of `nodeAlign` if the
     /// table is strict about it; `freeNode` gives it back.
     void *allocateNode(int nodeAlign = 0);
-    void freeNode(void *node);
+    void freeNode(void *node)
+    {
+        std::free(strictAlignment ? static_cast<void **>(node)[-1] : node);
+    }
 
     /// A copy of the table, unshared, with a copy of every node in the same order;
     /// `destroy` clears up if `duplicate` throws. Nodes of an alignment above 8 make
@@ -93,9 +97,11 @@ struct ZK_EXPORT ZkHashData {
         return detach_helper2(duplicate, nullptr, sizeofNode, 0);
     }
 
-    /// Frees the table, and its nodes if `destroy` is given.
+    /// Frees the table, and its nodes if `destroy` is given. `destroyNothing` is for
+    /// keys and values that need no destruction.
     void free_helper(Delete destroy);
     void destroyAndFree() { free_helper(nullptr); }
+    static void destroyNothing(Node *node);
 
     /// Changes the number of buckets of an unshared table: to exponent `hint` (4 to
     /// 30), or for a negative hint to hold -hint nodes, but no fewer buckets than half
@@ -110,6 +116,9 @@ struct ZK_EXPORT ZkHashData {
     Node *firstNode();
 
     Node *end() { return reinterpret_cast<Node *>(this); }
+
+private:
+    void *allocateStrictNode(int nodeAlign);
 };
 
 /// Values under keys, in a table that copies share.
@@ -275,6 +284,9 @@ private:
     static Node *concrete(ZkHashData::Node *node) { return static_cast<Node *>(node); }
     static void duplicateNode(ZkHashData::Node *from, void *to);
     static void deleteNode2(ZkHashData::Node *node) { concrete(node)->~Node(); }
+    // What tears down a table: nodes that need no destruction are only freed.
+    static constexpr ZkHashData::Delete kDelete =
+        std::is_trivially_destructible<Node>::value ? ZkHashData::destroyNothing : deleteNode2;
     static void release(ZkHashData *x);
     ZkHashData *writable();
     void detach();
@@ -311,6 +323,15 @@ constexpr std::array<std::uint32_t, 32> zkHashReciprocals()
 }
 
 inline constexpr std::array<std::uint32_t, 32> kZkHashReciprocals = zkHashReciprocals();
+
+inline void *ZkHashData::allocateNode(int nodeAlign)
+{
+    if (strictAlignment) {
+        return allocateStrictNode(nodeAlign);
+    }
+    void *node = std::malloc(static_cast<unsigned>(nodeSize));
+    return node != nullptr ? node : zkAllocate(nodeSize); // which reports that there is no memory
+}
 
 // The reciprocal is too small by less than 1, so the quotient is too small by less
 // than h / 2^(32 + b) < 1: the remainder is right or one bucket count too large.
@@ -361,7 +382,7 @@ template <typename K, typename T>
 inline void ZkHash<K, T>::release(ZkHashData *x)
 {
     if (!x->ref.deref()) {
-        x->free_helper(deleteNode2);
+        x->free_helper(kDelete);
     }
 }
 
@@ -384,7 +405,7 @@ inline void ZkHash<K, T>::detach()
 template <typename K, typename T>
 void ZkHash<K, T>::detach_helper()
 {
-    ZkHashData *x = d->detach_helper2(duplicateNode, deleteNode2, static_cast<int>(sizeof(Node)),
+    ZkHashData *x = d->detach_helper2(duplicateNode, kDelete, static_cast<int>(sizeof(Node)),
                                       static_cast<int>(alignof(Node)));
     release(std::exchange(d, x));
 }

@@ -258,6 +258,8 @@ private:
     static void copyNodes(void **to, void **stop, void **from);
     static void deleteNodes(void **first, void **stop);
     static void release(ZkListData::Data *x);
+    // One comparison: size is never negative.
+    bool has(int i) const { return static_cast<unsigned>(i) < static_cast<unsigned>(size()); }
     void clearSlots();
     void appendNode(Made made);
     void detach();
@@ -472,7 +474,7 @@ void ZkList<T>::move(int from, int to)
 template <typename T>
 void ZkList<T>::exchange(int i, int j)
 {
-    if (i >= 0 && i < size() && j >= 0 && j < size()) {
+    if (has(i) && has(j)) {
         detach();
         std::swap(*p.at(i), *p.at(j));
     }
@@ -481,7 +483,7 @@ void ZkList<T>::exchange(int i, int j)
 template <typename T>
 inline const T &ZkList<T>::at(int i) const
 {
-    ZK_CHECK_AT(i >= 0 && i < p.size(), "i >= 0 && i < p.size()", "../include/pub/zklist", 446,
+    ZK_CHECK_AT(has(i), "i >= 0 && i < p.size()", "../include/pub/zklist", 446,
                 __PRETTY_FUNCTION__);
     return element(p.at(i));
 }
@@ -489,7 +491,7 @@ inline const T &ZkList<T>::at(int i) const
 template <typename T>
 inline T &ZkList<T>::operator[](int i)
 {
-    ZK_CHECK_AT(i >= 0 && i < p.size(), "i >= 0 && i < p.size()", "../include/pub/zklist", 460,
+    ZK_CHECK_AT(has(i), "i >= 0 && i < p.size()", "../include/pub/zklist", 460,
                 __PRETTY_FUNCTION__);
     detach();
     return element(p.at(i));
@@ -498,7 +500,7 @@ inline T &ZkList<T>::operator[](int i)
 template <typename T>
 T ZkList<T>::value(int i, const T &fallback) const
 {
-    return i >= 0 && i < p.size() ? element(p.at(i)) : fallback;
+    return has(i) ? element(p.at(i)) : fallback;
 }
 
 template <typename T>

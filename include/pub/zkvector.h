@@ -62,6 +62,10 @@ struct ZK_EXPORT ZkVectorData {
     /// and `aalloc` slots: `x` itself, moved by the allocator, or a copy when `x` is
     /// shared. New elements are zero bytes. The caller's share of `x` is used up.
     static ZkVectorData *resizePlain(ZkVectorData *x, int asize, int aalloc, int sizeofT);
+
+    /// The block of a vector of plain elements with room to append one: `x` moved, or
+    /// a copy. The caller's share of `x` is used up.
+    static ZkVectorData *makeRoom(ZkVectorData *x, int sizeofT);
 };
 
 /// An array in one heap block that copies share.
@@ -210,6 +214,8 @@ private:
     {
         return ZkVectorData::grow(kHeader + kElement, size, kElement, !kPlain);
     }
+    // One comparison: size is never negative.
+    bool has(int i) const { return static_cast<unsigned>(i) < static_cast<unsigned>(d->size); }
     void detach();
     void growAndAppend(const T &value);
 
@@ -352,12 +358,22 @@ void ZkVector<T>::realloc(int asize, int aalloc)
 template <typename T>
 inline void ZkVector<T>::append(const T &value)
 {
-    const int n = d->size;
-    if (n < d->alloc && d->ref.isOne()) {
-        new (array(d) + n) T(value);
-        d->size = n + 1;
-    } else {
+    ZkVectorData *x = d;
+    const int n = x->size;
+    const bool full = n >= x->alloc || !x->ref.isOne();
+    if constexpr (kPlain) {
+        const T copy = value; // may live in the block that goes away
+        if (__builtin_expect(full, 0)) {
+            // By value and back, so that in a loop of appends the block stays in a register.
+            d = x = ZkVectorData::makeRoom(x, kElement);
+        }
+        array(x)[static_cast<unsigned>(n)] = copy; // never negative: spares the sign extension
+        x->size = n + 1;
+    } else if (full) {
         growAndAppend(value);
+    } else {
+        new (array(x) + n) T(value);
+        x->size = n + 1;
     }
 }
 
@@ -420,7 +436,7 @@ void ZkVector<T>::insert(int i, const T *first, int count)
 template <typename T>
 void ZkVector<T>::remove(int i)
 {
-    ZK_CHECK_AT(i >= 0 && i < d->size, "i >= 0 && i < d->size", "../include/pub/zkvector", 284,
+    ZK_CHECK_AT(has(i), "i >= 0 && i < d->size", "../include/pub/zkvector", 284,
                 __PRETTY_FUNCTION__);
     remove(i, 1);
 }
@@ -443,7 +459,7 @@ void ZkVector<T>::remove(int i, int count)
 template <typename T>
 inline T &ZkVector<T>::operator[](int i)
 {
-    ZK_CHECK_AT(i >= 0 && i < d->size, "i >= 0 && i < d->size", "../include/pub/zkvector", 257,
+    ZK_CHECK_AT(has(i), "i >= 0 && i < d->size", "../include/pub/zkvector", 257,
                 __PRETTY_FUNCTION__);
     detach();
     return array(d)[i];
@@ -452,7 +468,7 @@ inline T &ZkVector<T>::operator[](int i)
 template <typename T>
 inline const T &ZkVector<T>::operator[](int i) const
 {
-    ZK_CHECK_AT(i >= 0 && i < d->size, "i >= 0 && i < d->size", "../include/pub/zkvector", 250,
+    ZK_CHECK_AT(has(i), "i >= 0 && i < d->size", "../include/pub/zkvector", 250,
                 __PRETTY_FUNCTION__);
     return array(d)[i];
 }
@@ -460,7 +476,7 @@ inline const T &ZkVector<T>::operator[](int i) const
 template <typename T>
 T ZkVector<T>::value(int i, const T &fallback) const
 {
-    return i >= 0 && i < d->size ? array(d)[i] : fallback;
+    return has(i) ? array(d)[i] : fallback;
 }
 
 template <typename T>
