@@ -68,62 +68,38 @@ float chordLength(const ZkBezier &c)
     return ZkLineF(c.x1, c.y1, c.x4, c.y4).length();
 }
 
-// The distance of neighbouring numbers where the coordinates are largest.
-float lastPlace(const ZkBezier &c)
+// The least excess of a polygon over its chord that tells a bend from rounding. Where
+// the coordinates are largest, neighbouring floats lie 2^-23 of them apart; points
+// that are off by so much make a long piece crooked by far less, a short one by more.
+// Below a 64th of it halving would go on down to pieces of one such step, each as
+// crooked as a staircase, whose sum is longer than the curve.
+float leastExcess(const ZkBezier &c)
 {
     float largest = 0;
     for (const float value : {c.x1, c.y1, c.x2, c.y2, c.x3, c.y3, c.x4, c.y4}) {
         largest = std::max(largest, std::fabs(value));
     }
-    return largest * 1.1920929e-7F; // 2^-23
+    return largest * 1.8626451e-9F; // 2^-29
 }
 
-// One measurement: what stays the same in all pieces of a curve, and their sum.
-class LengthMeter
+// Adds the length of a piece that came about by `depth` halvings to `sum`. The first
+// half is added first, for sums in single precision depend on the order.
+void addLength(ZkBezier piece, float error, int depth, float *sum)
 {
-public:
-    LengthMeter(const ZkBezier &curve, float error) : m_error(error), m_lastPlace(lastPlace(curve))
-    {
-    }
-
-    // Adds the length of a piece that came about by `depth` halvings. The first half
-    // is added first, for sums in single precision depend on the order.
-    void add(ZkBezier piece, int depth)
-    {
-        for (;; ++depth) {
-            const float polygon = polygonLength(piece);
-            if (!isWorthHalving(polygon - chordLength(piece), depth)) {
-                m_sum += polygon;
-                return;
-            }
-            ZkBezier first;
-            piece.split(&first, &piece);
-            add(first, depth + 1);
+    // No shape needs a limit. But a piece of a few steps of the grid of floats can have
+    // itself as its half, for ever.
+    constexpr int kDeepest = 256;
+    for (;; ++depth) {
+        const float polygon = polygonLength(piece);
+        if (!(polygon - chordLength(piece) > error) || depth == kDeepest) {
+            *sum += polygon;
+            return;
         }
+        ZkBezier first;
+        piece.split(&first, &piece);
+        addLength(first, error, depth + 1, sum);
     }
-
-    float sum() const { return m_sum; }
-
-private:
-    // No curve needs a limit for its shape's sake. But a piece can shrink to a few
-    // steps of the grid of floats on which halving gives the same piece for ever,
-    // and on the way there rounding makes each piece look crooked. So after 14
-    // halvings, by when the bends of a curve are below what floats tell from
-    // straight, an excess must be more than one such step. (A NaN ends it, too.)
-    bool isWorthHalving(float excess, int depth) const
-    {
-        constexpr int kShapeDepth = 14;
-        constexpr int kLastDepth = 256;
-        if (!(excess > m_error) || depth > kLastDepth) {
-            return false;
-        }
-        return depth <= kShapeDepth || excess > m_lastPlace;
-    }
-
-    float m_error;
-    float m_lastPlace;
-    float m_sum = 0;
-};
+}
 
 // Of the two, `at` or `other`, the one whose y is nearer to `y`.
 float nearerInY(const ZkBezier &curve, float at, float other, float y)
@@ -166,9 +142,9 @@ ZkBezier ZkBezier::bezierOnInterval(float t0, float t1) const
 
 float ZkBezier::length(float error) const
 {
-    LengthMeter meter(*this, error < 0 ? 0 : error);
-    meter.add(*this, 0);
-    return meter.sum();
+    float sum = 0;
+    addLength(*this, std::max(error, leastExcess(*this)), 0, &sum); // a NaN stays a NaN
+    return sum;
 }
 
 float ZkBezier::tAtLength(float len) const

@@ -46,11 +46,12 @@ public:
     /// The same part.
     ZkBezier bezierOnInterval(float t0, float t1) const;
 
-    /// The length: the curve is halved until its control polygon is at most `error`
-    /// longer than its chord in every piece, and the polygons are added. Their sum is
-    /// never short of the true length but for rounding. The work grows with
-    /// 1 / sqrt(error); an error of 0 or less asks for all that the coordinates'
-    /// precision gives, some 10000 pieces. NaN measures the whole polygon.
+    /// The length: the curve is halved until in every piece the control polygon is at
+    /// most `error` longer than the chord, and the polygons are added. The sum is not
+    /// short of the true length but for rounding. The work grows with 1 / sqrt(error).
+    /// An error below 2^-29 of the largest coordinate, 0 and less included, counts as
+    /// that much, for single precision tells no finer bends; it takes some 1000 pieces.
+    /// A NaN takes the whole as one piece.
     float length(float error) const;
 
     /// The t up to which the curve is `len` long, to within 0.01 as `length(0.01)`
