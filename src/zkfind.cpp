@@ -70,6 +70,16 @@ int zkFindStringBoyerMoore(const ZkUcs2 *haystack, int haystackLen, int from, co
                                    : zkScanFolded(haystack, hl, start, needle, nl);
 }
 
+bool zkEqualFolded(const ZkUcs2 *h, int at, const ZkUcs2 *n, int nl)
+{
+    for (int i = 0; i < nl; ++i) {
+        if (zkFoldedAt(h, at + i) != zkFoldedAt(n, i)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 int zkCompareExact(const ZkUcs2 *a, int la, const ZkUcs2 *b, int lb)
 {
     const int common = std::min(la, lb);

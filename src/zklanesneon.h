@@ -18,6 +18,8 @@ public:
     static int lowest(Mask mask) { return __builtin_ctzll(mask) / 8; }
     static Mask withoutLowest(Mask mask) { return mask & ~(Mask(0xFF) << lowest(mask) * 8); }
 
+    ZkLanes() = default; ///< lanes of no value
+
     static ZkLanes load(const void *from)
     {
         return ZkLanes(vreinterpretq_u16_u8(vld1q_u8(static_cast<const std::uint8_t *>(from))));

@@ -21,6 +21,8 @@ public:
         return second & (second - 1);
     }
 
+    ZkLanes() = default; ///< lanes of no value
+
     static ZkLanes load(const void *from)
     {
         return ZkLanes(_mm_loadu_si128(static_cast<const __m128i *>(from)));

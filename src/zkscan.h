@@ -19,11 +19,18 @@ int zkScanExact(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
 /// The same without regard to case.
 int zkScanFolded(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
 
+/// Folds a character of ASCII without a look into the table.
+inline ZkUcs2 zkFoldedAscii(unsigned c)
+{
+    return static_cast<ZkUcs2>(c - 'A' < 26 ? c + 0x20 : c);
+}
+
 /// Unit `i` of a text, folded. A low surrogate is paired with the unit before it
 /// in the whole text, whichever part of the text is being compared.
 inline ZkUcs2 zkFoldedAt(const ZkUcs2 *text, int i)
 {
-    return i > 0 ? zkFoldedBehind(text[i - 1], text[i]) : zkFolded(text[0]);
+    const ZkUcs2 c = text[i];
+    return c < 0x80 ? zkFoldedAscii(c) : i > 0 ? zkFoldedBehind(text[i - 1], c) : zkFolded(c);
 }
 
 inline bool zkEqualExact(const ZkUcs2 *a, const ZkUcs2 *b, int n)
@@ -32,14 +39,6 @@ inline bool zkEqualExact(const ZkUcs2 *a, const ZkUcs2 *b, int n)
 }
 
 /// Whether the `nl` units of `h` from `at` on fold to the same as those of `n`.
-inline bool zkEqualFolded(const ZkUcs2 *h, int at, const ZkUcs2 *n, int nl)
-{
-    for (int i = 0; i < nl; ++i) {
-        if (zkFoldedAt(h, at + i) != zkFoldedAt(n, i)) {
-            return false;
-        }
-    }
-    return true;
-}
+bool zkEqualFolded(const ZkUcs2 *h, int at, const ZkUcs2 *n, int nl);
 
 #endif

@@ -35,22 +35,30 @@ ZkUcs2 ZkUnicode::toLower(ZkUcs2 c)
 
 ZkFoldClass zkUnitsFoldingTo(ZkUcs2 folded)
 {
-    ZkFoldClass found = {0, {}};
-    const ZkUnicodeTables::Properties &record = zkUnicodeRecord(folded);
-    const auto add = [&](int difference) {
-        const auto unit = static_cast<ZkUcs2>(folded + difference);
+    ZkFoldClass found = {1, {folded}};
+    const auto add = [&](ZkUcs2 unit) {
         ZkUcs2 *const end = found.units + found.count;
-        // A mapping may lead to another class: the upper case of dotless i folds to i.
-        if (zkFolded(unit) == folded && std::find(found.units, end, unit) == end) {
+        if (std::find(found.units, end, unit) == end) {
             found.units[found.count++] = unit;
         }
     };
-    add(0);
-    add(record.upperCaseDifference);
-    add(record.titleCaseDifference);
-    for (int i = 0; i < kZkIrregularFoldCount; ++i) {
+    if (folded < 0x80) { // no look into the table
+        if (folded >= 'a' && folded <= 'z') {
+            found = {2, {folded, static_cast<ZkUcs2>(folded - 0x20)}};
+        }
+    } else {
+        const ZkUnicodeTables::Properties &record = zkUnicodeRecord(folded);
+        for (const int difference : {record.upperCaseDifference, record.titleCaseDifference}) {
+            const auto unit = static_cast<ZkUcs2>(folded + difference);
+            // A mapping may lead to another class: the upper case of dotless i folds to i.
+            if (difference != 0 && zkFolded(unit) == folded) {
+                add(unit);
+            }
+        }
+    }
+    for (int i = 0; i < kZkIrregularFoldCount && kZkIrregularFolds[i].folded <= folded; ++i) {
         if (kZkIrregularFolds[i].folded == folded) {
-            add(kZkIrregularFolds[i].character - folded);
+            add(kZkIrregularFolds[i].character);
         }
     }
     return found;

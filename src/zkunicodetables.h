@@ -53,6 +53,14 @@ inline ZkUcs2 zkFoldedBehind(ZkUcs2 before, ZkUcs2 c)
     return static_cast<ZkUcs2>(c + zkUnicodeRecordBehind(before, c).caseFoldDifference);
 }
 
+/// No low surrogate, alone or behind any unit, folds to a unit for which this is
+/// false. A pair can only be told from its row in the table, so where this is true
+/// a low surrogate may be anything.
+constexpr bool zkMayBeFoldedSurrogate(ZkUcs2 folded)
+{
+    return (folded & 0xFF00) == 0x0800 || folded >= 0xB000;
+}
+
 /// The characters that one folded form stands for, that form among them.
 struct ZkFoldClass {
     int count;

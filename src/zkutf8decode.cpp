@@ -23,19 +23,19 @@ bool isContinuation(unsigned byte)
 
 bool isPairLead(unsigned byte)
 {
-    return byte >> 5 == 6;
+    return byte - 0xC0 < 0x20; // what is less wraps round
 }
 
 bool isTripleLead(unsigned byte)
 {
-    return byte >> 4 == 14;
+    return byte - 0xE0 < 0x10;
 }
 
 // What follows a lead byte is taken as it stands.
 
 ZkUcs2 unitOfPair(unsigned b0, unsigned b1)
 {
-    return static_cast<ZkUcs2>((b0 & 0x1F) << 6 | (b1 & 0x3F));
+    return static_cast<ZkUcs2>((b0 - 0xC0) << 6 | (b1 & 0x3F));
 }
 
 ZkUcs2 unitOfTriple(unsigned b0, unsigned b1, unsigned b2)
@@ -79,38 +79,110 @@ struct Decoded {
     ZkUcs2 *out;
 };
 
-/// Decodes the character at `at.in`, which ends at `end` if need be: missing
-/// bytes are 0.
-inline Decoded decodeOne(Decoded at, const Byte *end)
+/// Decodes sequences of three bytes one by one, as many as follow each other.
+inline Decoded decodeTriplesSingly(Decoded at, const Byte *end)
 {
-    const unsigned lead = *at.in;
-    const unsigned b1 = end - at.in > 1 ? at.in[1] : 0;
-    const unsigned b2 = end - at.in > 2 ? at.in[2] : 0;
-    if (lead < 0x80) {
-        *at.out = static_cast<ZkUcs2>(lead);
-        return {at.in + 1, at.out + 1};
-    }
-    if (isPairLead(lead)) {
-        *at.out = unitOfPair(lead, b1);
-        return {at.in + 2, at.out + 1};
-    }
-    if (isTripleLead(lead)) {
-        *at.out = unitOfTriple(lead, b1, b2);
-        return {at.in + 3, at.out + 1};
-    }
-    return {at.in + 1, at.out};
-}
-
-/// Decodes from one lead byte of three to the first that is another; three bytes
-/// at least are there.
-inline Decoded decodeTriples(Decoded at, const Byte *end)
-{
-    do {
+    while (end - at.in >= 3 && isTripleLead(*at.in)) {
         *at.out++ = unitOfTriple(at.in[0], at.in[1], at.in[2]);
         at.in += 3;
-    } while (end - at.in >= 3 && isTripleLead(*at.in));
+    }
     return at;
 }
+
+#if ZK_HAS_LANES
+
+/// Decodes a text of 8 to 16 bytes that is nothing but ASCII; false for any other.
+inline bool decodeFewAscii(ZkUcs2 *out, const Byte *in, int len)
+{
+    return len >= 8 && len <= 16 && *in < 0x80 && ZkUtf8Blocks::widenFew(out, in, len);
+}
+
+/// Decodes sequences of three bytes, as many as follow each other.
+inline Decoded decodeTriples(Decoded at, const Byte *end)
+{
+    while (end - at.in >= 3 * ZkUtf8Blocks::kTriples &&
+           ZkUtf8Blocks::decodeTriples(at.out, at.in)) {
+        at.in += 3 * ZkUtf8Blocks::kTriples;
+        at.out += ZkUtf8Blocks::kTriples;
+    }
+    return decodeTriplesSingly(at, end);
+}
+
+#else
+
+inline bool decodeFewAscii(ZkUcs2 *, const Byte *, int)
+{
+    return false;
+}
+inline Decoded decodeTriples(Decoded at, const Byte *end)
+{
+    return decodeTriplesSingly(at, end);
+}
+
+#endif
+
+/// Decodes the characters that begin before `stop` in a trimmed text that ends at
+/// `end`. Its last byte leads no sequence, so all that can be missing is the third
+/// byte of three: it is 0.
+__attribute__((always_inline)) inline Decoded decodeSingly(Decoded at, const Byte *stop,
+                                                           const Byte *end)
+{
+    while (at.in < stop) {
+        const unsigned lead = *at.in;
+        if (lead < 0x80) {
+            *at.out++ = static_cast<ZkUcs2>(lead);
+            ++at.in;
+        } else if (isPairLead(lead)) {
+            *at.out++ = unitOfPair(lead, at.in[1]);
+            at.in += 2;
+        } else if (!isTripleLead(lead)) {
+            ++at.in;
+        } else if (end - at.in >= 3) {
+            at = decodeTriples(at, end);
+        } else {
+            *at.out++ = unitOfTriple(lead, at.in[1], 0);
+            at.in = end;
+        }
+    }
+    return at;
+}
+
+#if ZK_HAS_LANES
+
+/// Decodes from a block of ASCII to the first that is not.
+inline Decoded decodeAscii(Decoded at, const Byte *end)
+{
+    while (end - at.in >= ZkUtf8Blocks::kManyAscii && ZkUtf8Blocks::widenMany(at.out, at.in)) {
+        at.in += ZkUtf8Blocks::kManyAscii;
+        at.out += ZkUtf8Blocks::kManyAscii;
+    }
+    while (end - at.in >= ZkUtf8Blocks::kAscii && ZkUtf8Blocks::widen(at.out, at.in)) {
+        at.in += ZkUtf8Blocks::kAscii;
+        at.out += ZkUtf8Blocks::kAscii;
+    }
+    return at;
+}
+
+/// Decodes as long as there are whole blocks. A block may write behind the units
+/// that it yields: there is room, as every byte so far has yielded one at most.
+inline Decoded decodeBlocks(Decoded at, const Byte *end)
+{
+    while (end - at.in >= ZkUtf8Blocks::kDecode) {
+        if (ZkUtf8Blocks::widen(at.out, at.in)) {
+            at = decodeAscii({at.in + ZkUtf8Blocks::kAscii, at.out + ZkUtf8Blocks::kAscii}, end);
+        } else if (isTripleLead(*at.in)) {
+            at = decodeTriples(at, end);
+        } else if (const int n = ZkUtf8Blocks::decode(at.out, at.in)) {
+            at.in += n;
+        } else {
+            // A malformed text would stop at every block: go through this one singly.
+            at = decodeSingly(at, at.in + ZkUtf8Blocks::kAscii, end);
+        }
+    }
+    return at;
+}
+
+#else
 
 /// Decodes four bytes of ASCII at `in`; false if one is not.
 inline bool decodeFourAscii(ZkUcs2 *out, const Byte *in)
@@ -141,76 +213,29 @@ inline bool decodeTwoPairs(ZkUcs2 *out, const Byte *in)
     return true;
 }
 
-#if ZK_HAS_LANES
-
-/// Decodes all that is left, 8 to 16 bytes of ASCII; false if it is not.
-inline bool decodeFewAscii(Decoded at, const Byte *end)
+/// Decodes by words of four bytes, as long as there are some.
+inline Decoded decodeBlocks(Decoded at, const Byte *end)
 {
-    const std::ptrdiff_t left = end - at.in;
-    return left >= 8 && left <= 16 && *at.in < 0x80 && ZkUtf8Blocks::widenFew(at.out, at.in, left);
-}
-
-/// Decodes as long as there are whole blocks. A block may write behind the units
-/// that it yields: there is room, as every byte so far has yielded one at most.
-__attribute__((noinline)) Decoded decodeBlocks(Decoded at, const Byte *end)
-{
-    while (end - at.in >= ZkUtf8Blocks::kDecode) {
-        if (ZkUtf8Blocks::widen(at.out, at.in)) {
-            do {
-                at.in += ZkUtf8Blocks::kAscii;
-                at.out += ZkUtf8Blocks::kAscii;
-            } while (end - at.in >= ZkUtf8Blocks::kAscii && ZkUtf8Blocks::widen(at.out, at.in));
-        } else if (isTripleLead(*at.in)) {
-            at = decodeTriples(at, end);
-        } else if (const int n = ZkUtf8Blocks::decode(at.out, at.in)) {
-            at.in += n;
+    while (end - at.in >= 4) {
+        if (decodeFourAscii(at.out, at.in)) {
+            at = {at.in + 4, at.out + 4};
+        } else if (decodeTwoPairs(at.out, at.in)) {
+            at = {at.in + 4, at.out + 2};
         } else {
-            // A malformed text would stop at every block: go through this one singly.
-            for (const Byte *const stop = at.in + ZkUtf8Blocks::kAscii; at.in < stop;) {
-                at = decodeOne(at, end);
-            }
+            at = decodeSingly(at, at.in + 1, end);
         }
     }
-    return at;
-}
-
-#else
-
-inline bool decodeFewAscii(Decoded, const Byte *)
-{
-    return false;
-}
-inline Decoded decodeBlocks(Decoded at, const Byte *)
-{
     return at;
 }
 
 #endif
 
-/// Decodes what is too short for a block.
-inline Decoded decodeRest(Decoded at, const Byte *end)
+/// Decodes a trimmed text of a block or more and returns the number of units.
+/// Apart from the short ones, which are most and need no room on the stack.
+__attribute__((noinline)) int decodeLong(ZkUcs2 *out, const Byte *begin, const Byte *end)
 {
-    while (end - at.in >= 4) {
-        const unsigned lead = *at.in;
-        if (lead < 0x80) {
-            if (decodeFewAscii(at, end)) {
-                return {end, at.out + (end - at.in)};
-            }
-            at = decodeFourAscii(at.out, at.in) ? Decoded{at.in + 4, at.out + 4}
-                                                : decodeOne(at, end);
-        } else if (isPairLead(lead)) {
-            at =
-                decodeTwoPairs(at.out, at.in) ? Decoded{at.in + 4, at.out + 2} : decodeOne(at, end);
-        } else if (isTripleLead(lead)) {
-            at = decodeTriples(at, end);
-        } else {
-            ++at.in;
-        }
-    }
-    while (at.in < end) {
-        at = decodeOne(at, end);
-    }
-    return at;
+    const Decoded at = decodeBlocks({begin, out}, end);
+    return static_cast<int>(decodeSingly(at, end, end).out - out);
 }
 
 } // namespace
@@ -221,10 +246,11 @@ int ZkString::utf8ToUcs2(ZkUcs2 *out, const char *in, int len)
         return 0;
     }
     const Byte *const begin = reinterpret_cast<const Byte *>(in);
-    const Byte *const end = trimmedEnd(begin, begin + len);
-    Decoded at = {begin, out};
-    if (end - begin >= kZkUtf8Block) {
-        at = decodeBlocks(at, end);
+    if (decodeFewAscii(out, begin, len)) {
+        return len;
     }
-    return static_cast<int>(decodeRest(at, end).out - out);
+    const Byte *const end = trimmedEnd(begin, begin + len);
+    return end - begin >= kZkUtf8Block
+               ? decodeLong(out, begin, end)
+               : static_cast<int>(decodeSingly({begin, out}, end, end).out - out);
 }

@@ -21,6 +21,21 @@ public:
         return allZero(vshrq_n_u8(bytes, 7));
     }
 
+    /// The same for four blocks, with one test.
+    static constexpr int kManyAscii = 4 * kAscii;
+
+    static bool widenMany(ZkUcs2 *out, const unsigned char *in)
+    {
+        uint8x16_t any = vdupq_n_u8(0);
+        for (int i = 0; i < kManyAscii; i += kAscii) {
+            const uint8x16_t bytes = vld1q_u8(in + i);
+            vst1q_u16(out + i, vmovl_u8(vget_low_u8(bytes)));
+            vst1q_u16(out + i + 8, vmovl_u8(vget_high_u8(bytes)));
+            any = vorrq_u8(any, bytes);
+        }
+        return allZero(vshrq_n_u8(any, 7));
+    }
+
     /// The same for 8 to 16 characters: the first eight and the last eight.
     static bool widenFew(ZkUcs2 *out, const unsigned char *in, std::ptrdiff_t n)
     {
@@ -37,6 +52,32 @@ public:
         const uint16x8_t high = vld1q_u16(in + 8);
         vst1q_u8(out, vcombine_u8(vmovn_u16(low), vmovn_u16(high)));
         return allZero(vreinterpretq_u8_u16(vshrq_n_u16(vorrq_u16(low, high), 7)));
+    }
+
+    /// The same the other way.
+    static bool narrowFew(unsigned char *out, const ZkUcs2 *in, std::ptrdiff_t n)
+    {
+        const uint16x8_t first = vld1q_u16(in);
+        const uint16x8_t last = vld1q_u16(in + n - 8);
+        vst1_u8(out, vmovn_u16(first));
+        vst1_u8(out + n - 8, vmovn_u16(last));
+        return allZero(vreinterpretq_u8_u16(vshrq_n_u16(vorrq_u16(first, last), 7)));
+    }
+
+    /// Decodes eight sequences of three bytes; false if one is not led by such a byte.
+    static constexpr int kTriples = 8;
+
+    static bool decodeTriples(ZkUcs2 *out, const unsigned char *in)
+    {
+        const uint8x8x3_t bytes = vld3_u8(in);
+        // Of a right lead byte, the bits E0 turned over, no more than four are left.
+        const uint8x8_t lead = veor_u8(bytes.val[0], vdup_n_u8(0xE0));
+        const uint8x8_t b1 = vand_u8(bytes.val[1], vdup_n_u8(0x3F));
+        const uint8x8_t b2 = vand_u8(bytes.val[2], vdup_n_u8(0x3F));
+        const uint16x8_t high = vshlq_n_u16(vmovl_u8(lead), 12);
+        const uint16x8_t low = vorrq_u16(vshlq_n_u16(vmovl_u8(b1), 6), vmovl_u8(b2));
+        vst1q_u16(out, vorrq_u16(high, low));
+        return vget_lane_u64(vreinterpret_u64_u8(vshr_n_u8(lead, 4)), 0) == 0;
     }
 
     /// Decodes eight sequences of two bytes, and nothing else; returns the bytes

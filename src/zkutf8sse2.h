@@ -23,6 +23,21 @@ public:
         return mask(bytes) == 0;
     }
 
+    /// The same for four blocks, with one test.
+    static constexpr int kManyAscii = 4 * kAscii;
+
+    static bool widenMany(ZkUcs2 *out, const unsigned char *in)
+    {
+        __m128i any = zero();
+        for (int i = 0; i < kManyAscii; i += kAscii) {
+            const __m128i bytes = load(in + i);
+            store(out + i, _mm_unpacklo_epi8(bytes, zero()));
+            store(out + i + 8, _mm_unpackhi_epi8(bytes, zero()));
+            any = _mm_or_si128(any, bytes);
+        }
+        return mask(any) == 0;
+    }
+
     /// The same for 8 to 16 characters: the first eight and the last eight.
     static bool widenFew(ZkUcs2 *out, const unsigned char *in, std::ptrdiff_t n)
     {
@@ -39,6 +54,39 @@ public:
         const __m128i high = load(in + 8);
         store(out, _mm_packus_epi16(low, high));
         return allZero(_mm_and_si128(_mm_or_si128(low, high), all(0xFF80)));
+    }
+
+    /// The same the other way.
+    static bool narrowFew(unsigned char *out, const ZkUcs2 *in, std::ptrdiff_t n)
+    {
+        const __m128i first = load(in);
+        const __m128i last = load(in + n - 8);
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(out), _mm_packus_epi16(first, first));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(out + n - 8), _mm_packus_epi16(last, last));
+        return allZero(_mm_and_si128(_mm_or_si128(first, last), all(0xFF80)));
+    }
+
+    /// Decodes four sequences of three bytes; false if one is not led by such a
+    /// byte. Nothing else is read.
+    static constexpr int kTriples = 4;
+
+    static bool decodeTriples(ZkUcs2 *out, const unsigned char *in)
+    {
+        // A sequence in each 32-bit lane, under the first byte of the next one.
+        const __m128i low = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(in));
+        const __m128i high = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(in + 4));
+        const __m128i twos = _mm_unpacklo_epi64(low, _mm_srli_epi64(high, 16));
+        const __m128i lanes = _mm_or_si128(_mm_and_si128(twos, _mm_set1_epi64x(0xFFFFFFFF)),
+                                           _mm_slli_epi64(_mm_srli_epi64(twos, 24), 32));
+        const __m128i leads = _mm_and_si128(lanes, _mm_set1_epi32(0xF0));
+        const __m128i b0 = _mm_slli_epi32(lanes, 12);
+        const __m128i b1 = _mm_and_si128(_mm_srli_epi32(lanes, 2), _mm_set1_epi32(0xFC0));
+        const __m128i b2 = _mm_and_si128(_mm_srli_epi32(lanes, 16), _mm_set1_epi32(0x3F));
+        const __m128i units = _mm_or_si128(_mm_or_si128(b0, b1), b2);
+        // Packing keeps what fits a signed half: make the upper halves so.
+        const __m128i halves = _mm_srai_epi32(_mm_slli_epi32(units, 16), 16);
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(out), _mm_packs_epi32(halves, halves));
+        return mask(_mm_cmpeq_epi32(leads, _mm_set1_epi32(0xE0))) == 0xFFFF;
     }
 
     /// Decodes the characters that begin in the 16 bytes at `in`, where one begins.

@@ -6,8 +6,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <iomanip>
 #include <random>
+#include <sstream>
 #include <string>
+#include <unordered_set>
 #include <utility>
 
 struct ZkInspector {
@@ -281,6 +284,26 @@ TEST(ZkByteArray, BytesAreReadByIndexAndInRange)
     EXPECT_STREQ(ZkByteArray().constData(), "");
     EXPECT_EQ(ZkByteArray().begin(), ZkByteArray().end());
     EXPECT_EQ(bytes.data(), bytes.constData());
+}
+
+TEST(ZkByteArray, AStreamGetsAllBytes)
+{
+    std::ostringstream stream;
+    stream << ZkByteArray(std::string_view("a\0\xFF", 3)) << '|' << std::setw(3) << ZkByteArray("b")
+           << ZkByteArray();
+    EXPECT_EQ(stream.str(), std::string("a\0\xFF|  b", 7));
+}
+
+TEST(ZkByteArray, EqualTextsAreOneInAHashedSet)
+{
+    std::unordered_set<ZkByteArray> set;
+    set.insert("abc");
+    set.insert(ZkByteArray(std::string_view("abc\0d", 5)));
+    set.insert(ZkByteArray());
+    set.insert("");
+    set.insert("abd");
+    EXPECT_EQ(set.size(), 3U);
+    EXPECT_EQ(set.count("abc"), 1U);
 }
 
 TEST(ZkByteArray, TheEmptyBlockIsNeverFreed)

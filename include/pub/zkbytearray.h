@@ -4,6 +4,7 @@
 #include "zkglobal.h"
 
 #include <functional>
+#include <iosfwd>
 #include <string_view>
 
 /// A run of bytes whose copies share one block until the last of them is gone;
@@ -136,6 +137,15 @@ private:
 
     Data *d; ///< never null between calls
 };
+
+/// Writes all bytes.
+template <typename Traits>
+std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &stream,
+                                             const ZkByteArray &bytes)
+{
+    return stream << std::basic_string_view<char, Traits>(bytes.constData(),
+                                                          std::size_t(bytes.size()));
+}
 
 /// Equal arrays have equal hashes.
 template <>

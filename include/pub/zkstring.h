@@ -624,9 +624,7 @@ template <typename Traits>
 std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &stream,
                                              const ZkString &text)
 {
-    const ZkByteArray utf8 = text.toUtf8();
-    return stream << std::basic_string_view<char, Traits>(utf8.constData(),
-                                                          std::size_t(utf8.size()));
+    return stream << text.toUtf8();
 }
 
 /// The first index at or behind `from` where the needle stands in the haystack, or
