@@ -81,7 +81,7 @@ private:
 TEST(StringSearches, AgreeWithBruteForceOnShortTexts)
 {
     Texts texts(20240611);
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 10000; ++round) {
         if (round % 50 == 0) {
             texts.chooseAlphabet();
         }
