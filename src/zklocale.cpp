@@ -89,19 +89,29 @@ bool symbolsAreAscii()
     return changed == 0;
 }
 
-/// Reads what most integers are, nothing but an optional minus and up to 19 decimal
-/// digits, from the units themselves. False, and nothing told, for any other text.
+/// Whether `count` digits that begin with `first` are the number `value`, to which they
+/// were read modulo 2^64. May be false for some that are.
+bool fits64Bits(std::ptrdiff_t count, ZkUcs2 first, std::uint64_t value)
+{
+    constexpr int kSafe = 19; // so many digits fit, whatever they are
+    // One more fits when it is a 1 in front of them, unless the number passes 2^64,
+    // about 1.8 * 10^19, which takes it below 10^19.
+    constexpr std::uint64_t kLeast = 10000000000000000000U;
+    return count <= kSafe || (count == kSafe + 1 && first == '1' && value >= kLeast);
+}
+
+/// Reads what most integers are, nothing but an optional minus and decimal digits, from
+/// the units themselves. False, and nothing told, for any other text.
 bool readShortInteger(const ZkString &text, std::uint64_t *magnitude, bool *negative)
 {
-    constexpr int kSafe = 19; // so many digits fit 64 bits, whatever they are
     const ZkUcs2 *at = text.begin();
     *negative = *at == '-';
     at += *negative;
     *magnitude = 0;
     const ZkUcs2 *end = zkReadDigits(at, text.end(), magnitude);
     // A zero digit is one before it is any other symbol; a minus has to be asked for.
-    return end == text.end() && end != at && end - at <= kSafe && ZkLocale::mZeroDigit == '0' &&
-           (!*negative || symbolsAreAscii());
+    return end == text.end() && end != at && fits64Bits(end - at, *at, *magnitude) &&
+           ZkLocale::mZeroDigit == '0' && (!*negative || symbolsAreAscii());
 }
 
 /// Where the integer part of `n` characters ends: at the first '.', or the first

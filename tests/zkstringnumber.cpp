@@ -5,11 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cfenv>
 #include <cfloat>
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -135,6 +137,24 @@ TEST(ZkStringNumber, ReadsWithinTheRangeOfEachType)
     expectRead(&ZkString::toInt, " 42 ", true, 42, 10);
     EXPECT_EQ(ZkString("42").toInt(), 42);
     EXPECT_EQ(ZkString("x").toInt(), 0);
+}
+
+TEST(ZkStringNumber, DigitsAroundTheEndOf64BitsAreReadAsByTheCLibrary)
+{
+    std::mt19937_64 random(52);
+    for (int i = scaledRounds(300000); i > 0; --i) {
+        std::string text(random() % 4 == 0 ? 1 : 0, '-');
+        text += std::to_string(random() % 3);
+        text += std::to_string(10000000000000000000U | random()).substr(1 - random() % 2);
+        char *end = nullptr;
+        errno = 0;
+        const unsigned long long natural = std::strtoull(text.c_str(), &end, 10);
+        expectRead(&ZkString::toULongLong, text.c_str(), errno == 0, errno == 0 ? natural : 0, 10);
+        errno = 0;
+        const long long integer = std::strtoll(text.c_str(), &end, 10);
+        expectRead(&ZkString::toLongLong, text.c_str(), errno == 0, errno == 0 ? integer : 0, 10);
+        ASSERT_FALSE(HasFailure());
+    }
 }
 
 TEST(ZkStringNumber, LongHas32BitsOnEveryMachine)
