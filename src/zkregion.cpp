@@ -104,6 +104,16 @@ ZkInnerRect largerInner(const ZkRegion::Operand &a, const ZkRegion::Operand &b)
     return a.innerArea > b.innerArea ? a.inner() : b.inner();
 }
 
+// A record for the union of two lists.
+ZkRegion::Record *united(const ZkRegion::Operand &a, const ZkRegion::Operand &b)
+{
+    ZkRegionSweep sweep(ZkRegionSweep::Joined);
+    sweep.unite(a, b, largerInner(a, b));
+    ZkRegion::Record *const record = ZkRegion::Record::of(&sweep);
+    record->extents = around(a.extents, b.extents);
+    return record;
+}
+
 } // namespace
 
 inline ZkRegion::ZkRegion(Record *record) : d(record)
@@ -275,12 +285,7 @@ ZkRegion ZkRegion::unite(const ZkRegion &r) const
     }
     case UnionWay::Sweep: break;
     }
-    const Operand a = record.operand();
-    ZkRegionSweep sweep;
-    sweep.unite(a, b, largerInner(a, b));
-    Record *const united = Record::of(&sweep);
-    united->extents = around(a.extents, b.extents);
-    return ZkRegion(united);
+    return ZkRegion(united(record.operand(), b));
 }
 
 // Unites in place; false when the result is simply `b`.
@@ -295,16 +300,22 @@ bool ZkRegion::absorb(const Operand &b)
         return true;
     case UnionWay::Sweep: break;
     }
-    const Operand a = d->region->operand();
-    const ZkRect extents = around(a.extents, b.extents);
-    ZkRegionSweep sweep;
-    sweep.unite(a, b, largerInner(a, b));
-    if (d->ref == 1) {
-        d->region->become(sweep);
-    } else {
-        *this = ZkRegion(Record::of(&sweep));
+    Record &record = *d->region;
+    const Operand a = record.operand();
+    if (d->ref != 1) {
+        *this = ZkRegion(united(a, b));
+        return true;
     }
-    d->region->extents = extents;
+    const ZkInnerRect inner = largerInner(a, b);
+    record.extents = around(a.extents, b.extents);
+    if (const ZkRect *const gap = zkGapFor(a, b)) {
+        record.setInner(inner);
+        record.insert(static_cast<int>(gap - a.begin), b);
+    } else {
+        ZkRegionSweep sweep(ZkRegionSweep::Apart);
+        sweep.unite(a, b, inner);
+        record.become(sweep);
+    }
     return true;
 }
 
@@ -344,7 +355,7 @@ ZkRegion ZkRegion::intersect(const ZkRegion &r) const
     if (a.count() == 1 && b.count() == 1) {
         return ZkRegion(*a.begin & *b.begin);
     }
-    ZkRegionSweep sweep;
+    ZkRegionSweep sweep(ZkRegionSweep::Joined);
     sweep.intersect(a, b);
     return ZkRegion(Record::of(&sweep));
 }
@@ -380,7 +391,7 @@ ZkRegion ZkRegion::subtract(const ZkRegion &r) const
     if (covers(b.innerRect, a.extents) || a.equals(b)) {
         return ZkRegion();
     }
-    ZkRegionSweep sweep;
+    ZkRegionSweep sweep(ZkRegionSweep::Joined);
     sweep.subtract(a, b);
     return ZkRegion(Record::of(&sweep));
 }

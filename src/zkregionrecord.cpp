@@ -82,11 +82,7 @@ ZkRegion::Record *ZkRegion::Record::of(ZkRegionSweep *sweep)
     Record *const record = take();
     record->numRects = sweep->count();
     if (record->numRects == 1) {
-        for (const ZkBands &part : {sweep->above, sweep->middle, sweep->below}) {
-            if (part.count() == 1) {
-                record->setSingle(*part.begin);
-            }
-        }
+        record->setSingle(*sweep->middle.begin);
     } else if (record->numRects != 0) {
         sweep->moveTo(&record->rects);
     }
@@ -153,6 +149,19 @@ void ZkRegion::Record::makeRoom(int count)
     rects.swap(roomy);
     seams = knownSeams();
     inVector = 1;
+}
+
+void ZkRegion::Record::growTo(int count)
+{
+    if (!inVector) {
+        makeRoom(std::max(count, kFewRects) - numRects);
+    }
+    if (rects.capacity() < count) {
+        rects.realloc(numRects, std::max(count, 2 * numRects));
+    }
+    if (rects.size() < count) {
+        rects.appendUninitialized(count - rects.size());
+    }
 }
 
 void ZkRegion::Record::materialise()
@@ -248,6 +257,16 @@ void ZkRegion::Record::append(const Operand &other)
     extents = extents | other.extents;
 }
 
+void ZkRegion::Record::insert(int place, const Operand &other)
+{
+    const int added = other.count();
+    growTo(numRects + added);
+    ZkRect *const gap = rects.data() + place;
+    std::memmove(gap + added, gap, static_cast<std::size_t>(numRects - place) * sizeof(ZkRect));
+    std::copy(other.begin, other.end, gap);
+    numRects += added;
+}
+
 void ZkRegion::Record::become(const ZkRegionSweep &sweep)
 {
     const bool ownsAbove = sweep.above.begin == begin();
@@ -255,15 +274,12 @@ void ZkRegion::Record::become(const ZkRegionSweep &sweep)
     const int head = ownsAbove ? sweep.above.count() : 0;
     const int tail = ownsBelow ? sweep.below.count() : 0;
     const int count = sweep.count();
-    if (!inVector) {
-        makeRoom(std::max(count, kFewRects) - numRects);
-    }
-    if (rects.size() < count) {
-        rects.appendUninitialized(count - rects.size());
-    }
+    growTo(count);
     ZkRect *const list = rects.data();
-    std::memmove(list + count - tail, list + numRects - tail,
-                 static_cast<std::size_t>(tail) * sizeof(ZkRect));
+    if (count != numRects) {
+        std::memmove(list + count - tail, list + numRects - tail,
+                     static_cast<std::size_t>(tail) * sizeof(ZkRect));
+    }
     ZkRect *out = list + head;
     if (!ownsAbove) {
         out = std::copy(sweep.above.begin, sweep.above.end, out);

@@ -44,7 +44,7 @@ struct ZkRegion::Record : ZkRegion::Data {
 
     /// A record for the valid rectangle `r`.
     static Record *of(const ZkRect &r);
-    /// A record for what a sweep made, which gives up its list.
+    /// A record for what a sweep with joined parts made, which gives up its list.
     static Record *of(ZkRegionSweep *sweep);
     /// The same contents. Both share the vector's block until one of them writes.
     Record *clone() const;
@@ -66,6 +66,8 @@ struct ZkRegion::Record : ZkRegion::Data {
 
     /// Puts the list into a block of its own with room for `count` more.
     void makeRoom(int count);
+    /// Makes the vector hold `count` elements at least, those behind numRects unwritten.
+    void growTo(int count);
     /// Puts a single rectangle into the vector and sizes the vector to numRects.
     void materialise();
     /// Finds extents and inner rectangle anew. O(n).
@@ -77,6 +79,9 @@ struct ZkRegion::Record : ZkRegion::Data {
     bool takesAtEnd(const ZkBands &other) const;
     /// Puts the rectangles of another region behind these, merging no bands.
     void append(const Operand &other);
+    /// Puts the rectangles of another region before number `place`, where the list
+    /// leaves their rows free, and one row more above and below. No seam may be open.
+    void insert(int place, const Operand &other);
     /// Replaces the list by the union with another one that a sweep made. What the
     /// sweep left unwalked of this list stays in its place or is moved as a whole.
     void become(const ZkRegionSweep &sweep);

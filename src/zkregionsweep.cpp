@@ -296,36 +296,23 @@ bool zkLastSeamIsOpen(const ZkRect *begin, const ZkRect *end)
     return lower != begin && seamIsOpen(bandStart(begin, lower), lower, end);
 }
 
-void ZkRegionSweep::unite(const ZkBands &a, const ZkBands &b, const ZkInnerRect &start)
-{
-    inner = start;
-    m_measuresAll = false;
-    if (!fitsBetween(a, b)) {
-        run<Union>(a, b);
-    }
-}
-
-// Puts `b` into `a` as it stands where `a` leaves its rows free, and one row more
-// above and below, so that nothing can be merged.
-bool ZkRegionSweep::fitsBetween(const ZkBands &a, const ZkBands &b)
+const ZkRect *zkGapFor(const ZkBands &a, const ZkBands &b)
 {
     if (a.seams != ZkSeams::Closed || b.seams != ZkSeams::Closed) {
-        return false;
+        return nullptr;
     }
     const std::int64_t top = std::int64_t(b.begin->top()) - 1;
     const std::int64_t bottom = std::int64_t(b.end[-1].bottom()) + 1;
     const ZkRect *const gap =
         zkGallop(a.begin, a.end, [top](const ZkRect &r) { return r.bottom() < top; });
-    if (gap != a.end && gap->top() <= bottom) {
-        return false;
-    }
-    above.begin = a.begin;
-    above.end = gap;
-    middle.begin = b.begin;
-    middle.end = b.end;
-    below.begin = gap;
-    below.end = a.end;
-    return true;
+    return gap == a.end || gap->top() > bottom ? gap : nullptr;
+}
+
+void ZkRegionSweep::unite(const ZkBands &a, const ZkBands &b, const ZkInnerRect &start)
+{
+    inner = start;
+    m_measuresAll = false;
+    run<Union>(a, b);
 }
 
 void ZkRegionSweep::intersect(const ZkBands &a, const ZkBands &b)
@@ -388,6 +375,9 @@ void ZkRegionSweep::run(const ZkBands &a, const ZkBands &b)
     } else if (Operation::kKeepsSecond && !second.isAtEnd()) {
         copyRest(second.band, second.bandEnd, second.top, b);
     }
+    if (m_parts == Joined) {
+        join(&below);
+    }
     middle.begin = m_begin;
     middle.end = m_end;
     if (m_measuresAll && count() != 0) {
@@ -425,6 +415,9 @@ const ZkRect *ZkRegionSweep::passAbove(const ZkBands &list, int row, bool keep)
         above.end = swept;
         if (m_measuresAll) {
             measure(above);
+        }
+        if (m_parts == Joined) {
+            join(&above);
         }
     }
     copyBands(swept, stop);
@@ -482,6 +475,15 @@ void ZkRegionSweep::measure(const ZkBands &list)
     }
 }
 
+// Makes a part, with which nothing can be merged, the next rectangles.
+void ZkRegionSweep::join(ZkBands *part)
+{
+    std::copy(part->begin, part->end, room(part->count()));
+    m_end += part->count();
+    m_band = m_end;
+    part->begin = part->end;
+}
+
 // Looks at a band before it may be merged with the one above; its widest
 // rectangle is that wide, less one.
 inline void ZkRegionSweep::measureBand(const ZkRect *start, const ZkRect *end, std::uint32_t widest)
@@ -535,18 +537,13 @@ void ZkRegionSweep::grow(std::ptrdiff_t count)
 
 void ZkRegionSweep::moveTo(ZkVector<ZkRect> *list)
 {
-    if (middle.count() == count() && middle.begin == m_far.constData()) {
+    if (middle.begin == m_far.constData()) {
         m_far.resize(middle.count());
-        list->swap(m_far);
-        return;
+    } else {
+        m_far.realloc(0, middle.count());
+        m_far.append(middle.begin, middle.count());
     }
-    ZkVector<ZkRect> joined;
-    joined.realloc(0, count());
-    ZkRect *out = joined.appendUninitialized(count());
-    out = std::copy(above.begin, above.end, out);
-    out = std::copy(middle.begin, middle.end, out);
-    std::copy(below.begin, below.end, out);
-    list->swap(joined);
+    list->swap(m_far);
 }
 
 // Takes the rectangles between m_end and `end` as the next band, or lets the

@@ -93,6 +93,11 @@ const ZkRect *zkFirstReaching(const ZkRect *begin, const ZkRect *end, int y);
 ZkSeams zkSeamsOf(const ZkRect *begin, const ZkRect *end);
 bool zkLastSeamIsOpen(const ZkRect *begin, const ZkRect *end);
 
+/// Where all of `b` stands in rows that `a` leaves free, one row more above and below,
+/// so that `b` can be put there as it is: before the returned rectangle of `a`, which
+/// may be its end. Null when that is not so, or when a seam may be open.
+const ZkRect *zkGapFor(const ZkBands &a, const ZkBands &b);
+
 /// The band sweep: walks two lists from top to bottom and makes the list of their
 /// union, intersection or difference. Neither list may be empty.
 ///
@@ -103,7 +108,11 @@ bool zkLastSeamIsOpen(const ZkRect *begin, const ZkRect *end);
 class ZkRegionSweep
 {
 public:
-    ZkRegionSweep() = default;
+    /// Apart, for who keeps a source list and changes what is new in it; Joined, for
+    /// who wants a list of its own: all is in `middle` then.
+    enum Parts { Apart, Joined };
+
+    explicit ZkRegionSweep(Parts parts) : m_parts(parts) {}
     ZkRegionSweep(const ZkRegionSweep &) = delete;
     ZkRegionSweep &operator=(const ZkRegionSweep &) = delete;
 
@@ -122,18 +131,19 @@ public:
 
     int count() const { return above.count() + middle.count() + below.count(); }
 
-    /// Makes `list` the whole result. Afterwards the parts are no longer good.
+    /// Makes `list` the whole result, of a sweep with `Joined` parts. Afterwards they
+    /// are no longer good.
     void moveTo(ZkVector<ZkRect> *list);
 
 private:
     template <typename Operation>
     void run(const ZkBands &a, const ZkBands &b);
-    bool fitsBetween(const ZkBands &a, const ZkBands &b);
     const ZkRect *passAbove(const ZkBands &list, int row, bool keep);
     void copyRest(const ZkRect *band, const ZkRect *bandEnd, int top, const ZkBands &list);
     void copyBand(const ZkRect *band, const ZkRect *bandEnd, int top, int bottom);
     void copyBands(const ZkRect *begin, const ZkRect *end);
     void measure(const ZkBands &list);
+    void join(ZkBands *part);
     void measureBand(const ZkRect *start, const ZkRect *end, std::uint32_t widest);
     ZkRect *room(std::ptrdiff_t count);
     void grow(std::ptrdiff_t count);
@@ -145,8 +155,9 @@ private:
     ZkVector<ZkRect> m_far;
     ZkRect *m_begin = reinterpret_cast<ZkRect *>(m_near);
     ZkRect *m_stop = m_begin + kNear;
-    ZkRect *m_end = m_begin;          // what is finished ends here
-    ZkRect *m_band = m_begin;         // the last finished band; m_end when there is none
+    ZkRect *m_end = m_begin;  // what is finished ends here
+    ZkRect *m_band = m_begin; // the last finished band; m_end when there is none
+    const Parts m_parts;
     const ZkBands *m_sources[2] = {}; // to reckon how much is still to come
     bool m_measuresAll = true;        // copied rectangles too, and the extents
     int m_left = INT_MAX;             // of the rectangles that were measured

@@ -327,9 +327,13 @@ void ZkVector<T>::realloc(int asize, int aalloc)
         d = ZkVectorData::resizePlain(d, asize, aalloc, kElement);
     } else {
         const bool mine = zkIsUnshared(d, &ZkVectorData::shared_null);
-        while (mine && d->size > asize) {
-            array(d)[d->size - 1].~T();
-            --d->size;
+        if constexpr (!std::is_trivially_destructible<T>::value) {
+            while (mine && d->size > asize) {
+                array(d)[d->size - 1].~T();
+                --d->size;
+            }
+        } else if (mine) {
+            d->size = std::min(d->size, asize);
         }
         // The fresh block belongs to a vector from the start, so an element whose
         // constructor throws leaves this vector as it was.
@@ -341,7 +345,12 @@ void ZkVector<T>::realloc(int asize, int aalloc)
         ZkVectorData *x = fresh.d;
         T *from = array(d);
         T *to = array(x);
-        for (const int kept = std::min(asize, d->size); x->size < kept; ++x->size) {
+        const int kept = std::min(asize, d->size);
+        if constexpr (std::is_trivially_copyable<T>::value) {
+            std::uninitialized_copy(from + x->size, from + kept, to + x->size);
+            x->size = kept;
+        }
+        for (; x->size < kept; ++x->size) {
             if (mine) {
                 new (to + x->size) T(std::move_if_noexcept(from[x->size]));
             } else {
