@@ -21,7 +21,7 @@ void save(const std::string &folder, const std::string &name, const host::Canvas
     std::printf("%s\n", path.c_str());
 }
 
-/// All pages at half size, three in a row.
+/// The pages at half size, three in a row.
 Page contactSheet(const std::vector<std::pair<std::string, Page>> &pages)
 {
     const int kColumns = 3, kGap = 12;
@@ -55,7 +55,8 @@ void drawAll(const std::string &folder, const std::string &texts, const demo::Fo
     for (const auto &page : pages) {
         save(folder, page.first, page.second.canvas());
     }
-    save(folder, "sheet", contactSheet(pages).canvas());
+    save(folder, "curves", demo::curvePage(fonts).canvas());
+    save(folder, "sheet", contactSheet(pages).canvas()); // of the pages of text
 }
 
 } // namespace

@@ -36,6 +36,7 @@ public:
     Page(int width, int height, const host::Color &background);
 
     const host::Canvas &canvas() const { return m_canvas; }
+    host::Canvas &canvas() { return m_canvas; }
 
     /// A rectangle with smooth round corners.
     void round(const ZkRect &rect, int radius, const host::Color &color);
