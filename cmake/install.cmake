@@ -1,23 +1,68 @@
-# What `cmake --install` lays down: library, headers, CMake package, pkg-config file.
+# What `cmake --install` lays down, in three components:
+#   runtime      the library that programs load
+#   development  headers, what programs link with, the CMake package, zk.pc
+#   tools        zktext and its manual page
 
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zk EXPORT zkTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(DIRECTORY include/pub include/core include/text include/image
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zk FILES_MATCHING PATTERN "*.h")
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zk COMPONENT development
+  FILES_MATCHING PATTERN "*.h")
 
 set(zk_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zk)
-install(EXPORT zkTargets NAMESPACE zk:: DESTINATION ${zk_package_dir})
+install(EXPORT zkTargets NAMESPACE zk:: DESTINATION ${zk_package_dir} COMPONENT development)
 configure_package_config_file(cmake/zkConfig.cmake.in zkConfig.cmake
   INSTALL_DESTINATION ${zk_package_dir})
 write_basic_package_version_file(zkConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zkConfig.cmake
-  ${CMAKE_CURRENT_BINARY_DIR}/zkConfigVersion.cmake DESTINATION ${zk_package_dir})
+  ${CMAKE_CURRENT_BINARY_DIR}/zkConfigVersion.cmake
+  DESTINATION ${zk_package_dir} COMPONENT development)
 
+# zk.pc finds its files from where it lies, so `cmake --install --prefix` may put
+# them anywhere; in a Debian package it names /usr, which pkg-config leaves out.
+if(ZK_DEBIAN)
+  set(zk_pc_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+  file(RELATIVE_PATH zk_pc_up /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+  string(REGEX REPLACE "/$" "" zk_pc_up ${zk_pc_up})
+  set(zk_pc_prefix "\${pcfiledir}/${zk_pc_up}")
+endif()
+# A program that links the shared library needs no FreeType of its own.
+set(zk_pc_private "")
+set(zk_pc_cflags "")
 if(ZK_STATIC)
-  set(zk_pc_cflags "-DZK_STATIC")
+  set(zk_pc_private "Requires.private: freetype2\nLibs.private: -lm\n")
+  set(zk_pc_cflags " -DZK_STATIC")
 endif()
 configure_file(cmake/zk.pc.in zk.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zk.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# Debian wants documents compressed, and the same input to give the same bytes.
+function(zk_gzip document result)
+  find_program(ZK_GZIP gzip REQUIRED)
+  execute_process(COMMAND ${ZK_GZIP} -9nc ${document}
+    OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/${result} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+if(ZK_TOOLS)
+  set(zk_manual tools/zktext/zktext.1)
+  if(ZK_DEBIAN)
+    zk_gzip(${PROJECT_SOURCE_DIR}/${zk_manual} zktext.1.gz)
+    set(zk_manual ${CMAKE_CURRENT_BINARY_DIR}/zktext.1.gz)
+  else()
+    # Outside /usr the loader does not know the library's folder.
+    file(RELATIVE_PATH zk_lib_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(zktext PROPERTIES INSTALL_RPATH "$ORIGIN/${zk_lib_from_bin}")
+  endif()
+  install(TARGETS zktext RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(FILES ${zk_manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+endif()
+
+if(ZK_DEBIAN)
+  include(cmake/debian.cmake)
+endif()

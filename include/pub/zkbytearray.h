@@ -147,10 +147,15 @@ std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &s
                                                           std::size_t(bytes.size()));
 }
 
+namespace std
+{
+
 /// Equal arrays have equal hashes.
 template <>
-struct ZK_EXPORT std::hash<ZkByteArray> {
+struct ZK_EXPORT hash<ZkByteArray> {
     std::size_t operator()(const ZkByteArray &bytes) const noexcept;
 };
+
+} // namespace std
 
 #endif

@@ -426,8 +426,8 @@ public:
     void setMSecsSinceEpoch(long long msecs);
     static ZkDateTime fromMSecsSinceEpoch(long long msecs);
 
-    /// The same in whole seconds. What is below 0 or above 4294967294 seconds is
-    /// 4294967295.
+    /// The same in whole seconds; 4294967295 for what is below 0 or above
+    /// 4294967294 seconds.
     unsigned int toTime_t() const;
     void setTime_t(unsigned int secs);
     static ZkDateTime fromTime_t(unsigned int secs);

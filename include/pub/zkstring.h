@@ -639,10 +639,15 @@ ZK_EXPORT int zkFindString(const ZkUcs2 *haystack, int haystackLen, int from, co
 ZK_EXPORT int zkFindStringBoyerMoore(const ZkUcs2 *haystack, int haystackLen, int from,
                                      const ZkUcs2 *needle, int needleLen, Zk::CaseSensitivity cs);
 
+namespace std
+{
+
 /// Equal strings have equal hashes.
 template <>
-struct ZK_EXPORT std::hash<ZkString> {
+struct ZK_EXPORT hash<ZkString> {
     std::size_t operator()(const ZkString &text) const noexcept;
 };
+
+} // namespace std
 
 #endif
