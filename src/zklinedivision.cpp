@@ -6,7 +6,7 @@
 
 // Walks the resolved text once and cuts it into lines. A line is always a stretch
 // of the text, [start, i), so a line "is empty" when start == i.
-class ZkFontMetrics::LineDivider
+class ZK_HIDDEN ZkFontMetrics::LineDivider
 {
 public:
     LineDivider(const ZkFontMetrics &layout, ZkInlineArray<Line, 2> &found)

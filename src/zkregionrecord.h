@@ -22,7 +22,7 @@ struct ZkRegion::Operand : ZkBands {
 
 /// The rectangles of a region and what is known of them. Records come from a
 /// pool of blocks that are never given back to the system.
-struct ZkRegion::Record : ZkRegion::Data {
+struct ZK_HIDDEN ZkRegion::Record : ZkRegion::Data {
     int inVector; ///< 1: the rectangles are in `rects`; 0: there is one, `single`
     int numRects;
     ZkVector<ZkRect> rects; ///< may hold more than numRects; empty while the record is free

@@ -15,6 +15,8 @@
 /// namespace `Zk`, the export macro, the contract check, the reference count
 /// and the allocation that never returns null.
 
+/// `ZK_EXPORT` marks what programs may call, `ZK_HIDDEN` the parts of such a class
+/// that only the library defines. A static library offers nothing beyond the program.
 #if defined(ZK_STATIC)
 #    define ZK_EXPORT
 #elif defined(_WIN32)
@@ -22,6 +24,7 @@
 #else
 #    define ZK_EXPORT __attribute__((visibility("default")))
 #endif
+#define ZK_HIDDEN __attribute__((visibility("hidden")))
 
 /// One unit of text: a character of the Basic Multilingual Plane.
 typedef unsigned short ZkUcs2;
