@@ -37,6 +37,9 @@ Page settingsPage(const Fonts &fonts);
 /// Curves of many shapes, each with others beside it at several distances.
 Page curvePage(const Fonts &fonts);
 
+/// Two regions and what the set operations make of them, rectangle by rectangle.
+Page regionPage(const Fonts &fonts);
+
 } // namespace demo
 
 #endif
