@@ -3,7 +3,6 @@
 #include "zktextlength.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 static_assert(sizeof(void *) != 4 || sizeof(ZkByteArray::Data) == 16, "four words on the device");
@@ -48,26 +47,6 @@ ZkByteArray::ZkByteArray(std::string_view bytes) : d(createData())
     d->size = n;
 }
 
-ZkByteArray &ZkByteArray::operator=(const ZkByteArray &other) noexcept
-{
-    if (this != &other) {
-        releaseData();
-        d = other.d;
-        zkRetain(d, &Data::shared_null);
-    }
-    return *this;
-}
-
-ZkByteArray &ZkByteArray::operator=(ZkByteArray &&other) noexcept
-{
-    if (this != &other) {
-        releaseData();
-        d = other.d;
-        other.attachNull();
-    }
-    return *this;
-}
-
 void ZkByteArray::fromRawBytes(char *p, int n, bool copy)
 {
     if (p == nullptr) {
@@ -85,8 +64,7 @@ void ZkByteArray::fromRawBytes(char *p, int n, bool copy)
         block->alloc = size;
     }
     // Last, since the bytes copied may be this array's own.
-    releaseData();
-    d = block;
+    d.adopt(block);
 }
 
 bool ZkByteArray::operator==(const ZkByteArray &other) const
@@ -113,18 +91,7 @@ bool ZkByteArray::operator<(const ZkByteArray &other) const
 
 ZkByteArray::Data *ZkByteArray::createData()
 {
-    Data *block = static_cast<Data *>(zkAllocate(sizeof(Data)));
-    block->ref = 1;
-    block->alloc = 0;
-    block->size = 0;
-    block->data = nullptr;
-    return block;
-}
-
-void ZkByteArray::destroyData(Data *block)
-{
-    std::free(block->data);
-    std::free(block);
+    return ZkSharedBlock<Data>::create();
 }
 
 std::string_view ZkByteArray::text() const

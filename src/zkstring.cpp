@@ -5,7 +5,6 @@
 #include "zkunits.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 namespace
@@ -48,11 +47,10 @@ ZkString::ZkString(ZkUcs2 c) : d(createData(2))
 }
 
 ZkString::ZkString(const char *s, int len)
+    : d(createData(s == nullptr ? 0 : std::int64_t(zkTextLength(s, len)) + 1))
 {
-    const int n = zkTextLength(s, len);
-    d = createData(s == nullptr ? 0 : std::int64_t(n) + 1);
     if (d->data != nullptr) {
-        setSize(utf8ToUcs2(d->data, s, n));
+        setSize(utf8ToUcs2(d->data, s, d->alloc - 1));
     }
 }
 
@@ -86,26 +84,6 @@ ZkString::ZkString(std::u16string_view text) : d(createData(roomFor(zkClippedLen
         std::memcpy(d->data, text.data(), std::size_t(d->alloc - 1) * sizeof(ZkUcs2));
         setSize(d->alloc - 1);
     }
-}
-
-ZkString &ZkString::operator=(const ZkString &other) noexcept
-{
-    if (this != &other) {
-        releaseData();
-        d = other.d;
-        zkRetain(d, &Data::shared_null);
-    }
-    return *this;
-}
-
-ZkString &ZkString::operator=(ZkString &&other) noexcept
-{
-    if (this != &other) {
-        releaseData();
-        d = other.d;
-        other.attachNull();
-    }
-    return *this;
 }
 
 ZkUcs2 &ZkString::operator[](int i)
@@ -403,9 +381,7 @@ bool ZkString::operator==(const ZkString &other) const
 
 ZkString::Data *ZkString::createData()
 {
-    Data *block = static_cast<Data *>(zkAllocate(sizeof(Data)));
-    *block = {{1}, 0, 0, nullptr};
-    return block;
+    return ZkSharedBlock<Data>::create();
 }
 
 /// A block with a buffer of `units`, without one for 0.
@@ -419,12 +395,6 @@ ZkString::Data *ZkString::createData(std::int64_t units)
     return block;
 }
 
-void ZkString::destroyData(Data *block)
-{
-    std::free(block->data);
-    std::free(block);
-}
-
 /// Gives this string a block of its own with the same text. One that holds
 /// nothing gets no buffer.
 void ZkString::detach()
@@ -434,13 +404,12 @@ void ZkString::detach()
     if (d->size > 0) {
         zkCopyUnits(block->data, d->data, d->size + 1);
     }
-    releaseData();
-    d = block;
+    d.adopt(block);
 }
 
 void ZkString::detachIfShared()
 {
-    if (isShared()) {
+    if (d.isShared()) {
         detach();
     }
 }

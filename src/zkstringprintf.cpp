@@ -375,7 +375,7 @@ ZkString &ZkString::vsprintf(const char *format, std::va_list arguments)
     appendBytes(&out, at, at + std::strlen(at));
     va_end(own.list);
 
-    if (out.size() == 0 || isShared()) {
+    if (out.size() == 0 || d.isShared()) {
         *this = out.toString();
     } else { // the block is ours: keep it
         Data::allocMemory(d, std::int64_t(out.size()) + 1, false);

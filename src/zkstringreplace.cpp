@@ -70,7 +70,7 @@ ZkString &ZkString::replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs
         return *this;
     }
     const std::int64_t change = std::int64_t(afterSize) - beforeSize;
-    const bool shared = isShared();
+    const bool shared = d.isShared();
     const std::int64_t alloc =
         capacityAfter(shared ? d->size + 1 : d->alloc, d->size, change, matches);
     auto *buffer = static_cast<ZkUcs2 *>(zkAllocate(alloc * std::int64_t(sizeof(ZkUcs2))));
@@ -87,8 +87,7 @@ ZkString &ZkString::replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs
 
     const int size = static_cast<int>(d->size + change * matches);
     if (shared) {
-        releaseData();
-        d = createData();
+        d.adopt(createData());
     } else {
         std::free(d->data);
     }

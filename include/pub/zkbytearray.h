@@ -1,7 +1,7 @@
 #ifndef ZKBYTEARRAY_H
 #define ZKBYTEARRAY_H
 
-#include "zkglobal.h"
+#include "zksharedblock.h"
 
 #include <functional>
 #include <iosfwd>
@@ -53,17 +53,14 @@ public:
     /// All bytes of `bytes`, 0 bytes included.
     explicit ZkByteArray(std::string_view bytes);
 
-    ZkByteArray(const ZkByteArray &other) noexcept : d(other.d) { zkRetain(d, &Data::shared_null); }
+    ZkByteArray(const ZkByteArray &other) noexcept = default;
+    ZkByteArray &operator=(const ZkByteArray &other) noexcept = default;
 
-    /// Leaves `other` empty.
-    ZkByteArray(ZkByteArray &&other) noexcept : d(other.d) { other.attachNull(); }
+    /// These leave `other` empty.
+    ZkByteArray(ZkByteArray &&other) noexcept = default;
+    ZkByteArray &operator=(ZkByteArray &&other) noexcept = default;
 
-    ~ZkByteArray() { releaseData(); }
-
-    ZkByteArray &operator=(const ZkByteArray &other) noexcept;
-
-    /// Leaves `other` empty.
-    ZkByteArray &operator=(ZkByteArray &&other) noexcept;
+    ~ZkByteArray() = default;
 
     /// Replaces the content by the `n` bytes at `p`, by the 0-terminated text there
     /// when `n` is negative. With `copy` they are copied; without it the array
@@ -113,29 +110,14 @@ private:
     friend struct ZkInspector;
     friend class ZkString;
 
-    explicit ZkByteArray(Data &block) noexcept : d(&block) { zkRetain(d, &Data::shared_null); }
+    explicit ZkByteArray(Data &block) noexcept : d(block) {}
 
     static Data *createData();
-    static void destroyData(Data *block);
-
-    void releaseData()
-    {
-        if (zkRelease(d, &Data::shared_null)) {
-            destroyData(d);
-        }
-        d = nullptr;
-    }
-
-    void attachNull() noexcept
-    {
-        d = &Data::shared_null;
-        zkRetain(d, &Data::shared_null);
-    }
 
     /// The bytes before a first 0 byte.
     std::string_view text() const;
 
-    Data *d; ///< never null between calls
+    ZkSharedBlock<Data> d;
 };
 
 /// Writes all bytes.

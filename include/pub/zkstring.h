@@ -105,17 +105,14 @@ public:
     /// All of `text`, 0 units included.
     explicit ZkString(std::u16string_view text);
 
-    ZkString(const ZkString &other) noexcept : d(other.d) { zkRetain(d, &Data::shared_null); }
+    ZkString(const ZkString &other) noexcept = default;
+    ZkString &operator=(const ZkString &other) noexcept = default;
 
-    /// Leaves `other` empty.
-    ZkString(ZkString &&other) noexcept : d(other.d) { other.attachNull(); }
+    /// These leave `other` empty.
+    ZkString(ZkString &&other) noexcept = default;
+    ZkString &operator=(ZkString &&other) noexcept = default;
 
-    ~ZkString() { releaseData(); }
-
-    ZkString &operator=(const ZkString &other) noexcept;
-
-    /// Leaves `other` empty.
-    ZkString &operator=(ZkString &&other) noexcept;
+    ~ZkString() = default;
 
     /// Becomes the one unit `c`.
     ZkString &operator=(ZkUcs2 c) { return *this = ZkString(c); }
@@ -523,34 +520,18 @@ public:
 private:
     friend struct ZkInspector;
 
-    explicit ZkString(Data &block) noexcept : d(&block) { zkRetain(d, &Data::shared_null); }
+    explicit ZkString(Data &block) noexcept : d(block) {}
 
     static constexpr ZkUcs2 unitOf(char c) { return static_cast<unsigned char>(c); }
     static constexpr ZkUcs2 unitOf(ZkUcs2 c) { return c; }
 
     static Data *createData();
     static Data *createData(std::int64_t units);
-    static void destroyData(Data *block);
-
-    void releaseData()
-    {
-        if (zkRelease(d, &Data::shared_null)) {
-            destroyData(d);
-        }
-        d = nullptr;
-    }
-
-    void attachNull() noexcept
-    {
-        d = &Data::shared_null;
-        zkRetain(d, &Data::shared_null);
-    }
 
     ZkString &replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs2 *after, int afterSize,
                          Zk::CaseSensitivity cs);
     ZkString &removeAll(const ZkUcs2 *u, int size, Zk::CaseSensitivity cs);
     void detach();
-    bool isShared() const { return !zkIsUnshared(d, &Data::shared_null); }
     void detachIfShared();
     void setSize(int n);
     ZkUcs2 *openGap(int pos, int n);
@@ -559,7 +540,7 @@ private:
     /// What `constData()` shows of a string without a buffer.
     static constexpr ZkUcs2 kTerminator = 0;
 
-    Data *d; ///< never null between calls
+    ZkSharedBlock<Data> d;
 };
 
 inline ZkUcs2 ZkString::at(int i) const
