@@ -1,4 +1,5 @@
 #include <zkbezier.h>
+#include <zkline.h>
 
 #include "beziermodel.h"
 #include "rounds.h"
@@ -92,7 +93,7 @@ std::vector<ZkBezier> wildCurves()
 float plainLength(const ZkBezier &c, float error)
 {
     const auto side = [](float x1, float y1, float x2, float y2) {
-        return std::sqrt((x2 - x1) * (x2 - x1) + (y2 - y1) * (y2 - y1));
+        return ZkLineF(x1, y1, x2, y2).length();
     };
     float sum = 0;
     std::vector<ZkBezier> ahead = {c};
@@ -432,6 +433,31 @@ TEST(ZkBezier, ParameterAtALengthWalksUpFromZeroAfterEachStepDown)
     EXPECT_EQ(kLine.tAtLength(384), 0.5F);
     EXPECT_NE(kLine.tAtLength(480), 0.625F);
     EXPECT_NEAR(kLine.tAtLength(480), 0.625, 0.01 / 768);
+}
+
+TEST(ZkBezier, ParameterAtALengthWalksAsIfEachStepWereMeasured)
+{
+    for (const float size : {1.0F, 30.0F, 1000.0F}) {
+        Curves curves(12, size);
+        for (int round = 0; round < scaledRounds(1000); ++round) {
+            const ZkBezier c = curves.next();
+            const float length = c.length(0.01F) * curves.parameter() * 0.99F;
+            float t = 0.5F, high = 1;
+            for (;;) {
+                const float part = plainLength(c.getSubRange(0, t), 0.01F);
+                if (std::fabs(part - length) < 0.01F) {
+                    break;
+                }
+                if (length > part) {
+                    t += (high - t) / 2;
+                } else {
+                    high = t;
+                    t /= 2;
+                }
+            }
+            ASSERT_EQ(c.tAtLength(length), t) << c << ' ' << length;
+        }
+    }
 }
 
 TEST(ZkBezier, ParameterAtALengthHasThatLengthBeforeIt)
