@@ -55,7 +55,7 @@ class Printer:
 
 class StringPrinter(Printer):
     def read(self):
-        d = self.value["d"]
+        d = self.value["d"]["p"]
         size, data = int(d["size"]), d["data"]
         self.check(0 <= size, "negative size")
         self.units = bytes(gdb.selected_inferior().read_memory(int(data), 2 * size)) if size else b""
@@ -71,7 +71,7 @@ class StringPrinter(Printer):
 
 class ByteArrayPrinter(Printer):
     def read(self):
-        d = self.value["d"]
+        d = self.value["d"]["p"]
         size, data = int(d["size"]), d["data"]
         self.check(0 <= size, "negative size")
         self.bytes = data.string("latin-1", length=size) if size else ""
