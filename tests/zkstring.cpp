@@ -650,6 +650,22 @@ TEST(ZkString, TextsOfTheStandardLibraryComeInAndGoOut)
     EXPECT_EQ(ZkString().toStdU16String(), u"");
 }
 
+TEST(ZkString, ARangeOfUnitsIsReadWithoutDetaching)
+{
+    const ZkString original("a\xD8\xA8");
+    const ZkString copy = original;
+    std::u16string units;
+    for (const ZkUcs2 unit : copy) {
+        units += static_cast<char16_t>(unit);
+    }
+    EXPECT_EQ(units, u"a\u0628");
+    EXPECT_TRUE(copy.isSharedWith(original));
+    const ZkString none;
+    for (const ZkUcs2 unit : none) {
+        ADD_FAILURE() << unit;
+    }
+}
+
 TEST(ZkString, AStreamGetsUtf8)
 {
     std::ostringstream stream;
