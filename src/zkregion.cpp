@@ -210,6 +210,9 @@ bool ZkRegion::contains(const ZkPoint &p) const
     }
     const ZkRect *const end = record.end();
     const ZkRect *r = firstReachingAnywhere(record.begin(), record.numRects, p.y());
+    if (r->top() > p.y()) {
+        return false; // between two bands
+    }
     r = zkGallop(r, end, [&p](const ZkRect &x) { return x.top() <= p.y() && x.right() < p.x(); });
     return r != end && covers(*r, pixel);
 }

@@ -448,11 +448,16 @@ void ZkRegionSweep::copyRest(const ZkRect *band, const ZkRect *bandEnd, int top,
 
 void ZkRegionSweep::copyBand(const ZkRect *band, const ZkRect *bandEnd, int top, int bottom)
 {
-    std::uint32_t widest = 0;
     ZkRect *const start = room(bandEnd - band);
-    ZkRect *const end = copySpans(start, band, bandEnd, top, bottom, &widest);
+    ZkRect *end = start;
     if (m_measuresAll) {
+        std::uint32_t widest = 0;
+        end = copySpans(start, band, bandEnd, top, bottom, &widest);
         measureBand(start, end, widest);
+    } else {
+        for (; band != bandEnd; ++band, ++end) {
+            *end = ZkRect(band->left(), top, band->right(), bottom);
+        }
     }
     finishBand(end);
 }

@@ -419,6 +419,56 @@ TEST(ZkRegion, AppendsBelowAnEmptyRowOrFurtherRightInTheLastBand)
     EXPECT_EQ(listOf(base), (Rects{{0, 0, 4, 4}, {0, 10, 4, 14}}));
 }
 
+TEST(ZkRegion, AUnionInPlacePutsRectanglesIntoFreeRows)
+{
+    const struct {
+        const char *what;
+        Rects list, added, united;
+    } kRows[] = {
+        {"above one rectangle", {{0, 9, 4, 9}}, {{7, 2, 8, 3}}, {{7, 2, 8, 3}, {0, 9, 4, 9}}},
+        {"above all",
+         {{0, 9, 4, 9}, {0, 20, 4, 20}},
+         {{7, 2, 8, 3}},
+         {{7, 2, 8, 3}, {0, 9, 4, 9}, {0, 20, 4, 20}}},
+        {"between two",
+         {{0, 9, 4, 9}, {0, 20, 4, 20}},
+         {{7, 11, 8, 18}},
+         {{0, 9, 4, 9}, {7, 11, 8, 18}, {0, 20, 4, 20}}},
+        {"several between two",
+         {{0, 9, 4, 9}, {0, 20, 4, 20}},
+         {{7, 11, 8, 12}, {10, 11, 12, 12}, {0, 18, 4, 18}},
+         {{0, 9, 4, 9}, {7, 11, 8, 12}, {10, 11, 12, 12}, {0, 18, 4, 18}, {0, 20, 4, 20}}},
+        {"no free row above, and alike",
+         {{0, 9, 4, 9}, {0, 20, 4, 20}},
+         {{0, 10, 4, 12}},
+         {{0, 9, 4, 12}, {0, 20, 4, 20}}},
+        {"no free row below, and alike",
+         {{0, 9, 4, 9}, {0, 20, 4, 20}},
+         {{0, 15, 4, 19}},
+         {{0, 9, 4, 9}, {0, 15, 4, 20}}},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        const ZkRegion added = regionOf(row.added);
+        ZkRegion region = regionOf(row.list);
+        const ZkVector<ZkRect> before = region.copy().rects();
+        const ZkRegion::Data *own = ZkInspector::data(region);
+        region |= added;
+        EXPECT_EQ(listOf(region), row.united);
+        EXPECT_EQ(ZkInspector::data(region), own);
+        EXPECT_EQ(region.boundingRect(), boundsOf(row.united));
+        EXPECT_TRUE(isSound(region, Merged));
+        EXPECT_EQ(region, regionOf(row.list).unite(added));
+        EXPECT_EQ(Rects(before.begin(), before.end()), row.list) << "a list handed out before";
+        // The larger inner rectangle of the two, or what was merged.
+        int largest = 0;
+        for (const ZkRect &r : row.united) {
+            largest = std::max(largest, r.width() * r.height());
+        }
+        EXPECT_EQ(ZkInspector::record(region).innerArea, largest);
+    }
+}
+
 TEST(ZkRegion, AppendedRectanglesMayBecomeTheInnerOne)
 {
     // The rectangle merged in the last band, then the larger one of the operand.
