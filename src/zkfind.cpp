@@ -73,6 +73,12 @@ int zkFindStringBoyerMoore(const ZkUcs2 *haystack, int haystackLen, int from, co
 bool zkEqualFolded(const ZkUcs2 *h, int at, const ZkUcs2 *n, int nl)
 {
     for (int i = 0; i < nl; ++i) {
+        const unsigned a = h[at + i];
+        const unsigned b = n[i];
+        // The usual: the same letter of ASCII, capital or not.
+        if ((a | 0x20) - 'a' < 26 && (a | 0x20) == (b | 0x20)) {
+            continue;
+        }
         if (zkFoldedAt(h, at + i) != zkFoldedAt(n, i)) {
             return false;
         }

@@ -220,7 +220,7 @@ int zkScanFolded(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
         ++first;
     }
     while (second > first &&
-           (!isPlain(n[second]) || zkFoldedAscii(n[second]) == zkFoldedAscii(n[first]))) {
+           (!isPlain(n[second]) || (n[second] | kCaseBit) == (n[first] | kCaseBit))) {
         --second;
     }
     return first < second ? scanProbes(h, from, hl - nl, first, PlainLanes(n[first]), second,
