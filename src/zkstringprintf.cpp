@@ -4,6 +4,7 @@
 #include "zktextlength.h"
 #include "zkunits.h"
 
+#include <cfenv>
 #include <climits>
 #include <cstddef>
 
@@ -132,9 +133,23 @@ unsigned long long unsignedArgument(Arguments *arguments, Length length)
     return static_cast<unsigned>(value);
 }
 
+/// The double nearest to a longer one, whatever rounding mode the host has chosen.
+double nearestDouble(long double value)
+{
+    if constexpr (sizeof(long double) == sizeof(double)) {
+        return static_cast<double>(value);
+    }
+    const int mode = std::fegetround();
+    const volatile long double wide = value; // volatile: converted here, not elsewhere
+    std::fesetround(FE_TONEAREST);
+    const volatile double nearest = static_cast<double>(wide);
+    std::fesetround(mode);
+    return nearest;
+}
+
 double doubleArgument(Arguments *arguments, Length length)
 {
-    return length == Length::LongDouble ? static_cast<double>(va_arg(arguments->list, long double))
+    return length == Length::LongDouble ? nearestDouble(va_arg(arguments->list, long double))
                                         : va_arg(arguments->list, double);
 }
 

@@ -546,6 +546,9 @@ TEST(ZkHash, AssignmentMoveAndEquality)
     EXPECT_TRUE(b.isEmpty());
     b.insert(3, 3);
     EXPECT_EQ(b.size(), 1);
+    swap(b, moved);
+    EXPECT_EQ(b.value(1), 12);
+    EXPECT_EQ(moved.value(3), 3);
     b.clear();
     EXPECT_TRUE(b.isSharedWith(IntHash()));
 }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -184,6 +185,18 @@ TEST(ZkStringPrintf, ReadsLongDoubles)
 {
     EXPECT_EQ(printed("%Lf|%.1Le|%Lg", 1.5L, 12345.0L, -0.25L), "1.500000|1.2e+04|-0.25");
     EXPECT_EQ(printed("%La", 1.5L), "0x1.8p+0");
+}
+
+TEST(ZkStringPrintf, LongDoublesAreReadToTheNearestInEveryRoundingMode)
+{
+    for (const int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        std::fesetround(mode);
+        const std::string text = printed("%.17Lg %.17Lg %.17Lg", 0.1L, 0.3L, -0.3L);
+        const int after = std::fegetround();
+        std::fesetround(FE_TONEAREST);
+        EXPECT_EQ(text, expectedOf("%.17g %.17g %.17g", 0.1, 0.3, -0.3)) << mode;
+        EXPECT_EQ(after, mode) << "the host's mode stays";
+    }
 }
 
 TEST(ZkStringPrintf, ShowsAtLeastOneDigitAndThePrefixOfZero)
