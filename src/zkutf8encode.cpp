@@ -83,6 +83,7 @@ inline bool encodeFewAscii(Byte *, const ZkUcs2 *, int)
 {
     return false;
 }
+
 /// Encodes four units of ASCII; false if one is not.
 inline bool encodeFourAscii(Byte *out, const ZkUcs2 *in)
 {
