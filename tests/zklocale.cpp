@@ -519,8 +519,8 @@ TEST(ZkLocale, RefusesWhatIsNoDouble)
         "1_000",
         "- 1",
         "1e 5",
-        "\xC2\x85"
-        "1",
+        ("\xC2\x85"
+         "1"),
         "\xEF\xBC\x91",
         "1\xCC\x81",
     };
