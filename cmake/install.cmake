@@ -1,6 +1,6 @@
 # What `cmake --install` lays down, in three components:
 #   runtime      the library that programs load
-#   development  headers, what programs link with, the CMake package, zk.pc
+#   development  headers, what programs link with, CMake package, zk.pc, gdb printers
 #   tools        zktext and its manual page
 
 include(CMakePackageConfigHelpers)
@@ -41,6 +41,18 @@ endif()
 configure_file(cmake/zk.pc.in zk.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zk.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# gdb loads the printers by itself when they lie below its own folder under the
+# library's path; elsewhere they are there to be sourced.
+set(zk_printers ${CMAKE_INSTALL_DATADIR}/zk/zk.py)
+if(ZK_DEBIAN AND NOT ZK_STATIC)
+  set(zk_printers
+    ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}/libzk.so.${PROJECT_VERSION}-gdb.py)
+endif()
+get_filename_component(zk_printers_dir ${zk_printers} DIRECTORY)
+get_filename_component(zk_printers_name ${zk_printers} NAME)
+install(FILES tools/gdb/zk.py DESTINATION ${zk_printers_dir} RENAME ${zk_printers_name}
+  COMPONENT development)
 
 # Debian wants documents compressed, and the same input to give the same bytes.
 function(zk_gzip document result)
