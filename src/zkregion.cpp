@@ -80,19 +80,30 @@ bool anyMeet(ZkBands a, ZkBands b)
     return false;
 }
 
+// Whether the rectangles of `b` continue those of `a`: they start below an empty
+// row, or to the right in the last band.
+bool continues(const ZkBands &a, const ZkBands &b)
+{
+    const ZkRect &last = a.end[-1];
+    const ZkRect &next = *b.begin;
+    if (next.top() > last.bottom() && next.top() - 1 > last.bottom()) {
+        return true;
+    }
+    return next.top() == last.top() && next.bottom() == last.bottom() && next.left() > last.right();
+}
+
 // How a union comes about, in the order of trial.
 enum class UnionWay { First, Second, Append, Sweep };
 
-UnionWay unionWay(const ZkRegion::Record &record, const ZkRegion::Operand &b)
+UnionWay unionWay(const ZkRegion::Operand &a, const ZkRegion::Operand &b)
 {
-    const ZkRegion::Operand a = record.operand();
     if (covers(a.innerRect, b.extents)) {
         return UnionWay::First;
     }
     if (covers(b.innerRect, a.extents)) {
         return UnionWay::Second;
     }
-    if (record.takesAtEnd(b)) {
+    if (continues(a, b)) {
         return UnionWay::Append;
     }
     return a.equals(b) ? UnionWay::First : UnionWay::Sweep;
@@ -275,26 +286,27 @@ ZkRegion ZkRegion::unite(const ZkRegion &r) const
     if (!r.hasRects() || d == r.d) {
         return *this;
     }
-    const Record &record = *d->region;
+    const Operand a = d->region->operand();
     const Operand b = r.d->region->operand();
-    switch (unionWay(record, b)) {
+    switch (unionWay(a, b)) {
     case UnionWay::First: return *this;
     case UnionWay::Second: return r;
     case UnionWay::Append: {
-        Record *const joined = record.clone();
+        Record *const joined = d->region->clone();
         joined->makeRoom(b.count());
         joined->append(b);
         return ZkRegion(joined);
     }
     case UnionWay::Sweep: break;
     }
-    return ZkRegion(united(record.operand(), b));
+    return ZkRegion(united(a, b));
 }
 
 // Unites in place; false when the result is simply `b`.
 bool ZkRegion::absorb(const Operand &b)
 {
-    switch (unionWay(*d->region, b)) {
+    const Operand a = d->region->operand();
+    switch (unionWay(a, b)) {
     case UnionWay::First: return true;
     case UnionWay::Second: return false;
     case UnionWay::Append:
@@ -303,12 +315,11 @@ bool ZkRegion::absorb(const Operand &b)
         return true;
     case UnionWay::Sweep: break;
     }
-    Record &record = *d->region;
-    const Operand a = record.operand();
     if (d->ref != 1) {
         *this = ZkRegion(united(a, b));
         return true;
     }
+    Record &record = *d->region;
     const ZkInnerRect inner = largerInner(a, b);
     record.extents = around(a.extents, b.extents);
     if (const ZkRect *const gap = zkGapFor(a, b)) {

@@ -211,16 +211,6 @@ void ZkRegion::Record::translate(int dx, int dy)
     innerRect.translate(dx, dy);
 }
 
-bool ZkRegion::Record::takesAtEnd(const ZkBands &other) const
-{
-    const ZkRect &last = *(end() - 1);
-    const ZkRect &next = *other.begin;
-    if (next.top() > last.bottom() && next.top() - 1 > last.bottom()) {
-        return true;
-    }
-    return next.top() == last.top() && next.bottom() == last.bottom() && next.left() > last.right();
-}
-
 void ZkRegion::Record::append(const Operand &other)
 {
     if (!inVector) {

@@ -74,10 +74,8 @@ struct ZK_HIDDEN ZkRegion::Record : ZkRegion::Data {
     void recompute();
     void translate(int dx, int dy);
 
-    /// Whether the rectangles of `other` continue this list: they start below an
-    /// empty row, or to the right in the last band.
-    bool takesAtEnd(const ZkBands &other) const;
-    /// Puts the rectangles of another region behind these, merging no bands.
+    /// Puts the rectangles of another region, which continue this list below an empty
+    /// row or to the right in the last band, behind these. No bands are merged.
     void append(const Operand &other);
     /// Puts the rectangles of another region before number `place`, where the list
     /// leaves their rows free, and one row more above and below. No seam may be open.
