@@ -43,7 +43,7 @@ public:
     /// at 0 and the other ends at 1. A t1 of 0 with a t0 above it gives NaNs.
     ZkBezier getSubRange(float t0, float t1) const;
 
-    /// The same part.
+    /// The same part as `getSubRange`.
     ZkBezier bezierOnInterval(float t0, float t1) const;
 
     /// The length: the curve is halved until in every piece the control polygon is at
@@ -80,12 +80,14 @@ public:
     /// as many.
     ///
     /// The curve is halved until each piece stays within `threshold` of the true
-    /// offset. As long as there is room: a half leaves its neighbour one place, and the
-    /// last place takes the whole rest as it is. No piece is shorter than a 65536th
-    /// of the range of t. Pieces meet in the same point, but not where the curve
-    /// stops and turns round in a cusp: there the offset jumps to the other side. On the
-    /// inside of a bend tighter than `offset` the offset runs backward, as the true one
-    /// does.
+    /// offset, as long as there is room: a half leaves its neighbour one place, and the
+    /// last place takes the whole rest as it is. No piece is shorter than a 65536th of
+    /// the range of t. On the inside of a bend tighter than `offset` the offset runs
+    /// backward, as the true one does.
+    ///
+    /// Each piece starts where the one before ends. But where the curve stops and turns
+    /// round, in a cusp, the offset changes to the other side: with a gap when a piece
+    /// ends there, through a piece of the shortest range when not.
     ///
     /// A curve of four equal points has no direction: nothing is written.
     int shifted(ZkBezier *curveSegments, int maxSegments, float offset, float threshold) const;
