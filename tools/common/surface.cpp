@@ -20,6 +20,26 @@ int hexDigit(char c)
     return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
 }
 
+constexpr int kSamples = 4; // per pixel, in each direction, at a round corner
+
+/// How much of pixel (x, y) a rounded rectangle covers, 0 to 255.
+int roundCoverage(const ZkRect &rect, int radius, int x, int y)
+{
+    const int left = rect.left() + radius, right = rect.right() + 1 - radius;
+    const int top = rect.top() + radius, bottom = rect.bottom() + 1 - radius;
+    int inside = 0;
+    for (int i = 0; i < kSamples * kSamples; ++i) {
+        // Positions in units of a pixel's (2 * kSamples)th part, at sample centres.
+        const int unit = 2 * kSamples;
+        const int sampleX = x * unit + i % kSamples * 2 + 1;
+        const int sampleY = y * unit + i / kSamples * 2 + 1;
+        const int dx = std::max({left * unit - sampleX, 0, sampleX - right * unit});
+        const int dy = std::max({top * unit - sampleY, 0, sampleY - bottom * unit});
+        inside += dx * dx + dy * dy <= radius * unit * radius * unit;
+    }
+    return inside * 255 / (kSamples * kSamples);
+}
+
 } // namespace
 
 bool parseColor(const std::string &text, Color *color)
@@ -85,6 +105,19 @@ void Surface::frame(const ZkRect &rect, const Color &color)
     fill(ZkRect(left, top + 1, left, bottom - 1), color);
     if (right > left) {
         fill(ZkRect(right, top + 1, right, bottom - 1), color);
+    }
+}
+
+void Surface::round(const ZkRect &rect, int radius, const Color &color)
+{
+    const ZkRect inside = overlap(rect, m_clip);
+    for (int y = inside.top(); y <= inside.bottom(); ++y) {
+        const bool isCornerRow = y < rect.top() + radius || y > rect.bottom() - radius;
+        for (int x = inside.left(); x <= inside.right(); ++x) {
+            const bool isCorner =
+                isCornerRow && (x < rect.left() + radius || x > rect.right() - radius);
+            blend(x, y, color, isCorner ? roundCoverage(rect, radius, x, y) : 255);
+        }
     }
 }
 

@@ -58,6 +58,9 @@ public:
     /// The same for every pixel of `rect`.
     void fill(const ZkRect &rect, const Color &color);
 
+    /// The same for a rectangle with smooth round corners.
+    void round(const ZkRect &rect, int radius, const Color &color);
+
     /// The same for the outermost pixels of `rect`; nothing for an empty one.
     void frame(const ZkRect &rect, const Color &color);
 

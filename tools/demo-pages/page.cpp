@@ -11,26 +11,6 @@ namespace demo
 namespace
 {
 
-constexpr int kSamples = 4; // per pixel, in each direction, at a round corner
-
-/// How much of pixel (x, y) a rounded rectangle covers, 0 to 255.
-int roundCoverage(const ZkRect &rect, int radius, int x, int y)
-{
-    const int left = rect.left() + radius, right = rect.right() + 1 - radius;
-    const int top = rect.top() + radius, bottom = rect.bottom() + 1 - radius;
-    int inside = 0;
-    for (int i = 0; i < kSamples * kSamples; ++i) {
-        // Positions in units of a pixel's (2 * kSamples)th part, at sample centres.
-        const int unit = 2 * kSamples;
-        const int sampleX = x * unit + i % kSamples * 2 + 1;
-        const int sampleY = y * unit + i / kSamples * 2 + 1;
-        const int dx = std::max({left * unit - sampleX, 0, sampleX - right * unit});
-        const int dy = std::max({top * unit - sampleY, 0, sampleY - bottom * unit});
-        inside += dx * dx + dy * dy <= radius * unit * radius * unit;
-    }
-    return inside * 255 / (kSamples * kSamples);
-}
-
 /// Opens a font unless it is the one in use: opening drops every glyph.
 void useFont(const std::string &file)
 {
@@ -50,11 +30,7 @@ Page::Page(int width, int height, const host::Color &background)
 
 void Page::round(const ZkRect &rect, int radius, const host::Color &color)
 {
-    for (int y = rect.top(); y <= rect.bottom(); ++y) {
-        for (int x = rect.left(); x <= rect.right(); ++x) {
-            m_canvas.blend(x, y, color, roundCoverage(rect, radius, x, y));
-        }
-    }
+    m_canvas.round(rect, radius, color);
 }
 
 host::TextBlock Page::layOut(const ZkRect &box, const std::string &utf8, const Style &style) const

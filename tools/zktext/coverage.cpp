@@ -200,7 +200,7 @@ std::string toJson(FT_Face face)
 
 void report(const CoverageCommand &command)
 {
-    const FaceFile font(command.font.path());
+    const host::FaceFile font(command.font.path());
     write(command.output, command.json ? toJson(font.face()) : toTable(font.face(), command.all));
 }
 

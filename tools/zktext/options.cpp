@@ -131,7 +131,7 @@ std::string FontOptions::path() const
 void FontOptions::open() const
 {
     const std::string name = path();
-    const FaceFile readable(name);
+    const host::FaceFile readable(name);
     ZkFontMetrics::setFontFile(ZkString(std::string_view(name)), -1);
 }
 

@@ -1,12 +1,12 @@
-#ifndef ZKTEXT_FACE_H
-#define ZKTEXT_FACE_H
+#ifndef HOST_FACE_H
+#define HOST_FACE_H
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
 #include <string>
 
-namespace zktext
+namespace host
 {
 
 /// A font file opened with FreeType, beside the library: for questions about the
@@ -14,7 +14,7 @@ namespace zktext
 class FaceFile
 {
 public:
-    /// Throws `Failure` with the reason when the file is missing or no font.
+    /// Throws std::runtime_error with the reason when the file is missing or no font.
     explicit FaceFile(const std::string &path);
     ~FaceFile() { FT_Done_FreeType(m_library); } // closes the face as well
 
@@ -23,11 +23,14 @@ public:
 
     FT_Face face() const { return m_face; }
 
+    /// Whether the font has a glyph of its own for a character.
+    bool has(unsigned code) const { return FT_Get_Char_Index(m_face, code) != 0; }
+
 private:
     FT_Library m_library = nullptr;
     FT_Face m_face = nullptr;
 };
 
-} // namespace zktext
+} // namespace host
 
 #endif

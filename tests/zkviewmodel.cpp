@@ -1,0 +1,314 @@
+// The interactive host without its window: events, state, picture.
+
+#include "model.h"
+#include "samples.h"
+
+#include <zkfontcache.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+using zkview::Action;
+using zkview::Button;
+using zkview::Command;
+using zkview::Model;
+using zkview::State;
+
+namespace
+{
+
+const std::vector<zkview::FontChoice> kFonts = {
+    {"DejaVuSans", ZK_FONT_DEJAVU},
+    {"FreeSerif", ZK_FONT_FREESERIF},
+    {"wqy-microhei", ZK_FONT_MICROHEI},
+    {"unifont", ZK_FONT_UNIFONT},
+};
+
+class ZkviewModel : public testing::Test
+{
+protected:
+    std::string text() const { return m_model.state().text.toUtf8().constData(); }
+    void start(const char *utf8)
+    {
+        m_model.perform({Action::Clear});
+        m_model.type(utf8);
+    }
+
+    Model m_model{kFonts, 1060, 690};
+};
+
+bool isSame(const host::Canvas &a, const host::Canvas &b)
+{
+    return a.width() == b.width() && a.height() == b.height() &&
+           std::memcmp(a.row(0), b.row(0), std::size_t(a.width() * a.height()) * 3) == 0;
+}
+
+TEST_F(ZkviewModel, TypingAndBackspaceWorkByCharacter)
+{
+    start("a");
+    m_model.type("ש");
+    m_model.type("人");
+    EXPECT_EQ(text(), "aש人");
+    m_model.perform({Action::Backspace});
+    EXPECT_EQ(text(), "aש");
+    m_model.perform({Action::Backspace});
+    EXPECT_EQ(text(), "a");
+    m_model.perform({Action::Newline});
+    m_model.type("b");
+    EXPECT_EQ(text(), "a\nb");
+    for (int i = 0; i < 5; ++i) {
+        m_model.perform({Action::Backspace});
+    }
+    EXPECT_EQ(text(), "");
+    m_model.picture();
+}
+
+TEST_F(ZkviewModel, WhatIsPastedIsCleaned)
+{
+    const struct {
+        const char *what;
+        const char *pasted;
+        const char *text;
+    } kRows[] = {
+        {"several lines", "one\ntwo", "one\ntwo"},
+        {"line ends of two characters", "one\r\ntwo", "one\ntwo"},
+        {"tab", "a\tb", "a b"},
+        {"control character",
+         "a\x01"
+         "b",
+         "ab"},
+        {"beyond the library's characters", "a😀b", "ab"},
+        {"not UTF-8", "a\xFF", ""},
+        {"nothing", "", ""},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        start(row.pasted);
+        EXPECT_EQ(text(), row.text);
+        m_model.picture();
+    }
+}
+
+TEST_F(ZkviewModel, EachSampleIsShownInAFontThatHasIt)
+{
+    for (int i = 0; i < int(zkview::samples().size()); ++i) {
+        SCOPED_TRACE(zkview::samples()[std::size_t(i)].name);
+        m_model.perform({Action::Sample, i});
+        const State &state = m_model.state();
+        EXPECT_EQ(state.sample, i);
+        EXPECT_GT(state.text.size(), 30);
+        EXPECT_TRUE(zkview::hasGlyphsFor(kFonts[std::size_t(state.font)], state.text));
+        m_model.picture();
+    }
+    EXPECT_FALSE(zkview::hasGlyphsFor(kFonts[0], "人"));
+    EXPECT_TRUE(zkview::hasGlyphsFor(kFonts[2], "人"));
+}
+
+TEST_F(ZkviewModel, NextSampleGoesRoundInBothDirections)
+{
+    const int count = int(zkview::samples().size());
+    m_model.perform({Action::NextSample, -1});
+    EXPECT_EQ(m_model.state().sample, count - 1);
+    m_model.perform({Action::NextSample, 1});
+    EXPECT_EQ(m_model.state().sample, 0);
+    m_model.perform({Action::Clear});
+    m_model.perform({Action::NextSample, 1});
+    EXPECT_EQ(m_model.state().sample, 1);
+}
+
+TEST_F(ZkviewModel, CommandsChangeTheStateTheyName)
+{
+    const auto after = [&](Action action, int value = 0) -> const State & {
+        m_model.perform({action, value});
+        m_model.picture();
+        return m_model.state();
+    };
+    EXPECT_EQ(after(Action::Size, 3).attr.size, 35);
+    EXPECT_EQ(after(Action::Size, 1000).attr.size, 160);
+    EXPECT_EQ(after(Action::Size, -1000).attr.size, 6);
+    EXPECT_EQ(after(Action::Style, ZkFontAttr::Outline).attr.flags, ZkFontAttr::Outline);
+    EXPECT_EQ(after(Action::Style, ZkFontAttr::Slant).attr.flags, 5);
+    EXPECT_EQ(after(Action::Style, ZkFontAttr::Outline).attr.flags, ZkFontAttr::Slant);
+    EXPECT_EQ(after(Action::NextHorizontal).alignment, host::AlignHCenter | host::AlignTop);
+    EXPECT_EQ(after(Action::NextVertical).alignment, host::AlignHCenter | host::AlignVCenter);
+    EXPECT_EQ(after(Action::Horizontal, host::AlignRight).alignment & 7, host::AlignRight);
+    EXPECT_EQ(after(Action::NextHorizontal).alignment & 7, host::AlignLeft);
+    EXPECT_EQ(after(Action::Vertical, host::AlignBottom).alignment & 0x70, host::AlignBottom);
+    EXPECT_EQ(after(Action::NextVertical).alignment & 0x70, host::AlignTop);
+    EXPECT_FALSE(after(Action::Boxes).boxes);
+    EXPECT_FALSE(after(Action::Wrap).wrap);
+    EXPECT_EQ(after(Action::NextLimit).limit, 64 * 1024);
+    EXPECT_EQ(after(Action::Limit, 8 * 1024).limit, 8 * 1024);
+    EXPECT_EQ(after(Action::NextLimit).limit, -1);
+    EXPECT_EQ(after(Action::NextFont).font, 1);
+    EXPECT_EQ(after(Action::Font, 3).font, 3);
+    EXPECT_EQ(after(Action::NextFont).font, 0);
+}
+
+TEST_F(ZkviewModel, EveryButtonDoesWhatItsCommandDoes)
+{
+    const std::size_t count = m_model.buttons().size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const Button button = m_model.buttons()[i];
+        SCOPED_TRACE(button.label);
+        const int before = m_model.changes();
+        m_model.press((button.rect.left() + button.rect.right()) / 2,
+                      (button.rect.top() + button.rect.bottom()) / 2);
+        EXPECT_EQ(m_model.changes() - before, button.isTitle ? 0 : 1);
+        if (button.isTitle) {
+            continue;
+        }
+        const State &state = m_model.state();
+        switch (button.command.action) {
+        case Action::Font: EXPECT_EQ(state.font, button.command.value); break;
+        case Action::Style: EXPECT_NE(state.attr.flags & button.command.value, 0); break;
+        case Action::Horizontal: EXPECT_EQ(state.alignment & 7, button.command.value); break;
+        case Action::Vertical: EXPECT_EQ(state.alignment & 0x70, button.command.value); break;
+        case Action::Limit: EXPECT_EQ(state.limit, button.command.value); break;
+        case Action::Boxes: EXPECT_FALSE(state.boxes); break;
+        case Action::Wrap: EXPECT_FALSE(state.wrap); break;
+        default: break;
+        }
+    }
+    EXPECT_EQ(m_model.state().attr.size, 32) << "one pixel less, one more";
+}
+
+TEST_F(ZkviewModel, ButtonsLieInThePanelAndApart)
+{
+    const std::vector<Button> &buttons = m_model.buttons();
+    for (std::size_t i = 0; i < buttons.size(); ++i) {
+        const ZkRect &rect = buttons[i].rect;
+        SCOPED_TRACE(buttons[i].label);
+        EXPECT_GE(rect.left(), 0);
+        EXPECT_LT(rect.right(), zkview::kPanelWidth);
+        EXPECT_LT(rect.bottom(), 690);
+        for (std::size_t k = 0; k < i; ++k) {
+            EXPECT_FALSE(host::overlap(rect, buttons[k].rect).isValid()) << buttons[k].label;
+        }
+    }
+}
+
+TEST_F(ZkviewModel, TheEdgeIsDraggedWhereItIsTakenHoldOf)
+{
+    const int y = m_model.box().top() + 100;
+    const int edge = m_model.edge();
+    const int width = m_model.state().wrapWidth;
+    m_model.press(edge + 4, y);
+    EXPECT_EQ(m_model.state().wrapWidth, width) << "taking hold moves nothing";
+    m_model.drag(edge + 4 - 100, y);
+    EXPECT_EQ(m_model.state().wrapWidth, width - 100);
+    EXPECT_EQ(m_model.edge(), edge - 100);
+    m_model.drag(-5000, y);
+    EXPECT_GT(m_model.state().wrapWidth, 0);
+    m_model.drag(5000, y + 5000);
+    EXPECT_LE(m_model.box().right(), m_model.sheet().right());
+    m_model.release();
+    const int last = m_model.state().wrapWidth;
+    m_model.drag(edge, y);
+    EXPECT_EQ(m_model.state().wrapWidth, last) << "let go of";
+    m_model.press(m_model.edge() - 20, y);
+    m_model.drag(edge - 200, y);
+    EXPECT_EQ(m_model.state().wrapWidth, last) << "not taken hold of";
+}
+
+TEST_F(ZkviewModel, TheTextIsDrawnAsTheCommonPainterDrawsIt)
+{
+    m_model.perform({Action::Boxes});
+    for (const int sample : {0, 1, 3, 5}) {
+        SCOPED_TRACE(sample);
+        m_model.perform({Action::Sample, sample});
+        m_model.perform({Action::Style, ZkFontAttr::Underline});
+        const host::Canvas &picture = m_model.picture();
+        const ZkRect box = m_model.box();
+        const State &state = m_model.state();
+        host::TextRequest request;
+        request.text = state.text;
+        request.font = state.attr;
+        request.width = state.wrapWidth;
+        host::TextBlock block(request);
+        block.place(box.left(), box.top(), 0);
+        host::Canvas canvas(picture.width(), picture.height(), {252, 252, 250, 255});
+        block.paint(canvas, {{31, 41, 55, 255}, {251, 191, 36, 255}});
+        int ink = 0, differing = 0;
+        const host::Color kPaper = canvas.pixel(0, 0);
+        for (int y = box.top(); y <= box.bottom(); ++y) {
+            for (int x = box.left(); x < box.right() - 6; ++x) {
+                const host::Color want = canvas.pixel(x, y), got = picture.pixel(x, y);
+                ink += want.red != kPaper.red;
+                differing +=
+                    want.red != got.red || want.green != got.green || want.blue != got.blue;
+            }
+        }
+        EXPECT_GT(ink, 3000);
+        // The caret, two columns as high as a line, is all there is besides.
+        EXPECT_GT(differing, 0);
+        EXPECT_LE(differing, 2 * block.lineHeight());
+    }
+}
+
+TEST_F(ZkviewModel, TheSameEventsGiveTheSamePicture)
+{
+    const auto play = [](Model &model) {
+        model.type("abc");
+        model.picture();
+        model.perform({Action::Limit, 8 * 1024});
+        model.picture();
+        model.perform({Action::Sample, 5});
+        model.perform({Action::Style, ZkFontAttr::Outline});
+        model.resize(900, 600);
+        return model.picture();
+    };
+    const host::Canvas first = play(m_model);
+    Model again(kFonts, 1060, 690);
+    EXPECT_TRUE(isSame(first, play(again)));
+    again.type("x");
+    EXPECT_FALSE(isSame(first, again.picture()));
+}
+
+TEST_F(ZkviewModel, ALimitTakesPixelsFromGlyphsThatAreNotShown)
+{
+    for (int i = 0; i < 4; ++i) {
+        m_model.perform({Action::Sample, i});
+        m_model.picture();
+    }
+    const zkview::CacheFigures before = m_model.figures();
+    EXPECT_EQ(before.withPixels, before.glyphs);
+    EXPECT_GT(before.pixelBytes, 16 * 1024);
+    m_model.perform({Action::Limit, 8 * 1024});
+    m_model.picture();
+    const zkview::CacheFigures after = m_model.figures();
+    EXPECT_LT(after.pixelBytes, before.pixelBytes);
+    EXPECT_GE(after.glyphs, before.glyphs) << "records stay";
+    EXPECT_LT(after.withPixels, after.glyphs);
+    m_model.perform({Action::Limit, -1});
+    m_model.perform({Action::NextFont});
+    m_model.picture();
+    EXPECT_LT(m_model.figures().glyphs, after.glyphs) << "counted anew for another font";
+}
+
+TEST_F(ZkviewModel, AnySizeIsDrawn)
+{
+    for (const ZkSize size : {ZkSize(480, 320), ZkSize(100, 50), ZkSize(1, 1), ZkSize(1600, 900)}) {
+        m_model.resize(size.width(), size.height());
+        EXPECT_EQ(m_model.picture().width(), size.width());
+        EXPECT_EQ(m_model.picture().height(), size.height());
+        m_model.press(size.width() - 1, size.height() - 1);
+        m_model.drag(0, 0);
+        m_model.release();
+    }
+    m_model.resize(0, -5);
+    EXPECT_EQ(m_model.picture().width(), 1600);
+}
+
+TEST(ZkviewFonts, AChoiceIsNamedAfterItsFile)
+{
+    EXPECT_EQ(zkview::fontChoice(ZK_FONT_DEJAVU).name, "DejaVuSans");
+    EXPECT_EQ(zkview::fontChoice(ZK_FONT_MICROHEI).path, ZK_FONT_MICROHEI);
+    EXPECT_THROW(zkview::fontChoice("/missing.ttf"), std::runtime_error);
+    EXPECT_THROW(zkview::fontChoice("/dev/null"), std::runtime_error);
+}
+
+} // namespace

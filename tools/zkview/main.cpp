@@ -1,0 +1,84 @@
+#include "output.h"
+#include "window.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+struct Options {
+    std::vector<std::string> fonts;
+    int width = 1060;
+    int height = 690;
+    bool fullScreen = false;
+    std::string picture;
+};
+
+const char *const kFooter =
+    "On a desktop SDL finds X11 or Wayland by itself. On a bare console, without either,\n"
+    "it draws through the kernel's mode setting, over the whole screen:\n"
+    "  SDL_VIDEODRIVER=kmsdrm zkview\n"
+    "The user must be allowed to open /dev/dri/card0 and /dev/input/event* (groups video\n"
+    "and input, or root). SDL_RENDER_DRIVER=software draws without a GPU. A display that\n"
+    "has /dev/fb0 alone is beyond SDL: see examples/framebuffer.cpp.\n"
+    "Video drivers of this SDL: ";
+
+void run(const Options &options)
+{
+    std::vector<zkview::FontChoice> fonts;
+    for (const std::string &path : options.fonts) {
+        fonts.push_back(zkview::fontChoice(path));
+    }
+    if (fonts.empty()) {
+        fonts = zkview::installedFonts();
+    }
+    if (fonts.empty()) {
+        throw std::runtime_error(
+            "no font: name one with --font or in the environment variable ZK_FONTLIB");
+    }
+    zkview::Model model(fonts, options.width, options.height);
+    if (options.picture.empty()) {
+        zkview::show(model, options.fullScreen);
+        return;
+    }
+    std::string problem;
+    if (!host::writeOutput(options.picture, host::encodePng(model.picture()), &problem)) {
+        throw std::runtime_error(problem);
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    Options options;
+    CLI::App program("Shows what libzk makes of a text, while you change it.", "zkview");
+    program.add_option("-f,--font", options.fonts,
+                       "Font files to choose from (default: those of the usual packages)");
+    program.add_option("--width", options.width, "Width of the window")
+        ->capture_default_str()
+        ->check(CLI::Range(480, 16384));
+    program.add_option("--height", options.height, "Height of the window")
+        ->capture_default_str()
+        ->check(CLI::Range(320, 16384));
+    program.add_flag("--full-screen", options.fullScreen, "Take the whole screen");
+    program.add_option("--picture", options.picture,
+                       "Write the first picture to a PNG file, open no window");
+    program.footer(kFooter + zkview::videoDrivers() +
+                   "\nStatus: 0 done, 1 failed, 2 wrong options.");
+    try {
+        program.parse(argc, argv);
+        run(options);
+    } catch (const CLI::Success &help) {
+        return program.exit(help);
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "zkview: %s\n", failure.what());
+        return dynamic_cast<const CLI::ParseError *>(&failure) != nullptr ? 2 : 1;
+    }
+    return 0;
+}

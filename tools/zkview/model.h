@@ -1,0 +1,116 @@
+#ifndef ZKVIEW_MODEL_H
+#define ZKVIEW_MODEL_H
+
+#include "canvas.h"
+#include "fonts.h"
+#include "panel.h"
+#include "textblock.h"
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zkview
+{
+
+/// Everything that the user can change.
+struct State {
+    ZkString text;
+    int sample = 0; ///< index of the sample the text began as; -1 after `Clear`
+    int font = 0;   ///< index
+    ZkFontAttr attr = {32, 0};
+    int wrapWidth = 560; ///< pixels
+    int alignment = host::AlignLeft | host::AlignTop;
+    bool boxes = true;
+    bool wrap = true;
+    int limit = -1; ///< pixel bytes of the glyph cache, -1 for none
+};
+
+/// What the glyph cache holds, as far as this program has seen.
+struct CacheFigures {
+    int pixelBytes = 0;
+    int glyphs = 0;     ///< records handed out since the font was opened
+    int withPixels = 0; ///< those of them that were not trimmed
+};
+
+/// The program without its window: takes events, keeps the state, draws the picture.
+/// The same events give the same pictures. One object in a process: the font, the
+/// limit and the cache are the process's.
+class Model
+{
+public:
+    /// `fonts` has one font at least. Sizes are those of the picture, in pixels.
+    Model(std::vector<FontChoice> fonts, int width, int height);
+
+    /// Characters typed or pasted, in UTF-8; put behind the text. What is no UTF-8 is
+    /// left out whole.
+    void type(const std::string &utf8);
+
+    void perform(const Command &command);
+
+    /// The pointer goes down, moves while it is down, goes up: presses buttons, drags
+    /// the edge of the text box.
+    void press(int x, int y);
+    void drag(int x, int y);
+    void release() { m_isDragging = false; }
+
+    /// A new size of the picture; nothing is drawn below 1.
+    void resize(int width, int height);
+
+    const State &state() const { return m_state; }
+    const std::vector<Button> &buttons() const { return m_buttons; }
+
+    /// The parts of the picture: the sheet that the text box lies on, the box, and
+    /// the column to drag.
+    ZkRect sheet() const;
+    ZkRect box() const;
+    int edge() const { return box().right() + 1; }
+
+    /// Grows with every event that changed something.
+    int changes() const { return m_changes; }
+
+    /// The picture of the present state, drawn when that changed since the last call.
+    const host::Canvas &picture();
+
+    /// As told in the picture that was drawn last.
+    const CacheFigures &figures() const { return m_figures; }
+
+private:
+    void openFont(int index);
+    void chooseSample(int index);
+    void setLimit(int bytes);
+    void setWidth(int width);
+    void changed();
+
+    void layOut();
+    void countCache();
+    void draw();
+    void drawPanel();
+    void drawSheet();
+    void drawCaret();
+    void drawStatus();
+    void drawHelp();
+    void label(const ZkRect &rect, const std::string &utf8, const host::Color &color, int alignment,
+               int size = 13);
+
+    /// Remembers the glyphs of what is laid out, to count them.
+    void noteGlyphs(const host::TextBlock &block);
+
+    std::vector<FontChoice> m_fonts;
+    std::vector<std::string> m_fontNames;
+    State m_state;
+    std::vector<Button> m_buttons;
+    host::Canvas m_canvas;
+    std::unique_ptr<host::TextBlock> m_block; ///< the text; gone while the font changes
+    std::set<const GlyphBitmap *> m_glyphs;   ///< every record seen of the present font
+    CacheFigures m_figures;
+    bool m_isDragging = false;
+    int m_grip = 0; ///< from the edge to where the pointer took hold of it
+    int m_changes = 1;
+    int m_drawn = 0; ///< `m_changes` of the picture
+};
+
+} // namespace zkview
+
+#endif

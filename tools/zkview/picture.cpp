@@ -1,0 +1,181 @@
+// How the model looks.
+
+#include "model.h"
+
+#include <algorithm>
+#include <string>
+
+namespace zkview
+{
+
+namespace
+{
+
+const host::Color kDesk = {226, 229, 233, 255};
+const host::Color kPanel = {30, 41, 59, 255};
+const host::Color kButton = {51, 65, 85, 255};
+const host::Color kOn = {14, 116, 144, 255};
+const host::Color kBright = {241, 245, 249, 255};
+const host::Color kFaint = {148, 163, 184, 255};
+const host::Color kPaper = {252, 252, 250, 255};
+const host::Color kInk = {31, 41, 55, 255};
+const host::Color kSoft = {75, 85, 99, 255};
+const host::Color kHalo = {251, 191, 36, 255};
+const host::Color kEdge = {37, 99, 235, 255};
+const host::Color kCaret = {220, 38, 38, 255};
+const host::Color kGauge = {203, 213, 225, 255};
+const host::Color kFull = {220, 38, 38, 255};
+
+constexpr int kGaugeWidth = 200, kGaugeHeight = 10;
+constexpr int kUnlimitedGauge = 64 * 1024; // bytes that fill the gauge without a limit
+
+/// "12,345" for 12345.
+std::string grouped(int number)
+{
+    std::string digits = std::to_string(number);
+    for (int at = int(digits.size()) - 3; at > 0; at -= 3) {
+        digits.insert(std::size_t(at), 1, ',');
+    }
+    return digits;
+}
+
+} // namespace
+
+void Model::label(const ZkRect &rect, const std::string &utf8, const host::Color &color,
+                  int alignment, int size)
+{
+    if (utf8.empty()) {
+        return;
+    }
+    host::TextRequest request;
+    request.text = ZkString(std::string_view(utf8));
+    request.font = ZkFont(static_cast<unsigned char>(size), false, false, false, false);
+    request.alignment = alignment;
+    request.width = rect.width();
+    request.wordWrap = false;
+    host::TextBlock block(request);
+    // The height of a line depends on its letters: labels stand level when each has
+    // its baseline where a capital letter is centred.
+    const int capital = size * 73 / 100;
+    const int baseline = rect.top() + (rect.height() + capital) / 2;
+    block.place(rect.left(), 0, 0);
+    block.place(rect.left(), baseline - block.lines().front().baseline, 0);
+    noteGlyphs(block);
+    m_canvas.setClip(rect);
+    block.paint(m_canvas, {color, color});
+    m_canvas.setClip(m_canvas.bounds());
+}
+
+void Model::draw()
+{
+    m_canvas.setClip(m_canvas.bounds());
+    m_canvas.fill(m_canvas.bounds(), kDesk);
+    layOut();
+    drawPanel();
+    drawSheet();
+    countCache();
+    drawStatus();
+    drawHelp();
+}
+
+void Model::drawPanel()
+{
+    m_canvas.fill(ZkRect(0, 0, kPanelWidth - 1, m_canvas.height() - 1), kPanel);
+    label(ZkRect(14, 8, kPanelWidth - 14, 41), "zkview", kBright, host::AlignLeft, 22);
+    for (const Button &button : m_buttons) {
+        const ZkRect &rect = button.rect;
+        if (button.isTitle) {
+            label(rect, button.label, kFaint, host::AlignLeft);
+            continue;
+        }
+        m_canvas.round(rect, 5, button.on ? kOn : kButton);
+        const ZkRect inner(rect.left() + 8, rect.top(), rect.right() - 8, rect.bottom());
+        if (button.key.empty()) {
+            label(inner, button.label, kBright, host::AlignHCenter);
+        } else {
+            label(inner, button.label, kBright, host::AlignLeft);
+            label(inner, button.key, button.on ? kBright : kFaint, host::AlignRight);
+        }
+    }
+}
+
+void Model::drawSheet()
+{
+    const ZkRect around = sheet();
+    m_canvas.round(around, 8, kPaper);
+    m_canvas.setClip(around);
+    m_block->paint(m_canvas, {kInk, kHalo});
+    if (m_state.boxes) {
+        m_block->paintGuides(m_canvas);
+    }
+    drawCaret();
+    const int x = edge(), middle = (around.top() + around.bottom()) / 2;
+    m_canvas.fill(ZkRect(x, around.top(), x + 1, around.bottom()), kEdge);
+    m_canvas.round(ZkRect(x - 4, middle - 22, x + 5, middle + 21), 5, kEdge);
+    for (const int row : {-8, 0, 8}) {
+        m_canvas.fill(ZkRect(x - 1, middle + row - 1, x + 2, middle + row), kPaper);
+    }
+    m_canvas.setClip(m_canvas.bounds());
+}
+
+void Model::drawCaret()
+{
+    // Typing goes on behind the last character: at the end of the last line, which
+    // is its left end when the text is read from the right. A newline at the end
+    // opens no line of its own.
+    const std::vector<host::PlacedLine> &lines = m_block->lines();
+    int x = box().left(), top = box().top(), bottom = top + m_state.attr.size - 1;
+    if (!lines.empty()) {
+        const host::PlacedLine &last = lines.back();
+        top = last.rect.top();
+        bottom = last.rect.bottom();
+        x = last.rect.left();
+        if (!last.cells.empty()) {
+            const host::Cell &end = last.cells.back();
+            x = m_block->isRightToLeft() ? last.cells.front().x - 2 : end.x + end.width;
+        }
+    }
+    m_canvas.fill(ZkRect(x, top, x + 1, bottom), kCaret);
+}
+
+void Model::drawStatus()
+{
+    const ZkRect around = sheet();
+    const int top = around.bottom() + 12;
+    const int limit = m_state.limit;
+    const ZkRect gauge(around.left(), top + 6, around.left() + kGaugeWidth - 1,
+                       top + 5 + kGaugeHeight);
+    m_canvas.round(gauge, 5, kGauge);
+    const int whole = limit < 0 ? kUnlimitedGauge : limit;
+    const long long share = 1LL * m_figures.pixelBytes * kGaugeWidth / whole;
+    const int filled = int(std::clamp<long long>(share, kGaugeHeight, kGaugeWidth));
+    m_canvas.round(ZkRect(gauge.left(), gauge.top(), gauge.left() + filled - 1, gauge.bottom()), 5,
+                   limit >= 0 && m_figures.pixelBytes >= limit ? kFull : kOn);
+    const std::string most = limit < 0 ? "no limit" : "limit " + grouped(limit);
+    label(ZkRect(gauge.right() + 14, top, around.right(), top + 21),
+          "Cache: " + grouped(m_figures.pixelBytes) + " bytes, " + most + "; " +
+              grouped(m_figures.glyphs) + " glyphs, " + grouped(m_figures.withPixels) +
+              " with pixels",
+          kInk, host::AlignLeft, 14);
+    const int lines = int(m_block->lines().size());
+    label(
+        ZkRect(around.left(), top + 22, around.right(), top + 43),
+        std::to_string(m_state.text.size()) + " characters, " + std::to_string(lines) +
+            (lines == 1 ? " line of " : " lines of ") + std::to_string(m_block->lineHeight()) +
+            " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
+            (m_block->isRightToLeft() ? "right to left (Left and Right swapped)" : "left to right"),
+        kSoft, host::AlignLeft, 14);
+}
+
+void Model::drawHelp()
+{
+    const ZkRect strip(kPanelWidth, m_canvas.height() - 30, m_canvas.width() - 1,
+                       m_canvas.height() - 1);
+    m_canvas.fill(strip, kPanel);
+    label(ZkRect(strip.left() + 16, strip.top(), strip.right() - 8, strip.bottom()),
+          "Type to write, Backspace, Ctrl+V paste, Ctrl+L clear   Drag the blue edge or press "
+          "Left Right   Up Down size   Esc quit",
+          kBright, host::AlignLeft);
+}
+
+} // namespace zkview

@@ -1,0 +1,212 @@
+#include "window.h"
+
+#include <SDL.h>
+
+#include <cstring>
+#include <stdexcept>
+
+namespace zkview
+{
+
+namespace
+{
+
+[[noreturn]] void fail(const char *what)
+{
+    throw std::runtime_error(std::string(what) + ": " + SDL_GetError());
+}
+
+/// SDL's own state, a window, and the picture in it.
+class Window
+{
+public:
+    Window(int width, int height, bool fullScreen);
+    ~Window();
+    Window(const Window &) = delete;
+    Window &operator=(const Window &) = delete;
+
+    /// Puts the picture into the window, pixel by pixel.
+    void show(const host::Canvas &picture);
+
+    /// What was shown last once more: a part of the window was uncovered.
+    void showAgain();
+
+    void size(int *width, int *height) const { SDL_GetWindowSize(m_window, width, height); }
+
+private:
+    SDL_Window *m_window = nullptr;
+    SDL_Renderer *m_renderer = nullptr;
+    SDL_Texture *m_texture = nullptr;
+    int m_width = 0, m_height = 0; // of the texture
+};
+
+Window::Window(int width, int height, bool fullScreen)
+{
+    if (SDL_Init(SDL_INIT_VIDEO) != 0) {
+        fail("no screen");
+    }
+    const Uint32 flags =
+        SDL_WINDOW_RESIZABLE | (fullScreen ? Uint32(SDL_WINDOW_FULLSCREEN_DESKTOP) : 0u);
+    m_window = SDL_CreateWindow("zkview", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width,
+                                height, flags);
+    m_renderer = m_window ? SDL_CreateRenderer(m_window, -1, 0) : nullptr;
+    if (!m_renderer) {
+        const std::string why = SDL_GetError();
+        SDL_Quit(); // closes the window as well
+        throw std::runtime_error("no window: " + why);
+    }
+    SDL_StartTextInput();
+}
+
+Window::~Window()
+{
+    SDL_DestroyTexture(m_texture);
+    SDL_DestroyRenderer(m_renderer);
+    SDL_DestroyWindow(m_window);
+    SDL_Quit();
+}
+
+void Window::show(const host::Canvas &picture)
+{
+    if (!m_texture || picture.width() != m_width || picture.height() != m_height) {
+        SDL_DestroyTexture(m_texture);
+        m_width = picture.width();
+        m_height = picture.height();
+        m_texture = SDL_CreateTexture(m_renderer, SDL_PIXELFORMAT_RGB24,
+                                      SDL_TEXTUREACCESS_STREAMING, m_width, m_height);
+        if (!m_texture) {
+            fail("no texture");
+        }
+    }
+    SDL_UpdateTexture(m_texture, nullptr, picture.row(0), m_width * 3);
+    showAgain();
+}
+
+void Window::showAgain()
+{
+    const SDL_Rect area = {0, 0, m_width, m_height};
+    SDL_RenderClear(m_renderer);
+    SDL_RenderCopy(m_renderer, m_texture, nullptr, &area);
+    SDL_RenderPresent(m_renderer);
+}
+
+/// The command of a key that is no text; false for other keys.
+bool commandOf(const SDL_Keysym &key, Command *command)
+{
+    static const struct {
+        SDL_Keycode key;
+        Command command;
+    } kKeys[] = {
+        {SDLK_BACKSPACE, {Action::Backspace}},
+        {SDLK_RETURN, {Action::Newline}},
+        {SDLK_KP_ENTER, {Action::Newline}},
+        {SDLK_PAGEUP, {Action::NextSample, -1}},
+        {SDLK_PAGEDOWN, {Action::NextSample, 1}},
+        {SDLK_TAB, {Action::NextFont}},
+        {SDLK_UP, {Action::Size, 1}},
+        {SDLK_DOWN, {Action::Size, -1}},
+        {SDLK_LEFT, {Action::Width, -8}},
+        {SDLK_RIGHT, {Action::Width, 8}},
+        {SDLK_F1, {Action::Style, ZkFontAttr::Slant}},
+        {SDLK_F2, {Action::Style, ZkFontAttr::Embolden}},
+        {SDLK_F3, {Action::Style, ZkFontAttr::Outline}},
+        {SDLK_F4, {Action::Style, ZkFontAttr::Underline}},
+        {SDLK_F5, {Action::NextHorizontal}},
+        {SDLK_F6, {Action::NextVertical}},
+        {SDLK_F7, {Action::Boxes}},
+        {SDLK_F8, {Action::Wrap}},
+        {SDLK_F9, {Action::NextLimit}},
+    };
+    for (const auto &row : kKeys) {
+        if (row.key == key.sym) {
+            *command = row.command;
+            return true;
+        }
+    }
+    return false;
+}
+
+void paste(Model &model)
+{
+    char *text = SDL_GetClipboardText();
+    model.type(text);
+    SDL_free(text);
+}
+
+/// Passes a key on; false when the program is to end.
+bool pressKey(Model &model, const SDL_Keysym &key)
+{
+    Command command = {Action::Clear};
+    if (key.sym == SDLK_ESCAPE) {
+        return false;
+    }
+    if ((key.mod & KMOD_CTRL) != 0) {
+        switch (key.sym) {
+        case SDLK_v: paste(model); break;
+        case SDLK_l: model.perform({Action::Clear}); break;
+        case SDLK_q: return false;
+        default: break;
+        }
+    } else if (commandOf(key, &command)) {
+        model.perform(command);
+    }
+    return true;
+}
+
+/// Passes an event on to the model; false when the program is to end.
+bool handle(const SDL_Event &event, Model &model, Window &window)
+{
+    switch (event.type) {
+    case SDL_QUIT: return false;
+    case SDL_KEYDOWN: return pressKey(model, event.key.keysym);
+    case SDL_TEXTINPUT: model.type(event.text.text); break;
+    case SDL_MOUSEBUTTONDOWN:
+        if (event.button.button == SDL_BUTTON_LEFT) {
+            model.press(event.button.x, event.button.y);
+        }
+        break;
+    case SDL_MOUSEMOTION: model.drag(event.motion.x, event.motion.y); break;
+    case SDL_MOUSEBUTTONUP: model.release(); break;
+    case SDL_WINDOWEVENT:
+        if (event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED) {
+            model.resize(event.window.data1, event.window.data2);
+        } else if (event.window.event == SDL_WINDOWEVENT_EXPOSED) {
+            window.showAgain();
+        }
+        break;
+    default: break;
+    }
+    return true;
+}
+
+} // namespace
+
+std::string videoDrivers()
+{
+    std::string names;
+    for (int i = 0; i < SDL_GetNumVideoDrivers(); ++i) {
+        names += (i == 0 ? "" : ", ") + std::string(SDL_GetVideoDriver(i));
+    }
+    return names;
+}
+
+void show(Model &model, bool fullScreen)
+{
+    Window window(model.picture().width(), model.picture().height(), fullScreen);
+    int width = 0, height = 0;
+    window.size(&width, &height); // another one than asked for where there are no windows
+    model.resize(width, height);
+    for (bool goesOn = true; goesOn;) {
+        window.show(model.picture());
+        const int shown = model.changes();
+        SDL_Event event;
+        do {
+            if (SDL_WaitEvent(&event) == 0) {
+                fail("no events");
+            }
+            goesOn = handle(event, model, window);
+        } while (goesOn && (shown == model.changes() || SDL_PollEvent(nullptr) != 0));
+    }
+}
+
+} // namespace zkview
