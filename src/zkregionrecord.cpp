@@ -82,7 +82,11 @@ ZkRegion::Record *ZkRegion::Record::of(ZkRegionSweep *sweep)
     Record *const record = take();
     record->numRects = sweep->count();
     if (record->numRects == 1) {
-        record->setSingle(*sweep->middle.begin);
+        for (const ZkBands *part : {&sweep->above, &sweep->middle, &sweep->below}) {
+            if (part->count() == 1) {
+                record->setSingle(*part->begin);
+            }
+        }
     } else if (record->numRects != 0) {
         sweep->moveTo(&record->rects);
     }

@@ -44,7 +44,7 @@ struct ZK_HIDDEN ZkRegion::Record : ZkRegion::Data {
 
     /// A record for the valid rectangle `r`.
     static Record *of(const ZkRect &r);
-    /// A record for what a sweep with joined parts made, which gives up its list.
+    /// A record for what a sweep made, which gives up its list.
     static Record *of(ZkRegionSweep *sweep);
     /// The same contents. Both share the vector's block until one of them writes.
     Record *clone() const;

@@ -330,6 +330,7 @@ void ZkRegionSweep::run(const ZkBands &a, const ZkBands &b)
 {
     m_sources[0] = &a;
     m_sources[1] = &b;
+    m_joins = m_parts == Joined && a.count() + b.count() > kNear;
     const ZkRect *aBegin = a.begin;
     const ZkRect *bBegin = b.begin;
     if (aBegin->top() < bBegin->top()) {
@@ -375,7 +376,7 @@ void ZkRegionSweep::run(const ZkBands &a, const ZkBands &b)
     } else if (Operation::kKeepsSecond && !second.isAtEnd()) {
         copyRest(second.band, second.bandEnd, second.top, b);
     }
-    if (m_parts == Joined) {
+    if (m_joins) {
         join(&below);
     }
     middle.begin = m_begin;
@@ -416,7 +417,7 @@ const ZkRect *ZkRegionSweep::passAbove(const ZkBands &list, int row, bool keep)
         if (m_measuresAll) {
             measure(above);
         }
-        if (m_parts == Joined) {
+        if (m_joins) {
             join(&above);
         }
     }
@@ -542,13 +543,18 @@ void ZkRegionSweep::grow(std::ptrdiff_t count)
 
 void ZkRegionSweep::moveTo(ZkVector<ZkRect> *list)
 {
-    if (middle.begin == m_far.constData()) {
+    if (middle.begin == m_far.constData() && middle.count() == count()) {
         m_far.resize(middle.count());
-    } else {
-        m_far.realloc(0, middle.count());
-        m_far.append(middle.begin, middle.count());
+        list->swap(m_far);
+        return;
     }
-    list->swap(m_far);
+    ZkVector<ZkRect> joined;
+    joined.realloc(0, count());
+    ZkRect *out = joined.appendUninitialized(count());
+    out = std::copy(above.begin, above.end, out);
+    out = std::copy(middle.begin, middle.end, out);
+    std::copy(below.begin, below.end, out);
+    list->swap(joined);
 }
 
 // Takes the rectangles between m_end and `end` as the next band, or lets the

@@ -109,7 +109,8 @@ class ZkRegionSweep
 {
 public:
     /// Apart, for who keeps a source list and changes what is new in it; Joined, for
-    /// who wants a list of its own: all is in `middle` then.
+    /// who wants a list of its own: of long lists, all is in `middle` then, so that it
+    /// is written once.
     enum Parts { Apart, Joined };
 
     explicit ZkRegionSweep(Parts parts) : m_parts(parts) {}
@@ -131,8 +132,7 @@ public:
 
     int count() const { return above.count() + middle.count() + below.count(); }
 
-    /// Makes `list` the whole result, of a sweep with `Joined` parts. Afterwards they
-    /// are no longer good.
+    /// Makes `list` the whole result. Afterwards the parts are no longer good.
     void moveTo(ZkVector<ZkRect> *list);
 
 private:
@@ -158,6 +158,7 @@ private:
     ZkRect *m_end = m_begin;  // what is finished ends here
     ZkRect *m_band = m_begin; // the last finished band; m_end when there is none
     const Parts m_parts;
+    bool m_joins = false;             // puts all into `middle`
     const ZkBands *m_sources[2] = {}; // to reckon how much is still to come
     bool m_measuresAll = true;        // copied rectangles too, and the extents
     int m_left = INT_MAX;             // of the rectangles that were measured
