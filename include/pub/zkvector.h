@@ -369,20 +369,20 @@ inline void ZkVector<T>::append(const T &value)
 {
     ZkVectorData *x = d;
     const int n = x->size;
-    const bool full = n >= x->alloc || !x->ref.isOne();
+    const bool hasRoom = __builtin_expect(n < x->alloc, 1) && __builtin_expect(x->ref.isOne(), 1);
     if constexpr (kPlain) {
         const T copy = value; // may live in the block that goes away
-        if (__builtin_expect(full, 0)) {
+        if (!hasRoom) {
             // By value and back, so that in a loop of appends the block stays in a register.
             d = x = ZkVectorData::makeRoom(x, kElement);
         }
         array(x)[static_cast<unsigned>(n)] = copy; // never negative: spares the sign extension
         x->size = n + 1;
-    } else if (full) {
-        growAndAppend(value);
-    } else {
+    } else if (hasRoom) {
         new (array(x) + n) T(value);
         x->size = n + 1;
+    } else {
+        growAndAppend(value);
     }
 }
 
