@@ -28,7 +28,8 @@ const char *const kFooter =
     "has /dev/fb0 alone is beyond SDL: see examples/framebuffer.cpp.\n"
     "Video drivers of this SDL: ";
 
-void run(const Options &options)
+/// Shows the window, or writes the picture.
+void start(const Options &options)
 {
     std::vector<zkview::FontChoice> fonts;
     for (const std::string &path : options.fonts) {
@@ -52,9 +53,7 @@ void run(const Options &options)
     }
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     Options options;
     CLI::App program("Shows what libzk makes of a text, while you change it.", "zkview");
@@ -73,12 +72,24 @@ int main(int argc, char **argv)
                    "\nStatus: 0 done, 1 failed, 2 wrong options.");
     try {
         program.parse(argc, argv);
-        run(options);
     } catch (const CLI::Success &help) {
         return program.exit(help);
+    } catch (const CLI::ParseError &error) {
+        std::fprintf(stderr, "zkview: %s\n", error.what());
+        return 2;
+    }
+    start(options);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
     } catch (const std::exception &failure) {
         std::fprintf(stderr, "zkview: %s\n", failure.what());
-        return dynamic_cast<const CLI::ParseError *>(&failure) != nullptr ? 2 : 1;
+        return 1;
     }
-    return 0;
 }
