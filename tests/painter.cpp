@@ -212,6 +212,46 @@ TEST(Canvas, AFrameTouchesEachOfItsPixelsOnce)
     }
 }
 
+TEST(Canvas, ScrollingMovesTheRowsInsideTheClipRectangle)
+{
+    const struct {
+        int rows;
+        Drawing result;
+    } kRows[] = {
+        {0, {"#..#", "#rr#", "#..#", "#rr#", "....", "####"}},
+        {1, {"#..#", "#rr#", "#rr#", "#..#", ".rr.", "####"}},
+        {2, {"#..#", "#rr#", "#..#", "#rr#", "....", "####"}},
+        {-1, {"#..#", "#..#", "#rr#", "#..#", "....", "####"}},
+        {-3, {"#..#", "#..#", "#..#", "#rr#", "....", "####"}},
+        {4, {"#..#", "#rr#", "#..#", "#rr#", "....", "####"}},
+        {-1000, {"#..#", "#rr#", "#..#", "#rr#", "....", "####"}},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.rows);
+        Canvas canvas(4, 6, kWhite);
+        canvas.fill(ZkRect(0, 0, 0, 3), kBlack);
+        canvas.fill(ZkRect(3, 0, 3, 3), kBlack);
+        canvas.fill(ZkRect(0, 5, 3, 5), kBlack);
+        canvas.fill(ZkRect(1, 1, 2, 1), kRed);
+        canvas.fill(ZkRect(1, 3, 2, 3), kRed);
+        canvas.setClip(ZkRect(1, 1, 2, 4)); // red, white, red, white
+        canvas.scroll(row.rows);
+        EXPECT_EQ(drawing(canvas), row.result);
+    }
+}
+
+TEST(Canvas, RoundCornersAreCutAndTheRestIsFull)
+{
+    Canvas canvas(8, 7, kWhite);
+    canvas.round(ZkRect(1, 1, 6, 5), 2, kBlack);
+    EXPECT_EQ(drawing(canvas), (Drawing{"........", ".??##??.", ".?####?.", ".######.", ".?####?.",
+                                        ".??##??.", "........"}));
+    EXPECT_GT(canvas.pixel(1, 1).red, canvas.pixel(2, 1).red) << "less of the outermost pixel";
+    Canvas square(3, 3, kWhite);
+    square.round(ZkRect(0, 0, 1, 1), 0, kBlack);
+    EXPECT_EQ(drawing(square), (Drawing{"##.", "##.", "..."}));
+}
+
 TEST(Canvas, ZoomMakesSquares)
 {
     Canvas canvas(2, 2, kWhite);

@@ -116,7 +116,7 @@ protected:
         ASSERT_FALSE(display.empty()) << "the X server does not start";
         m_window.start({"env", "DISPLAY=" + display, "SDL_VIDEODRIVER=x11",
                         "SDL_RENDER_DRIVER=software", "SDL_FRAMEBUFFER_ACCELERATION=0",
-                        // What X and its helpers leave behind at the end is not ours.
+                        // What the X libraries leave behind at the end is not ours.
                         "ASAN_OPTIONS=detect_leaks=0", ZK_ZKVIEW, "--font", ZK_FONT_DEJAVU,
                         "--font", ZK_FONT_FREESERIF, "--font", ZK_FONT_MICROHEI, "--width",
                         std::to_string(kWidth), "--height", std::to_string(kHeight)});
