@@ -229,6 +229,23 @@ ZkUcs2 *emitRun(ZkUcs2 *out, const ZkUcs2 *source, int first, int last)
     return out;
 }
 
+// Copies a run that is one stretch of neutral units, which most numbers and signs
+// between other letters are, and returns its length. 0 for any other run.
+template <typename IsInRun>
+int copyNumber(ZkUcs2 *out, const ZkUcs2 *source, int n, IsInRun isInRun)
+{
+    int length = 0;
+    while (length < n && isNeutralInRun(source[length])) {
+        out[length] = source[length];
+        ++length;
+    }
+    int next = length;
+    while (next < n && source[next] == kSpace) {
+        ++next;
+    }
+    return next < n && isInRun(source[next]) ? 0 : length;
+}
+
 // Writes `n` units of `source` to `out` with every run of the right-to-left class
 // in visual order. A space belongs to a run only between two of its units, and
 // never as the last unit of the text.
@@ -242,6 +259,12 @@ void reorderRuns(ZkUcs2 *out, const ZkUcs2 *source, int n)
             continue;
         }
         const int first = i;
+        const int written = copyNumber(out, source + i, n - i, isInRun);
+        if (written > 0) {
+            out += written;
+            i += written;
+            continue;
+        }
         int last = i;
         for (++i; i < n && (isInRun(source[i]) || source[i] == kSpace); ++i) {
             if (source[i] != kSpace) {
