@@ -84,16 +84,15 @@ void checkDay(const Record &r)
         require(next.d == day.d + 1 || next.d == 1 || (next.y == 1582 && next.d == 15),
                 "the next day", r);
     }
-    if (day.y >= 1583) {
-        // The Thursday of a week tells its year.
-        const ll thursday = ll(r.a) - date.dayOfWeek() + 4;
-        if (thursday <= UINT_MAX) {
-            const Ymd middle = read(ZkDate::fromJulianDay(static_cast<unsigned int>(thursday)));
-            const ll newYear = ZkDate::gregorianToJulian(middle.y, 1, 1);
-            int year = 0;
-            const int week = date.weekNumber(&year);
-            require(week == (thursday - newYear) / 7 + 1 && year == middle.y, "week", r);
-        }
+    // The Thursday of a week tells its year. Not before 1583: the weeks of 1582 count
+    // the ten days that it left out.
+    const ll thursday = ll(r.a) - date.dayOfWeek() + 4;
+    if (thursday >= 2299239 && thursday <= UINT_MAX) {
+        const Ymd middle = read(ZkDate::fromJulianDay(static_cast<unsigned int>(thursday)));
+        const ll newYear = ZkDate::gregorianToJulian(middle.y, 1, 1);
+        int year = 0;
+        const int week = date.weekNumber(&year);
+        require(week == (thursday - newYear) / 7 + 1 && year == middle.y, "week", r);
     }
 }
 

@@ -528,6 +528,15 @@ TEST(ZkDate, WeeksAreThoseOfISO8601)
     EXPECT_EQ(greg(2024, 12, 30).weekNumber(nullptr), 1);
 }
 
+TEST(ZkDate, WeeksOf1582CountTheTenDaysThatItLeftOut)
+{
+    int year = 0;
+    EXPECT_EQ(greg(1583, 1, 1).weekNumber(&year), 52); // a Saturday, 355 days after 1 January
+    EXPECT_EQ(year, 1582);
+    EXPECT_EQ(greg(1583, 1, 3).weekNumber(&year), 1);
+    EXPECT_EQ(year, 1583);
+}
+
 TEST(ZkDate, TheWeekBeforeYear1BelongsToTheYear0)
 {
     int year = 5;
