@@ -90,7 +90,7 @@ inline void hitZk(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * kCharacters);
 }
 
-inline void hitParts(benchmark::State &state)
+inline void hitByHand(benchmark::State &state)
 {
     const ZkFont font = sized(16);
     cache()->clean();
@@ -106,7 +106,7 @@ inline void hitParts(benchmark::State &state)
 inline void registerHits(const std::string &name)
 {
     benchmark::RegisterBenchmark((name + "/zk").c_str(), hitZk);
-    benchmark::RegisterBenchmark((name + "/parts").c_str(), hitParts);
+    benchmark::RegisterBenchmark((name + "/by_hand").c_str(), hitByHand);
 }
 
 #endif
