@@ -3,6 +3,7 @@
 #include <zkfontcache.h>
 #include <zkfontmetrics.h>
 
+#include "pngfile.h"
 #include "zktextprogram.h"
 
 #include <ft2build.h>
@@ -10,7 +11,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <png.h>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -54,24 +54,10 @@ struct Picture {
     }
 };
 
-/// Reads a PNG file with libpng; an empty picture and a failure when it is none.
-Picture decode(const std::string &png)
+Picture decode(const std::string &file)
 {
-    Picture picture;
-    png_image image = {};
-    image.version = PNG_IMAGE_VERSION;
-    if (!png_image_begin_read_from_memory(&image, png.data(), png.size())) {
-        ADD_FAILURE() << "no PNG file: " << image.message;
-        return picture;
-    }
-    image.format = PNG_FORMAT_RGB;
-    picture.rgb.resize(PNG_IMAGE_SIZE(image));
-    EXPECT_TRUE(png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr))
-        << image.message;
-    EXPECT_EQ(image.warning_or_error, 0u) << image.message;
-    picture.width = int(image.width);
-    picture.height = int(image.height);
-    return picture;
+    const pngfile::Png png = pngfile::read(file, PNG_FORMAT_RGB);
+    return {png.width, png.height, png.pixels};
 }
 
 Picture render(const Words &arguments, const std::string &input = std::string())

@@ -4,10 +4,10 @@
 #include <zkfontmetrics.h>
 
 #include "bmpmodel.h"
+#include "pngfile.h"
 #include "zktextprogram.h"
 
 #include <gtest/gtest.h>
-#include <png.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -38,23 +38,10 @@ struct Picture {
     Bytes pixels; // blue, green, red, alpha; top row first
 };
 
-Picture decodePng(const std::string &png)
+Picture decodePng(const std::string &file)
 {
-    Picture picture;
-    png_image image = {};
-    image.version = PNG_IMAGE_VERSION;
-    if (!png_image_begin_read_from_memory(&image, png.data(), png.size())) {
-        ADD_FAILURE() << "no PNG file: " << image.message;
-        return picture;
-    }
-    picture.width = static_cast<int>(image.width);
-    picture.height = static_cast<int>(image.height);
-    picture.hasAlpha = (image.format & PNG_FORMAT_FLAG_ALPHA) != 0;
-    image.format = PNG_FORMAT_BGRA;
-    picture.pixels.resize(PNG_IMAGE_SIZE(image));
-    EXPECT_TRUE(png_image_finish_read(&image, nullptr, picture.pixels.data(), 0, nullptr))
-        << image.message;
-    return picture;
+    const pngfile::Png png = pngfile::read(file, PNG_FORMAT_BGRA);
+    return {png.width, png.height, png.hasAlpha, png.pixels};
 }
 
 // The picture as it should be seen: 16-bit files are decoded upside down.

@@ -18,8 +18,9 @@ class ZkFreetype;
 ///
 /// Any thread may call `glyph` and `cleanCache`: one reader/writer lock guards store
 /// and rasteriser, held for reading while a glyph is looked up and for writing while
-/// one is rendered or pixels are trimmed. `instance`, `setFontFile`, `closeFontFile`
-/// and the destructor take no lock: call them while no other thread uses the cache.
+/// one is rendered or pixels are trimmed; a process of one thread locks nothing. `instance`,
+/// `setFontFile`, `closeFontFile` and the destructor take no lock: call them while no other thread
+/// uses the cache.
 class ZK_EXPORT ZkFontCache : public ZkFonteUnitCache
 {
 public:
