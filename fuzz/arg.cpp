@@ -2,7 +2,7 @@
 // does that takes the text apart into pieces, and print their message when it says
 // so. The first bytes choose the values; the others are the text.
 
-#include "../tests/localesymbols.h"
+#include "localesymbols.h"
 
 #include <zkstring.h>
 

@@ -5,7 +5,7 @@
 
 #include <zkbezier.h>
 
-#include "../tests/beziermodel.h"
+#include "beziermodel.h"
 
 #include <algorithm>
 #include <cfloat>

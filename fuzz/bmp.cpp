@@ -3,7 +3,7 @@
 
 #include <zkbitmap.h>
 
-#include "../tests/bmpmodel.h"
+#include "bmpmodel.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -4,7 +4,7 @@
 
 #include <zkdatetime.h>
 
-#include "../tests/datemodel.h"
+#include "datemodel.h"
 
 #include <climits>
 #include <cstdint>

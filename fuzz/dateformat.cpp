@@ -5,7 +5,7 @@
 
 #include <zkdatetime.h>
 
-#include "../tests/dateformatmodel.h"
+#include "dateformatmodel.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -2,7 +2,7 @@
 // have. An input is a row of records of six bytes: the operation, which region it
 // changes and with which two, and a rectangle on the board.
 
-#include "../tests/regionmodel.h"
+#include "regionmodel.h"
 
 #include <climits>
 #include <cstdio>

@@ -2,7 +2,7 @@
 // every place. The input: a byte of flags, two of the start, two of the needle's
 // size, then units of two bytes, the needle's first.
 
-#include "../tests/stringsearches.h"
+#include "stringsearches.h"
 
 #include <cstdint>
 #include <cstdio>

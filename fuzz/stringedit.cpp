@@ -1,7 +1,7 @@
 // Edits of four strings that may share their blocks, beside a model that keeps
 // text, capacity and sharing. Each byte chooses an edit or one of its arguments.
 
-#include "../tests/stringedits.h"
+#include "stringedits.h"
 
 #include <cstdint>
 #include <cstdio>

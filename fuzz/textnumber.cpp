@@ -2,7 +2,7 @@
 // ASCII step by step and leaves the reading to the C library. The first bytes choose
 // the symbols, the base and whether separators are taken; the others are the text.
 
-#include "../tests/localesymbols.h"
+#include "localesymbols.h"
 
 #include <zkstring.h>
 #include <zkunicode.h>

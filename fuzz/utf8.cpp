@@ -1,7 +1,7 @@
 // Any bytes as UTF-8 into units and back, beside a decoder of one byte at a time.
 // Both conversions get buffers without a byte to spare.
 
-#include "../tests/stringmodel.h"
+#include "stringmodel.h"
 
 #include <zkstring.h>
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes src/zkunicodetables.cpp from the Unicode Character Database 5.0.0.
+"""Writes src/string/zkunicodetables.cpp from the Unicode Character Database 5.0.0.
 
     tools/unicode/generate.py FOLDER [OUTPUT]
 
@@ -217,7 +217,7 @@ def render(versions, records, index, folds):
 {versions}
 // Do not edit.
 
-#include "zkunicodetables.h"
+#include "string/zkunicodetables.h"
 
 // clang-format off
 
@@ -256,7 +256,7 @@ def main(arguments):
     folder = arguments[0]
     here = os.path.dirname(os.path.abspath(__file__))
     output = (arguments[1] if len(arguments) == 2 else
-              os.path.join(here, "..", "..", "src", "zkunicodetables.cpp"))
+              os.path.join(here, "..", "..", "src", "string", "zkunicodetables.cpp"))
 
     characters = [Character() for _ in range(CODE_POINTS)]
     read_unicode_data(folder, characters)

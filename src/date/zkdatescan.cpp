@@ -1,0 +1,411 @@
+#include "date/zkletter.h"
+#include "zkdatetime.h"
+
+#include <algorithm>
+#include <climits>
+#include <iterator>
+
+// Text to dates and times. Patterns are data from outside, so no pattern ever reaches
+// a function of the C library: one scanner of our own follows its rules. It compares
+// units where that one compares bytes of UTF-8, which is the same, since no two units
+// share a byte.
+
+namespace
+{
+
+constexpr bool isDigit(ZkUcs2 c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// The six white-space characters of the C locale.
+constexpr bool isSpace(ZkUcs2 c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+/// Matches text with a pattern that is handed over unit by unit, by the rules of
+/// the C library's scanner: white space skips any amount of it, "%d" reads a
+/// number, "%%" matches '%', anything else matches itself. A mismatch, the end of
+/// the text, a 0 unit on either side, any other '%' and the last wanted number end
+/// the match; what follows is not looked at.
+class Scanner
+{
+public:
+    /// The numbers go to `first` and up to `end`, in the order of the text.
+    Scanner(const ZkString &text, int *first, int *end)
+        : p(text.constData()), nextNumber(first), endOfNumbers(end)
+    {
+    }
+
+    void feed(ZkUcs2 unit)
+    {
+        if (stopped) {
+            return;
+        }
+        if (afterPercent) {
+            feedBehindPercent(unit);
+        } else if (unit == '%') {
+            afterPercent = true;
+        } else if (isSpace(unit)) {
+            skipSpace();
+        } else {
+            match(unit);
+        }
+    }
+
+    /// "%d".
+    void feedNumber()
+    {
+        if (stopped) {
+            return;
+        }
+        if (afterPercent) {
+            feed('%'); // which makes the two the text "%d"
+            feed('d');
+        } else {
+            readNumber();
+        }
+    }
+
+    bool complete() const { return nextNumber == endOfNumbers; }
+    bool failed() const { return stopped && !complete(); }
+
+private:
+    void feedBehindPercent(ZkUcs2 unit)
+    {
+        afterPercent = false;
+        if (unit == 'd') {
+            readNumber();
+        } else if (unit == '%') {
+            skipSpace();
+            match(unit);
+        } else {
+            stopped = true;
+        }
+    }
+
+    void skipSpace()
+    {
+        while (isSpace(*p)) {
+            ++p;
+        }
+    }
+
+    void match(ZkUcs2 unit)
+    {
+        if (*p == 0 || *p != unit) {
+            stopped = true;
+        } else {
+            ++p;
+        }
+    }
+
+    /// White space, a sign and digits; beyond int, the nearest int.
+    void readNumber()
+    {
+        bool negative = false;
+        if (!isDigit(*p)) {
+            skipSpace();
+            negative = *p == '-';
+            if (negative || *p == '+') {
+                ++p;
+            }
+            if (!isDigit(*p)) {
+                stopped = true;
+                return;
+            }
+        }
+        constexpr std::int64_t kBeyondInt = std::int64_t(1) << 32; // where counting ends
+        std::int64_t value = 0;
+        const ZkUcs2 *q = p;
+        for (; isDigit(*q); ++q) {
+            if (value < kBeyondInt) {
+                value = 10 * value + (*q - '0');
+            }
+        }
+        p = q;
+        *nextNumber++ =
+            static_cast<int>(std::clamp<std::int64_t>(negative ? -value : value, INT_MIN, INT_MAX));
+        stopped = complete();
+    }
+
+    const ZkUcs2 *p; // a string's text ends with a 0 unit
+    int *nextNumber, *endOfNumbers;
+    bool stopped = false;
+    bool afterPercent = false;
+};
+
+/// A stretch of a pattern that stands for a number or a marker; none if null.
+struct Token {
+    const ZkUcs2 *place;
+    int length;
+};
+
+/// First place in `format` with `length` times the unit `letter`, or null.
+const ZkUcs2 *findLetters(const ZkString &format, ZkUcs2 letter, int length)
+{
+    int run = 0;
+    for (const ZkUcs2 &unit : format) {
+        run = unit == letter ? run + 1 : 0;
+        if (run == length) {
+            return &unit - (length - 1);
+        }
+    }
+    return nullptr;
+}
+
+/// The first double letter, else the first single one.
+Token findToken(const ZkString &format, ZkUcs2 letter)
+{
+    const ZkUcs2 *place = findLetters(format, letter, 2);
+    return place != nullptr ? Token{place, 2} : Token{findLetters(format, letter, 1), 1};
+}
+
+/// First place of two given units, one behind the other.
+Token findPair(const ZkString &format, ZkUcs2 first, ZkUcs2 second)
+{
+    for (const ZkUcs2 &unit : format) {
+        if (unit == first && (&unit)[1] == second) {
+            return {&unit, 2};
+        }
+    }
+    return {nullptr, 2};
+}
+
+/// Which of the four markers a text holds, anywhere.
+struct Markers {
+    bool am = false, pm = false, AM = false, PM = false;
+
+    bool anyAm() const { return am || AM; }
+    bool anyPm() const { return pm || PM; }
+
+    /// The hour of the day of an hour that was read.
+    int hour(int read) const
+    {
+        if (read == 12) {
+            return anyAm() ? 0 : 12;
+        }
+        return anyPm() ? zkWrapped(12ll + read) : read;
+    }
+};
+
+Markers findMarkers(const ZkString &text)
+{
+    Markers found;
+    if (!zkHasLetter(text.begin(), text.size(), 'm')) {
+        return found;
+    }
+    for (const ZkUcs2 &unit : text) {
+        const ZkUcs2 next = (&unit)[1];
+        found.am |= unit == 'a' && next == 'm';
+        found.pm |= unit == 'p' && next == 'm';
+        found.AM |= unit == 'A' && next == 'M';
+        found.PM |= unit == 'P' && next == 'M';
+    }
+    return found;
+}
+
+/// Reads the numbers of three tokens, and passes over a marker: `markerText` is
+/// matched in its place. False when a token is missing or the text does not match.
+bool readThree(const ZkString &text, const ZkString &format, const Token (&tokens)[3],
+               int (&values)[3], Token marker = {nullptr, 0}, const char *markerText = "")
+{
+    for (const Token &token : tokens) {
+        if (token.place == nullptr) {
+            return false;
+        }
+    }
+    int numbers[3];
+    Scanner scanner(text, std::begin(numbers), std::end(numbers));
+    int order[3]; // of the tokens in the pattern
+    int found = 0;
+    for (const ZkUcs2 *p = format.begin(); p < format.end() && !scanner.failed();) {
+        int token = 0;
+        while (token < 3 && tokens[token].place != p) {
+            ++token;
+        }
+        if (token < 3) {
+            order[found++] = token;
+            scanner.feedNumber();
+            p += tokens[token].length;
+        } else if (marker.place == p) {
+            for (const char *c = markerText; *c != '\0'; ++c) {
+                scanner.feed(static_cast<unsigned char>(*c));
+            }
+            p += marker.length;
+        } else {
+            scanner.feed(*p++);
+        }
+    }
+    if (!scanner.complete()) {
+        return false;
+    }
+    for (int i = 0; i < 3; ++i) {
+        values[order[i]] = numbers[i];
+    }
+    return true;
+}
+
+enum Field { Year, Month, Day, Hour, Minute, Second, FieldCount, NoField = FieldCount };
+
+/// The field of a date-time pattern's letter; "HH" is no hour here.
+Field fieldOf(ZkUcs2 letter)
+{
+    switch (letter) {
+    case 'y': return Year;
+    case 'M': return Month;
+    case 'd': return Day;
+    case 'h': return Hour;
+    case 'm': return Minute;
+    case 's': return Second;
+    default: return NoField;
+    }
+}
+
+/// Reads a date-time by feeding the scanner what the pattern stands for.
+class DateTimeReader
+{
+public:
+    DateTimeReader(const ZkString &text, const ZkString &format)
+        : p(format.begin()),
+          end(format.end()),
+          markers(findMarkers(text)),
+          scanner(text, std::begin(numbers), std::end(numbers))
+    {
+    }
+
+    /// The six numbers by their fields, the hour as that of the day, or false. The
+    /// earliest field of the pattern takes the first number, and so on.
+    bool read(int (&values)[FieldCount]);
+
+private:
+    void feedMarker();
+    void feedField(Field field);
+    void moveToEnd(Field field);
+
+    const ZkUcs2 *p; // what is not yet read of the pattern, with a 0 unit at `end`
+    const ZkUcs2 *end;
+    Markers markers;
+    int numbers[FieldCount];
+    Scanner scanner;
+    Field order[FieldCount]; // in which the fields stand in the pattern
+    int found = 0;
+    unsigned int seen = 0; // a bit for each field
+};
+
+bool DateTimeReader::read(int (&values)[FieldCount])
+{
+    while (p < end && !scanner.failed()) {
+        const Field field = fieldOf(*p);
+        if (field == NoField && *p != 'A' && *p != 'a') {
+            scanner.feed(*p++);
+        } else if (p + 1 == end) {
+            break; // a letter at the very end is lost, and with it its field
+        } else if (field == NoField) {
+            feedMarker();
+        } else {
+            feedField(field);
+        }
+    }
+    if (found < FieldCount || !scanner.complete()) {
+        return false;
+    }
+    for (int i = 0; i < FieldCount; ++i) {
+        values[order[i]] = numbers[i];
+    }
+    values[Hour] = markers.hour(values[Hour]);
+    return true;
+}
+
+/// "AP" and "ap" stand for the marker of the text, for nothing when it has none; a
+/// single 'A' or 'a' stands for nothing.
+void DateTimeReader::feedMarker()
+{
+    const bool capitals = *p++ == 'A';
+    if (*p != (capitals ? 'P' : 'p')) {
+        return;
+    }
+    ++p;
+    const bool am = capitals ? markers.AM : markers.am;
+    const bool pm = capitals ? markers.PM : markers.pm;
+    if (am || pm) {
+        scanner.feed(static_cast<ZkUcs2>(capitals ? (am ? 'A' : 'P') : (am ? 'a' : 'p')));
+        scanner.feed(capitals ? 'M' : 'm');
+    }
+}
+
+/// A field's letter, doubled or not, stands for a number; a 'y' outside "yyyy" for
+/// nothing.
+void DateTimeReader::feedField(Field field)
+{
+    int length = p[1] == p[0] ? 2 : 1;
+    if (field == Year) {
+        if (length < 2 || p[2] != 'y' || p[3] != 'y') {
+            ++p;
+            return;
+        }
+        length = 4;
+    }
+    p += length;
+    moveToEnd(field);
+    scanner.feedNumber();
+}
+
+/// Notes a field as the last so far; of a field that occurs twice, the last place
+/// counts.
+void DateTimeReader::moveToEnd(Field field)
+{
+    if ((seen >> field & 1) != 0) {
+        found = static_cast<int>(std::remove(order, order + found, field) - order);
+    }
+    seen |= 1u << field;
+    order[found++] = field;
+}
+
+} // namespace
+
+ZkDate ZkDate::fromString(const ZkString &text, const ZkString &format)
+{
+    const Token tokens[3] = {
+        {findLetters(format, 'y', 4), 4}, findToken(format, 'M'), findToken(format, 'd')};
+    int values[3];
+    return readThree(text, format, tokens, values) ? ZkDate(values[0], values[1], values[2])
+                                                   : ZkDate();
+}
+
+ZkTime ZkTime::fromString(const ZkString &text, const ZkString &format)
+{
+    const Token tokens[3] = {findToken(format, 'h'), findToken(format, 'm'),
+                             findToken(format, 's')};
+    // Only the markers that the pattern asks for count.
+    Token marker = findPair(format, 'A', 'P');
+    const bool capitals = marker.place != nullptr;
+    if (!capitals) {
+        marker = findPair(format, 'a', 'p');
+    }
+    Markers markers;
+    if (marker.place != nullptr) {
+        const Markers inText = findMarkers(text);
+        (capitals ? markers.AM : markers.am) = capitals ? inText.AM : inText.am;
+        (capitals ? markers.PM : markers.pm) = capitals ? inText.PM : inText.pm;
+    }
+    const char *markerText = markers.anyAm()   ? (capitals ? "AM" : "am")
+                             : markers.anyPm() ? (capitals ? "PM" : "pm")
+                                               : "";
+    int values[3];
+    if (!readThree(text, format, tokens, values, marker, markerText)) {
+        return ZkTime();
+    }
+    return ZkTime(markers.hour(values[0]), values[1], values[2]);
+}
+
+ZkDateTime ZkDateTime::fromString(const ZkString &text, const ZkString &format)
+{
+    int values[FieldCount];
+    if (text.isEmpty() || !DateTimeReader(text, format).read(values)) {
+        return ZkDateTime();
+    }
+    return ZkDateTime(ZkDate(values[Year], values[Month], values[Day]),
+                      ZkTime(values[Hour], values[Minute], values[Second]));
+}

@@ -1,0 +1,406 @@
+#include "date/zkclock.h"
+
+#include <climits>
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+
+constexpr int kMSecsPerDay = 86400000;
+constexpr ZkDate kEpoch = ZkDate::fromJulianDay(2440588); // 1 January 1970
+
+/// Milliseconds since the epoch, date and time read as UTC; a null time is midnight.
+long long msecsSinceEpoch(const ZkDate &date, const ZkTime &time)
+{
+    const long long days = static_cast<long long>(date.julianDay()) - kEpoch.julianDay();
+    return days * kMSecsPerDay + time.msecsOfDay();
+}
+
+/// Moves a date and a time on by `n` milliseconds. False, and the null date, when
+/// the day leaves the range of ZkDate; the time is right nevertheless.
+bool addMSecsInPlace(ZkDate &date, ZkTime &time, long long n)
+{
+    long long days = date.julianDay() + n / kMSecsPerDay;
+    int msecs = time.msecsOfDay() + static_cast<int>(n % kMSecsPerDay);
+    if (msecs < 0) {
+        msecs += kMSecsPerDay;
+        --days;
+    } else if (msecs >= kMSecsPerDay) {
+        msecs -= kMSecsPerDay;
+        ++days;
+    }
+    time = ZkTime::fromMSecsOfDay(msecs);
+    const bool inRange = days >= 0 && days <= UINT_MAX;
+    date = inRange ? ZkDate::fromJulianDay(static_cast<unsigned int>(days)) : ZkDate();
+    return inRange;
+}
+
+/// The date whose zone rules stand for those of `date`: one that time_t holds on
+/// every machine, in every zone.
+ZkDate folded(const ZkDate &date)
+{
+    const ZkDate first = kEpoch.addDays(1);             // 2 January 1970
+    const ZkDate last = ZkDate::fromJulianDay(2465423); // 30 December 2037
+    if (date > first && date < last) {
+        return date;
+    }
+    int month = 0, day = 0;
+    date.getDate(nullptr, &month, &day, Zk::DateGregorian);
+    if (month == 2 && day == 29) {
+        day = 28;
+    }
+    // The first day itself is not before the first day: it goes to 2037.
+    return ZkDate(date < first ? 1970 : 2037, month, day, Zk::DateGregorian);
+}
+
+/// The outcome of a conversion of the folded date, moved back to the real one. The
+/// epoch without a time where the C library could not convert.
+int unfold(const std::tm *fields, const ZkDate &fake, ZkDate &date, ZkTime &time)
+{
+    if (fields == nullptr) {
+        date = kEpoch;
+        time = ZkTime();
+        return -1;
+    }
+    const ZkClockReading reading(fields, time.msec());
+    date = reading.date.addDays(fake.daysTo(date));
+    time = reading.time;
+    return reading.isDst;
+}
+
+} // namespace
+
+ZkDateTime::Data *ZkDateTime::createData(const ZkDate &date, const ZkTime &time, int spec)
+{
+    return new (zkAllocate(sizeof(Data))) Data{date, time, spec, 0};
+}
+
+/// The stored date and time as UTC. A local date that is null is not converted.
+void ZkDateTime::getUTC(ZkDate &date, ZkTime &time) const
+{
+    date = d->date;
+    time = d->time;
+    if (d->spec == SpecUtc) {
+        return;
+    }
+    if (d->spec == SpecOffset) {
+        addMSecsInPlace(date, time, -1000ll * d->utcOffset);
+        return;
+    }
+    if (!date.isValid()) {
+        return;
+    }
+    const ZkDate fake = folded(date);
+    int year = 0, month = 0, day = 0;
+    fake.getDate(&year, &month, &day, Zk::DateGregorian);
+    std::tm fields = {};
+    fields.tm_sec = time.second();
+    fields.tm_min = time.minute();
+    fields.tm_hour = time.hour();
+    fields.tm_mday = day;
+    fields.tm_mon = month - 1;
+    fields.tm_year = year - 1900;
+    fields.tm_isdst = d->spec;
+    const std::time_t secs = std::mktime(&fields);
+    unfold(gmtime_r(&secs, &fields), fake, date, time);
+}
+
+/// The stored date and time as local time, if they are UTC; else as they are. The
+/// result is the `Spec` of the outcome.
+int ZkDateTime::getLocal(ZkDate &date, ZkTime &time) const
+{
+    date = d->date;
+    time = d->time;
+    if (d->spec != SpecUtc) {
+        return d->spec;
+    }
+    const ZkDate fake = folded(date);
+    const std::time_t secs = static_cast<std::time_t>(msecsSinceEpoch(fake, time) / 1000);
+    std::tm fields = {};
+    tzset();
+    return unfold(localtime_r(&secs, &fields), fake, date, time);
+}
+
+/// Ends a setter that stored UTC: whatever was not UTC before becomes local time.
+void ZkDateTime::becomeLocalUnlessWas(int oldSpec)
+{
+    d->spec = SpecUtc;
+    if (oldSpec == SpecUtc) {
+        return;
+    }
+    ZkDate date;
+    ZkTime time;
+    d->spec = getLocal(date, time);
+    d->date = date;
+    d->time = time;
+}
+
+ZkDateTime ZkDateTime::now(bool utc)
+{
+    const ZkClockReading reading = utc ? ZkClockReading::utc() : ZkClockReading::local();
+    ZkDateTime result;
+    *result.d = {reading.date, reading.time, utc ? SpecUtc : reading.isDst, 0};
+    return result;
+}
+
+ZkDateTime::ZkDateTime() : d(createData(ZkDate(), ZkTime(), SpecLocalUnknown))
+{
+}
+
+ZkDateTime::ZkDateTime(const ZkDate &date)
+    : d(createData(date, ZkTime::fromMSecsOfDay(0), SpecLocalUnknown))
+{
+}
+
+ZkDateTime::ZkDateTime(const ZkDate &date, const ZkTime &time, Zk::TimeSpec s)
+    : d(createData(date, date.isValid() && !time.isValid() ? ZkTime::fromMSecsOfDay(0) : time,
+                   s == Zk::TimeUtc ? SpecUtc : SpecLocalUnknown))
+{
+}
+
+ZkDateTime::ZkDateTime(const ZkDateTime &other) : d(new (zkAllocate(sizeof(Data))) Data(*other.d))
+{
+}
+
+ZkDateTime &ZkDateTime::operator=(const ZkDateTime &other)
+{
+    if (this != &other) {
+        *d = *other.d;
+    }
+    return *this;
+}
+
+ZkDateTime::~ZkDateTime()
+{
+    std::free(d);
+}
+
+ZkDateTime ZkDateTime::currentDateTime()
+{
+    return now(false);
+}
+
+ZkDateTime ZkDateTime::currentDateTimeUtc()
+{
+    return now(true);
+}
+
+long long ZkDateTime::currentMSecsSinceEpoch()
+{
+    return ZkClockReading::msecsSinceEpoch();
+}
+
+bool ZkDateTime::isNull() const
+{
+    return !d->date.isValid() && !d->time.isValid();
+}
+
+bool ZkDateTime::isValid() const
+{
+    return d->date.isValid() && d->time.isValid();
+}
+
+ZkDate ZkDateTime::date() const
+{
+    return d->date;
+}
+
+ZkTime ZkDateTime::time() const
+{
+    return d->time;
+}
+
+Zk::TimeSpec ZkDateTime::timeSpec() const
+{
+    return d->spec == SpecUtc      ? Zk::TimeUtc
+           : d->spec == SpecOffset ? Zk::TimeOffset
+                                   : Zk::TimeLocal;
+}
+
+void ZkDateTime::setDate(const ZkDate &date)
+{
+    if (isLocal()) {
+        d->spec = SpecLocalUnknown;
+    }
+    d->date = date;
+    if (date.isValid() && !d->time.isValid()) {
+        d->time = ZkTime::fromMSecsOfDay(0);
+    }
+}
+
+void ZkDateTime::setTime(const ZkTime &time)
+{
+    if (isLocal()) {
+        d->spec = SpecLocalUnknown;
+    }
+    d->time = time;
+}
+
+void ZkDateTime::setTimeSpec(Zk::TimeSpec s)
+{
+    d->spec = s == Zk::TimeUtc ? SpecUtc : s == Zk::TimeOffset ? SpecOffset : SpecLocalUnknown;
+}
+
+void ZkDateTime::setUtcOffset(int seconds)
+{
+    d->spec = seconds != 0 ? SpecOffset : SpecUtc;
+    d->utcOffset = seconds;
+}
+
+int ZkDateTime::utcOffset() const
+{
+    return isValid() && d->spec == SpecOffset ? d->utcOffset : 0;
+}
+
+long long ZkDateTime::toMSecsSinceEpoch() const
+{
+    ZkDate date;
+    ZkTime time;
+    getUTC(date, time);
+    return msecsSinceEpoch(date, time);
+}
+
+void ZkDateTime::setMSecsSinceEpoch(long long msecs)
+{
+    const int oldSpec = d->spec;
+    long long days = msecs / kMSecsPerDay;
+    int rest = static_cast<int>(msecs % kMSecsPerDay);
+    if (rest < 0) {
+        --days;
+        rest += kMSecsPerDay;
+    }
+    d->time = ZkTime::fromMSecsOfDay(rest);
+    if (days < -static_cast<long long>(kEpoch.julianDay()) || days > INT_MAX) {
+        d->date = ZkDate(); // with which there is nothing to convert
+        d->spec = oldSpec == SpecUtc ? SpecUtc : SpecLocalUnknown;
+        return;
+    }
+    d->date = kEpoch.addDays(static_cast<int>(days));
+    becomeLocalUnlessWas(oldSpec);
+}
+
+ZkDateTime ZkDateTime::fromMSecsSinceEpoch(long long msecs)
+{
+    ZkDateTime result;
+    result.setMSecsSinceEpoch(msecs);
+    return result;
+}
+
+unsigned int ZkDateTime::toTime_t() const
+{
+    const long long secs = toMSecsSinceEpoch() / 1000;
+    return secs < 0 || secs >= UINT_MAX ? UINT_MAX : static_cast<unsigned int>(secs);
+}
+
+void ZkDateTime::setTime_t(unsigned int secs)
+{
+    const int oldSpec = d->spec;
+    d->date = kEpoch.addDays(static_cast<int>(secs / 86400));
+    d->time = ZkTime::fromMSecsOfDay(static_cast<int>(secs % 86400) * 1000);
+    becomeLocalUnlessWas(oldSpec);
+}
+
+ZkDateTime ZkDateTime::fromTime_t(unsigned int secs)
+{
+    ZkDateTime result;
+    result.setTime_t(secs);
+    return result;
+}
+
+ZkDateTime ZkDateTime::addDays(int n) const
+{
+    return ZkDateTime(d->date.addDays(n), d->time, timeSpec());
+}
+
+ZkDateTime ZkDateTime::addMonths(int n) const
+{
+    return ZkDateTime(d->date.addMonths(n), d->time, timeSpec());
+}
+
+ZkDateTime ZkDateTime::addYears(int n) const
+{
+    return ZkDateTime(d->date.addYears(n), d->time, timeSpec());
+}
+
+ZkDateTime ZkDateTime::addSecs(int s) const
+{
+    return addMSecs(1000ll * s);
+}
+
+ZkDateTime ZkDateTime::addMSecs(long long ms) const
+{
+    ZkDate date;
+    ZkTime time;
+    getUTC(date, time);
+    if (!addMSecsInPlace(date, time, ms)) {
+        return ZkDateTime(date, time, timeSpec());
+    }
+    return ZkDateTime(date, time, Zk::TimeUtc).toTimeSpec(timeSpec());
+}
+
+int ZkDateTime::daysTo(const ZkDateTime &other) const
+{
+    return d->date.daysTo(other.d->date);
+}
+
+int ZkDateTime::secsTo(const ZkDateTime &other) const
+{
+    ZkDate from, to;
+    ZkTime fromTime, toTime;
+    getUTC(from, fromTime);
+    other.getUTC(to, toTime);
+    return zkWrapped(86400ll * from.daysTo(to) + fromTime.secsTo(toTime));
+}
+
+long long ZkDateTime::msecsTo(const ZkDateTime &other) const
+{
+    ZkDate from, to;
+    ZkTime fromTime, toTime;
+    getUTC(from, fromTime);
+    other.getUTC(to, toTime);
+    return static_cast<long long>(kMSecsPerDay) * from.daysTo(to) + fromTime.msecsTo(toTime);
+}
+
+ZkDateTime ZkDateTime::toTimeSpec(Zk::TimeSpec s) const
+{
+    // Only "UTC or not" is asked, so an offset time stays as it is when local
+    // time is wanted, and `TimeOffset` yields local time.
+    const bool toUtc = s == Zk::TimeUtc;
+    if (toUtc == (d->spec == SpecUtc)) {
+        return *this;
+    }
+    ZkDateTime result;
+    if (toUtc) {
+        result.d->spec = SpecUtc;
+        getUTC(result.d->date, result.d->time);
+    } else {
+        result.d->spec = getLocal(result.d->date, result.d->time);
+    }
+    return result;
+}
+
+bool ZkDateTime::operator==(const ZkDateTime &other) const
+{
+    // The offset counts even where it is a remainder of an earlier one: then two
+    // equal local times take the way through UTC, which is what they mean.
+    if (d->spec == other.d->spec && d->utcOffset == other.d->utcOffset) {
+        return d->time == other.d->time && d->date == other.d->date;
+    }
+    ZkDate mine, theirs;
+    ZkTime myTime, theirTime;
+    getUTC(mine, myTime);
+    other.getUTC(theirs, theirTime);
+    return myTime == theirTime && mine == theirs;
+}
+
+bool ZkDateTime::operator<(const ZkDateTime &other) const
+{
+    ZkDate mine = d->date, theirs = other.d->date;
+    ZkTime myTime = d->time, theirTime = other.d->time;
+    if (d->spec != other.d->spec || d->spec == SpecOffset) {
+        getUTC(mine, myTime);
+        other.getUTC(theirs, theirTime);
+    }
+    return mine != theirs ? mine < theirs : myTime < theirTime;
+}

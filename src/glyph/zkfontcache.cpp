@@ -1,0 +1,93 @@
+#include "zkfontcache.h"
+
+#include "glyph/zkfontlock.h"
+#include "zkfreetype.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+ZkFontLock zkFontLock;
+
+ZkFontCache *ZkFontCache::m_pMyself = nullptr;
+ZkFreetype *ZkFontCache::m_pFtEngine = nullptr;
+
+ZkFontCache *ZkFontCache::create()
+{
+    return new ZkFontCache; // which enters itself
+}
+
+ZkFontCache::ZkFontCache()
+{
+    m_pMyself = this;
+    m_pFtEngine = new ZkFreetype;
+}
+
+ZkFontCache::~ZkFontCache()
+{
+    ZkFreetype::freetype_Done();
+    m_pMyself = nullptr;
+    nextGeneration();
+}
+
+bool ZkFontCache::setFontFile(const ZkString &path)
+{
+    const ZkString file = path.isEmpty() ? ZkString(std::getenv("ZK_FONTLIB")) : path;
+    if (file.isEmpty()) {
+        // Three exclamation marks; the rasteriser's message of the same words has five.
+        std::printf("[GUI-FRAMEWORK]: font not specified, set \"ZK_FONTLIB\" env or call "
+                    "ZkApplication::setFontFile() !!!\n");
+        std::exit(1);
+    }
+    clean();
+    ZkFreetype::freetype_Done();
+    ZkFreetype::freetype_init(file);
+    return true;
+}
+
+const GlyphBitmap *ZkFontCache::glyph(unsigned short unicode, const ZkFont &font)
+{
+    ZkFontCache *cache = instance();
+    const int recordKey = key(unicode, font.attr());
+    const GlyphBitmap *record = nullptr;
+    {
+        const ZkFontReadLock lock;
+        record = cache->find(recordKey);
+        if (record != nullptr && record->pixels != nullptr) {
+            record->retain();
+            return record;
+        }
+    }
+    // A glyph that was missing is not looked up again: between the two locks another
+    // thread may have stored it, and then both records stay valid.
+    return cache->render(unicode, font, record != nullptr, 1);
+}
+
+bool ZkFontCache::cleanCache(bool force)
+{
+    const ZkFontWriteLock lock;
+    const bool trims = force || isOverLimit();
+    if (trims) {
+        cleanAllFontMetrics();
+    }
+    return trims;
+}
+
+void ZkFontCache::closeFontFile()
+{
+    clean();
+    ZkFreetype::freetype_Done();
+}
+
+const GlyphBitmap *ZkFontCache::render(unsigned short unicode, const ZkFont &font, bool look,
+                                       unsigned uses)
+{
+    const ZkFontWriteLock lock;
+    GlyphBitmap *record = look ? fontTable(unicode, font) : nullptr;
+    for (unsigned i = 0; i < uses && (record == nullptr || record->pixels == nullptr); ++i) {
+        m_pFtEngine->setTextFont(font);
+        const GlyphBitmap fresh = m_pFtEngine->resloveUnicode(unicode);
+        record = record == nullptr ? addFontInfo(fresh) : addfontMetrics(fresh);
+    }
+    record->retain(uses);
+    return record;
+}

@@ -1,0 +1,179 @@
+#include "zkglyphlease.h"
+
+#include "glyph/zkfontlock.h"
+#include "zkfontcache.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+constexpr int kLongestPiece = 65535; // so that numbers and counts fit 16 bits
+
+/// Maps the characters of one piece of text to numbers from 1 on; 0 means not entered
+/// yet. The high byte of a character names a page, the low byte its cell. Page 0
+/// stands for all pages that no character needed yet and stays zero. The pages of
+/// most texts, up to `kInlinePages`, are part of the object.
+class PagedTable
+{
+public:
+    PagedTable() : m_cells(m_inline), m_pages(1), m_capacity(kInlinePages)
+    {
+        std::memset(m_cells, 0, kPageBytes);
+    }
+    ~PagedTable()
+    {
+        if (m_cells != m_inline) {
+            std::free(m_cells);
+        }
+    }
+    PagedTable(const PagedTable &) = delete;
+    PagedTable &operator=(const PagedTable &) = delete;
+
+    unsigned find(ZkUcs2 code) const
+    {
+        return m_cells[m_pageOf[code >> 8] * kPageCells + (code & 0xFFu)];
+    }
+
+    void enter(ZkUcs2 code, unsigned number)
+    {
+        std::uint16_t &page = m_pageOf[code >> 8];
+        if (page == 0) {
+            page = addPage();
+        }
+        m_cells[page * kPageCells + (code & 0xFFu)] = static_cast<std::uint16_t>(number);
+    }
+
+private:
+    static constexpr unsigned kPageCells = 256;
+    static constexpr unsigned kPageBytes = kPageCells * sizeof(std::uint16_t);
+    static constexpr unsigned kInlinePages = 6;
+
+    std::uint16_t addPage()
+    {
+        if (m_pages == m_capacity) {
+            const bool inObject = m_cells == m_inline;
+            m_capacity *= 2;
+            void *grown = zkReallocate(inObject ? nullptr : m_cells, m_capacity * kPageBytes);
+            m_cells = static_cast<std::uint16_t *>(grown);
+            if (inObject) {
+                std::memcpy(m_cells, m_inline, sizeof m_inline);
+            }
+        }
+        std::memset(m_cells + m_pages * kPageCells, 0, kPageBytes);
+        return static_cast<std::uint16_t>(m_pages++);
+    }
+
+    std::uint16_t *m_cells;
+    unsigned m_pages, m_capacity;
+    std::uint16_t m_pageOf[256] = {};
+    std::uint16_t m_inline[kInlinePages * kPageCells];
+};
+
+} // namespace
+
+void ZkGlyphLease::fetch(const ZkUcs2 *codes, int n, const ZkFont &font, const GlyphBitmap **out)
+{
+    if (m_generation != ZkFontCache::generation()) {
+        m_uses.clear();
+        m_generation = ZkFontCache::generation();
+    }
+    while (n > 0) {
+        const int piece = std::min(n, kLongestPiece);
+        if (size() + piece <= InlineUses) {
+            fetchShort(codes, piece, font, out);
+        } else {
+            fetchPiece(codes, piece, font, out);
+        }
+        codes += piece;
+        out += piece;
+        n -= piece;
+    }
+}
+
+void ZkGlyphLease::giveBack()
+{
+    if (m_generation == ZkFontCache::generation()) {
+        for (const Use &use : *this) {
+            use.glyph->release(use.count);
+        }
+    }
+    m_uses.clear();
+}
+
+// A short text has few characters twice: telling them apart would cost more than
+// looking each one up.
+void ZkGlyphLease::fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font,
+                              const GlyphBitmap **out)
+{
+    ZkFontCache *cache = ZkFontCache::instance();
+    const int styleKey = ZkFontCache::key(0, font.attr());
+    Use *uses = m_uses.extend(n);
+    bool allThere = true;
+    {
+        const ZkFontReadLock lock;
+        for (int i = 0; i < n; ++i) {
+            const GlyphBitmap *glyph = cache->find(styleKey | codes[i]);
+            if (glyph != nullptr && glyph->pixels != nullptr) {
+                glyph->retain();
+            } else {
+                glyph = nullptr;
+                allThere = false;
+            }
+            out[i] = glyph;
+            uses[i] = Use{glyph, 1};
+        }
+    }
+    for (int i = 0; !allThere && i < n; ++i) {
+        if (out[i] == nullptr) {
+            out[i] = uses[i].glyph = cache->render(codes[i], font, true, 1);
+        }
+    }
+}
+
+void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
+                              const GlyphBitmap **out)
+{
+    ZkFontCache *cache = ZkFontCache::instance();
+    const int styleKey = ZkFontCache::key(0, font.attr());
+    const int first = size();
+    PagedTable numbers;
+    bool allThere = true;
+    {
+        const ZkFontReadLock lock;
+        Use *uses = m_uses.begin() + first;
+        for (int i = 0; i < n; ++i) {
+            const ZkUcs2 code = codes[i];
+            unsigned number = numbers.find(code);
+            if (number == 0) {
+                const GlyphBitmap *glyph = cache->find(styleKey | code);
+                const bool isThere = glyph != nullptr && glyph->pixels != nullptr;
+                allThere = allThere && isThere;
+                m_uses.append(Use{isThere ? glyph : nullptr, 0});
+                number = static_cast<unsigned>(size() - first);
+                numbers.enter(code, number);
+                uses = m_uses.begin() + first;
+            }
+            Use &use = uses[number - 1]; // numbers start at 1
+            ++use.count;
+            out[i] = use.glyph;
+        }
+        // No pixels can be trimmed before the lock is let go.
+        for (const Use *use = begin() + first; use != end(); ++use) {
+            if (use->glyph != nullptr) {
+                use->glyph->retain(use->count);
+            }
+        }
+    }
+    for (int i = 0; !allThere && i < n; ++i) {
+        if (out[i] == nullptr) {
+            Use &use = m_uses[first + static_cast<int>(numbers.find(codes[i])) - 1];
+            if (use.glyph == nullptr) {
+                use.glyph = cache->render(codes[i], font, true, use.count);
+            }
+            out[i] = use.glyph;
+        }
+    }
+}

@@ -1,0 +1,287 @@
+#include "number/zknumbertext.h"
+#include "string/zkunicodetables.h"
+#include "zkmap.h"
+
+#include <climits>
+#include <cstdio>
+
+namespace
+{
+
+void printMissingArgument()
+{
+    std::printf("ZkString::arg(): %%x argument missing\n");
+}
+
+/// An escape in a text.
+struct Escape {
+    const ZkUcs2 *begin; // the '%'
+    const ZkUcs2 *end;
+    int number;
+    bool locale; // marked 'L'
+};
+
+int digitOf(const ZkUcs2 *at, const ZkUcs2 *end)
+{
+    return at < end ? zkUnicodeRecord(*at).digitValue : -1;
+}
+
+/// Finds the first escape that begins at or behind `at`. After a '%' (or "%L") and
+/// a unit that is no digit the search goes on behind that unit: a second '%'
+/// begins nothing.
+bool findEscape(const ZkUcs2 *at, const ZkUcs2 *end, Escape *escape)
+{
+    while ((at = std::find(at, end, ZkUcs2('%'))) != end) {
+        escape->begin = at++;
+        escape->locale = at < end && *at == 'L';
+        at += escape->locale;
+        const int first = digitOf(at, end);
+        if (at < end) {
+            ++at;
+        }
+        if (first == -1) {
+            continue;
+        }
+        const int second = digitOf(at, end);
+        escape->number = second == -1 ? first : 10 * first + second;
+        escape->end = at + (second != -1);
+        return true;
+    }
+    return false;
+}
+
+/// The escapes of the lowest number in a text.
+struct LowestEscapes {
+    int minEscape;         // that number
+    int occurrences;       // how many there are; 0 when the text has no escape
+    int localeOccurrences; // how many of them are marked 'L'
+    int escapeLength;      // the units they take
+};
+
+LowestEscapes findLowest(const ZkString &text)
+{
+    LowestEscapes lowest = {INT_MAX, 0, 0, 0};
+    Escape escape = {};
+    for (const ZkUcs2 *at = text.begin(); findEscape(at, text.end(), &escape); at = escape.end) {
+        if (escape.number > lowest.minEscape) {
+            continue;
+        }
+        if (escape.number < lowest.minEscape) {
+            lowest = {escape.number, 0, 0, 0};
+        }
+        ++lowest.occurrences;
+        lowest.localeOccurrences += escape.locale;
+        lowest.escapeLength += static_cast<int>(escape.end - escape.begin);
+    }
+    if (lowest.occurrences == 0) {
+        printMissingArgument();
+    }
+    return lowest;
+}
+
+/// A value's text and how it is padded.
+struct Argument {
+    const ZkUcs2 *units;
+    int size;
+};
+
+struct Field {
+    int width; // negative: the padding goes behind
+    ZkUcs2 fill;
+
+    std::int64_t padding(const Argument &a) const
+    {
+        return std::max<std::int64_t>(std::abs(std::int64_t(width)) - a.size, 0);
+    }
+};
+
+ZkUcs2 *copyTo(ZkUcs2 *to, const ZkUcs2 *from, const ZkUcs2 *end)
+{
+    return std::copy(from, end, to);
+}
+
+/// Puts a padded argument in place of each of the escapes found: `plain`, or
+/// `locale` where the escape is marked.
+ZkString replaceLowest(const ZkString &text, const LowestEscapes &lowest, const Field &field,
+                       const Argument &plain, const Argument &locale)
+{
+    const std::int64_t total =
+        std::int64_t(text.size()) - lowest.escapeLength +
+        (lowest.occurrences - lowest.localeOccurrences) * (plain.size + field.padding(plain)) +
+        lowest.localeOccurrences * (locale.size + field.padding(locale));
+    // Filled with the padding, which the rest then overwrites around. A size that
+    // no int holds is more memory than a block may have.
+    ZkString result(static_cast<int>(std::min<std::int64_t>(total, INT_MAX)), field.fill);
+    if (result.isEmpty()) {
+        return result;
+    }
+    ZkUcs2 *to = result.data();
+    const ZkUcs2 *from = text.begin();
+    Escape escape = {};
+    for (const ZkUcs2 *at = from; findEscape(at, text.end(), &escape); at = escape.end) {
+        if (escape.number != lowest.minEscape) {
+            continue;
+        }
+        to = copyTo(to, from, escape.begin);
+        from = escape.end;
+        const Argument &a = escape.locale ? locale : plain;
+        const std::int64_t padding = field.padding(a);
+        to = copyTo(to + (field.width > 0 ? padding : 0), a.units, a.units + a.size);
+        to += field.width > 0 ? 0 : padding;
+    }
+    copyTo(to, from, text.end());
+    return result;
+}
+
+/// `arg` for a number that `write(buffer, symbols, width, flags)` lays out.
+template <typename Write>
+ZkString replaceByNumber(const ZkString &text, int fieldWidth, ZkUcs2 fill, bool decimal,
+                         Write write)
+{
+    const LowestEscapes lowest = findLowest(text);
+    if (lowest.occurrences == 0) {
+        return text;
+    }
+    const bool zeros = decimal && fill == '0' && fieldWidth > 0;
+    const unsigned flags = zeros ? unsigned(ZkLocale::PadWithZeros) : 0U;
+    ZkTextBuffer plain, locale;
+    if (lowest.occurrences > lowest.localeOccurrences) {
+        write(&plain, kZkPlainSymbols, fieldWidth, flags);
+    }
+    if (lowest.localeOccurrences > 0) {
+        const bool grouped = (ZkLocale::mNumberOptions & ZkLocale::OmitGroupSeparators) == 0;
+        const unsigned groups = grouped ? unsigned(ZkLocale::GroupThousands) : 0U;
+        write(&locale, zkLocaleSymbols(), fieldWidth, flags | groups);
+    }
+    return replaceLowest(text, lowest, {fieldWidth, fill}, {plain.at(0), plain.size()},
+                         {locale.at(0), locale.size()});
+}
+
+/// `arg` for a text, which has one form for both kinds of escape.
+ZkString replaceByText(const ZkString &text, const Argument &a, const Field &field)
+{
+    const LowestEscapes lowest = findLowest(text);
+    return lowest.occurrences == 0 ? text : replaceLowest(text, lowest, field, a, a);
+}
+
+/// The highest escape number of `multiArg`.
+constexpr int kMostNumber = 999;
+
+/// Reads an escape of `multiArg` at a '%': an 'L' or not, and ASCII digits up to
+/// `most`. Returns what is behind it, null when it is no escape.
+const ZkUcs2 *readNumbered(const ZkUcs2 *at, const ZkUcs2 *end, int most, int *number)
+{
+    ++at;
+    at += at != end && *at == 'L';
+    const ZkUcs2 *const digits = at;
+    for (*number = 0; at != end && *at >= '0' && *at <= '9'; ++at) {
+        *number = std::min(*number * 10 + (*at - '0'), kMostNumber + 1);
+    }
+    return at != digits && *number <= most ? at : nullptr;
+}
+
+/// The index of the argument for each number that gets one, -1 for the others:
+/// `count` indices go to the lowest numbers in the text.
+ZkMap<int, int> argumentIndices(const ZkString &text, int count)
+{
+    ZkMap<int, int> indices;
+    for (const ZkUcs2 *at = text.begin(); (at = std::find(at, text.end(), '%')) != text.end();
+         ++at) {
+        int number = 0;
+        if (readNumbered(at, text.end(), kMostNumber, &number) != nullptr) {
+            indices.insert(number, -1);
+        }
+    }
+    int index = 0;
+    for (auto it = indices.begin(); it != indices.end() && index < count; ++it) {
+        it.value() = index++;
+    }
+    if (index < count) {
+        printMissingArgument();
+    }
+    return indices;
+}
+
+} // namespace
+
+ZkString ZkString::arg(const ZkString &a, int fieldWidth, ZkUcs2 fillChar) const
+{
+    return replaceByText(*this, {a.constData(), a.size()}, {fieldWidth, fillChar});
+}
+
+ZkString ZkString::arg(ZkUcs2 a, int fieldWidth, ZkUcs2 fillChar) const
+{
+    return replaceByText(*this, {&a, 1}, {fieldWidth, fillChar});
+}
+
+ZkString ZkString::arg(long long a, int fieldWidth, int base, ZkUcs2 fillChar) const
+{
+    return replaceByNumber(
+        *this, fieldWidth, fillChar, zkNumberBase(base) == 10,
+        [a, base](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width, unsigned flags) {
+            zkAppendLongLong(out, symbols, a, base, {-1, width, flags});
+        });
+}
+
+ZkString ZkString::arg(unsigned long long a, int fieldWidth, int base, ZkUcs2 fillChar) const
+{
+    return replaceByNumber(
+        *this, fieldWidth, fillChar, zkNumberBase(base) == 10,
+        [a, base](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width, unsigned flags) {
+            zkAppendUnsLongLong(out, symbols, a, base, {-1, width, flags});
+        });
+}
+
+ZkString ZkString::arg(double a, int fieldWidth, char format, int precision, ZkUcs2 fillChar) const
+{
+    const ZkDoubleFormat look = zkDoubleFormat(format);
+    return replaceByNumber(
+        *this, fieldWidth, fillChar, true,
+        [a, precision, look](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width,
+                             unsigned flags) {
+            zkAppendDouble(out, symbols, a, look.form, {precision, width, flags | look.flags});
+        });
+}
+
+ZkString ZkString::multiArg(int count, const ZkString **args) const
+{
+    const ZkMap<int, int> indices = argumentIndices(*this, count);
+    ZkTextBuffer result;
+    const ZkUcs2 *from = begin();
+    for (const ZkUcs2 *at = from; (at = std::find(at, end(), '%')) != end();) {
+        int number = 0;
+        const ZkUcs2 *behind = readNumbered(at, end(), kMostNumber, &number);
+        const int index = behind != nullptr ? indices.value(number, -1) : -1;
+        if (index == -1) {
+            ++at; // text, whether or not it is an escape
+            continue;
+        }
+        result.append(from, at - from);
+        from = at = behind;
+        if (args != nullptr && args[index] != nullptr) {
+            result.append(args[index]->constData(), args[index]->size());
+        }
+    }
+    result.append(from, end() - from);
+    return result.toString();
+}
+
+ZkString ZkString::leftJustified(int width, ZkUcs2 fill, bool truncate) const
+{
+    if (width <= size()) {
+        return truncate ? left(width) : *this;
+    }
+    ZkString result(width, fill);
+    copyTo(result.data(), begin(), end());
+    return result;
+}
+
+ZkString ZkString::rightJustified(int width, ZkUcs2 fill, bool truncate) const
+{
+    if (width <= size()) {
+        return truncate ? left(width) : *this;
+    }
+    ZkString result(width, fill);
+    copyTo(result.data() + (width - size()), begin(), end());
+    return result;
+}

@@ -1,0 +1,176 @@
+#include "number/zkdouble.h"
+#include "number/zkinteger.h"
+#include "number/zknumbertext.h"
+
+#include <climits>
+
+namespace
+{
+
+void report(bool success, bool *ok)
+{
+    if (ok != nullptr) {
+        *ok = success;
+    }
+}
+
+/// `value` if it is in `least` to `most`, else 0 and failure.
+template <typename Narrow, typename Wide>
+Narrow within(Wide value, Wide least, Wide most, bool *ok)
+{
+    if (value < least || value > most) {
+        report(false, ok);
+        return 0;
+    }
+    return static_cast<Narrow>(value);
+}
+
+/// An integer without anything around it: the digits are all there is to lay out.
+ZkString integerText(std::uint64_t magnitude, bool negative, int base)
+{
+    ZkUcs2 room[kZkMostDigits + 1];
+    ZkUcs2 *const end = room + kZkMostDigits + 1;
+    ZkUcs2 *first = zkWriteInteger(end, magnitude, base);
+    if (negative) {
+        *--first = '-';
+    }
+    return ZkString(first, static_cast<int>(end - first));
+}
+
+/// The float nearest to a finite double, a tie going to the even mantissa, in
+/// any rounding mode. Infinite when that lies beyond the largest float.
+float nearestFloat(double value)
+{
+    constexpr int kDropped = kZkMantissaBits - 23; // bits of a normal float's mantissa that go
+    constexpr int kLowest = -149;                  // exponent of a float's last bit at least
+    const ZkBinary x = zkBinaryOf(value);
+    const int dropped = std::max(kDropped, kLowest - x.exponent);
+    std::uint32_t bits = 0;
+    if (dropped <= kZkMantissaBits + 1) { // else below half the smallest float
+        const std::uint64_t half = std::uint64_t(1) << (dropped - 1);
+        const std::uint64_t rest = x.mantissa & (half | (half - 1));
+        const std::uint64_t kept = x.mantissa >> dropped;
+        const bool up = rest > half || (rest == half && (kept & 1) != 0);
+        // The mantissa's own top bit adds 1 to the exponent of a normal float.
+        const unsigned biased = static_cast<unsigned>(x.exponent + dropped - kLowest);
+        const std::uint64_t sum = (std::uint64_t(biased) << 23) + kept + up;
+        bits = static_cast<std::uint32_t>(std::min<std::uint64_t>(sum, 0x7F800000));
+    }
+    bits |= static_cast<std::uint32_t>(zkSignOf(value)) << 31;
+    float nearest;
+    std::memcpy(&nearest, &bits, sizeof nearest);
+    return nearest;
+}
+
+} // namespace
+
+ZkString ZkString::number(long long n, int base)
+{
+    const int legal = zkNumberBase(base);
+    const std::uint64_t bits = static_cast<std::uint64_t>(n);
+    const bool negative = legal == 10 && n < 0;
+    return integerText(negative ? 0 - bits : bits, negative, legal);
+}
+
+ZkString ZkString::number(unsigned long long n, int base)
+{
+    return integerText(n, false, zkNumberBase(base));
+}
+
+ZkString ZkString::number(double n, char format, int precision)
+{
+    const ZkDoubleFormat look = zkDoubleFormat(format);
+    ZkTextBuffer text;
+    zkAppendDouble(&text, kZkPlainSymbols, n, look.form, {precision, 0, look.flags});
+    return text.toString();
+}
+
+// Each of the three reads a text that failed once more, in the same way, and
+// passes on what that says.
+
+long long ZkString::toLongLong(bool *ok, int base) const
+{
+    bool own = false;
+    const long long value =
+        ZkLocale::stringToLongLong(*this, base, &own, ZkLocale::RefuseGroupSeparators);
+    if (own) {
+        report(true, ok);
+        return value;
+    }
+    return ZkLocale::stringToLongLong(*this, base, ok, ZkLocale::RefuseGroupSeparators);
+}
+
+unsigned long long ZkString::toULongLong(bool *ok, int base) const
+{
+    bool own = false;
+    const unsigned long long value =
+        ZkLocale::stringToUnsLongLong(*this, base, &own, ZkLocale::RefuseGroupSeparators);
+    if (own) {
+        report(true, ok);
+        return value;
+    }
+    return ZkLocale::stringToUnsLongLong(*this, base, ok, ZkLocale::RefuseGroupSeparators);
+}
+
+int ZkString::toInt(bool *ok, int base) const
+{
+    return within<int, long long>(toLongLong(ok, base), INT_MIN, INT_MAX, ok);
+}
+
+unsigned ZkString::toUInt(bool *ok, int base) const
+{
+    return within<unsigned, unsigned long long>(toULongLong(ok, base), 0, UINT_MAX, ok);
+}
+
+// The range is that of a device's long, also where long has 64 bits.
+long ZkString::toLong(bool *ok, int base) const
+{
+    return toInt(ok, base);
+}
+
+unsigned long ZkString::toULong(bool *ok, int base) const
+{
+    return toUInt(ok, base);
+}
+
+short ZkString::toShort(bool *ok, int base) const
+{
+    // Only the low 32 bits are looked at, so 2^32 + 5 passes as 5.
+    const std::uint32_t low = static_cast<std::uint32_t>(toLongLong(ok, base));
+    if (low + 32768 >= 65536) {
+        report(false, ok);
+        return 0;
+    }
+    return static_cast<short>(low);
+}
+
+unsigned short ZkString::toUShort(bool *ok, int base) const
+{
+    const std::uint32_t low = static_cast<std::uint32_t>(toULongLong(ok, base)); // as toShort()
+    return within<unsigned short, std::uint32_t>(low, 0, USHRT_MAX, ok);
+}
+
+double ZkString::toDouble(bool *ok) const
+{
+    bool own = false;
+    const double value = ZkLocale::stringToDouble(*this, &own, ZkLocale::RefuseGroupSeparators);
+    if (own) {
+        report(true, ok);
+        return value;
+    }
+    return ZkLocale::stringToDouble(*this, ok, ZkLocale::RefuseGroupSeparators);
+}
+
+float ZkString::toFloat(bool *ok) const
+{
+    const double value = toDouble(ok);
+    if (!zkIsFinite(value)) {
+        return static_cast<float>(value);
+    }
+    const float nearest = nearestFloat(value);
+    if (!zkIsFinite(nearest)) {
+        report(false, ok);
+        return 0;
+    }
+    return nearest;
+}
