@@ -283,19 +283,27 @@ void ZkLinePlacement::settleArabicMarks()
 
 ZkRect ZkLinePlacement::underline(const ZkFont &font) const
 {
+    return underline(cells(), cellCount(), glyphs(), m_baseline, font, m_charSpacing);
+}
+
+ZkRect ZkLinePlacement::underline(const ZkLineCell *cells, int cellCount,
+                                  const ZkPlacedGlyph *glyphs, int baseline, const ZkFont &font,
+                                  int charSpacing)
+{
     const int size = font.fontSize();
     ZkRect strip;
     bool found = false;
-    for (const ZkLineCell &cell : m_cells) {
-        if (m_glyphs[cell.first].glyph->unicode == kSpace || cell.leftOut) {
+    for (const ZkLineCell *at = cells; at != cells + cellCount; ++at) {
+        const ZkLineCell &cell = *at;
+        if (glyphs[cell.first].glyph->unicode == kSpace || cell.leftOut) {
             continue;
         }
         strip.setLeft(found ? strip.left() : cell.x);
-        strip.setRight(zkWrapped(std::int64_t(cell.x) + cell.width - m_charSpacing - 1));
+        strip.setRight(zkWrapped(std::int64_t(cell.x) + cell.width - charSpacing - 1));
         found = true;
     }
     if (found) {
-        const std::int64_t top = std::int64_t(m_baseline) + std::max(1, size / 12);
+        const std::int64_t top = std::int64_t(baseline) + std::max(1, size / 12);
         strip.setTop(zkWrapped(top));
         strip.setBottom(zkWrapped(top + std::max(1, size / 16) - 1));
     }
