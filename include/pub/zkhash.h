@@ -181,27 +181,30 @@ private:
         typedef Value *pointer;
         typedef Value &reference;
 
-        Walker() : node(nullptr) {}
+        Walker() : m_node(nullptr) {}
         // A place to write is also a place to read.
-        operator Walker<const T>() const { return Walker<const T>(node); }
+        operator Walker<const T>() const { return Walker<const T>(m_node); }
 
-        decltype(auto) key() const { return concrete(node)->key(); }
-        reference value() const { return concrete(node)->value; }
+        decltype(auto) key() const { return concrete(m_node)->key(); }
+        reference value() const { return concrete(m_node)->value; }
         reference operator*() const { return value(); }
         pointer operator->() const { return &value(); }
         Walker &operator++()
         {
-            node = ZkHashData::nextNode(node);
+            m_node = ZkHashData::nextNode(m_node);
             return *this;
         }
-        Walker operator++(int) { return Walker(std::exchange(node, ZkHashData::nextNode(node))); }
-        friend bool operator==(Walker a, Walker b) { return a.node == b.node; }
-        friend bool operator!=(Walker a, Walker b) { return a.node != b.node; }
+        Walker operator++(int)
+        {
+            return Walker(std::exchange(m_node, ZkHashData::nextNode(m_node)));
+        }
+        friend bool operator==(Walker a, Walker b) { return a.m_node == b.m_node; }
+        friend bool operator!=(Walker a, Walker b) { return a.m_node != b.m_node; }
 
     private:
         friend class ZkHash;
-        explicit Walker(ZkHashData::Node *at) : node(at) {}
-        ZkHashData::Node *node;
+        explicit Walker(ZkHashData::Node *at) : m_node(at) {}
+        ZkHashData::Node *m_node;
     };
 
 public:

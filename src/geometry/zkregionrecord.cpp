@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#if __SIZEOF_POINTER__ == 4
+#if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(ZkRegion::Record) == 72, "a record is 72 bytes on the target");
 #endif
 
