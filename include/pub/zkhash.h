@@ -147,13 +147,13 @@ class ZkHash
     template <bool isHash, typename Unused>
     struct NodeOf : ZkHashData::Node {
         NodeOf(unsigned hash, const K &k, const T &v)
-            : ZkHashData::Node{nullptr, hash}, k_(k), value(v)
+            : ZkHashData::Node{nullptr, hash}, ownKey(k), value(v)
         {
         }
-        const K &key() const { return k_; }
-        bool holds(unsigned hash, const K &k) const { return h == hash && k_ == k; }
+        const K &key() const { return ownKey; }
+        bool holds(unsigned hash, const K &k) const { return h == hash && ownKey == k; }
 
-        K k_;
+        K ownKey;
         T value;
     };
     template <typename Unused>
@@ -342,7 +342,7 @@ inline unsigned ZkHashData::bucketOf(unsigned h) const
 {
     const auto bits = static_cast<unsigned>(numBits);
     const auto count = static_cast<unsigned>(numBuckets);
-    const std::uint64_t product = std::uint64_t(h) * kZkHashReciprocals[bits];
+    const std::uint64_t product = static_cast<std::uint64_t>(h) * kZkHashReciprocals[bits];
     const unsigned rest = h - static_cast<unsigned>(product >> 32 >> bits) * count;
     return rest >= count ? rest - count : rest;
 }

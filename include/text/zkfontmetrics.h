@@ -1,15 +1,15 @@
 #ifndef ZKFONTMETRICS_H
 #define ZKFONTMETRICS_H
 
-#include <zkfont.h>
-#include <zkglobal.h>
-#include <zkinlinearray.h>
-#include <zklist.h>
-#include <zkpoint.h>
-#include <zkrect.h>
-#include <zksize.h>
-#include <zkstring.h>
-#include <zkvector.h>
+#include "zkfont.h"
+#include "zkglobal.h"
+#include "zkinlinearray.h"
+#include "zklist.h"
+#include "zkpoint.h"
+#include "zkrect.h"
+#include "zksize.h"
+#include "zkstring.h"
+#include "zkvector.h"
 
 class ZkFontEngine;
 

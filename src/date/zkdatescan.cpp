@@ -175,10 +175,10 @@ Token findPair(const ZkString &format, ZkUcs2 first, ZkUcs2 second)
 
 /// Which of the four markers a text holds, anywhere.
 struct Markers {
-    bool am = false, pm = false, AM = false, PM = false;
+    bool am = false, pm = false, capitalAm = false, capitalPm = false;
 
-    bool anyAm() const { return am || AM; }
-    bool anyPm() const { return pm || PM; }
+    bool anyAm() const { return am || capitalAm; }
+    bool anyPm() const { return pm || capitalPm; }
 
     /// The hour of the day of an hour that was read.
     int hour(int read) const
@@ -200,8 +200,8 @@ Markers findMarkers(const ZkString &text)
         const ZkUcs2 next = (&unit)[1];
         found.am |= unit == 'a' && next == 'm';
         found.pm |= unit == 'p' && next == 'm';
-        found.AM |= unit == 'A' && next == 'M';
-        found.PM |= unit == 'P' && next == 'M';
+        found.capitalAm |= unit == 'A' && next == 'M';
+        found.capitalPm |= unit == 'P' && next == 'M';
     }
     return found;
 }
@@ -327,8 +327,8 @@ void DateTimeReader::feedMarker()
         return;
     }
     ++p;
-    const bool am = capitals ? m_markers.AM : m_markers.am;
-    const bool pm = capitals ? m_markers.PM : m_markers.pm;
+    const bool am = capitals ? m_markers.capitalAm : m_markers.am;
+    const bool pm = capitals ? m_markers.capitalPm : m_markers.pm;
     if (am || pm) {
         m_scanner.feed(static_cast<ZkUcs2>(capitals ? (am ? 'A' : 'P') : (am ? 'a' : 'p')));
         m_scanner.feed(capitals ? 'M' : 'm');
@@ -387,8 +387,8 @@ ZkTime ZkTime::fromString(const ZkString &text, const ZkString &format)
     Markers markers;
     if (marker.place != nullptr) {
         const Markers inText = findMarkers(text);
-        (capitals ? markers.AM : markers.am) = capitals ? inText.AM : inText.am;
-        (capitals ? markers.PM : markers.pm) = capitals ? inText.PM : inText.pm;
+        (capitals ? markers.capitalAm : markers.am) = capitals ? inText.capitalAm : inText.am;
+        (capitals ? markers.capitalPm : markers.pm) = capitals ? inText.capitalPm : inText.pm;
     }
     const char *markerText = markers.anyAm()   ? (capitals ? "AM" : "am")
                              : markers.anyPm() ? (capitals ? "PM" : "pm")

@@ -148,7 +148,7 @@ void ZkRegion::Record::setInner(const ZkInnerRect &inner)
 void ZkRegion::Record::makeRoom(int count)
 {
     ZkVector<ZkRect> roomy;
-    roomy.realloc(0, zkWrapped(std::int64_t(numRects) + count));
+    roomy.realloc(0, zkWrapped(static_cast<std::int64_t>(numRects) + count));
     roomy.append(begin(), numRects);
     rects.swap(roomy);
     seams = knownSeams();

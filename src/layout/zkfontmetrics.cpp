@@ -75,8 +75,8 @@ void ZkFontMetrics::setTextMinRect(int x, int y, int w, int h)
 {
     if (w >= 1) {
         m_origin = ZkPoint(x, y);
-        m_box =
-            ZkRect(x, y, zkWrapped(std::int64_t(x) + w - 1), zkWrapped(std::int64_t(y) + h - 1));
+        m_box = ZkRect(x, y, zkWrapped(static_cast<std::int64_t>(x) + w - 1),
+                       zkWrapped(static_cast<std::int64_t>(y) + h - 1));
         m_wrapWidth = w;
     } else {
         m_wrapWidth = kNoWrapping;
@@ -140,7 +140,7 @@ int ZkFontMetrics::calcTextLength()
     const auto addCell = [this](int width, int count) {
         m_characterWidths.append(width);
         m_combinationNums.append(count);
-        m_pixelLength = zkWrapped(std::int64_t(m_pixelLength) + width + m_charSpacing);
+        m_pixelLength = zkWrapped(static_cast<std::int64_t>(m_pixelLength) + width + m_charSpacing);
     };
     for (int i = 0; i < m_engine->text().size();) {
         int width = glyphs[i]->advance;
@@ -185,14 +185,15 @@ ZkVector<int> ZkFontMetrics::characterWidth()
 // Pixels from the top of one line to the top of the next.
 int ZkFontMetrics::lineHeight() const
 {
-    return zkWrapped(std::int64_t(m_engine->textPixelSize()) + m_lineSpacing / 2);
+    return zkWrapped(static_cast<std::int64_t>(m_engine->textPixelSize()) + m_lineSpacing / 2);
 }
 
 // Line `index` in layout coordinates: from x 0 on, one line below the other.
 ZkRect ZkFontMetrics::lineRect(int index) const
 {
     const std::int64_t height = lineHeight();
-    return ZkRect(0, zkWrapped(index * height), zkWrapped(std::int64_t(m_lines[index].width) - 1),
+    return ZkRect(0, zkWrapped(index * height),
+                  zkWrapped(static_cast<std::int64_t>(m_lines[index].width) - 1),
                   zkWrapped((index + 1) * height - 1));
 }
 
@@ -273,11 +274,11 @@ ZkVector<PaintInfo> &ZkFontMetrics::paintInfoList()
     for (int i = 0; i < count; ++i) {
         PaintInfo &record = records[i];
         const int left = alignedLeft(m_lines[i].width);
-        record.right = zkWrapped(std::int64_t(record.right) + left - record.left);
+        record.right = zkWrapped(static_cast<std::int64_t>(record.right) + left - record.left);
         record.left = left;
         // `top` stays, and a second call moves `bottom` again: hosts place a line by
         // its `bottom` and ask once for each division.
-        record.bottom = zkWrapped(std::int64_t(record.bottom) + dy);
+        record.bottom = zkWrapped(static_cast<std::int64_t>(record.bottom) + dy);
     }
     return m_paintInfos;
 }
@@ -286,10 +287,12 @@ ZkVector<PaintInfo> &ZkFontMetrics::paintInfoList()
 // height, so text at the bottom ends one row below a flush fit.
 int ZkFontMetrics::verticalOffset() const
 {
-    const std::int64_t room = std::int64_t(m_box.height()) - lineRect(m_lines.size() - 1).bottom();
+    const std::int64_t room =
+        static_cast<std::int64_t>(m_box.height()) - lineRect(m_lines.size() - 1).bottom();
     switch (m_alignment & VerticalMask) {
     case AlignBottom: return zkWrapped(m_box.top() + room);
-    case AlignVCenter: return zkWrapped(std::int64_t(m_box.top()) + zkWrapped(room) / 2);
+    case AlignVCenter:
+        return zkWrapped(static_cast<std::int64_t>(m_box.top()) + zkWrapped(room) / 2);
     default: return m_box.top();
     }
 }
@@ -297,10 +300,10 @@ int ZkFontMetrics::verticalOffset() const
 // The first column of a line of this width. Right-to-left text exchanges left and right.
 int ZkFontMetrics::alignedLeft(int lineWidth) const
 {
-    const std::int64_t room = std::int64_t(m_box.width()) - lineWidth;
+    const std::int64_t room = static_cast<std::int64_t>(m_box.width()) - lineWidth;
     const int horizontal = m_alignment & HorizontalMask;
     if (horizontal == AlignHCenter) {
-        return zkWrapped(std::int64_t(m_box.left()) + zkWrapped(room) / 2);
+        return zkWrapped(static_cast<std::int64_t>(m_box.left()) + zkWrapped(room) / 2);
     }
     const bool toTheRight = (horizontal == AlignRight) != m_engine->isRightToLeft();
     return zkWrapped(m_box.left() + (toTheRight ? room : 0));
@@ -314,5 +317,6 @@ ZkSize ZkFontMetrics::sizeHint()
     }
     const auto narrower = [](const Line &a, const Line &b) { return a.width < b.width; };
     const Line &widest = *std::max_element(m_lines.begin(), m_lines.end(), narrower);
-    return ZkSize(widest.width, zkWrapped(std::int64_t(lineRect(m_lines.size() - 1).bottom()) + 1));
+    return ZkSize(widest.width,
+                  zkWrapped(static_cast<std::int64_t>(lineRect(m_lines.size() - 1).bottom()) + 1));
 }

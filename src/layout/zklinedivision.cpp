@@ -62,7 +62,7 @@ void ZkFontMetrics::LineDivider::run()
             if (startsWord(i)) {
                 wrapBefore(i, 0);
             }
-            widen(std::int64_t(m_glyphs[i]->advance) + m_spacing);
+            widen(static_cast<std::int64_t>(m_glyphs[i]->advance) + m_spacing);
             ++i;
             break;
         case ZkBreakClass::Newline: addNewline(i++); break;
@@ -82,7 +82,7 @@ int ZkFontMetrics::LineDivider::addLetters(int i)
     do {
         pixels += m_glyphs[end++]->advance;
     } while (end < m_count && zkIsLetter(m_units[end]));
-    pixels += std::int64_t(m_spacing) * (end - i);
+    pixels += static_cast<std::int64_t>(m_spacing) * (end - i);
 
     if (startsWord(i)) {
         const bool wordGoesOn = end < m_count && zkBreakClass(m_units[end]) == ZkBreakClass::Thai;
@@ -103,7 +103,7 @@ int ZkFontMetrics::LineDivider::addThaiCluster(int i)
     for (int k = i + 1; k < end; ++k) {
         widest = std::max<int>(widest, m_glyphs[k]->advance);
     }
-    widen(std::int64_t(widest) + m_spacing);
+    widen(static_cast<std::int64_t>(widest) + m_spacing);
     return end;
 }
 
@@ -116,14 +116,15 @@ int ZkFontMetrics::LineDivider::addBreakAnywhere(int i)
     do {
         const int advance = m_glyphs[end]->advance;
         if (m_wordWrap && end > m_start &&
-            std::int64_t(advance) + m_width + m_spacing > m_wrapWidth) {
+            static_cast<std::int64_t>(advance) + m_width + m_spacing > m_wrapWidth) {
             emit(end, advance);
         }
-        widen(std::int64_t(advance) + m_spacing);
+        widen(static_cast<std::int64_t>(advance) + m_spacing);
         ++end;
     } while (end < m_count && zkBreakClass(m_units[end]) == ZkBreakClass::BreakAnywhere);
 
-    if (m_wordWrap && end < m_count && std::int64_t(m_width) + wordWidth(end) > m_wrapWidth) {
+    const std::int64_t width = m_width;
+    if (m_wordWrap && end < m_count && width + wordWidth(end) > m_wrapWidth) {
         emit(end, m_glyphs[end - 1]->advance);
     }
     return end;
@@ -153,7 +154,7 @@ bool ZkFontMetrics::LineDivider::startsWord(int i) const
 // than the word's own is asked for.
 void ZkFontMetrics::LineDivider::wrapBefore(int i, int wordWidth)
 {
-    if (std::int64_t(wordWidth) + m_width + m_spacing > m_wrapWidth) {
+    if (static_cast<std::int64_t>(wordWidth) + m_width + m_spacing > m_wrapWidth) {
         emit(i, m_glyphs[i]->advance);
     }
 }

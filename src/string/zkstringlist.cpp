@@ -164,12 +164,12 @@ ZkStringList ZkString::split(const ZkUcs2 &sep, SplitBehavior behavior,
 ZkString ZkStringList::join(const ZkString &sep) const
 {
     ZkString result = sep.mid(sep.size()); // the shared empty string
-    std::int64_t total = std::int64_t(sep.size()) * (size() - 1);
+    std::int64_t total = static_cast<std::int64_t>(sep.size()) * (size() - 1);
     for (const ZkString &element : *this) {
         total += element.size();
     }
     // The text is appended to these units, not written over them.
-    result.resize(static_cast<int>(std::min(total, std::int64_t(INT_MAX))));
+    result.resize(static_cast<int>(std::min(total, static_cast<std::int64_t>(INT_MAX))));
     if (total <= 0) {
         return result;
     }
