@@ -333,8 +333,10 @@ ZkList<T>::ZkList(Iterator first, Iterator last) : ZkList()
     }
 }
 
+// The list is complete before elements are copied: should that throw, its destructor
+// gives the share of `other`'s block back.
 template <typename T>
-inline ZkList<T>::ZkList(const ZkList &other) : p(other.p)
+inline ZkList<T>::ZkList(const ZkList &other) : ZkList(other.p)
 {
     zkRetain(p.d, &ZkListData::shared_null);
     if (!p.d->sharable) {

@@ -7,22 +7,33 @@
 #include <stdexcept>
 
 /// An element that counts how many of its kind live and knows its own address,
-/// so that a leak, a second destruction or a move by bytes is noticed.
+/// so that a leak, a second destruction or a move by bytes is noticed. What was moved
+/// from may be assigned to or destroyed; whoever reads it is noticed as well.
 class Counted
 {
 public:
     Counted() : Counted(0) {}
     Counted(int value) : self(this), number(value) { ++alive; }
     Counted(const Counted &other) : Counted(other.checked()) {}
+    Counted(Counted &&other) noexcept : Counted(other.taken()) {}
     Counted &operator=(const Counted &other)
     {
-        checked();
+        expectAlive();
         number = other.checked();
+        isMovedFrom = false;
+        return *this;
+    }
+    Counted &operator=(Counted &&other) noexcept
+    {
+        expectAlive();
+        number = other.checked();
+        isMovedFrom = false;
+        other.isMovedFrom = true; // itself included, as a string would be
         return *this;
     }
     ~Counted()
     {
-        checked();
+        expectAlive();
         self = nullptr;
         --alive;
     }
@@ -32,14 +43,23 @@ public:
     static inline int alive = 0;
 
 private:
+    void expectAlive() const { EXPECT_EQ(self, this) << "not a living element"; }
     int checked() const
     {
-        EXPECT_EQ(self, this) << "not a living element";
+        expectAlive();
+        EXPECT_FALSE(isMovedFrom) << "element " << number << " was moved away";
         return number;
+    }
+    int taken()
+    {
+        const int value = checked();
+        isMovedFrom = true;
+        return value;
     }
 
     const Counted *self;
     int number;
+    bool isMovedFrom = false;
 };
 
 /// An element whose copies fail once its allowance is used up.
