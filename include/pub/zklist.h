@@ -290,7 +290,7 @@ inline void *ZkList<T>::makeNode(Source &&value)
         std::memcpy(&node, &value, sizeof node);
         return node;
     } else {
-        return new T(std::forward<Source>(value));
+        return zkNew<T>(std::forward<Source>(value));
     }
 }
 
@@ -309,7 +309,7 @@ void ZkList<T>::deleteNodes(void **first, void **stop)
 {
     if constexpr (!kDirect) {
         while (stop != first) {
-            delete static_cast<T *>(*--stop);
+            ::delete static_cast<T *>(*--stop);
         }
     }
 }

@@ -26,7 +26,7 @@ constexpr int kNoWrapping = 2147483647;
 
 ZkFontMetrics::ZkFontMetrics(const ZkString &string, const ZkFont &font, int lineGap, int charGap)
     : text(string),
-      engine(new ZkFontEngine),
+      engine(zkNew<ZkFontEngine>()),
       lineSpacing(lineGap),
       charSpacing(charGap),
       fontSize(font.fontSize()),
