@@ -277,6 +277,8 @@ public:
 private:
     friend struct ZkInspector;
 
+    explicit ZkHash(ZkHashData *table) : d(table) {}
+
     static Node *concrete(ZkHashData::Node *node) { return static_cast<Node *>(node); }
     static void duplicateNode(ZkHashData::Node *from, void *to);
     static void deleteNode2(ZkHashData::Node *node) { concrete(node)->~Node(); }
@@ -348,8 +350,10 @@ ZkHash<K, T>::ZkHash(std::initializer_list<std::pair<K, T>> pairs) : ZkHash()
     }
 }
 
+// The hash is complete before nodes are copied: should that throw, its destructor
+// gives the share of `other`'s table back.
 template <typename K, typename T>
-inline ZkHash<K, T>::ZkHash(const ZkHash &other) : d(other.d)
+inline ZkHash<K, T>::ZkHash(const ZkHash &other) : ZkHash(other.d)
 {
     d->ref.ref();
     if (!d->sharable) {
