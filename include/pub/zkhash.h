@@ -147,13 +147,13 @@ class ZkHash
     template <bool isHash, typename Unused>
     struct NodeOf : ZkHashData::Node {
         NodeOf(unsigned hash, const K &k, const T &v)
-            : ZkHashData::Node{nullptr, hash}, k_(k), value(v)
+            : ZkHashData::Node{nullptr, hash}, ownKey(k), value(v)
         {
         }
-        const K &key() const { return k_; }
-        bool holds(unsigned hash, const K &k) const { return h == hash && k_ == k; }
+        const K &key() const { return ownKey; }
+        bool holds(unsigned hash, const K &k) const { return h == hash && ownKey == k; }
 
-        K k_;
+        K ownKey;
         T value;
     };
     template <typename Unused>
@@ -181,27 +181,30 @@ private:
         typedef Value *pointer;
         typedef Value &reference;
 
-        Walker() : node(nullptr) {}
+        Walker() : m_node(nullptr) {}
         // A place to write is also a place to read.
-        operator Walker<const T>() const { return Walker<const T>(node); }
+        operator Walker<const T>() const { return Walker<const T>(m_node); }
 
-        decltype(auto) key() const { return concrete(node)->key(); }
-        reference value() const { return concrete(node)->value; }
+        decltype(auto) key() const { return concrete(m_node)->key(); }
+        reference value() const { return concrete(m_node)->value; }
         reference operator*() const { return value(); }
         pointer operator->() const { return &value(); }
         Walker &operator++()
         {
-            node = ZkHashData::nextNode(node);
+            m_node = ZkHashData::nextNode(m_node);
             return *this;
         }
-        Walker operator++(int) { return Walker(std::exchange(node, ZkHashData::nextNode(node))); }
-        friend bool operator==(Walker a, Walker b) { return a.node == b.node; }
-        friend bool operator!=(Walker a, Walker b) { return a.node != b.node; }
+        Walker operator++(int)
+        {
+            return Walker(std::exchange(m_node, ZkHashData::nextNode(m_node)));
+        }
+        friend bool operator==(Walker a, Walker b) { return a.m_node == b.m_node; }
+        friend bool operator!=(Walker a, Walker b) { return a.m_node != b.m_node; }
 
     private:
         friend class ZkHash;
-        explicit Walker(ZkHashData::Node *at) : node(at) {}
-        ZkHashData::Node *node;
+        explicit Walker(ZkHashData::Node *at) : m_node(at) {}
+        ZkHashData::Node *m_node;
     };
 
 public:
@@ -339,7 +342,7 @@ inline unsigned ZkHashData::bucketOf(unsigned h) const
 {
     const auto bits = static_cast<unsigned>(numBits);
     const auto count = static_cast<unsigned>(numBuckets);
-    const std::uint64_t product = std::uint64_t(h) * kZkHashReciprocals[bits];
+    const std::uint64_t product = static_cast<std::uint64_t>(h) * kZkHashReciprocals[bits];
     const unsigned rest = h - static_cast<unsigned>(product >> 32 >> bits) * count;
     return rest >= count ? rest - count : rest;
 }

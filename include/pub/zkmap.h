@@ -96,33 +96,33 @@ class ZkMap
         typedef Value *pointer;
         typedef Value &reference;
 
-        Walker() : node(nullptr) {}
+        Walker() : m_node(nullptr) {}
         // A place to write is also a place to read.
-        operator Walker<const T>() const { return Walker<const T>(node); }
+        operator Walker<const T>() const { return Walker<const T>(m_node); }
 
-        const K &key() const { return payload(node)->key; }
-        reference value() const { return payload(node)->value; }
+        const K &key() const { return payload(m_node)->key; }
+        reference value() const { return payload(m_node)->value; }
         reference operator*() const { return value(); }
         pointer operator->() const { return &value(); }
         Walker &operator++()
         {
-            node = node->forward[0];
+            m_node = m_node->forward[0];
             return *this;
         }
         Walker &operator--()
         {
-            node = node->backward;
+            m_node = m_node->backward;
             return *this;
         }
-        Walker operator++(int) { return Walker(std::exchange(node, node->forward[0])); }
-        Walker operator--(int) { return Walker(std::exchange(node, node->backward)); }
-        friend bool operator==(Walker a, Walker b) { return a.node == b.node; }
-        friend bool operator!=(Walker a, Walker b) { return a.node != b.node; }
+        Walker operator++(int) { return Walker(std::exchange(m_node, m_node->forward[0])); }
+        Walker operator--(int) { return Walker(std::exchange(m_node, m_node->backward)); }
+        friend bool operator==(Walker a, Walker b) { return a.m_node == b.m_node; }
+        friend bool operator!=(Walker a, Walker b) { return a.m_node != b.m_node; }
 
     private:
         friend class ZkMap;
-        explicit Walker(ZkMapData::Node *at) : node(at) {}
-        ZkMapData::Node *node;
+        explicit Walker(ZkMapData::Node *at) : m_node(at) {}
+        ZkMapData::Node *m_node;
     };
 
 public:

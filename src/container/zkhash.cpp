@@ -45,7 +45,7 @@ int exponentFor(std::uint32_t count)
 
 std::int64_t bucketBytes(int count)
 {
-    return std::int64_t(count) * static_cast<std::int64_t>(sizeof(ZkHashData::Node *));
+    return static_cast<std::int64_t>(count) * static_cast<std::int64_t>(sizeof(ZkHashData::Node *));
 }
 
 // Room for `count` buckets, or null. The fewest are needed to hold a node at all, more
@@ -87,11 +87,12 @@ void *ZkHashData::allocateStrictNode(int nodeAlign)
     // The address of the raw memory stands in the word before the node.
     const int pointer = static_cast<int>(sizeof(void *));
     if (nodeAlign <= 4) {
-        void **raw = static_cast<void **>(zkAllocate(std::int64_t(nodeSize) + pointer));
+        void **raw =
+            static_cast<void **>(zkAllocate(static_cast<std::int64_t>(nodeSize) + pointer));
         *raw = raw;
         return raw + 1;
     }
-    void *raw = zkAllocate(std::int64_t(nodeSize) + nodeAlign);
+    void *raw = zkAllocate(static_cast<std::int64_t>(nodeSize) + nodeAlign);
     const auto alignment = static_cast<std::uintptr_t>(nodeAlign);
     const std::uintptr_t address =
         (reinterpret_cast<std::uintptr_t>(raw) + alignment) & ~(alignment - 1);

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#if __SIZEOF_POINTER__ == 4
+#if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(ZkRegion::Record) == 72, "a record is 72 bytes on the target");
 #endif
 
@@ -148,7 +148,7 @@ void ZkRegion::Record::setInner(const ZkInnerRect &inner)
 void ZkRegion::Record::makeRoom(int count)
 {
     ZkVector<ZkRect> roomy;
-    roomy.realloc(0, zkWrapped(std::int64_t(numRects) + count));
+    roomy.realloc(0, zkWrapped(static_cast<std::int64_t>(numRects) + count));
     roomy.append(begin(), numRects);
     rects.swap(roomy);
     seams = knownSeams();

@@ -152,7 +152,7 @@ void fillRecord(GlyphBitmap *record, GreyRows grey, int left, int top, bool outl
     record->descent = static_cast<std::int16_t>(record->height - record->top);
 
     // An empty glyph has a byte too: null pixels mean that it must be rendered again.
-    const std::int64_t bytes = std::int64_t(record->width) * record->height;
+    const std::int64_t bytes = static_cast<std::int64_t>(record->width) * record->height;
     void *memory = nullptr;
     if (bytes <= INT_MAX) {
         memory = std::malloc(bytes < 1 ? 1 : static_cast<std::size_t>(bytes));
@@ -265,7 +265,8 @@ GlyphBitmap ZkFreetype::resloveUnicode(unsigned short unicode)
         std::printf("FT_Render_Glyph error!\n");
     }
 
-    record.advance = static_cast<std::int16_t>((std::int64_t(slot->advance.x) + 32) >> 6);
+    record.advance =
+        static_cast<std::int16_t>((static_cast<std::int64_t>(slot->advance.x) + 32) >> 6);
     GreyRows grey;
     FT_Bitmap converted;
     FT_Bitmap_Init(&converted);

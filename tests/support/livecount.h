@@ -12,18 +12,18 @@ class Counted
 {
 public:
     Counted() : Counted(0) {}
-    Counted(int value) : self(this), number(value) { ++alive; }
+    Counted(int value) : m_self(this), m_number(value) { ++alive; }
     Counted(const Counted &other) : Counted(other.checked()) {}
     Counted &operator=(const Counted &other)
     {
         checked();
-        number = other.checked();
+        m_number = other.checked();
         return *this;
     }
     ~Counted()
     {
         checked();
-        self = nullptr;
+        m_self = nullptr;
         --alive;
     }
 
@@ -34,12 +34,12 @@ public:
 private:
     int checked() const
     {
-        EXPECT_EQ(self, this) << "not a living element";
-        return number;
+        EXPECT_EQ(m_self, this) << "not a living element";
+        return m_number;
     }
 
-    const Counted *self;
-    int number;
+    const Counted *m_self;
+    int m_number;
 };
 
 /// An element whose copies fail once its allowance is used up.
@@ -62,13 +62,13 @@ struct Throwing {
 class NoLeak
 {
 public:
-    NoLeak() : before(Counted::alive) {}
-    ~NoLeak() { EXPECT_EQ(Counted::alive, before); }
+    NoLeak() : m_before(Counted::alive) {}
+    ~NoLeak() { EXPECT_EQ(Counted::alive, m_before); }
     NoLeak(const NoLeak &) = delete;
     NoLeak &operator=(const NoLeak &) = delete;
 
 private:
-    int before;
+    int m_before;
 };
 
 #endif
