@@ -370,7 +370,11 @@ static_assert(sizeof(ZkTime) == 4, "a time is its milliseconds");
 /// December 2037 as that day of 2037 (29 February as the 28th), and moved back by
 /// whole days afterwards. A local date-time remembers whether a conversion found
 /// daylight saving time in force, which tells apart the two passes of the hour
-/// that the clock repeats; `setDate` and `setTime` forget it.
+/// that the clock repeats; `setDate` and `setTime` forget it. Without that, and where
+/// a zone repeats an hour with no change of daylight saving (Moscow, 26 October 2014,
+/// 01:30), a time means the first pass, and one that the clock skips is counted on
+/// from before the gap: 02:30 is 03:30. The same numbers are the same moment, whatever
+/// was converted before.
 ///
 ///     ZkDateTime noon(ZkDate(2024, 7, 1), ZkTime(12, 0), Zk::TimeUtc);
 ///     noon.toTimeSpec(Zk::TimeLocal).toString("HH:mm")    // "14:00" in Berlin

@@ -290,7 +290,7 @@ inline void *ZkList<T>::makeNode(Source &&value)
         std::memcpy(&node, &value, sizeof node);
         return node;
     } else {
-        return new T(std::forward<Source>(value));
+        return zkNew<T>(std::forward<Source>(value));
     }
 }
 
@@ -309,7 +309,7 @@ void ZkList<T>::deleteNodes(void **first, void **stop)
 {
     if constexpr (!kDirect) {
         while (stop != first) {
-            delete static_cast<T *>(*--stop);
+            ::delete static_cast<T *>(*--stop);
         }
     }
 }
@@ -333,8 +333,10 @@ ZkList<T>::ZkList(Iterator first, Iterator last) : ZkList()
     }
 }
 
+// The list is complete before elements are copied: should that throw, its destructor
+// gives the share of `other`'s block back.
 template <typename T>
-inline ZkList<T>::ZkList(const ZkList &other) : p(other.p)
+inline ZkList<T>::ZkList(const ZkList &other) : ZkList(other.p)
 {
     zkRetain(p.d, &ZkListData::shared_null);
     if (!p.d->sharable) {

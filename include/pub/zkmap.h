@@ -225,8 +225,10 @@ ZkMap<K, T>::ZkMap(std::initializer_list<std::pair<K, T>> pairs) : ZkMap()
     }
 }
 
+// The map is complete before nodes are copied: should that throw, its destructor
+// gives the share of `other`'s table back.
 template <typename K, typename T>
-inline ZkMap<K, T>::ZkMap(const ZkMap &other) : d(other.d)
+inline ZkMap<K, T>::ZkMap(const ZkMap &other) : ZkMap(other.d)
 {
     d->ref.ref();
     if (!d->sharable) {

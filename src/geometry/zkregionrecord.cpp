@@ -1,5 +1,7 @@
 #include "geometry/zkregionrecord.h"
 
+#include "base/zkmemory.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
@@ -41,6 +43,7 @@ ZkRegion::Record *ZkRegion::Record::take()
     if (freeRecords == nullptr) {
         void *const block = std::malloc(kRecordsPerBlock * sizeof(Record));
         if (block == nullptr) {
+            zkReportNoMemory(kRecordsPerBlock * sizeof(Record));
             zkRegionStop();
         }
         Record *const first = static_cast<Record *>(block);

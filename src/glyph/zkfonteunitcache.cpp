@@ -75,7 +75,7 @@ ZkFonteUnitCache::~ZkFonteUnitCache()
 void ZkFonteUnitCache::createDat()
 {
     releaseDat();
-    m_memory = new BlockMM;
+    m_memory = zkNew<BlockMM>();
     m_memory->greathMemory();
 }
 

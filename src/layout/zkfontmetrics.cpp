@@ -26,7 +26,7 @@ constexpr int kNoWrapping = 2147483647;
 
 ZkFontMetrics::ZkFontMetrics(const ZkString &string, const ZkFont &font, int lineGap, int charGap)
     : m_text(string),
-      m_engine(new ZkFontEngine),
+      m_engine(zkNew<ZkFontEngine>()),
       m_lineSpacing(lineGap),
       m_charSpacing(charGap),
       m_fontSize(font.fontSize()),
