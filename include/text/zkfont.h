@@ -81,7 +81,7 @@ inline ZkFont::ZkFont(unsigned char size, bool slant, bool embolden, bool outlin
 
 inline bool ZkFont::operator==(const ZkFont &other) const
 {
-    const unsigned differing = unsigned(m_attr.flags) ^ other.m_attr.flags;
+    const unsigned differing = static_cast<unsigned>(m_attr.flags) ^ other.m_attr.flags;
     return m_attr.size == other.m_attr.size && (differing & ZkFontAttr::AllFlags) == 0;
 }
 

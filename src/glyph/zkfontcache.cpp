@@ -13,13 +13,13 @@ ZkFreetype *ZkFontCache::m_pFtEngine = nullptr;
 
 ZkFontCache *ZkFontCache::create()
 {
-    return new ZkFontCache; // which enters itself
+    return zkNew<ZkFontCache>(); // which enters itself
 }
 
 ZkFontCache::ZkFontCache()
 {
+    m_pFtEngine = zkNew<ZkFreetype>();
     m_pMyself = this;
-    m_pFtEngine = new ZkFreetype;
 }
 
 ZkFontCache::~ZkFontCache()

@@ -15,8 +15,8 @@ unsigned generationNow = 0;
 void ZkFonteUnitCache::BlockUnit::allocMemory(BlockUnit *unit, int n)
 {
     unit->capacity = std::max(n, 0);
-    unit->records = static_cast<GlyphBitmap *>(
-        zkAllocate(std::int64_t(unit->capacity) * static_cast<int>(sizeof(GlyphBitmap))));
+    unit->records = static_cast<GlyphBitmap *>(zkAllocate(
+        static_cast<std::int64_t>(unit->capacity) * static_cast<int>(sizeof(GlyphBitmap))));
 }
 
 void ZkFonteUnitCache::BlockUnit::release()
@@ -75,7 +75,7 @@ ZkFonteUnitCache::~ZkFonteUnitCache()
 void ZkFonteUnitCache::createDat()
 {
     releaseDat();
-    m_memory = new BlockMM;
+    m_memory = zkNew<BlockMM>();
     m_memory->greathMemory();
 }
 
@@ -147,7 +147,7 @@ void ZkFonteUnitCache::nextGeneration()
 
 void ZkFonteUnitCache::addPixelBytes(const GlyphBitmap &record, int sign)
 {
-    const std::int64_t bytes = std::int64_t(record.width) * record.height;
+    const std::int64_t bytes = static_cast<std::int64_t>(record.width) * record.height;
     const int sum = zkWrapped(m_pixelBytes + sign * bytes);
     __atomic_store_n(&m_pixelBytes, sum, __ATOMIC_RELAXED);
 }

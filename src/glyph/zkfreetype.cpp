@@ -27,7 +27,7 @@ void fillRecord(GlyphBitmap *record, ZkRenderedGlyph *glyph)
 {
     glyph->measure(record);
     // An empty glyph has a byte too: null pixels mean that it must be rendered again.
-    const std::int64_t bytes = std::int64_t(record->width) * record->height;
+    const std::int64_t bytes = static_cast<std::int64_t>(record->width) * record->height;
     void *memory = nullptr;
     if (bytes <= INT_MAX) {
         memory = std::malloc(bytes < 1 ? 1 : static_cast<std::size_t>(bytes));
@@ -115,9 +115,9 @@ GlyphBitmap ZkFreetype::resloveUnicode(unsigned short unicode)
     GlyphBitmap record = {};
     record.font = m_attr;
     record.unicode = unicode;
-    unsigned style = m_slant != 0 ? unsigned(ZkFontAttr::Slant) : 0;
-    style |= m_embolden != 0 ? unsigned(ZkFontAttr::Embolden) : 0;
-    style |= m_outline != 0 ? unsigned(ZkFontAttr::Outline) : 0;
+    unsigned style = m_slant != 0 ? static_cast<unsigned>(ZkFontAttr::Slant) : 0;
+    style |= m_embolden != 0 ? static_cast<unsigned>(ZkFontAttr::Embolden) : 0;
+    style |= m_outline != 0 ? static_cast<unsigned>(ZkFontAttr::Outline) : 0;
     ZkRenderedGlyph rendered(m_plibrary, style);
     if (m_pface == nullptr) {
         std::printf("FT_Load_Glyph error!\n");
