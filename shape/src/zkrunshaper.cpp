@@ -44,11 +44,9 @@ bool isMarkOrFormat(char32_t c)
     if (c < 0x300) {
         return c == 0xAD;
     }
-    const ZkCharacter &properties = zkCharacter(c);
-    return properties.category == ZkCharacter::NonspacingMark ||
-           properties.category == ZkCharacter::SpacingMark ||
-           properties.category == ZkCharacter::EnclosingMark ||
-           properties.category == ZkCharacter::Format;
+    const unsigned category = zkCharacter(c).category;
+    return (category >= ZkCharacter::CategoryMn && category <= ZkCharacter::CategoryMe) ||
+           category == ZkCharacter::CategoryCf;
 }
 
 /// True when a character outside of a run can change its neighbour inside.
@@ -76,6 +74,10 @@ bool ZkRunShaper::shape(ZkShapeStyle &style, const ZkRunText &run,
     if (m_shared == nullptr || !ranged.empty()) {
         return shapeDirectly(style, run, run.first, run.last, ranged);
     }
+    struct Unlocking {
+        ZkRunShaper &shaper;
+        ~Unlocking() { shaper.unlock(); }
+    } const atTheEnd{*this};
     const bool byWords = style.isSpaceFree.load(std::memory_order_relaxed);
     Outcome outcome = shapeByWords(style, run, byWords);
     if (outcome == Joined && byWords) {
@@ -84,7 +86,6 @@ bool ZkRunShaper::shape(ZkShapeStyle &style, const ZkRunText &run,
         m_glyphs.clear();
         outcome = shapeByWords(style, run, false);
     }
-    unlock();
     return outcome == Shaped;
 }
 
