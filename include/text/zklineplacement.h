@@ -1,8 +1,8 @@
 #ifndef ZKLINEPLACEMENT_H
 #define ZKLINEPLACEMENT_H
 
+#include "private/zkinlinearray.h"
 #include "zkfontmetrics.h"
-#include "zkinlinearray.h"
 #include "zkplacedglyph.h"
 #include "zkrect.h"
 

@@ -1,8 +1,8 @@
 #ifndef ZKTEXTPAINTER_H
 #define ZKTEXTPAINTER_H
 
+#include "private/zkinlinearray.h"
 #include "zkfontmetrics.h"
-#include "zkinlinearray.h"
 #include "zklineplacement.h"
 #include "zkplacedglyph.h"
 #include "zkrect.h"
