@@ -99,7 +99,7 @@ void Screen::openFile(const std::string &name, std::size_t equals)
         throw std::runtime_error("no size of a screen: " + name.substr(equals + 1));
     }
     const std::string path = name.substr(0, equals);
-    m_bytes = std::size_t(m_stride) * std::size_t(m_height);
+    m_bytes = static_cast<std::size_t>(m_stride) * static_cast<std::size_t>(m_height);
     m_file.number = open(path.c_str(), O_RDWR | O_CREAT, 0666);
     if (m_file.number < 0 || ftruncate(m_file.number, off_t(m_bytes)) != 0) {
         fail("cannot write " + path);
@@ -118,10 +118,10 @@ void Screen::openDevice(const std::string &path)
     if (shown.bits_per_pixel != 16 || shown.red.offset != 11 || shown.green.length != 6) {
         throw std::runtime_error(path + " has no 16-bit pixels of 5, 6 and 5 bits");
     }
-    m_width = int(shown.xres);
-    m_height = int(shown.yres);
-    m_stride = int(memory.line_length);
-    m_bytes = std::size_t(m_stride) * std::size_t(m_height);
+    m_width = static_cast<int>(shown.xres);
+    m_height = static_cast<int>(shown.yres);
+    m_stride = static_cast<int>(memory.line_length);
+    m_bytes = static_cast<std::size_t>(m_stride) * static_cast<std::size_t>(m_height);
 }
 
 Screen::Screen(const std::string &name)

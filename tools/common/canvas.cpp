@@ -14,7 +14,8 @@ Canvas::Canvas(int width, int height, const Color &background)
 Color Canvas::pixel(int x, int y) const
 {
     const std::uint32_t value = m_pixels[offset(x, y)];
-    return {std::uint8_t(value >> 16), std::uint8_t(value >> 8), std::uint8_t(value), 255};
+    return {static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 8),
+            static_cast<std::uint8_t>(value), 255};
 }
 
 std::string Canvas::rgb() const
@@ -41,7 +42,7 @@ void Canvas::scroll(int rows)
     for (int i = 0; i < moving; ++i) {
         const int to = rows > 0 ? area.bottom() - i : area.top() + i;
         std::memmove(&m_pixels[offset(area.left(), to)], &m_pixels[offset(area.left(), to - rows)],
-                     std::size_t(wide) * sizeof(std::uint32_t));
+                     static_cast<std::size_t>(wide) * sizeof(std::uint32_t));
     }
 }
 

@@ -44,7 +44,8 @@ public:
 private:
     std::size_t offset(int x, int y) const
     {
-        return std::size_t(y) * std::size_t(width()) + std::size_t(x);
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) +
+               static_cast<std::size_t>(x);
     }
 
     std::vector<std::uint32_t> m_pixels;

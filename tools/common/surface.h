@@ -19,8 +19,8 @@ struct Color {
     /// The same as one number, as `ZkTextPainter` takes it.
     std::uint32_t argb() const
     {
-        return std::uint32_t(alpha) << 24 | std::uint32_t(red) << 16 | std::uint32_t(green) << 8 |
-               blue;
+        return static_cast<std::uint32_t>(alpha) << 24 | static_cast<std::uint32_t>(red) << 16 |
+               static_cast<std::uint32_t>(green) << 8 | blue;
     }
 };
 
