@@ -16,6 +16,7 @@ struct Options {
     int width = 1060;
     int height = 690;
     bool fullScreen = false;
+    bool classic = false;
     std::string picture;
 };
 
@@ -42,7 +43,7 @@ void start(const Options &options)
         throw std::runtime_error(
             "no font: name one with --font or in the environment variable ZK_FONTLIB");
     }
-    zkview::Model model(fonts, options.width, options.height);
+    zkview::Model model(fonts, options.width, options.height, options.classic);
     if (options.picture.empty()) {
         zkview::show(model, options.fullScreen);
         return;
@@ -58,13 +59,16 @@ int run(int argc, char **argv)
     Options options;
     CLI::App program("Shows what libzk makes of a text, while you change it.", "zkview");
     program.add_option("-f,--font", options.fonts,
-                       "Font files to choose from (default: those of the usual packages)");
+                       "Font files; the others stand in for the chosen one (default: those of the "
+                       "usual packages)");
     program.add_option("--width", options.width, "Width of the window")
         ->capture_default_str()
         ->check(CLI::Range(480, 16384));
     program.add_option("--height", options.height, "Height of the window")
         ->capture_default_str()
         ->check(CLI::Range(320, 16384));
+    program.add_flag("--classic", options.classic,
+                     "Lay out with the classic engine: one font, text written at its end");
     program.add_flag("--full-screen", options.fullScreen, "Take the whole screen");
     program.add_option("--picture", options.picture,
                        "Write the first picture to a PNG file, open no window");

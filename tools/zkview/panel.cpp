@@ -108,9 +108,13 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
     const auto align = [&](const char *label, Action action, int flag) {
         return button(label, "", {action, flag}, (state.alignment & flag) != 0);
     };
-    stack.row({align("Left", Action::Horizontal, host::AlignLeft),
-               align("Center", Action::Horizontal, host::AlignHCenter),
-               align("Right", Action::Horizontal, host::AlignRight)});
+    std::vector<Button> sides = {align("Left", Action::Horizontal, host::AlignLeft),
+                                 align("Center", Action::Horizontal, host::AlignHCenter),
+                                 align("Right", Action::Horizontal, host::AlignRight)};
+    if (!state.classic) {
+        sides.push_back(align("Justify", Action::Horizontal, kAlignJustify));
+    }
+    stack.row(sides);
     stack.row({align("Top", Action::Vertical, host::AlignTop),
                align("Middle", Action::Vertical, host::AlignVCenter),
                align("Bottom", Action::Vertical, host::AlignBottom)});
@@ -118,6 +122,17 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
     stack.title("Show");
     stack.row({button("Boxes", "F7", {Action::Boxes}, state.boxes),
                button("Wrap", "F8", {Action::Wrap}, state.wrap)});
+
+    if (!state.classic) {
+        const auto dots = [&](const char *label, ZkParagraph::Ellipsis ellipsis) {
+            return button(label, "", {Action::Ellipsis, ellipsis}, state.ellipsis == ellipsis);
+        };
+        stack.row({dots("All", ZkParagraph::EllipsisNone),
+                   dots("End\u2026", ZkParagraph::EllipsisEnd),
+                   dots("M\u2026d", ZkParagraph::EllipsisMiddle),
+                   dots("\u2026art", ZkParagraph::EllipsisStart)});
+        stack.row({button("Coloured words", "F11", {Action::Colors}, state.colors)});
+    }
 
     stack.title("Glyph cache limit   F9");
     std::vector<Button> limits;

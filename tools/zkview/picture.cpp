@@ -26,6 +26,9 @@ const host::Color kCaret = {220, 38, 38, 255};
 const host::Color kGauge = {203, 213, 225, 255};
 const host::Color kFull = {220, 38, 38, 255};
 
+const host::Color kWords[] = {
+    {31, 41, 55, 255}, {185, 28, 28, 255}, {29, 78, 216, 255}, {21, 128, 61, 255}};
+
 constexpr int kGaugeWidth = 200, kGaugeHeight = 10;
 constexpr int kUnlimitedGauge = 64 * 1024; // bytes that fill the gauge without a limit
 
@@ -104,11 +107,7 @@ void Model::drawSheet()
     const ZkRect around = sheet();
     m_canvas.round(around, 8, kPaper);
     m_canvas.setClip(around);
-    m_block->paint(m_canvas, {kInk, kHalo});
-    if (m_state.boxes) {
-        m_block->paintGuides(m_canvas);
-    }
-    drawCaret();
+    drawText();
     const int x = edge(), middle = (around.top() + around.bottom()) / 2;
     m_canvas.fill(ZkRect(x, around.top(), x + 1, around.bottom()), kEdge);
     m_canvas.round(ZkRect(x - 4, middle - 22, x + 5, middle + 21), 5, kEdge);
@@ -116,6 +115,34 @@ void Model::drawSheet()
         m_canvas.fill(ZkRect(x - 1, middle + row - 1, x + 2, middle + row), kPaper);
     }
     m_canvas.setClip(m_canvas.bounds());
+}
+
+void Model::drawText()
+{
+    if (m_state.classic) {
+        m_block->paint(m_canvas, {kInk, kHalo});
+        if (m_state.boxes) {
+            m_block->paintGuides(m_canvas);
+        }
+        drawCaret();
+        return;
+    }
+    const ZkParagraph &paragraph = m_field.paragraph();
+    const host::FieldColors colors;
+    m_field.paintSelection(m_canvas, colors);
+    ZkTextPainter painter(m_canvas.pixels());
+    painter.setClip(m_canvas.clip());
+    painter.setColors(kInk.argb(), kHalo.argb());
+    for (int i = 0; i < 4; ++i) {
+        painter.setStyle(i + 1, {kWords[i].argb(), kHalo.argb(), ZkTextPainter::NoLine});
+    }
+    const ZkPoint origin = m_field.origin();
+    painter.paint(paragraph, origin.x(), origin.y());
+    if (m_state.boxes) {
+        m_canvas.frame(box(), {120, 120, 120, 160});
+        host::paintGuides(m_canvas, paragraph, origin.x(), origin.y());
+    }
+    m_field.paintCaret(m_canvas, colors);
 }
 
 void Model::drawCaret()
@@ -155,16 +182,19 @@ void Model::drawStatus()
     label(ZkRect(gauge.right() + 14, top, around.right(), top + 21),
           "Cache: " + grouped(m_figures.pixelBytes) + " bytes, " + most + "; " +
               grouped(m_figures.glyphs) + " glyphs, " + grouped(m_figures.withPixels) +
-              " with pixels",
+              (m_state.classic ? " with pixels" : " in use"),
           kInk, host::AlignLeft, 14);
-    const int lines = static_cast<int>(m_block->lines().size());
-    label(
-        ZkRect(around.left(), top + 22, around.right(), top + 43),
-        std::to_string(m_state.text.size()) + " characters, " + std::to_string(lines) +
-            (lines == 1 ? " line of " : " lines of ") + std::to_string(m_block->lineHeight()) +
-            " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
-            (m_block->isRightToLeft() ? "right to left (Left and Right swapped)" : "left to right"),
-        kSoft, host::AlignLeft, 14);
+    const int lines = lineCount();
+    const bool rightToLeft =
+        m_state.classic ? m_block->isRightToLeft() : m_field.paragraph().line(0).isRightToLeft;
+    const int lineHeight =
+        m_state.classic ? m_block->lineHeight() : m_field.paragraph().line(0).height();
+    label(ZkRect(around.left(), top + 22, around.right(), top + 43),
+          std::to_string(m_state.text.size()) + " characters, " + std::to_string(lines) +
+              (lines == 1 ? " line of " : " lines of ") + std::to_string(lineHeight) +
+              " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
+              (rightToLeft ? "right to left (Left and Right swapped)" : "left to right"),
+          kSoft, host::AlignLeft, 14);
 }
 
 void Model::drawHelp()
@@ -173,8 +203,11 @@ void Model::drawHelp()
                        m_canvas.height() - 1);
     m_canvas.fill(strip, kPanel);
     label(ZkRect(strip.left() + 16, strip.top(), strip.right() - 8, strip.bottom()),
-          "Type to write, Backspace, Ctrl+V paste, Ctrl+L clear   Drag the blue edge or press "
-          "Left Right   Up Down size   Esc quit",
+          m_state.classic
+              ? "Type to write, Backspace, Ctrl+V paste, Ctrl+L clear   Drag the blue edge or "
+                "press Left Right   Up Down size   Esc quit"
+              : "Click, drag, Shift and arrows select, Ctrl+arrows by words, Ctrl+C X V A   "
+                "Ctrl+plus, minus size   F10 dots   Esc quit",
           kBright, host::AlignLeft);
 }
 
