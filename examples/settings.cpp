@@ -155,7 +155,7 @@ void Screen::drawField(const ZkRect &rect, const char *utf8)
     field.setOrigin(place.left() + 6,
                     place.top() + (place.height() - field.paragraph().height()) / 2);
     m_canvas.setClip(place);
-    field.move(host::Move::WordLeft, true);
+    field.move(m_language.isRightToLeft ? host::Move::WordRight : host::Move::WordLeft, true);
     const host::FieldColors colors;
     field.paintSelection(m_canvas, colors);
     ZkTextPainter painter(m_canvas.pixels());

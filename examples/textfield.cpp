@@ -21,7 +21,7 @@ namespace
 {
 
 constexpr int kWidth = 480, kHeight = 260, kMargin = 24;
-const char *const kText = "Write here. \u05DB\u05EA\u05D1\u05D5 \u05DB\u05D0\u05DF. "
+const char *const kText = "Write here.\n\u05DB\u05EA\u05D1\u05D5 \u05DB\u05D0\u05DF.\n"
                           "\u0627\u0643\u062A\u0628 \u0647\u0646\u0627.";
 
 /// A field on a sheet.

@@ -14,7 +14,7 @@ namespace
 struct Options {
     std::vector<std::string> fonts;
     int width = 1060;
-    int height = 690;
+    int height = 700;
     bool fullScreen = false;
     bool classic = false;
     std::string picture;

@@ -108,13 +108,16 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
     const auto align = [&](const char *label, Action action, int flag) {
         return button(label, "", {action, flag}, (state.alignment & flag) != 0);
     };
-    std::vector<Button> sides = {align("Left", Action::Horizontal, host::AlignLeft),
-                                 align("Center", Action::Horizontal, host::AlignHCenter),
-                                 align("Right", Action::Horizontal, host::AlignRight)};
-    if (!state.classic) {
-        sides.push_back(align("Justify", Action::Horizontal, kAlignJustify));
+    if (state.classic) {
+        stack.row({align("Left", Action::Horizontal, host::AlignLeft),
+                   align("Center", Action::Horizontal, host::AlignHCenter),
+                   align("Right", Action::Horizontal, host::AlignRight)});
+    } else {
+        stack.row({align("Start", Action::Horizontal, host::AlignLeft),
+                   align("Mid", Action::Horizontal, host::AlignHCenter),
+                   align("End", Action::Horizontal, host::AlignRight),
+                   align("Full", Action::Horizontal, kAlignJustify)});
     }
-    stack.row(sides);
     stack.row({align("Top", Action::Vertical, host::AlignTop),
                align("Middle", Action::Vertical, host::AlignVCenter),
                align("Bottom", Action::Vertical, host::AlignBottom)});
@@ -124,14 +127,10 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
                button("Wrap", "F8", {Action::Wrap}, state.wrap)});
 
     if (!state.classic) {
-        const auto dots = [&](const char *label, ZkParagraph::Ellipsis ellipsis) {
-            return button(label, "", {Action::Ellipsis, ellipsis}, state.ellipsis == ellipsis);
-        };
-        stack.row({dots("All", ZkParagraph::EllipsisNone),
-                   dots("End\u2026", ZkParagraph::EllipsisEnd),
-                   dots("M\u2026d", ZkParagraph::EllipsisMiddle),
-                   dots("\u2026art", ZkParagraph::EllipsisStart)});
-        stack.row({button("Coloured words", "F11", {Action::Colors}, state.colors)});
+        static const char *const kDots[] = {"Dots: no", "Dots: end", "Dots: mid", "Dots: start"};
+        stack.row({button(kDots[state.ellipsis], "F10", {Action::NextEllipsis},
+                          state.ellipsis != ZkParagraph::EllipsisNone),
+                   button("Colours", "F11", {Action::Colors}, state.colors)});
     }
 
     stack.title("Glyph cache limit   F9");

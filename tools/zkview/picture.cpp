@@ -92,7 +92,8 @@ void Model::drawPanel()
             continue;
         }
         m_canvas.round(rect, 5, button.on ? kOn : kButton);
-        const ZkRect inner(rect.left() + 8, rect.top(), rect.right() - 8, rect.bottom());
+        const int margin = button.key.empty() ? 4 : 8;
+        const ZkRect inner(rect.left() + margin, rect.top(), rect.right() - margin, rect.bottom());
         if (button.key.empty()) {
             label(inner, button.label, kBright, host::AlignHCenter);
         } else {
@@ -193,7 +194,9 @@ void Model::drawStatus()
           std::to_string(m_state.text.size()) + " characters, " + std::to_string(lines) +
               (lines == 1 ? " line of " : " lines of ") + std::to_string(lineHeight) +
               " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
-              (rightToLeft ? "right to left (Left and Right swapped)" : "left to right"),
+              (rightToLeft
+                   ? m_state.classic ? "right to left (Left and Right swapped)" : "right to left"
+                   : "left to right"),
           kSoft, host::AlignLeft, 14);
 }
 
