@@ -67,8 +67,10 @@ void stroke(Canvas &canvas, double x0, double y0, double x1, double y1, double r
     const double dx = x1 - x0, dy = y1 - y0;
     const double squared = std::max(dx * dx + dy * dy, 1e-9);
     const int reach = static_cast<int>(radius) + 2;
-    for (int y = int(std::min(y0, y1)) - reach; y <= int(std::max(y0, y1)) + reach; ++y) {
-        for (int x = int(std::min(x0, x1)) - reach; x <= int(std::max(x0, x1)) + reach; ++x) {
+    for (int y = static_cast<int>(std::min(y0, y1)) - reach;
+         y <= static_cast<int>(std::max(y0, y1)) + reach; ++y) {
+        for (int x = static_cast<int>(std::min(x0, x1)) - reach;
+             x <= static_cast<int>(std::max(x0, x1)) + reach; ++x) {
             const double along = ((x - x0) * dx + (y - y0) * dy) / squared;
             const double t = std::clamp(along, 0.0, 1.0);
             const double distance = std::hypot(x - x0 - t * dx, y - y0 - t * dy);
@@ -139,9 +141,9 @@ void drawDial(Canvas &canvas, int x, int y, const ZkTime &time)
     }
     for (int hour = 1; hour <= 12; ++hour) {
         const double angle = hour / 6.0 * std::acos(-1.0);
-        label(canvas, x + int(std::lround(82 * std::sin(angle))),
-              y - int(std::lround(82 * std::cos(angle))) + 7, ZkString(std::to_string(hour)), 18,
-              kWhite);
+        label(canvas, x + static_cast<int>(std::lround(82 * std::sin(angle))),
+              y - static_cast<int>(std::lround(82 * std::cos(angle))) + 7,
+              ZkString(std::to_string(hour)), 18, kWhite);
     }
     const double minutes = time.minute() + time.second() / 60.0;
     ray(canvas, x, y, (time.hour() + minutes / 60) / 12, 0, 52, 4, kWhite);

@@ -42,14 +42,16 @@ public:
 
     static std::uint16_t packed(int red, int green, int blue)
     {
-        return std::uint16_t(step(red, 31) << 11 | step(green, 63) << 5 | step(blue, 31));
+        return static_cast<std::uint16_t>(step(red, 31) << 11 | step(green, 63) << 5 |
+                                          step(blue, 31));
     }
 
     static host::Color unpacked(std::uint16_t pixel)
     {
         const int red = pixel >> 11, green = pixel >> 5 & 63, blue = pixel & 31;
-        return {std::uint8_t(red << 3 | red >> 2), std::uint8_t(green << 2 | green >> 4),
-                std::uint8_t(blue << 3 | blue >> 2), 255};
+        return {static_cast<std::uint8_t>(red << 3 | red >> 2),
+                static_cast<std::uint8_t>(green << 2 | green >> 4),
+                static_cast<std::uint8_t>(blue << 3 | blue >> 2), 255};
     }
 
 private:
@@ -58,7 +60,7 @@ private:
 
     void mix(int x, int y, const host::Color &color, int share) override
     {
-        std::uint8_t *at = m_memory + std::ptrdiff_t(y) * m_stride + x * 2;
+        std::uint8_t *at = m_memory + static_cast<std::ptrdiff_t>(y) * m_stride + x * 2;
         std::uint16_t pixel;
         std::memcpy(&pixel, at, sizeof pixel);
         const host::Color below = unpacked(pixel);
@@ -124,7 +126,7 @@ void Screen::openFile(const std::string &name, std::size_t equals)
         throw std::runtime_error("no size of a screen: " + name.substr(equals + 1));
     }
     const std::string path = name.substr(0, equals);
-    m_bytes = std::size_t(m_stride) * std::size_t(m_height);
+    m_bytes = static_cast<std::size_t>(m_stride) * static_cast<std::size_t>(m_height);
     m_file.number = open(path.c_str(), O_RDWR | O_CREAT, 0666);
     if (m_file.number < 0 || ftruncate(m_file.number, off_t(m_bytes)) != 0) {
         fail("cannot write " + path);
@@ -143,10 +145,10 @@ void Screen::openDevice(const std::string &path)
     if (shown.bits_per_pixel != 16 || shown.red.offset != 11 || shown.green.length != 6) {
         throw std::runtime_error(path + " has no 16-bit pixels of 5, 6 and 5 bits");
     }
-    m_width = int(shown.xres);
-    m_height = int(shown.yres);
-    m_stride = int(memory.line_length);
-    m_bytes = std::size_t(m_stride) * std::size_t(m_height);
+    m_width = static_cast<int>(shown.xres);
+    m_height = static_cast<int>(shown.yres);
+    m_stride = static_cast<int>(memory.line_length);
+    m_bytes = static_cast<std::size_t>(m_stride) * static_cast<std::size_t>(m_height);
 }
 
 Screen::Screen(const std::string &name)

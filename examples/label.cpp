@@ -143,7 +143,8 @@ ZkString Elision::fitted(const ZkString &text, int width) const
     const auto fits = [&](int units) { return widthOf(withDots(text, units)) <= width; };
     const std::vector<int> cuts = cutsOf(text);
     const int guess = wordsWithin(text, width - widthOf("..."));
-    std::size_t i = std::size_t(std::upper_bound(cuts.begin(), cuts.end(), guess) - cuts.begin());
+    std::size_t i =
+        static_cast<std::size_t>(std::upper_bound(cuts.begin(), cuts.end(), guess) - cuts.begin());
     while (i > 0 && !fits(cuts[i - 1])) {
         --i;
     }
@@ -213,7 +214,7 @@ int main(int argc, char **argv)
     const ZkFont font(24, false, false, false, false);
     const int kWidths[] = {400, 280, 200, 120, 60};
     const int kHeight = 40, kGap = 8;
-    const int rows = int(texts.size()) * int(std::size(kWidths));
+    const int rows = static_cast<int>(texts.size()) * static_cast<int>(std::size(kWidths));
     host::Canvas canvas(400 + 2 * kGap, rows * (kHeight + kGap) + kGap, {226, 229, 233, 255});
     int y = kGap;
     for (const ZkString &text : texts) {

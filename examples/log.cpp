@@ -113,7 +113,7 @@ void Log::append(const ZkString &text)
 
 void Log::paintRows(host::Canvas &canvas, Row from, Row to)
 {
-    const auto screenRow = [&](Row row) { return m_area.top() + int(row - m_top); };
+    const auto screenRow = [&](Row row) { return m_area.top() + static_cast<int>(row - m_top); };
     const auto clipTo = [&](Row first, Row behind) {
         canvas.setClip(
             ZkRect(m_area.left(), screenRow(first), m_area.right(), screenRow(behind) - 1));
@@ -143,7 +143,7 @@ void Log::paint(host::Canvas &canvas)
         return;
     }
     canvas.setClip(m_area);
-    canvas.scroll(int(m_shownTop - m_top));
+    canvas.scroll(static_cast<int>(m_shownTop - m_top));
     paintRows(canvas, m_top, keptFrom);
     paintRows(canvas, keptTo, bottom);
     m_shownTop = m_top;

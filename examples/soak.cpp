@@ -88,7 +88,7 @@ host::TextRequest Reading::next()
     request.font = kFonts[below(std::size(kFonts))];
     request.width = kWidth;
     const std::size_t size = 20 + below(120);
-    while (std::size_t(request.text.size()) < size) {
+    while (static_cast<std::size_t>(request.text.size()) < size) {
         if (!request.text.isEmpty()) {
             request.text.append(" ");
         }

@@ -25,13 +25,13 @@ public:
 
     friend constexpr ZkPoint operator+(const ZkPoint &a, const ZkPoint &b)
     {
-        return ZkPoint(zkWrapped(std::int64_t(a.m_x) + b.m_x),
-                       zkWrapped(std::int64_t(a.m_y) + b.m_y));
+        return ZkPoint(zkWrapped(static_cast<std::int64_t>(a.m_x) + b.m_x),
+                       zkWrapped(static_cast<std::int64_t>(a.m_y) + b.m_y));
     }
     friend constexpr ZkPoint operator-(const ZkPoint &a, const ZkPoint &b)
     {
-        return ZkPoint(zkWrapped(std::int64_t(a.m_x) - b.m_x),
-                       zkWrapped(std::int64_t(a.m_y) - b.m_y));
+        return ZkPoint(zkWrapped(static_cast<std::int64_t>(a.m_x) - b.m_x),
+                       zkWrapped(static_cast<std::int64_t>(a.m_y) - b.m_y));
     }
 
 private:

@@ -34,8 +34,8 @@ public:
     constexpr int y() const { return m_y1; }
 
     /// Columns and rows; negative in a reversed rectangle.
-    constexpr int width() const { return zkWrapped(std::int64_t(m_x2) - m_x1 + 1); }
-    constexpr int height() const { return zkWrapped(std::int64_t(m_y2) - m_y1 + 1); }
+    constexpr int width() const { return zkWrapped(static_cast<std::int64_t>(m_x2) - m_x1 + 1); }
+    constexpr int height() const { return zkWrapped(static_cast<std::int64_t>(m_y2) - m_y1 + 1); }
     constexpr ZkSize size() const { return ZkSize(width(), height()); }
 
     /// Moves one edge; the other three stay where they are.
@@ -47,7 +47,8 @@ public:
     /// Width and height both 0. A rectangle with one of them 0 is not null.
     constexpr bool isNull() const
     {
-        return m_x2 == std::int64_t(m_x1) - 1 && m_y2 == std::int64_t(m_y1) - 1;
+        return m_x2 == static_cast<std::int64_t>(m_x1) - 1 &&
+               m_y2 == static_cast<std::int64_t>(m_y1) - 1;
     }
 
     /// At least one column and one row: x1 <= x2 and y1 <= y2.
@@ -100,10 +101,10 @@ private:
 
 inline void ZkRect::translate(int dx, int dy)
 {
-    m_x1 = zkWrapped(std::int64_t(m_x1) + dx);
-    m_y1 = zkWrapped(std::int64_t(m_y1) + dy);
-    m_x2 = zkWrapped(std::int64_t(m_x2) + dx);
-    m_y2 = zkWrapped(std::int64_t(m_y2) + dy);
+    m_x1 = zkWrapped(static_cast<std::int64_t>(m_x1) + dx);
+    m_y1 = zkWrapped(static_cast<std::int64_t>(m_y1) + dy);
+    m_x2 = zkWrapped(static_cast<std::int64_t>(m_x2) + dx);
+    m_y2 = zkWrapped(static_cast<std::int64_t>(m_y2) + dy);
 }
 
 /// A rectangle of the plane in single precision: origin and extent. Its spans

@@ -38,13 +38,13 @@ public:
     void swap(ZkBitArray &other) noexcept;
     friend void swap(ZkBitArray &a, ZkBitArray &b) noexcept { a.swap(b); }
 
-    int size() const { return length; }
-    bool isEmpty() const { return length == 0; }
+    int size() const { return m_length; }
+    bool isEmpty() const { return m_length == 0; }
     /// Bytes that the block has room for.
-    int capacity() const { return bytes.capacity(); }
+    int capacity() const { return m_bytes.capacity(); }
     /// The bytes, padding included; valid until the next write.
-    const unsigned char *constData() const { return bytes.constData(); }
-    bool isSharedWith(const ZkBitArray &other) const { return bytes.isSharedWith(other.bytes); }
+    const unsigned char *constData() const { return m_bytes.constData(); }
+    bool isSharedWith(const ZkBitArray &other) const { return m_bytes.isSharedWith(other.m_bytes); }
 
     /// Becomes `ZkBitArray(size, value)`.
     void fill(int size, bool value) { *this = ZkBitArray(size, value); }
@@ -84,14 +84,14 @@ public:
 private:
     friend struct ZkInspector;
 
-    ZkVector<unsigned char> bytes;
-    int length = 0;
+    ZkVector<unsigned char> m_bytes;
+    int m_length = 0;
 };
 
 inline void ZkBitArray::swap(ZkBitArray &other) noexcept
 {
-    bytes.swap(other.bytes);
-    std::swap(length, other.length);
+    m_bytes.swap(other.m_bytes);
+    std::swap(m_length, other.m_length);
 }
 
 inline ZkBitArray &ZkBitArray::operator=(ZkBitArray &&other) noexcept

@@ -1,7 +1,7 @@
 #ifndef ZKBYTEARRAY_H
 #define ZKBYTEARRAY_H
 
-#include "zksharedblock.h"
+#include "private/zksharedblock.h"
 
 #include <functional>
 #include <iosfwd>
@@ -126,7 +126,7 @@ std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &s
                                              const ZkByteArray &bytes)
 {
     return stream << std::basic_string_view<char, Traits>(bytes.constData(),
-                                                          std::size_t(bytes.size()));
+                                                          static_cast<std::size_t>(bytes.size()));
 }
 
 namespace std

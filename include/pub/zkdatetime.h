@@ -39,7 +39,7 @@ public:
 
     /// `setDate(y, m, d, mode)`; the null date when that fails.
     ZkDate(int y, int m, int d, Zk::DateMode mode = Zk::DateModeDefault)
-        : jd(dayNumber(y, m, d, mode))
+        : m_jd(dayNumber(y, m, d, mode))
     {
     }
 
@@ -50,14 +50,14 @@ public:
     static constexpr ZkDate fromJulianDay(unsigned int jd);
 
     /// The Julian day number, 0 for the null date.
-    constexpr unsigned int julianDay() const { return jd; }
+    constexpr unsigned int julianDay() const { return m_jd; }
 
     /// The mode of every later call that names none. `DateModeDefault` stores
     /// `DateGregorian`; what is no mode counts as that too.
     static void setDateMode(Zk::DateMode mode);
     static Zk::DateMode dateMode();
 
-    constexpr bool isValid() const { return jd != 0; }
+    constexpr bool isValid() const { return m_jd != 0; }
 
     /// True for a day of the Julian/Gregorian calendar: from 2 January -4713 on,
     /// no year 0, no 5 to 14 October 1582.
@@ -78,7 +78,7 @@ public:
     /// 18 March. `persianToJulian` does not drift.
     bool setDate(int y, int m, int d, Zk::DateMode mode = Zk::DateModeDefault)
     {
-        jd = dayNumber(y, m, d, mode);
+        m_jd = dayNumber(y, m, d, mode);
         return isValid();
     }
 
@@ -96,7 +96,7 @@ public:
     void getDate(int *y, int *m, int *d, Zk::DateMode mode = Zk::DateModeDefault) const;
 
     /// 1 is Monday, 7 is Sunday; 1 for a null date.
-    int dayOfWeek() const { return static_cast<int>(jd % 7) + 1; }
+    int dayOfWeek() const { return static_cast<int>(m_jd % 7) + 1; }
 
     /// Days since 1 January of the process-mode year, which is 1. In Persian mode
     /// the Persian year is taken for a Gregorian one, which tells nothing.
@@ -129,7 +129,7 @@ public:
     ZkDate addYears(int n) const;
 
     /// Days from this date to `other`, negative when it is earlier, modulo 2^32.
-    int daysTo(const ZkDate &other) const { return static_cast<int>(other.jd - jd); }
+    int daysTo(const ZkDate &other) const { return static_cast<int>(other.m_jd - m_jd); }
 
     /// Day number of a Julian/Gregorian date. Nothing is checked but the gap of
     /// October 1582, which gives 0; other triples give what the formula gives,
@@ -171,17 +171,17 @@ public:
     ///     ZkDate::fromString("20240305", "yyyyMMdd")       // null: one number
     static ZkDate fromString(const ZkString &text, const ZkString &format);
 
-    friend constexpr bool operator==(const ZkDate &a, const ZkDate &b) { return a.jd == b.jd; }
-    friend constexpr bool operator!=(const ZkDate &a, const ZkDate &b) { return a.jd != b.jd; }
-    friend constexpr bool operator<(const ZkDate &a, const ZkDate &b) { return a.jd < b.jd; }
-    friend constexpr bool operator<=(const ZkDate &a, const ZkDate &b) { return a.jd <= b.jd; }
-    friend constexpr bool operator>(const ZkDate &a, const ZkDate &b) { return a.jd > b.jd; }
-    friend constexpr bool operator>=(const ZkDate &a, const ZkDate &b) { return a.jd >= b.jd; }
+    friend constexpr bool operator==(const ZkDate &a, const ZkDate &b) { return a.m_jd == b.m_jd; }
+    friend constexpr bool operator!=(const ZkDate &a, const ZkDate &b) { return a.m_jd != b.m_jd; }
+    friend constexpr bool operator<(const ZkDate &a, const ZkDate &b) { return a.m_jd < b.m_jd; }
+    friend constexpr bool operator<=(const ZkDate &a, const ZkDate &b) { return a.m_jd <= b.m_jd; }
+    friend constexpr bool operator>(const ZkDate &a, const ZkDate &b) { return a.m_jd > b.m_jd; }
+    friend constexpr bool operator>=(const ZkDate &a, const ZkDate &b) { return a.m_jd >= b.m_jd; }
 
 private:
     friend struct ZkInspector;
 
-    unsigned int jd = 0;
+    unsigned int m_jd = 0;
 
     static unsigned int dayNumber(int y, int m, int d, Zk::DateMode mode);
     static unsigned int distantToJulian(int y, int m, int d);
@@ -195,7 +195,7 @@ private:
 constexpr ZkDate ZkDate::fromJulianDay(unsigned int jd)
 {
     ZkDate date;
-    date.jd = jd;
+    date.m_jd = jd;
     return date;
 }
 
@@ -264,9 +264,9 @@ public:
     static constexpr ZkTime fromMSecsOfDay(int msecs);
 
     /// Milliseconds since midnight, 0 for the null time.
-    constexpr int msecsOfDay() const { return sinceMidnight < 0 ? 0 : sinceMidnight; }
+    constexpr int msecsOfDay() const { return m_sinceMidnight < 0 ? 0 : m_sinceMidnight; }
 
-    constexpr bool isValid() const { return sinceMidnight >= 0; }
+    constexpr bool isValid() const { return m_sinceMidnight >= 0; }
 
     /// Hours 0 to 23, minutes and seconds 0 to 59, milliseconds 0 to 999.
     static bool isValid(int h, int m, int s, int ms = 0);
@@ -320,39 +320,39 @@ public:
     /// By the milliseconds; the null time is before midnight.
     friend constexpr bool operator==(const ZkTime &a, const ZkTime &b)
     {
-        return a.sinceMidnight == b.sinceMidnight;
+        return a.m_sinceMidnight == b.m_sinceMidnight;
     }
     friend constexpr bool operator!=(const ZkTime &a, const ZkTime &b)
     {
-        return a.sinceMidnight != b.sinceMidnight;
+        return a.m_sinceMidnight != b.m_sinceMidnight;
     }
     friend constexpr bool operator<(const ZkTime &a, const ZkTime &b)
     {
-        return a.sinceMidnight < b.sinceMidnight;
+        return a.m_sinceMidnight < b.m_sinceMidnight;
     }
     friend constexpr bool operator<=(const ZkTime &a, const ZkTime &b)
     {
-        return a.sinceMidnight <= b.sinceMidnight;
+        return a.m_sinceMidnight <= b.m_sinceMidnight;
     }
     friend constexpr bool operator>(const ZkTime &a, const ZkTime &b)
     {
-        return a.sinceMidnight > b.sinceMidnight;
+        return a.m_sinceMidnight > b.m_sinceMidnight;
     }
     friend constexpr bool operator>=(const ZkTime &a, const ZkTime &b)
     {
-        return a.sinceMidnight >= b.sinceMidnight;
+        return a.m_sinceMidnight >= b.m_sinceMidnight;
     }
 
 private:
     friend struct ZkInspector;
 
-    int sinceMidnight = -1; ///< milliseconds; -1 is the null time
+    int m_sinceMidnight = -1; ///< milliseconds; -1 is the null time
 };
 
 constexpr ZkTime ZkTime::fromMSecsOfDay(int msecs)
 {
     ZkTime time;
-    time.sinceMidnight = msecs >= 0 && msecs < 86400000 ? msecs : -1;
+    time.m_sinceMidnight = msecs >= 0 && msecs < 86400000 ? msecs : -1;
     return time;
 }
 
@@ -370,7 +370,11 @@ static_assert(sizeof(ZkTime) == 4, "a time is its milliseconds");
 /// December 2037 as that day of 2037 (29 February as the 28th), and moved back by
 /// whole days afterwards. A local date-time remembers whether a conversion found
 /// daylight saving time in force, which tells apart the two passes of the hour
-/// that the clock repeats; `setDate` and `setTime` forget it.
+/// that the clock repeats; `setDate` and `setTime` forget it. Without that, and where
+/// a zone repeats an hour with no change of daylight saving (Moscow, 26 October 2014,
+/// 01:30), a time means the first pass, and one that the clock skips is counted on
+/// from before the gap: 02:30 is 03:30. The same numbers are the same moment, whatever
+/// was converted before.
 ///
 ///     ZkDateTime noon(ZkDate(2024, 7, 1), ZkTime(12, 0), Zk::TimeUtc);
 ///     noon.toTimeSpec(Zk::TimeLocal).toString("HH:mm")    // "14:00" in Berlin

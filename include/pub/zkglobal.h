@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
+#include <utility>
 
 #if __has_include(<sys/single_threaded.h>)
 #    include <sys/single_threaded.h>
@@ -65,6 +67,21 @@ enum AspectRatioMode { IgnoreAspect = 0, KeepAspect = 1, KeepAspectExpanding = 2
 /// no caller ever sees a null pointer or a wrapped size.
 ZK_EXPORT void *zkAllocate(std::int64_t bytes) __attribute__((malloc, returns_nonnull));
 ZK_EXPORT void *zkReallocate(void *block, std::int64_t bytes) __attribute__((returns_nonnull));
+
+/// What they do when there is no memory: prints the line and aborts.
+[[noreturn]] ZK_EXPORT void zkNoMemory(std::int64_t bytes) __attribute__((cold, noinline));
+
+/// `new T(arguments...)` that ends as `zkAllocate` does where `new` would throw
+/// `std::bad_alloc`. What the constructor throws is passed on. Freed by `delete`.
+template <typename T, typename... Arguments>
+T *zkNew(Arguments &&...arguments)
+{
+    T *const made = ::new (std::nothrow) T(std::forward<Arguments>(arguments)...);
+    if (made == nullptr) {
+        zkNoMemory(static_cast<std::int64_t>(sizeof(T)));
+    }
+    return made;
+}
 
 /// `value` modulo 2^32, as the 32-bit number a device's registers would hold.
 constexpr int zkWrapped(std::int64_t value)

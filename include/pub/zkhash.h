@@ -14,11 +14,9 @@
 #include <type_traits>
 #include <utility>
 
-class ZkString;
-
-/// Hashes of the keys that the library uses itself; for a key type of your own,
-/// declare `unsigned zkHash(const Key &)` beside it. An integer of up to 32 bits is
-/// its own hash, as is an enumeration's value.
+/// Hashes of numbers and addresses; `ZkString` has one beside it. For a key type of
+/// your own, declare `unsigned zkHash(const Key &)` in its namespace. An integer of up
+/// to 32 bits is its own hash, as is an enumeration's value.
 template <typename Number,
           std::enable_if_t<std::is_integral<Number>::value || std::is_enum<Number>::value, int> = 0>
 constexpr unsigned zkHash(Number key)
@@ -36,11 +34,6 @@ unsigned zkHash(T *key)
 {
     return zkHash(reinterpret_cast<std::uintptr_t>(key));
 }
-
-/// Folds as many bytes of the text's UTF-8 form as it has units, so the end of a
-/// text with other than ASCII characters does not count: U+00E9 gives 195, its
-/// first byte. Empty gives 0.
-ZK_EXPORT unsigned zkHash(const ZkString &key);
 
 /// The untyped part of a hash table: buckets of chained nodes. The table itself
 /// stands at the end of every chain, so that from any node the table can be found:
@@ -147,13 +140,13 @@ class ZkHash
     template <bool isHash, typename Unused>
     struct NodeOf : ZkHashData::Node {
         NodeOf(unsigned hash, const K &k, const T &v)
-            : ZkHashData::Node{nullptr, hash}, k_(k), value(v)
+            : ZkHashData::Node{nullptr, hash}, ownKey(k), value(v)
         {
         }
-        const K &key() const { return k_; }
-        bool holds(unsigned hash, const K &k) const { return h == hash && k_ == k; }
+        const K &key() const { return ownKey; }
+        bool holds(unsigned hash, const K &k) const { return h == hash && ownKey == k; }
 
-        K k_;
+        K ownKey;
         T value;
     };
     template <typename Unused>
@@ -181,27 +174,30 @@ private:
         typedef Value *pointer;
         typedef Value &reference;
 
-        Walker() : node(nullptr) {}
+        Walker() : m_node(nullptr) {}
         // A place to write is also a place to read.
-        operator Walker<const T>() const { return Walker<const T>(node); }
+        operator Walker<const T>() const { return Walker<const T>(m_node); }
 
-        decltype(auto) key() const { return concrete(node)->key(); }
-        reference value() const { return concrete(node)->value; }
+        decltype(auto) key() const { return concrete(m_node)->key(); }
+        reference value() const { return concrete(m_node)->value; }
         reference operator*() const { return value(); }
         pointer operator->() const { return &value(); }
         Walker &operator++()
         {
-            node = ZkHashData::nextNode(node);
+            m_node = ZkHashData::nextNode(m_node);
             return *this;
         }
-        Walker operator++(int) { return Walker(std::exchange(node, ZkHashData::nextNode(node))); }
-        friend bool operator==(Walker a, Walker b) { return a.node == b.node; }
-        friend bool operator!=(Walker a, Walker b) { return a.node != b.node; }
+        Walker operator++(int)
+        {
+            return Walker(std::exchange(m_node, ZkHashData::nextNode(m_node)));
+        }
+        friend bool operator==(Walker a, Walker b) { return a.m_node == b.m_node; }
+        friend bool operator!=(Walker a, Walker b) { return a.m_node != b.m_node; }
 
     private:
         friend class ZkHash;
-        explicit Walker(ZkHashData::Node *at) : node(at) {}
-        ZkHashData::Node *node;
+        explicit Walker(ZkHashData::Node *at) : m_node(at) {}
+        ZkHashData::Node *m_node;
     };
 
 public:
@@ -281,6 +277,8 @@ public:
 private:
     friend struct ZkInspector;
 
+    explicit ZkHash(ZkHashData *table) : d(table) {}
+
     static Node *concrete(ZkHashData::Node *node) { return static_cast<Node *>(node); }
     static void duplicateNode(ZkHashData::Node *from, void *to);
     static void deleteNode2(ZkHashData::Node *node) { concrete(node)->~Node(); }
@@ -339,7 +337,7 @@ inline unsigned ZkHashData::bucketOf(unsigned h) const
 {
     const auto bits = static_cast<unsigned>(numBits);
     const auto count = static_cast<unsigned>(numBuckets);
-    const std::uint64_t product = std::uint64_t(h) * kZkHashReciprocals[bits];
+    const std::uint64_t product = static_cast<std::uint64_t>(h) * kZkHashReciprocals[bits];
     const unsigned rest = h - static_cast<unsigned>(product >> 32 >> bits) * count;
     return rest >= count ? rest - count : rest;
 }
@@ -352,8 +350,10 @@ ZkHash<K, T>::ZkHash(std::initializer_list<std::pair<K, T>> pairs) : ZkHash()
     }
 }
 
+// The hash is complete before nodes are copied: should that throw, its destructor
+// gives the share of `other`'s table back.
 template <typename K, typename T>
-inline ZkHash<K, T>::ZkHash(const ZkHash &other) : d(other.d)
+inline ZkHash<K, T>::ZkHash(const ZkHash &other) : ZkHash(other.d)
 {
     d->ref.ref();
     if (!d->sharable) {

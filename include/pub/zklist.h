@@ -122,37 +122,37 @@ class ZkList
         typedef Value *pointer;
         typedef Value &reference;
 
-        Walker() : slot(nullptr) {}
-        explicit Walker(void **s) : slot(s) {}
+        Walker() : m_slot(nullptr) {}
+        explicit Walker(void **s) : m_slot(s) {}
         // A place to write is also a place to read.
-        operator Walker<const T>() const { return Walker<const T>(slot); }
+        operator Walker<const T>() const { return Walker<const T>(m_slot); }
 
-        reference operator*() const { return element(slot); }
-        pointer operator->() const { return &element(slot); }
-        reference operator[](difference_type n) const { return element(slot + n); }
+        reference operator*() const { return element(m_slot); }
+        pointer operator->() const { return &element(m_slot); }
+        reference operator[](difference_type n) const { return element(m_slot + n); }
         Walker &operator++() { return *this += 1; }
         Walker &operator--() { return *this += -1; }
-        Walker operator++(int) { return Walker(slot++); }
-        Walker operator--(int) { return Walker(slot--); }
+        Walker operator++(int) { return Walker(m_slot++); }
+        Walker operator--(int) { return Walker(m_slot--); }
         Walker &operator+=(difference_type n)
         {
-            slot += n;
+            m_slot += n;
             return *this;
         }
         Walker &operator-=(difference_type n) { return *this += -n; }
         friend Walker operator+(Walker a, difference_type n) { return a += n; }
         friend Walker operator+(difference_type n, Walker a) { return a += n; }
         friend Walker operator-(Walker a, difference_type n) { return a -= n; }
-        friend difference_type operator-(Walker a, Walker b) { return a.slot - b.slot; }
-        friend bool operator==(Walker a, Walker b) { return a.slot == b.slot; }
-        friend bool operator!=(Walker a, Walker b) { return a.slot != b.slot; }
-        friend bool operator<(Walker a, Walker b) { return a.slot < b.slot; }
-        friend bool operator>(Walker a, Walker b) { return a.slot > b.slot; }
-        friend bool operator<=(Walker a, Walker b) { return a.slot <= b.slot; }
-        friend bool operator>=(Walker a, Walker b) { return a.slot >= b.slot; }
+        friend difference_type operator-(Walker a, Walker b) { return a.m_slot - b.m_slot; }
+        friend bool operator==(Walker a, Walker b) { return a.m_slot == b.m_slot; }
+        friend bool operator!=(Walker a, Walker b) { return a.m_slot != b.m_slot; }
+        friend bool operator<(Walker a, Walker b) { return a.m_slot < b.m_slot; }
+        friend bool operator>(Walker a, Walker b) { return a.m_slot > b.m_slot; }
+        friend bool operator<=(Walker a, Walker b) { return a.m_slot <= b.m_slot; }
+        friend bool operator>=(Walker a, Walker b) { return a.m_slot >= b.m_slot; }
 
     private:
-        void **slot;
+        void **m_slot;
     };
 
 public:
@@ -290,7 +290,7 @@ inline void *ZkList<T>::makeNode(Source &&value)
         std::memcpy(&node, &value, sizeof node);
         return node;
     } else {
-        return new T(std::forward<Source>(value));
+        return zkNew<T>(std::forward<Source>(value));
     }
 }
 
@@ -309,7 +309,7 @@ void ZkList<T>::deleteNodes(void **first, void **stop)
 {
     if constexpr (!kDirect) {
         while (stop != first) {
-            delete static_cast<T *>(*--stop);
+            ::delete static_cast<T *>(*--stop);
         }
     }
 }
@@ -333,8 +333,10 @@ ZkList<T>::ZkList(Iterator first, Iterator last) : ZkList()
     }
 }
 
+// The list is complete before elements are copied: should that throw, its destructor
+// gives the share of `other`'s block back.
 template <typename T>
-inline ZkList<T>::ZkList(const ZkList &other) : p(other.p)
+inline ZkList<T>::ZkList(const ZkList &other) : ZkList(other.p)
 {
     zkRetain(p.d, &ZkListData::shared_null);
     if (!p.d->sharable) {

@@ -96,33 +96,33 @@ class ZkMap
         typedef Value *pointer;
         typedef Value &reference;
 
-        Walker() : node(nullptr) {}
+        Walker() : m_node(nullptr) {}
         // A place to write is also a place to read.
-        operator Walker<const T>() const { return Walker<const T>(node); }
+        operator Walker<const T>() const { return Walker<const T>(m_node); }
 
-        const K &key() const { return payload(node)->key; }
-        reference value() const { return payload(node)->value; }
+        const K &key() const { return payload(m_node)->key; }
+        reference value() const { return payload(m_node)->value; }
         reference operator*() const { return value(); }
         pointer operator->() const { return &value(); }
         Walker &operator++()
         {
-            node = node->forward[0];
+            m_node = m_node->forward[0];
             return *this;
         }
         Walker &operator--()
         {
-            node = node->backward;
+            m_node = m_node->backward;
             return *this;
         }
-        Walker operator++(int) { return Walker(std::exchange(node, node->forward[0])); }
-        Walker operator--(int) { return Walker(std::exchange(node, node->backward)); }
-        friend bool operator==(Walker a, Walker b) { return a.node == b.node; }
-        friend bool operator!=(Walker a, Walker b) { return a.node != b.node; }
+        Walker operator++(int) { return Walker(std::exchange(m_node, m_node->forward[0])); }
+        Walker operator--(int) { return Walker(std::exchange(m_node, m_node->backward)); }
+        friend bool operator==(Walker a, Walker b) { return a.m_node == b.m_node; }
+        friend bool operator!=(Walker a, Walker b) { return a.m_node != b.m_node; }
 
     private:
         friend class ZkMap;
-        explicit Walker(ZkMapData::Node *at) : node(at) {}
-        ZkMapData::Node *node;
+        explicit Walker(ZkMapData::Node *at) : m_node(at) {}
+        ZkMapData::Node *m_node;
     };
 
 public:
@@ -225,8 +225,10 @@ ZkMap<K, T>::ZkMap(std::initializer_list<std::pair<K, T>> pairs) : ZkMap()
     }
 }
 
+// The map is complete before nodes are copied: should that throw, its destructor
+// gives the share of `other`'s table back.
 template <typename K, typename T>
-inline ZkMap<K, T>::ZkMap(const ZkMap &other) : d(other.d)
+inline ZkMap<K, T>::ZkMap(const ZkMap &other) : ZkMap(other.d)
 {
     d->ref.ref();
     if (!d->sharable) {

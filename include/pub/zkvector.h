@@ -240,8 +240,10 @@ ZkVector<T>::ZkVector(int size, const T &value) : ZkVector()
     }
 }
 
+// The vector is complete before elements are copied: should that throw, its destructor
+// gives the share of `other`'s block back.
 template <typename T>
-inline ZkVector<T>::ZkVector(const ZkVector &other) : d(other.d)
+inline ZkVector<T>::ZkVector(const ZkVector &other) : ZkVector(other.d)
 {
     zkRetain(d, &ZkVectorData::shared_null);
     if (!d->sharable) {
@@ -457,6 +459,9 @@ void ZkVector<T>::remove(int i, int count)
                 "i >= 0 && count >= 0 && i <= d->size - count", "../include/pub/zkvector", __LINE__,
                 __PRETTY_FUNCTION__);
     detach();
+    if (count == 0) {
+        return; // what follows would move each element onto itself
+    }
     T *const stop = array(d) + d->size;
     T *const first = array(d) + i;
     T *const left = std::move(first + count, stop, first);

@@ -35,12 +35,12 @@ public:
     bool wait(int ms);
 
     /// The object's mutex and condition, for as long as the object lives.
-    pthread_mutex_t *nativeMutex() { return &mutex; }
-    pthread_cond_t *nativeCondition() { return &condition; }
+    pthread_mutex_t *nativeMutex() { return &m_mutex; }
+    pthread_cond_t *nativeCondition() { return &m_condition; }
 
 private:
-    pthread_mutex_t mutex;
-    pthread_cond_t condition;
+    pthread_mutex_t m_mutex;
+    pthread_cond_t m_condition;
 };
 
 #endif

@@ -1,11 +1,11 @@
 #ifndef ZKFONTENGINE_H
 #define ZKFONTENGINE_H
 
-#include <zkfont.h>
-#include <zkglobal.h>
-#include <zkglyphlease.h>
-#include <zkstring.h>
-#include <zkvector.h>
+#include "private/zkglyphlease.h"
+#include "zkfont.h"
+#include "zkglobal.h"
+#include "zkstring.h"
+#include "zkvector.h"
 
 class ZkFontCache;
 

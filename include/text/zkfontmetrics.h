@@ -1,15 +1,15 @@
 #ifndef ZKFONTMETRICS_H
 #define ZKFONTMETRICS_H
 
-#include <zkfont.h>
-#include <zkglobal.h>
-#include <zkinlinearray.h>
-#include <zklist.h>
-#include <zkpoint.h>
-#include <zkrect.h>
-#include <zksize.h>
-#include <zkstring.h>
-#include <zkvector.h>
+#include "private/zkinlinearray.h"
+#include "zkfont.h"
+#include "zkglobal.h"
+#include "zklist.h"
+#include "zkpoint.h"
+#include "zkrect.h"
+#include "zksize.h"
+#include "zkstring.h"
+#include "zkvector.h"
 
 class ZkFontEngine;
 
@@ -156,28 +156,28 @@ private:
     int verticalOffset() const;
     int alignedLeft(int lineWidth) const;
 
-    ZkList<ZkString> subTexts; // filled when first asked for, like `rects`
-    ZkVector<ZkVector<const GlyphBitmap *>> lineGlyphs;
-    ZkVector<int> combinationNums;
-    ZkVector<int> characterWidths;
-    ZkList<ZkRect> rects;
-    ZkString text;
-    ZkFontEngine *engine;
-    int pixelLength = -1;
-    int lineSpacing;
-    int charSpacing;
-    int wrapWidth = 0;
-    unsigned char fontSize;
-    bool wordWrap = false;
-    bool boldFace;
-    int alignment;
-    ZkPoint origin;
-    ZkRect box;
-    ZkList<ZkRect> paintRects; // for the host framework, like `layoutWidths`
-    ZkVector<int> layoutWidths;
-    ZkVector<PaintInfo> paintInfos;
-    bool dirty = true;
-    ZkInlineArray<Line, 2> lines; // what the last division found
+    ZkList<ZkString> m_subTexts; // filled when first asked for, like `m_rects`
+    ZkVector<ZkVector<const GlyphBitmap *>> m_lineGlyphs;
+    ZkVector<int> m_combinationNums;
+    ZkVector<int> m_characterWidths;
+    ZkList<ZkRect> m_rects;
+    ZkString m_text;
+    ZkFontEngine *m_engine;
+    int m_pixelLength = -1;
+    int m_lineSpacing;
+    int m_charSpacing;
+    int m_wrapWidth = 0;
+    unsigned char m_fontSize;
+    bool m_wordWrap = false;
+    bool m_boldFace;
+    int m_alignment;
+    ZkPoint m_origin;
+    ZkRect m_box;
+    ZkList<ZkRect> m_paintRects; // for the host framework, like `m_layoutWidths`
+    ZkVector<int> m_layoutWidths;
+    ZkVector<PaintInfo> m_paintInfos;
+    bool m_dirty = true;
+    ZkInlineArray<Line, 2> m_lines; // what the last division found
 };
 
 #endif

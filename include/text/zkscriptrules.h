@@ -1,7 +1,7 @@
 #ifndef ZKSCRIPTRULES_H
 #define ZKSCRIPTRULES_H
 
-#include <zkglobal.h>
+#include "zkglobal.h"
 
 /// Prepares right-to-left text for a painter that draws one glyph per unit from
 /// left to right: Arabic and Persian letters become the presentation forms that

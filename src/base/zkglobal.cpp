@@ -4,6 +4,8 @@
 
 #include "zkglobal.h"
 
+#include "base/zkmemory.h"
+
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -19,21 +21,26 @@ void zkAssertFail(const char *expression, const char *file, int line, const char
 #endif
 }
 
-namespace
+void zkReportNoMemory(std::int64_t bytes)
 {
-
-[[noreturn]] void outOfMemory(std::int64_t bytes)
-{
-    std::fflush(stdout);
+    std::fflush(stdout); // neither abort() nor a signal writes what is buffered
     std::fprintf(stderr, "libzk: no memory for %lld bytes\n", static_cast<long long>(bytes));
+}
+
+void zkNoMemory(std::int64_t bytes)
+{
+    zkReportNoMemory(bytes);
     std::abort();
 }
+
+namespace
+{
 
 // A block is counted in int, and even an empty one needs an address of its own.
 std::size_t checkedBytes(std::int64_t bytes)
 {
     if (bytes > INT_MAX) {
-        outOfMemory(bytes);
+        zkNoMemory(bytes);
     }
     return bytes < 1 ? 1 : static_cast<std::size_t>(bytes);
 }
@@ -44,7 +51,7 @@ void *zkAllocate(std::int64_t bytes)
 {
     void *block = std::malloc(checkedBytes(bytes));
     if (block == nullptr) {
-        outOfMemory(bytes);
+        zkNoMemory(bytes);
     }
     return block;
 }
@@ -53,7 +60,7 @@ void *zkReallocate(void *block, std::int64_t bytes)
 {
     void *moved = std::realloc(block, checkedBytes(bytes));
     if (moved == nullptr) {
-        outOfMemory(bytes);
+        zkNoMemory(bytes);
     }
     return moved;
 }

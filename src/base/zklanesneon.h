@@ -27,21 +27,30 @@ public:
     static ZkLanes all(unsigned unit) { return ZkLanes(vdupq_n_u16(static_cast<ZkUcs2>(unit))); }
     void store(void *to) const
     {
-        vst1q_u8(static_cast<std::uint8_t *>(to), vreinterpretq_u8_u16(v));
+        vst1q_u8(static_cast<std::uint8_t *>(to), vreinterpretq_u8_u16(m_lanes));
     }
 
-    Mask mask() const { return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(v)), 0); }
+    Mask mask() const { return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(m_lanes)), 0); }
     bool any() const { return mask() != 0; }
     bool every() const { return mask() == ~Mask(0); }
 
-    friend ZkLanes operator==(ZkLanes a, ZkLanes b) { return ZkLanes(vceqq_u16(a.v, b.v)); }
-    friend ZkLanes operator&(ZkLanes a, ZkLanes b) { return ZkLanes(vandq_u16(a.v, b.v)); }
-    friend ZkLanes operator|(ZkLanes a, ZkLanes b) { return ZkLanes(vorrq_u16(a.v, b.v)); }
+    friend ZkLanes operator==(ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(vceqq_u16(a.m_lanes, b.m_lanes));
+    }
+    friend ZkLanes operator&(ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(vandq_u16(a.m_lanes, b.m_lanes));
+    }
+    friend ZkLanes operator|(ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(vorrq_u16(a.m_lanes, b.m_lanes));
+    }
 
 private:
-    explicit ZkLanes(uint16x8_t value) : v(value) {}
+    explicit ZkLanes(uint16x8_t value) : m_lanes(value) {}
 
-    uint16x8_t v;
+    uint16x8_t m_lanes;
 };
 
 #endif

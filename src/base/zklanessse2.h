@@ -28,20 +28,29 @@ public:
         return ZkLanes(_mm_loadu_si128(static_cast<const __m128i *>(from)));
     }
     static ZkLanes all(unsigned unit) { return ZkLanes(_mm_set1_epi16(static_cast<short>(unit))); }
-    void store(void *to) const { _mm_storeu_si128(static_cast<__m128i *>(to), v); }
+    void store(void *to) const { _mm_storeu_si128(static_cast<__m128i *>(to), m_lanes); }
 
-    Mask mask() const { return static_cast<Mask>(_mm_movemask_epi8(v)); }
+    Mask mask() const { return static_cast<Mask>(_mm_movemask_epi8(m_lanes)); }
     bool any() const { return mask() != 0; }
     bool every() const { return mask() == 0xFFFF; }
 
-    friend ZkLanes operator==(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_cmpeq_epi16(a.v, b.v)); }
-    friend ZkLanes operator&(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_and_si128(a.v, b.v)); }
-    friend ZkLanes operator|(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_or_si128(a.v, b.v)); }
+    friend ZkLanes operator==(ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(_mm_cmpeq_epi16(a.m_lanes, b.m_lanes));
+    }
+    friend ZkLanes operator&(ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(_mm_and_si128(a.m_lanes, b.m_lanes));
+    }
+    friend ZkLanes operator|(ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(_mm_or_si128(a.m_lanes, b.m_lanes));
+    }
 
 private:
-    explicit ZkLanes(__m128i value) : v(value) {}
+    explicit ZkLanes(__m128i value) : m_lanes(value) {}
 
-    __m128i v;
+    __m128i m_lanes;
 };
 
 #endif

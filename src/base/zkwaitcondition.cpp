@@ -4,18 +4,18 @@
 
 ZkWaitCondition::ZkWaitCondition()
 {
-    pthread_mutex_init(&mutex, nullptr);
+    pthread_mutex_init(&m_mutex, nullptr);
     pthread_condattr_t attributes;
     pthread_condattr_init(&attributes);
     pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
-    pthread_cond_init(&condition, &attributes);
+    pthread_cond_init(&m_condition, &attributes);
     pthread_condattr_destroy(&attributes);
 }
 
 ZkWaitCondition::~ZkWaitCondition()
 {
-    pthread_cond_destroy(&condition);
-    pthread_mutex_destroy(&mutex);
+    pthread_cond_destroy(&m_condition);
+    pthread_mutex_destroy(&m_mutex);
 }
 
 bool ZkWaitCondition::wait(int ms)
@@ -27,5 +27,5 @@ bool ZkWaitCondition::wait(int ms)
     const long long total = deadline.tv_nsec + 1000000ll * ms;
     deadline.tv_sec += static_cast<std::time_t>(total / 1000000000);
     deadline.tv_nsec = static_cast<long>(total % 1000000000);
-    return pthread_cond_timedwait(&condition, &mutex, &deadline) == 0;
+    return pthread_cond_timedwait(&m_condition, &m_mutex, &deadline) == 0;
 }

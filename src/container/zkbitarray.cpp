@@ -75,75 +75,75 @@ void combineBytes(ZkVector<Byte> &to, const ZkVector<Byte> &a, const ZkVector<By
 } // namespace
 
 ZkBitArray::ZkBitArray(int size, bool value)
-    : bytes(bytesFor(std::max(size, 0)), value ? 0xFF : 0), length(std::max(size, 0))
+    : m_bytes(bytesFor(std::max(size, 0)), value ? 0xFF : 0), m_length(std::max(size, 0))
 {
 }
 
 bool ZkBitArray::isSet(int i) const
 {
-    return i >= 0 && i < length && (constData()[i / 8] >> (i % 8) & 1) != 0;
+    return i >= 0 && i < m_length && (constData()[i / 8] >> (i % 8) & 1) != 0;
 }
 
 void ZkBitArray::setBit(int i)
 {
-    if (i >= 0 && i < length) {
-        bytes.data()[i / 8] |= static_cast<Byte>(1U << (i % 8));
+    if (i >= 0 && i < m_length) {
+        m_bytes.data()[i / 8] |= static_cast<Byte>(1U << (i % 8));
     }
 }
 
 void ZkBitArray::clearBit(int i)
 {
-    if (i >= 0 && i < length) {
-        bytes.data()[i / 8] &= static_cast<Byte>(~(1U << (i % 8)));
+    if (i >= 0 && i < m_length) {
+        m_bytes.data()[i / 8] &= static_cast<Byte>(~(1U << (i % 8)));
     }
 }
 
 bool ZkBitArray::allSet() const
 {
-    return allAre(constData(), length, 0xFF);
+    return allAre(constData(), m_length, 0xFF);
 }
 
 bool ZkBitArray::allCleared() const
 {
-    return allAre(constData(), length, 0);
+    return allAre(constData(), m_length, 0);
 }
 
 ZkBitArray &ZkBitArray::operator|=(const ZkBitArray &other)
 {
-    combineCommon(bytes, length, other.bytes, other.length, std::bit_or<int>());
+    combineCommon(m_bytes, m_length, other.m_bytes, other.m_length, std::bit_or<int>());
     return *this;
 }
 
 ZkBitArray &ZkBitArray::operator&=(const ZkBitArray &other)
 {
-    combineCommon(bytes, length, other.bytes, other.length, std::bit_and<int>());
+    combineCommon(m_bytes, m_length, other.m_bytes, other.m_length, std::bit_and<int>());
     return *this;
 }
 
 ZkBitArray &ZkBitArray::operator^=(const ZkBitArray &other)
 {
-    combineCommon(bytes, length, other.bytes, other.length, std::bit_xor<int>());
+    combineCommon(m_bytes, m_length, other.m_bytes, other.m_length, std::bit_xor<int>());
     return *this;
 }
 
 ZkBitArray ZkBitArray::operator|(const ZkBitArray &other) const
 {
-    ZkBitArray result(std::max(length, other.length));
-    combineBytes(result.bytes, bytes, other.bytes, std::bit_or<int>());
+    ZkBitArray result(std::max(m_length, other.m_length));
+    combineBytes(result.m_bytes, m_bytes, other.m_bytes, std::bit_or<int>());
     return result;
 }
 
 ZkBitArray ZkBitArray::operator&(const ZkBitArray &other) const
 {
-    ZkBitArray result(std::max(length, other.length));
-    combineBytes(result.bytes, bytes, other.bytes, std::bit_and<int>());
+    ZkBitArray result(std::max(m_length, other.m_length));
+    combineBytes(result.m_bytes, m_bytes, other.m_bytes, std::bit_and<int>());
     return result;
 }
 
 ZkBitArray ZkBitArray::operator^(const ZkBitArray &other) const
 {
-    ZkBitArray result(std::max(length, other.length));
-    combineBytes(result.bytes, bytes, other.bytes, std::bit_xor<int>());
+    ZkBitArray result(std::max(m_length, other.m_length));
+    combineBytes(result.m_bytes, m_bytes, other.m_bytes, std::bit_xor<int>());
     return result;
 }
 
@@ -155,16 +155,16 @@ void ZkBitArray::fromRawBytes(const unsigned char *data, int n)
     n = std::max(n, 0);
     // Bytes of this very array stay readable as long as a second owner keeps them.
     const std::less<const Byte *> before;
-    const bool inside = !before(data, bytes.cbegin()) && before(data, bytes.cend());
-    const ZkVector<Byte> keep = inside ? bytes : ZkVector<Byte>();
+    const bool inside = !before(data, m_bytes.cbegin()) && before(data, m_bytes.cend());
+    const ZkVector<Byte> keep = inside ? m_bytes : ZkVector<Byte>();
 
-    length = n;
-    bytes.resize(bytesFor(n));
+    m_length = n;
+    m_bytes.resize(bytesFor(n));
     if (n > 0) {
-        std::memcpy(bytes.data(), data, static_cast<std::size_t>(bytes.size()));
+        std::memcpy(m_bytes.data(), data, static_cast<std::size_t>(m_bytes.size()));
     }
     if (n % 8 != 0) {
-        bytes.last() &= lowBits(n);
+        m_bytes.last() &= lowBits(n);
     }
 }
 
@@ -173,8 +173,8 @@ void ZkBitArray::toRawBytes(unsigned char *out, int n) const
     if (out == nullptr) {
         return;
     }
-    if (n < 0 || n > length) {
-        n = length;
+    if (n < 0 || n > m_length) {
+        n = m_length;
     }
     const int whole = n / 8;
     std::memmove(out, constData(), static_cast<std::size_t>(whole)); // `out` may be these bytes
@@ -185,9 +185,9 @@ void ZkBitArray::toRawBytes(unsigned char *out, int n) const
 
 bool operator==(const ZkBitArray &a, const ZkBitArray &b)
 {
-    const int whole = a.length / 8;
-    return a.length == b.length &&
+    const int whole = a.m_length / 8;
+    return a.m_length == b.m_length &&
            std::memcmp(a.constData(), b.constData(), static_cast<std::size_t>(whole)) == 0 &&
-           (a.length % 8 == 0 ||
-            ((a.constData()[whole] ^ b.constData()[whole]) & lowBits(a.length)) == 0);
+           (a.m_length % 8 == 0 ||
+            ((a.constData()[whole] ^ b.constData()[whole]) & lowBits(a.m_length)) == 0);
 }

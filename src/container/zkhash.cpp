@@ -1,7 +1,5 @@
 #include "zkhash.h"
 
-#include "zkstring.h"
-
 #include <algorithm>
 #include <cstdlib>
 
@@ -45,7 +43,7 @@ int exponentFor(std::uint32_t count)
 
 std::int64_t bucketBytes(int count)
 {
-    return std::int64_t(count) * static_cast<std::int64_t>(sizeof(ZkHashData::Node *));
+    return static_cast<std::int64_t>(count) * static_cast<std::int64_t>(sizeof(ZkHashData::Node *));
 }
 
 // Room for `count` buckets, or null. The fewest are needed to hold a node at all, more
@@ -87,11 +85,12 @@ void *ZkHashData::allocateStrictNode(int nodeAlign)
     // The address of the raw memory stands in the word before the node.
     const int pointer = static_cast<int>(sizeof(void *));
     if (nodeAlign <= 4) {
-        void **raw = static_cast<void **>(zkAllocate(std::int64_t(nodeSize) + pointer));
+        void **raw =
+            static_cast<void **>(zkAllocate(static_cast<std::int64_t>(nodeSize) + pointer));
         *raw = raw;
         return raw + 1;
     }
-    void *raw = zkAllocate(std::int64_t(nodeSize) + nodeAlign);
+    void *raw = zkAllocate(static_cast<std::int64_t>(nodeSize) + nodeAlign);
     const auto alignment = static_cast<std::uintptr_t>(nodeAlign);
     const std::uintptr_t address =
         (reinterpret_cast<std::uintptr_t>(raw) + alignment) & ~(alignment - 1);
@@ -234,32 +233,4 @@ ZkHashData::Node *ZkHashData::previousNode(Node *node)
     ZK_CHECK_AT(start >= 0, "start >= 0", "./src/zkhash", 198,
                 "static ZkHashData::Node* ZkHashData::previousNode(ZkHashData::Node*)");
     return e;
-}
-
-namespace
-{
-
-// Takes in the next byte of a text; 28 bits are kept.
-unsigned folded(unsigned h, unsigned byte)
-{
-    h = (h << 4) + byte;
-    h ^= (h & 0xF0000000U) >> 23;
-    return h & 0x0FFFFFFFU;
-}
-
-} // namespace
-
-unsigned zkHash(const ZkString &key)
-{
-    unsigned h = 0;
-    int left = key.size(); // bytes that still count
-    for (const ZkUcs2 *unit = key.constData(); left > 0; ++unit) {
-        char bytes[3];
-        const int count = std::min(ZkString::ucs2ToUtf8(bytes, unit, 1), left);
-        for (int i = 0; i < count; ++i) {
-            h = folded(h, static_cast<unsigned char>(bytes[i]));
-        }
-        left -= count;
-    }
-    return h;
 }

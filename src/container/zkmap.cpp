@@ -22,7 +22,8 @@ constexpr int kAllocatorAlignment = 8;
 void *allocateStrict(std::int64_t bytes, int alignment)
 {
     if (alignment <= 4) {
-        void **raw = static_cast<void **>(zkAllocate(bytes + std::int64_t{sizeof(void *)}));
+        void **raw =
+            static_cast<void **>(zkAllocate(bytes + static_cast<std::int64_t>(sizeof(void *))));
         *raw = raw;
         return raw + 1;
     }
@@ -102,8 +103,8 @@ ZkMapData::Node *ZkMapData::node_create(Node *update[], int offset, int alignmen
         randomBits = static_cast<std::uint32_t>(std::rand());
     }
 
-    const std::int64_t bytes =
-        offset + std::int64_t{sizeof(Node)} + level * std::int64_t{sizeof(Node *)};
+    const std::int64_t bytes = offset + static_cast<std::int64_t>(sizeof(Node)) +
+                               level * static_cast<std::int64_t>(sizeof(Node *));
     void *start = strictAlignment ? allocateStrict(bytes, alignment) : zkAllocate(bytes);
     Node *node = reinterpret_cast<Node *>(static_cast<char *>(start) + offset);
     node->backward = update[0];

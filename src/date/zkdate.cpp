@@ -263,22 +263,22 @@ unsigned int ZkDate::dayNumber(int y, int m, int d, Zk::DateMode mode)
 
 int ZkDate::year(Zk::DateMode mode) const
 {
-    return civilIn(jd, mode).year;
+    return civilIn(m_jd, mode).year;
 }
 
 int ZkDate::month(Zk::DateMode mode) const
 {
-    return civilIn(jd, mode).month;
+    return civilIn(m_jd, mode).month;
 }
 
 int ZkDate::day(Zk::DateMode mode) const
 {
-    return civilIn(jd, mode).day;
+    return civilIn(m_jd, mode).day;
 }
 
 void ZkDate::getDate(int *y, int *m, int *d, Zk::DateMode mode) const
 {
-    const Civil date = civilIn(jd, mode);
+    const Civil date = civilIn(m_jd, mode);
     if (y != nullptr) {
         *y = date.year;
     }
@@ -294,14 +294,14 @@ int ZkDate::dayOfYear() const
 {
     // A Persian year is read as a Gregorian one, which makes the number some 226
     // thousand; weekNumber() in that mode then always finds week 1.
-    return static_cast<int>(jd + 1 - gregorianToJulian(year(), 1, 1));
+    return static_cast<int>(m_jd + 1 - gregorianToJulian(year(), 1, 1));
 }
 
 int ZkDate::daysInMonth() const
 {
     // Gregorian lengths for Persian months too. The right ones would also move what
     // addMonths() and addYears() yield in Persian mode: they clamp by these.
-    const Civil date = civilIn(jd, Zk::DateModeDefault);
+    const Civil date = civilIn(m_jd, Zk::DateModeDefault);
     return monthLength(date.year, date.month);
 }
 
@@ -349,7 +349,7 @@ int ZkDate::weekNumber(int *yearNumber) const
 
 ZkDate ZkDate::addDays(int n) const
 {
-    const long long sum = static_cast<long long>(jd) + n;
+    const long long sum = static_cast<long long>(m_jd) + n;
     return sum >= 0 && sum <= UINT_MAX ? fromJulianDay(static_cast<unsigned int>(sum)) : ZkDate();
 }
 
@@ -358,7 +358,7 @@ ZkDate ZkDate::addMonths(int n) const
     if (!isValid() || n == 0) {
         return *this;
     }
-    const Civil date = civil(jd);
+    const Civil date = civil(m_jd);
     int y = date.year + n / 12;
     int m = date.month + n % 12;
     if (m <= 0) {
@@ -381,7 +381,7 @@ ZkDate ZkDate::addYears(int n) const
     if (!isValid()) {
         return *this;
     }
-    const Civil date = civil(jd);
+    const Civil date = civil(m_jd);
     const int year = steppedOverYear0(date.year, static_cast<long long>(date.year) + n, n);
     return clampedToMonth(year, date.month, date.day);
 }

@@ -22,7 +22,7 @@ public:
     void put(ZkUcs2 unit)
     {
         makeRoom();
-        *end++ = unit;
+        *m_end++ = unit;
     }
 
     /// `number`, below 2^31, with zeros in front up to `width` digits.
@@ -42,11 +42,11 @@ public:
 
     ZkString take()
     {
-        if (!flushed) {
-            return ZkString(units, size());
+        if (!m_flushed) {
+            return ZkString(m_units, size());
         }
         flush();
-        return std::move(*flushed);
+        return std::move(*m_flushed);
     }
 
 private:
@@ -57,9 +57,9 @@ private:
 
     void putTwoDigits(unsigned int value)
     {
-        end[0] = digit(value / 10);
-        end[1] = digit(value % 10);
-        end += 2;
+        m_end[0] = digit(value / 10);
+        m_end[1] = digit(value % 10);
+        m_end += 2;
     }
 
     void putDigits(unsigned int value, int width)
@@ -70,32 +70,32 @@ private:
         }
         count = count < width ? width : count;
         for (int i = count; i > 0; value /= 10) {
-            end[--i] = digit(value % 10);
+            m_end[--i] = digit(value % 10);
         }
-        end += count;
+        m_end += count;
     }
 
-    int size() const { return static_cast<int>(end - units); }
+    int size() const { return static_cast<int>(m_end - m_units); }
 
     void makeRoom()
     {
-        if (end > units + (kRoom - kLongestNumber)) {
+        if (m_end > m_units + (kRoom - kLongestNumber)) {
             flush();
         }
     }
 
     __attribute__((noinline, cold)) void flush()
     {
-        if (!flushed) {
-            flushed.emplace();
+        if (!m_flushed) {
+            m_flushed.emplace();
         }
-        flushed->append(ZkString(units, size()));
-        end = units;
+        m_flushed->append(ZkString(m_units, size()));
+        m_end = m_units;
     }
 
-    ZkUcs2 units[kRoom];
-    ZkUcs2 *end = units;
-    std::optional<ZkString> flushed;
+    ZkUcs2 m_units[kRoom];
+    ZkUcs2 *m_end = m_units;
+    std::optional<ZkString> m_flushed;
 };
 
 /// True when an am/pm letter stands outside quotes, which turns "h" to 12 hours.
@@ -121,16 +121,16 @@ class PatternWriter
 public:
     PatternWriter(const ZkString &format, const ZkTime *timePart, const ZkDate *datePart)
         : p(format.begin()),
-          end(format.end()),
-          hasTime(timePart != nullptr),
-          hasDate(datePart != nullptr)
+          m_end(format.end()),
+          m_hasTime(timePart != nullptr),
+          m_hasDate(datePart != nullptr)
     {
         if (datePart != nullptr) {
-            datePart->getDate(&year, &month, &day);
+            datePart->getDate(&m_year, &m_month, &m_day);
         }
         if (timePart != nullptr) {
-            time = *timePart;
-            twelveHours = hasMarker(format);
+            m_time = *timePart;
+            m_twelveHours = hasMarker(format);
         }
     }
 
@@ -146,17 +146,17 @@ private:
     int shownHour() const;
 
     const ZkUcs2 *p; // what is not yet rendered, with a 0 unit at `end`
-    const ZkUcs2 *end;
-    TextWriter out;
-    ZkTime time;
-    bool hasTime, hasDate;
-    bool twelveHours = false;
-    int year = 0, month = 0, day = 0;
+    const ZkUcs2 *m_end;
+    TextWriter m_out;
+    ZkTime m_time;
+    bool m_hasTime, m_hasDate;
+    bool m_twelveHours = false;
+    int m_year = 0, m_month = 0, m_day = 0;
 };
 
 ZkString PatternWriter::write()
 {
-    while (p < end) {
+    while (p < m_end) {
         switch (*p) {
         case '\'': writeQuoted(); break;
         case 'A':
@@ -169,10 +169,10 @@ ZkString PatternWriter::write()
         case 'd':
         case 'M':
         case 'y': writeRun(); break;
-        default: out.put(*p++); break;
+        default: m_out.put(*p++); break;
         }
     }
-    return out.take();
+    return m_out.take();
 }
 
 /// Copies text between quotes, to the end if there is no second one. Two quotes are
@@ -182,15 +182,15 @@ void PatternWriter::writeQuoted()
     bool quoted = false;
     do {
         if (*p != '\'') {
-            out.put(*p++);
+            m_out.put(*p++);
         } else if (p[1] == '\'') {
-            out.put('\'');
+            m_out.put('\'');
             p += 2;
         } else {
             quoted = !quoted;
             ++p;
         }
-    } while (quoted && p < end);
+    } while (quoted && p < m_end);
 }
 
 /// Renders "A", "a" or either with a P behind it. The first letter alone decides
@@ -199,14 +199,14 @@ void PatternWriter::writeMarker()
 {
     const bool capitals = *p == 'A';
     const bool withP = p[1] == 'P' || p[1] == 'p';
-    if (hasTime) {
-        const bool morning = time.hour() < 12;
-        out.put(static_cast<ZkUcs2>(capitals ? (morning ? 'A' : 'P') : (morning ? 'a' : 'p')));
-        out.put(capitals ? 'M' : 'm');
+    if (m_hasTime) {
+        const bool morning = m_time.hour() < 12;
+        m_out.put(static_cast<ZkUcs2>(capitals ? (morning ? 'A' : 'P') : (morning ? 'a' : 'p')));
+        m_out.put(capitals ? 'M' : 'm');
     } else {
-        out.put(p[0]);
+        m_out.put(p[0]);
         if (withP) {
-            out.put(p[1]);
+            m_out.put(p[1]);
         }
     }
     p += withP ? 2 : 1;
@@ -221,19 +221,19 @@ void PatternWriter::writeRun()
         ++length;
     }
     p += length;
-    const bool there = letter == 'd' || letter == 'M' || letter == 'y' ? hasDate : hasTime;
+    const bool there = letter == 'd' || letter == 'M' || letter == 'y' ? m_hasDate : m_hasTime;
     if (!there) {
         writeLetters(letter, length);
         return;
     }
     switch (letter) {
     case 'h': writeNumbers(shownHour(), 2, length); break;
-    case 'H': writeNumbers(time.hour(), 2, length); break;
-    case 'm': writeNumbers(time.minute(), 2, length); break;
-    case 's': writeNumbers(time.second(), 2, length); break;
-    case 'z': writeNumbers(time.msec(), 3, length); break;
-    case 'd': writeNumbers(day, 2, length); break;
-    case 'M': writeNumbers(month, 2, length); break;
+    case 'H': writeNumbers(m_time.hour(), 2, length); break;
+    case 'm': writeNumbers(m_time.minute(), 2, length); break;
+    case 's': writeNumbers(m_time.second(), 2, length); break;
+    case 'z': writeNumbers(m_time.msec(), 3, length); break;
+    case 'd': writeNumbers(m_day, 2, length); break;
+    case 'M': writeNumbers(m_month, 2, length); break;
     default: writeYears(length); break;
     }
 }
@@ -241,8 +241,8 @@ void PatternWriter::writeRun()
 /// The hour that "h" shows.
 int PatternWriter::shownHour() const
 {
-    const int hour = time.hour();
-    if (!twelveHours) {
+    const int hour = m_time.hour();
+    if (!m_twelveHours) {
         return hour;
     }
     return hour % 12 == 0 ? 12 : hour % 12;
@@ -253,10 +253,10 @@ int PatternWriter::shownHour() const
 void PatternWriter::writeNumbers(int number, int width, int length)
 {
     for (; length >= width; length -= width) {
-        out.putNumber(number, width);
+        m_out.putNumber(number, width);
     }
     for (; length > 0; --length) {
-        out.putNumber(number, 1);
+        m_out.putNumber(number, 1);
     }
 }
 
@@ -266,11 +266,11 @@ void PatternWriter::writeYears(int length)
 {
     while (length >= 4) {
         length -= 4;
-        if (year <= 0) {
-            out.put('-');
+        if (m_year <= 0) {
+            m_out.put('-');
             length -= length > 0 ? 1 : 0;
         }
-        out.putNumber(year < 0 ? -year : year, 4);
+        m_out.putNumber(m_year < 0 ? -m_year : m_year, 4);
     }
     writeLetters('y', length);
 }
@@ -278,7 +278,7 @@ void PatternWriter::writeYears(int length)
 void PatternWriter::writeLetters(ZkUcs2 letter, int length)
 {
     for (int i = 0; i < length; ++i) {
-        out.put(letter);
+        m_out.put(letter);
     }
 }
 

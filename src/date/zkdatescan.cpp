@@ -34,19 +34,19 @@ class Scanner
 public:
     /// The numbers go to `first` and up to `end`, in the order of the text.
     Scanner(const ZkString &text, int *first, int *end)
-        : p(text.constData()), nextNumber(first), endOfNumbers(end)
+        : p(text.constData()), m_nextNumber(first), m_endOfNumbers(end)
     {
     }
 
     void feed(ZkUcs2 unit)
     {
-        if (stopped) {
+        if (m_stopped) {
             return;
         }
-        if (afterPercent) {
+        if (m_afterPercent) {
             feedBehindPercent(unit);
         } else if (unit == '%') {
-            afterPercent = true;
+            m_afterPercent = true;
         } else if (isSpace(unit)) {
             skipSpace();
         } else {
@@ -57,10 +57,10 @@ public:
     /// "%d".
     void feedNumber()
     {
-        if (stopped) {
+        if (m_stopped) {
             return;
         }
-        if (afterPercent) {
+        if (m_afterPercent) {
             feed('%'); // which makes the two the text "%d"
             feed('d');
         } else {
@@ -68,20 +68,20 @@ public:
         }
     }
 
-    bool complete() const { return nextNumber == endOfNumbers; }
-    bool failed() const { return stopped && !complete(); }
+    bool complete() const { return m_nextNumber == m_endOfNumbers; }
+    bool failed() const { return m_stopped && !complete(); }
 
 private:
     void feedBehindPercent(ZkUcs2 unit)
     {
-        afterPercent = false;
+        m_afterPercent = false;
         if (unit == 'd') {
             readNumber();
         } else if (unit == '%') {
             skipSpace();
             match(unit);
         } else {
-            stopped = true;
+            m_stopped = true;
         }
     }
 
@@ -95,7 +95,7 @@ private:
     void match(ZkUcs2 unit)
     {
         if (*p == 0 || *p != unit) {
-            stopped = true;
+            m_stopped = true;
         } else {
             ++p;
         }
@@ -112,7 +112,7 @@ private:
                 ++p;
             }
             if (!isDigit(*p)) {
-                stopped = true;
+                m_stopped = true;
                 return;
             }
         }
@@ -125,15 +125,15 @@ private:
             }
         }
         p = q;
-        *nextNumber++ =
+        *m_nextNumber++ =
             static_cast<int>(std::clamp<std::int64_t>(negative ? -value : value, INT_MIN, INT_MAX));
-        stopped = complete();
+        m_stopped = complete();
     }
 
     const ZkUcs2 *p; // a string's text ends with a 0 unit
-    int *nextNumber, *endOfNumbers;
-    bool stopped = false;
-    bool afterPercent = false;
+    int *m_nextNumber, *m_endOfNumbers;
+    bool m_stopped = false;
+    bool m_afterPercent = false;
 };
 
 /// A stretch of a pattern that stands for a number or a marker; none if null.
@@ -175,10 +175,10 @@ Token findPair(const ZkString &format, ZkUcs2 first, ZkUcs2 second)
 
 /// Which of the four markers a text holds, anywhere.
 struct Markers {
-    bool am = false, pm = false, AM = false, PM = false;
+    bool am = false, pm = false, capitalAm = false, capitalPm = false;
 
-    bool anyAm() const { return am || AM; }
-    bool anyPm() const { return pm || PM; }
+    bool anyAm() const { return am || capitalAm; }
+    bool anyPm() const { return pm || capitalPm; }
 
     /// The hour of the day of an hour that was read.
     int hour(int read) const
@@ -200,8 +200,8 @@ Markers findMarkers(const ZkString &text)
         const ZkUcs2 next = (&unit)[1];
         found.am |= unit == 'a' && next == 'm';
         found.pm |= unit == 'p' && next == 'm';
-        found.AM |= unit == 'A' && next == 'M';
-        found.PM |= unit == 'P' && next == 'M';
+        found.capitalAm |= unit == 'A' && next == 'M';
+        found.capitalPm |= unit == 'P' && next == 'M';
     }
     return found;
 }
@@ -269,9 +269,9 @@ class DateTimeReader
 public:
     DateTimeReader(const ZkString &text, const ZkString &format)
         : p(format.begin()),
-          end(format.end()),
-          markers(findMarkers(text)),
-          scanner(text, std::begin(numbers), std::end(numbers))
+          m_end(format.end()),
+          m_markers(findMarkers(text)),
+          m_scanner(text, std::begin(m_numbers), std::end(m_numbers))
     {
     }
 
@@ -285,22 +285,22 @@ private:
     void moveToEnd(Field field);
 
     const ZkUcs2 *p; // what is not yet read of the pattern, with a 0 unit at `end`
-    const ZkUcs2 *end;
-    Markers markers;
-    int numbers[FieldCount];
-    Scanner scanner;
-    Field order[FieldCount]; // in which the fields stand in the pattern
-    int found = 0;
-    unsigned int seen = 0; // a bit for each field
+    const ZkUcs2 *m_end;
+    Markers m_markers;
+    int m_numbers[FieldCount];
+    Scanner m_scanner;
+    Field m_order[FieldCount]; // in which the fields stand in the pattern
+    int m_found = 0;
+    unsigned int m_seen = 0; // a bit for each field
 };
 
 bool DateTimeReader::read(int (&values)[FieldCount])
 {
-    while (p < end && !scanner.failed()) {
+    while (p < m_end && !m_scanner.failed()) {
         const Field field = fieldOf(*p);
         if (field == NoField && *p != 'A' && *p != 'a') {
-            scanner.feed(*p++);
-        } else if (p + 1 == end) {
+            m_scanner.feed(*p++);
+        } else if (p + 1 == m_end) {
             break; // a letter at the very end is lost, and with it its field
         } else if (field == NoField) {
             feedMarker();
@@ -308,13 +308,13 @@ bool DateTimeReader::read(int (&values)[FieldCount])
             feedField(field);
         }
     }
-    if (found < FieldCount || !scanner.complete()) {
+    if (m_found < FieldCount || !m_scanner.complete()) {
         return false;
     }
     for (int i = 0; i < FieldCount; ++i) {
-        values[order[i]] = numbers[i];
+        values[m_order[i]] = m_numbers[i];
     }
-    values[Hour] = markers.hour(values[Hour]);
+    values[Hour] = m_markers.hour(values[Hour]);
     return true;
 }
 
@@ -327,11 +327,11 @@ void DateTimeReader::feedMarker()
         return;
     }
     ++p;
-    const bool am = capitals ? markers.AM : markers.am;
-    const bool pm = capitals ? markers.PM : markers.pm;
+    const bool am = capitals ? m_markers.capitalAm : m_markers.am;
+    const bool pm = capitals ? m_markers.capitalPm : m_markers.pm;
     if (am || pm) {
-        scanner.feed(static_cast<ZkUcs2>(capitals ? (am ? 'A' : 'P') : (am ? 'a' : 'p')));
-        scanner.feed(capitals ? 'M' : 'm');
+        m_scanner.feed(static_cast<ZkUcs2>(capitals ? (am ? 'A' : 'P') : (am ? 'a' : 'p')));
+        m_scanner.feed(capitals ? 'M' : 'm');
     }
 }
 
@@ -349,18 +349,18 @@ void DateTimeReader::feedField(Field field)
     }
     p += length;
     moveToEnd(field);
-    scanner.feedNumber();
+    m_scanner.feedNumber();
 }
 
 /// Notes a field as the last so far; of a field that occurs twice, the last place
 /// counts.
 void DateTimeReader::moveToEnd(Field field)
 {
-    if ((seen >> field & 1) != 0) {
-        found = static_cast<int>(std::remove(order, order + found, field) - order);
+    if ((m_seen >> field & 1) != 0) {
+        m_found = static_cast<int>(std::remove(m_order, m_order + m_found, field) - m_order);
     }
-    seen |= 1u << field;
-    order[found++] = field;
+    m_seen |= 1u << field;
+    m_order[m_found++] = field;
 }
 
 } // namespace
@@ -387,8 +387,8 @@ ZkTime ZkTime::fromString(const ZkString &text, const ZkString &format)
     Markers markers;
     if (marker.place != nullptr) {
         const Markers inText = findMarkers(text);
-        (capitals ? markers.AM : markers.am) = capitals ? inText.AM : inText.am;
-        (capitals ? markers.PM : markers.pm) = capitals ? inText.PM : inText.pm;
+        (capitals ? markers.capitalAm : markers.am) = capitals ? inText.capitalAm : inText.am;
+        (capitals ? markers.capitalPm : markers.pm) = capitals ? inText.capitalPm : inText.pm;
     }
     const char *markerText = markers.anyAm()   ? (capitals ? "AM" : "am")
                              : markers.anyPm() ? (capitals ? "PM" : "pm")

@@ -1,5 +1,6 @@
 #include "date/zkclock.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <new>
@@ -8,6 +9,7 @@ namespace
 {
 
 constexpr int kMSecsPerDay = 86400000;
+constexpr int kSecsPerDay = 86400;
 constexpr ZkDate kEpoch = ZkDate::fromJulianDay(2440588); // 1 January 1970
 
 /// Milliseconds since the epoch, date and time read as UTC; a null time is midnight.
@@ -69,6 +71,53 @@ int unfold(const std::tm *fields, const ZkDate &fake, ZkDate &date, ZkTime &time
     return reading.isDst;
 }
 
+/// Broken-down time as seconds since the epoch, read as UTC.
+long long secsOf(const std::tm &fields)
+{
+    const ZkDate date(fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, Zk::DateGregorian);
+    const long long days = static_cast<long long>(date.julianDay()) - kEpoch.julianDay();
+    return days * kSecsPerDay + fields.tm_hour * 3600 + fields.tm_min * 60 + fields.tm_sec;
+}
+
+/// What local time is ahead of UTC at a moment, in seconds; `isDst` takes whether
+/// daylight saving is on.
+long long offsetAt(long long moment, int *isDst)
+{
+    const std::time_t secs = static_cast<std::time_t>(moment);
+    std::tm fields = {};
+    *isDst = 0;
+    if (localtime_r(&secs, &fields) == nullptr) {
+        return 0;
+    }
+    *isDst = fields.tm_isdst;
+    return secsOf(fields) - moment;
+}
+
+/// The moment of a local time in a folded year, which leaves `fields` normalised. Near a
+/// change of the offset the C library may answer by what it converted last: it
+/// looks for the answer from there. So there the rule is told here: a time that the
+/// clock shows twice is its first pass, unless `tm_isdst` asks for the other, and one
+/// that it skips is counted on from before the gap.
+std::time_t momentOf(std::tm *fields)
+{
+    const long long local = secsOf(*fields);
+    const int askedDst = fields->tm_isdst;
+    const std::time_t found = std::mktime(fields); // reads TZ afresh
+    int isDst = 0;
+    const long long before = offsetAt(local - kSecsPerDay, &isDst);
+    const long long after = offsetAt(local + kSecsPerDay, &isDst);
+    if (before == after) {
+        return found;
+    }
+    for (long long offset : {std::max(before, after), std::min(before, after)}) {
+        const long long moment = local - offset;
+        if (offsetAt(moment, &isDst) == offset && (askedDst < 0 || askedDst == isDst)) {
+            return static_cast<std::time_t>(moment);
+        }
+    }
+    return askedDst < 0 ? static_cast<std::time_t>(local - before) : found;
+}
+
 } // namespace
 
 ZkDateTime::Data *ZkDateTime::createData(const ZkDate &date, const ZkTime &time, int spec)
@@ -102,7 +151,7 @@ void ZkDateTime::getUTC(ZkDate &date, ZkTime &time) const
     fields.tm_mon = month - 1;
     fields.tm_year = year - 1900;
     fields.tm_isdst = d->spec;
-    const std::time_t secs = std::mktime(&fields);
+    const std::time_t secs = momentOf(&fields);
     unfold(gmtime_r(&secs, &fields), fake, date, time);
 }
 

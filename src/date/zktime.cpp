@@ -69,7 +69,7 @@ bool ZkTime::isValid(int h, int m, int s, int ms)
 
 bool ZkTime::setHMS(int h, int m, int s, int ms)
 {
-    sinceMidnight = isValid(h, m, s, ms) ? ms + 1000 * (60 * m + 3600 * h + s) : -1;
+    m_sinceMidnight = isValid(h, m, s, ms) ? ms + 1000 * (60 * m + 3600 * h + s) : -1;
     return isValid();
 }
 

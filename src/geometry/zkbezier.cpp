@@ -216,10 +216,10 @@ int ZkBezier::stationaryYPoints(float &t1, float &t2) const
 {
     // dy/dt / 3 = a t^2 + b t + c. In double precision the squares cannot overflow,
     // and the sums keep all digits of the coordinates.
-    const double a = double(y4) - y1 + 3 * (double(y2) - y3);
-    const double b = 2 * (double(y1) - 2 * double(y2) + y3);
-    const double c = double(y2) - y1;
-    const auto isZero = [](double value) { return std::fabs(value) <= double(kTiny); };
+    const double a = static_cast<double>(y4) - y1 + 3 * (static_cast<double>(y2) - y3);
+    const double b = 2 * (static_cast<double>(y1) - 2 * static_cast<double>(y2) + y3);
+    const double c = static_cast<double>(y2) - y1;
+    const auto isZero = [](double value) { return std::fabs(value) <= static_cast<double>(kTiny); };
 
     float roots[2];
     int count = 0;

@@ -152,7 +152,8 @@ Motion OffsetWriter::motionAt(double t, Side side) const
     const double force = length(second);
     if (force > m_rest) {
         // A moment before or behind, C' is the second derivative times that moment.
-        return {second * (double(side) / force), 0, cross(second, third) / (2 * force * force)};
+        return {second * (static_cast<double>(side) / force), 0,
+                cross(second, third) / (2 * force * force)};
     }
     return {third * (1 / length(third)), 0, 0};
 }

@@ -21,7 +21,7 @@ struct Span {
 // of an empty span (last == first - 1) stay as they are.
 Span span(int first, int last)
 {
-    return last < std::int64_t(first) - 1 ? Span{last, first} : Span{first, last};
+    return last < static_cast<std::int64_t>(first) - 1 ? Span{last, first} : Span{first, last};
 }
 
 bool holds(const Span &s, int value, bool proper)
@@ -98,12 +98,12 @@ void ZkRect::moveCenter(const ZkPoint &center)
 {
     // The distance of the edges, one less than the size: halving the size itself
     // would put even-sized rectangles one pixel further up and left.
-    const int w = zkWrapped(std::int64_t(m_x2) - m_x1);
-    const int h = zkWrapped(std::int64_t(m_y2) - m_y1);
-    m_x1 = zkWrapped(std::int64_t(center.x()) - w / 2);
-    m_x2 = zkWrapped(std::int64_t(m_x1) + w);
-    m_y1 = zkWrapped(std::int64_t(center.y()) - h / 2);
-    m_y2 = zkWrapped(std::int64_t(m_y1) + h);
+    const int w = zkWrapped(static_cast<std::int64_t>(m_x2) - m_x1);
+    const int h = zkWrapped(static_cast<std::int64_t>(m_y2) - m_y1);
+    m_x1 = zkWrapped(static_cast<std::int64_t>(center.x()) - w / 2);
+    m_x2 = zkWrapped(static_cast<std::int64_t>(m_x1) + w);
+    m_y1 = zkWrapped(static_cast<std::int64_t>(center.y()) - h / 2);
+    m_y2 = zkWrapped(static_cast<std::int64_t>(m_y1) + h);
 }
 
 bool ZkRect::contains(const ZkPoint &p, bool proper) const

@@ -157,8 +157,8 @@ ZkRegion::ZkRegion(const ZkRect &r, RegionType type) : ZkRegion()
 
 ZkRegion::ZkRegion(int x, int y, int w, int h, RegionType type)
     : ZkRegion(w < 1 || h < 1 ? ZkRect()
-                              : ZkRect(x, y, zkWrapped(std::int64_t(x) + w - 1),
-                                       zkWrapped(std::int64_t(y) + h - 1)),
+                              : ZkRect(x, y, zkWrapped(static_cast<std::int64_t>(x) + w - 1),
+                                       zkWrapped(static_cast<std::int64_t>(y) + h - 1)),
                type)
 {
 }

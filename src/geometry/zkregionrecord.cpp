@@ -1,12 +1,14 @@
 #include "geometry/zkregionrecord.h"
 
+#include "base/zkmemory.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-#if __SIZEOF_POINTER__ == 4
+#if UINTPTR_MAX == UINT32_MAX
 static_assert(sizeof(ZkRegion::Record) == 72, "a record is 72 bytes on the target");
 #endif
 
@@ -41,6 +43,7 @@ ZkRegion::Record *ZkRegion::Record::take()
     if (freeRecords == nullptr) {
         void *const block = std::malloc(kRecordsPerBlock * sizeof(Record));
         if (block == nullptr) {
+            zkReportNoMemory(kRecordsPerBlock * sizeof(Record));
             zkRegionStop();
         }
         Record *const first = static_cast<Record *>(block);
@@ -148,7 +151,7 @@ void ZkRegion::Record::setInner(const ZkInnerRect &inner)
 void ZkRegion::Record::makeRoom(int count)
 {
     ZkVector<ZkRect> roomy;
-    roomy.realloc(0, zkWrapped(std::int64_t(numRects) + count));
+    roomy.realloc(0, zkWrapped(static_cast<std::int64_t>(numRects) + count));
     roomy.append(begin(), numRects);
     rects.swap(roomy);
     seams = knownSeams();

@@ -4,10 +4,12 @@
 #include "geometry/zkregionsweep.h"
 #include "zkregion.h"
 
-/// What an operation looks at: a list that is not empty, and what is known of it.
+/// What an operation looks at: a list that is not empty, and what is known of it. That
+/// is held by value, so that an operation in place may write it into the record and
+/// still ask the operand.
 struct ZkRegion::Operand : ZkBands {
-    const ZkRect &extents;
-    const ZkRect &innerRect;
+    ZkRect extents;
+    ZkRect innerRect;
     int innerArea;
 
     /// The valid rectangle `r`, which must outlive the operand.
@@ -37,7 +39,8 @@ struct ZK_HIDDEN ZkRegion::Record : ZkRegion::Data {
         Record *nextFree; ///< while the record is free
     };
 
-    /// A record with one owner and no rectangles. Without memory the process stops.
+    /// A record with one owner and no rectangles. Without memory the process stops
+    /// with the message of every other allocation.
     static Record *take();
     /// Back to the pool.
     static void giveBack(Record *record);

@@ -54,9 +54,10 @@ inline const ZkRect *bandEndFrom(const ZkRect *band, const ZkRect *end)
 {
     const int top = band->top();
     while (end - band > 4) {
-        const unsigned others =
-            unsigned(band[1].top() != top) | unsigned(band[2].top() != top) << 1 |
-            unsigned(band[3].top() != top) << 2 | unsigned(band[4].top() != top) << 3;
+        const unsigned others = static_cast<unsigned>(band[1].top() != top) |
+                                static_cast<unsigned>(band[2].top() != top) << 1 |
+                                static_cast<unsigned>(band[3].top() != top) << 2 |
+                                static_cast<unsigned>(band[4].top() != top) << 3;
         if (others != 0) {
             return band + 1 + __builtin_ctz(others);
         }
@@ -301,8 +302,8 @@ const ZkRect *zkGapFor(const ZkBands &a, const ZkBands &b)
     if (a.seams != ZkSeams::Closed || b.seams != ZkSeams::Closed) {
         return nullptr;
     }
-    const std::int64_t top = std::int64_t(b.begin->top()) - 1;
-    const std::int64_t bottom = std::int64_t(b.end[-1].bottom()) + 1;
+    const std::int64_t top = static_cast<std::int64_t>(b.begin->top()) - 1;
+    const std::int64_t bottom = static_cast<std::int64_t>(b.end[-1].bottom()) + 1;
     const ZkRect *const gap =
         zkGallop(a.begin, a.end, [top](const ZkRect &r) { return r.bottom() < top; });
     return gap == a.end || gap->top() > bottom ? gap : nullptr;

@@ -37,7 +37,8 @@ inline std::uint32_t zkDistance(int from, int to)
 /// apart. Less one, the product fits 64 bits even for all the pixels there are.
 inline int zkArea(std::uint32_t across, std::uint32_t down)
 {
-    const std::uint64_t lessOne = (std::uint64_t(across) + 1) * (std::uint64_t(down) + 1) - 1;
+    const std::uint64_t lessOne =
+        (static_cast<std::uint64_t>(across) + 1) * (static_cast<std::uint64_t>(down) + 1) - 1;
     return static_cast<int>(std::min<std::uint64_t>(lessOne, INT_MAX - 1)) + 1;
 }
 

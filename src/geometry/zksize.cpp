@@ -28,11 +28,13 @@ void ZkSize::scale(const ZkSize &box, Zk::AspectRatioMode mode)
         *this = box;
         return;
     }
-    const std::int64_t followingWidth = std::int64_t(box.m_height) * m_width / m_height;
+    const std::int64_t followingWidth =
+        static_cast<std::int64_t>(box.m_height) * m_width / m_height;
     if (takesHeight<std::int64_t>(followingWidth, box.m_width, mode)) {
         *this = ZkSize(zkWrapped(followingWidth), box.m_height);
     } else {
-        *this = ZkSize(box.m_width, zkWrapped(std::int64_t(box.m_width) * m_height / m_width));
+        *this = ZkSize(box.m_width,
+                       zkWrapped(static_cast<std::int64_t>(box.m_width) * m_height / m_width));
     }
 }
 

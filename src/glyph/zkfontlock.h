@@ -1,7 +1,7 @@
 #ifndef ZKFONTLOCK_H
 #define ZKFONTLOCK_H
 
-#include <zkglobal.h>
+#include "zkglobal.h"
 
 #include <pthread.h>
 

@@ -140,7 +140,7 @@ const char *refusal(std::uint32_t compression, int depth)
 // points into the headers.
 std::int64_t bytesBeforePixels(const ZkBitmap::FileHeader &header)
 {
-    return std::max<std::int64_t>(std::int64_t(header.dataOffset) - kHeadersBytes, 0);
+    return std::max<std::int64_t>(static_cast<std::int64_t>(header.dataOffset) - kHeadersBytes, 0);
 }
 
 // Reads `bytes` bytes away, fewer where the file ends. A pipe cannot seek.
@@ -431,7 +431,8 @@ void ZkBitmap::readColorTable()
 // a few header bytes claim more than its whole address space.
 bool ZkBitmap::fitsMemory(std::int64_t rowBytes) const
 {
-    return rowBytes <= INT_MAX && std::int64_t(m_width) * m_height <= PTRDIFF_MAX / kZkPixelBytes;
+    return rowBytes <= INT_MAX &&
+           static_cast<std::int64_t>(m_width) * m_height <= PTRDIFF_MAX / kZkPixelBytes;
 }
 
 unsigned char *ZkBitmap::outputRow(int y) const

@@ -64,7 +64,7 @@ void writeHeaders(std::FILE *file, const Layout &layout, int height)
     const std::int64_t offset = kHeadersBytes + layout.colours * 4;
     // Modulo 2^32, as the fields are: the product can be larger than 63 bits.
     const std::int64_t imageBytes =
-        static_cast<std::uint32_t>(layout.toldRowBytes) * std::int64_t(height);
+        static_cast<std::uint32_t>(layout.toldRowBytes) * static_cast<std::int64_t>(height);
     HeaderBytes bytes;
     bytes.add32(offset + imageBytes);
     bytes.add16(0);

@@ -31,7 +31,7 @@ std::uint32_t withFullAlpha(std::uint32_t pixel)
 
 std::int64_t zkPackedRowBytes(int width, int bits)
 {
-    return (std::int64_t(width) * bits + 7) / 8;
+    return (static_cast<std::int64_t>(width) * bits + 7) / 8;
 }
 
 std::int64_t zkPaddedRowBytes(int width, int bits)

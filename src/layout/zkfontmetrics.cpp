@@ -25,21 +25,21 @@ constexpr int kNoWrapping = 2147483647;
 } // namespace
 
 ZkFontMetrics::ZkFontMetrics(const ZkString &string, const ZkFont &font, int lineGap, int charGap)
-    : text(string),
-      engine(new ZkFontEngine),
-      lineSpacing(lineGap),
-      charSpacing(charGap),
-      fontSize(font.fontSize()),
-      boldFace(font.isBoldFace()),
-      alignment(AlignHCenter | AlignVCenter)
+    : m_text(string),
+      m_engine(zkNew<ZkFontEngine>()),
+      m_lineSpacing(lineGap),
+      m_charSpacing(charGap),
+      m_fontSize(font.fontSize()),
+      m_boldFace(font.isBoldFace()),
+      m_alignment(AlignHCenter | AlignVCenter)
 {
-    engine->lanuguageRules(string);
-    engine->fillGlypBitMapInfo(font);
+    m_engine->lanuguageRules(string);
+    m_engine->fillGlypBitMapInfo(font);
 }
 
 ZkFontMetrics::~ZkFontMetrics()
 {
-    delete engine;
+    delete m_engine;
 }
 
 bool ZkFontMetrics::setFontFile(const ZkString &path, int limit)
@@ -62,35 +62,36 @@ bool ZkFontMetrics::clearFontCache()
 
 void ZkFontMetrics::setWorpWrap(bool on)
 {
-    wordWrap = on;
-    dirty = true;
+    m_wordWrap = on;
+    m_dirty = true;
 }
 
 void ZkFontMetrics::setAlignment(int flags)
 {
-    alignment = flags;
+    m_alignment = flags;
 }
 
 void ZkFontMetrics::setTextMinRect(int x, int y, int w, int h)
 {
     if (w >= 1) {
-        origin = ZkPoint(x, y);
-        box = ZkRect(x, y, zkWrapped(std::int64_t(x) + w - 1), zkWrapped(std::int64_t(y) + h - 1));
-        wrapWidth = w;
+        m_origin = ZkPoint(x, y);
+        m_box = ZkRect(x, y, zkWrapped(static_cast<std::int64_t>(x) + w - 1),
+                       zkWrapped(static_cast<std::int64_t>(y) + h - 1));
+        m_wrapWidth = w;
     } else {
-        wrapWidth = kNoWrapping;
+        m_wrapWidth = kNoWrapping;
     }
-    dirty = true;
+    m_dirty = true;
 }
 
 bool ZkFontMetrics::isRightToLeft() const
 {
-    return engine->isRightToLeft();
+    return m_engine->isRightToLeft();
 }
 
 int ZkFontMetrics::textPixelSize()
 {
-    return engine->textPixelSize();
+    return m_engine->textPixelSize();
 }
 
 int ZkFontMetrics::textPixelSize(ZkString string, ZkFont font)
@@ -102,7 +103,7 @@ int ZkFontMetrics::textPixelSize(ZkString string, ZkFont font)
 
 ZkVector<const GlyphBitmap *> ZkFontMetrics::glyphBitmap() const
 {
-    return engine->glyphs();
+    return m_engine->glyphs();
 }
 
 void ZkFontMetrics::thaiFontCheck(const ZkUcs2 *units, int *a, int *b, int *c)
@@ -128,20 +129,20 @@ int ZkFontMetrics::nextWordSize(const ZkUcs2 *chars, int n, const void *glyphs, 
         return 0;
     }
     const auto *records = static_cast<const GlyphBitmap *const *>(glyphs);
-    return backward ? zkLastWordWidth(chars, records, n, charSpacing)
-                    : zkWordWidth(chars, records, n, charSpacing);
+    return backward ? zkLastWordWidth(chars, records, n, m_charSpacing)
+                    : zkWordWidth(chars, records, n, m_charSpacing);
 }
 
 int ZkFontMetrics::calcTextLength()
 {
-    const ZkUcs2 *units = engine->text().constData();
-    const ZkVector<const GlyphBitmap *> &glyphs = engine->glyphs();
+    const ZkUcs2 *units = m_engine->text().constData();
+    const ZkVector<const GlyphBitmap *> &glyphs = m_engine->glyphs();
     const auto addCell = [this](int width, int count) {
-        characterWidths.append(width);
-        combinationNums.append(count);
-        pixelLength = zkWrapped(std::int64_t(pixelLength) + width + charSpacing);
+        m_characterWidths.append(width);
+        m_combinationNums.append(count);
+        m_pixelLength = zkWrapped(static_cast<std::int64_t>(m_pixelLength) + width + m_charSpacing);
     };
-    for (int i = 0; i < engine->text().size();) {
+    for (int i = 0; i < m_engine->text().size();) {
         int width = glyphs[i]->advance;
         int last = i;
         // The place from which a mark is looked up moves on with each mark found, so
@@ -157,47 +158,48 @@ int ZkFontMetrics::calcTextLength()
         addCell(width, last + 1 - i);
         i = last + 1;
     }
-    return pixelLength;
+    return m_pixelLength;
 }
 
 int ZkFontMetrics::lengthForPixel()
 {
-    return pixelLength == -1 ? calcTextLength() : pixelLength;
+    return m_pixelLength == -1 ? calcTextLength() : m_pixelLength;
 }
 
 ZkVector<int> ZkFontMetrics::charCombinationNum()
 {
-    if (combinationNums.isEmpty()) {
+    if (m_combinationNums.isEmpty()) {
         calcTextLength();
     }
-    return combinationNums;
+    return m_combinationNums;
 }
 
 ZkVector<int> ZkFontMetrics::characterWidth()
 {
-    if (characterWidths.isEmpty()) {
+    if (m_characterWidths.isEmpty()) {
         calcTextLength();
     }
-    return characterWidths;
+    return m_characterWidths;
 }
 
 // Pixels from the top of one line to the top of the next.
 int ZkFontMetrics::lineHeight() const
 {
-    return zkWrapped(std::int64_t(engine->textPixelSize()) + lineSpacing / 2);
+    return zkWrapped(static_cast<std::int64_t>(m_engine->textPixelSize()) + m_lineSpacing / 2);
 }
 
 // Line `index` in layout coordinates: from x 0 on, one line below the other.
 ZkRect ZkFontMetrics::lineRect(int index) const
 {
     const std::int64_t height = lineHeight();
-    return ZkRect(0, zkWrapped(index * height), zkWrapped(std::int64_t(lines[index].width) - 1),
+    return ZkRect(0, zkWrapped(index * height),
+                  zkWrapped(static_cast<std::int64_t>(m_lines[index].width) - 1),
                   zkWrapped((index + 1) * height - 1));
 }
 
 void ZkFontMetrics::divideIfDirty()
 {
-    if (dirty) {
+    if (m_dirty) {
         divideText();
     }
 }
@@ -205,48 +207,48 @@ void ZkFontMetrics::divideIfDirty()
 ZkList<ZkString> ZkFontMetrics::subText()
 {
     divideIfDirty();
-    if (subTexts.isEmpty()) {
-        const ZkUcs2 *units = engine->text().constData();
-        for (const Line &line : lines) {
-            subTexts.append(ZkString(units + line.start, line.end - line.start));
+    if (m_subTexts.isEmpty()) {
+        const ZkUcs2 *units = m_engine->text().constData();
+        for (const Line &line : m_lines) {
+            m_subTexts.append(ZkString(units + line.start, line.end - line.start));
         }
     }
-    return subTexts;
+    return m_subTexts;
 }
 
 ZkList<ZkRect> ZkFontMetrics::lineRects()
 {
     divideIfDirty();
-    for (int i = rects.size(); i < lines.size(); ++i) {
-        rects.append(lineRect(i));
+    for (int i = m_rects.size(); i < m_lines.size(); ++i) {
+        m_rects.append(lineRect(i));
     }
-    return rects;
+    return m_rects;
 }
 
 ZkVector<ZkVector<const GlyphBitmap *>> ZkFontMetrics::subGlyphBitmap()
 {
-    if (lines.isEmpty()) {
+    if (m_lines.isEmpty()) {
         divideText();
     }
-    for (int i = lineGlyphs.size(); i < lines.size(); ++i) {
-        lineGlyphs.append(cutGlyphs(i));
+    for (int i = m_lineGlyphs.size(); i < m_lines.size(); ++i) {
+        m_lineGlyphs.append(cutGlyphs(i));
     }
-    return lineGlyphs;
+    return m_lineGlyphs;
 }
 
 // The glyphs of line `index`, in a block shared with the glyphs of the whole text or
 // with the line's paint record where those are the same glyphs.
 ZkVector<const GlyphBitmap *> ZkFontMetrics::cutGlyphs(int index) const
 {
-    const ZkVector<const GlyphBitmap *> &glyphs = engine->glyphs();
-    const Line &line = lines[index];
+    const ZkVector<const GlyphBitmap *> &glyphs = m_engine->glyphs();
+    const Line &line = m_lines[index];
     const int count = line.end - line.start;
     if (count == glyphs.size()) {
         return glyphs;
     }
     const GlyphBitmap *const *first = glyphs.constData() + line.start;
-    if (index < paintInfos.size()) { // the host may have changed its record
-        const ZkVector<const GlyphBitmap *> &painted = paintInfos[index].glyphs;
+    if (index < m_paintInfos.size()) { // the host may have changed its record
+        const ZkVector<const GlyphBitmap *> &painted = m_paintInfos[index].glyphs;
         if (std::equal(painted.begin(), painted.end(), first, first + count)) {
             return painted;
         }
@@ -257,61 +259,64 @@ ZkVector<const GlyphBitmap *> ZkFontMetrics::cutGlyphs(int index) const
 ZkVector<PaintInfo> &ZkFontMetrics::paintInfoList()
 {
     divideIfDirty();
-    if (lines.isEmpty()) {
-        return paintInfos;
+    if (m_lines.isEmpty()) {
+        return m_paintInfos;
     }
-    if ((alignment & HorizontalMask) == 0) {
-        alignment += AlignLeft;
+    if ((m_alignment & HorizontalMask) == 0) {
+        m_alignment += AlignLeft;
     }
-    if ((alignment & VerticalMask) == 0) {
-        alignment += AlignTop;
+    if ((m_alignment & VerticalMask) == 0) {
+        m_alignment += AlignTop;
     }
     const int dy = verticalOffset();
-    const int count = std::min(paintInfos.size(), lines.size());
-    PaintInfo *records = paintInfos.data();
+    const int count = std::min(m_paintInfos.size(), m_lines.size());
+    PaintInfo *records = m_paintInfos.data();
     for (int i = 0; i < count; ++i) {
         PaintInfo &record = records[i];
-        const int left = alignedLeft(lines[i].width);
-        record.right = zkWrapped(std::int64_t(record.right) + left - record.left);
+        const int left = alignedLeft(m_lines[i].width);
+        record.right = zkWrapped(static_cast<std::int64_t>(record.right) + left - record.left);
         record.left = left;
         // `top` stays, and a second call moves `bottom` again: hosts place a line by
         // its `bottom` and ask once for each division.
-        record.bottom = zkWrapped(std::int64_t(record.bottom) + dy);
+        record.bottom = zkWrapped(static_cast<std::int64_t>(record.bottom) + dy);
     }
-    return paintInfos;
+    return m_paintInfos;
 }
 
 // How far alignment moves the lines down. The text's last row is taken for its
 // height, so text at the bottom ends one row below a flush fit.
 int ZkFontMetrics::verticalOffset() const
 {
-    const std::int64_t room = std::int64_t(box.height()) - lineRect(lines.size() - 1).bottom();
-    switch (alignment & VerticalMask) {
-    case AlignBottom: return zkWrapped(box.top() + room);
-    case AlignVCenter: return zkWrapped(std::int64_t(box.top()) + zkWrapped(room) / 2);
-    default: return box.top();
+    const std::int64_t room =
+        static_cast<std::int64_t>(m_box.height()) - lineRect(m_lines.size() - 1).bottom();
+    switch (m_alignment & VerticalMask) {
+    case AlignBottom: return zkWrapped(m_box.top() + room);
+    case AlignVCenter:
+        return zkWrapped(static_cast<std::int64_t>(m_box.top()) + zkWrapped(room) / 2);
+    default: return m_box.top();
     }
 }
 
 // The first column of a line of this width. Right-to-left text exchanges left and right.
 int ZkFontMetrics::alignedLeft(int lineWidth) const
 {
-    const std::int64_t room = std::int64_t(box.width()) - lineWidth;
-    const int horizontal = alignment & HorizontalMask;
+    const std::int64_t room = static_cast<std::int64_t>(m_box.width()) - lineWidth;
+    const int horizontal = m_alignment & HorizontalMask;
     if (horizontal == AlignHCenter) {
-        return zkWrapped(std::int64_t(box.left()) + zkWrapped(room) / 2);
+        return zkWrapped(static_cast<std::int64_t>(m_box.left()) + zkWrapped(room) / 2);
     }
-    const bool toTheRight = (horizontal == AlignRight) != engine->isRightToLeft();
-    return zkWrapped(box.left() + (toTheRight ? room : 0));
+    const bool toTheRight = (horizontal == AlignRight) != m_engine->isRightToLeft();
+    return zkWrapped(m_box.left() + (toTheRight ? room : 0));
 }
 
 ZkSize ZkFontMetrics::sizeHint()
 {
     divideIfDirty();
-    if (lines.isEmpty()) {
+    if (m_lines.isEmpty()) {
         return ZkSize(0, 0);
     }
     const auto narrower = [](const Line &a, const Line &b) { return a.width < b.width; };
-    const Line &widest = *std::max_element(lines.begin(), lines.end(), narrower);
-    return ZkSize(widest.width, zkWrapped(std::int64_t(lineRect(lines.size() - 1).bottom()) + 1));
+    const Line &widest = *std::max_element(m_lines.begin(), m_lines.end(), narrower);
+    return ZkSize(widest.width,
+                  zkWrapped(static_cast<std::int64_t>(lineRect(m_lines.size() - 1).bottom()) + 1));
 }

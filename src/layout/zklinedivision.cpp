@@ -10,14 +10,14 @@ class ZK_HIDDEN ZkFontMetrics::LineDivider
 {
 public:
     LineDivider(const ZkFontMetrics &layout, ZkInlineArray<Line, 2> &found)
-        : units(layout.engine->text().constData()),
-          glyphs(layout.engine->glyphs().constData()),
-          count(layout.engine->text().size()),
-          spacing(layout.charSpacing),
-          wrapWidth(layout.wrapWidth),
-          wordWrap(layout.wordWrap),
-          slanted(layout.boldFace),
-          lines(found)
+        : m_units(layout.m_engine->text().constData()),
+          m_glyphs(layout.m_engine->glyphs().constData()),
+          m_count(layout.m_engine->text().size()),
+          m_spacing(layout.m_charSpacing),
+          m_wrapWidth(layout.m_wrapWidth),
+          m_wordWrap(layout.m_wordWrap),
+          m_slanted(layout.m_boldFace),
+          m_lines(found)
     {
     }
 
@@ -31,27 +31,30 @@ private:
 
     void wrapBefore(int i, int wordWidth);
     bool startsWord(int i) const;
-    int wordWidth(int i) const { return zkWordWidth(units + i, glyphs + i, count - i, spacing); }
-    void widen(std::int64_t pixels) { width = zkWrapped(width + pixels); }
+    int wordWidth(int i) const
+    {
+        return zkWordWidth(m_units + i, m_glyphs + i, m_count - i, m_spacing);
+    }
+    void widen(std::int64_t pixels) { m_width = zkWrapped(m_width + pixels); }
     void emit(int end, int slantedPixels);
 
-    const ZkUcs2 *units;
-    const GlyphBitmap *const *glyphs;
-    int count;
-    int spacing;
-    int wrapWidth;
-    bool wordWrap;
-    bool slanted;
-    ZkInlineArray<Line, 2> &lines;
-    int start = 0; // of the current line
-    int width = 0; // of the current line
+    const ZkUcs2 *m_units;
+    const GlyphBitmap *const *m_glyphs;
+    int m_count;
+    int m_spacing;
+    int m_wrapWidth;
+    bool m_wordWrap;
+    bool m_slanted;
+    ZkInlineArray<Line, 2> &m_lines;
+    int m_start = 0; // of the current line
+    int m_width = 0; // of the current line
 };
 
 void ZkFontMetrics::LineDivider::run()
 {
     int i = 0;
-    while (i < count) {
-        switch (zkBreakClass(units[i])) {
+    while (i < m_count) {
+        switch (zkBreakClass(m_units[i])) {
         case ZkBreakClass::Letter: i = addLetters(i); break;
         case ZkBreakClass::Thai: i = addThaiCluster(i); break;
         case ZkBreakClass::BreakAnywhere: i = addBreakAnywhere(i); break;
@@ -59,14 +62,14 @@ void ZkFontMetrics::LineDivider::run()
             if (startsWord(i)) {
                 wrapBefore(i, 0);
             }
-            widen(std::int64_t(glyphs[i]->advance) + spacing);
+            widen(static_cast<std::int64_t>(m_glyphs[i]->advance) + m_spacing);
             ++i;
             break;
         case ZkBreakClass::Newline: addNewline(i++); break;
         }
     }
-    if (start < count) {
-        emit(count, glyphs[count - 1]->advance);
+    if (m_start < m_count) {
+        emit(m_count, m_glyphs[m_count - 1]->advance);
     }
 }
 
@@ -77,12 +80,12 @@ int ZkFontMetrics::LineDivider::addLetters(int i)
     std::int64_t pixels = 0;
     int end = i;
     do {
-        pixels += glyphs[end++]->advance;
-    } while (end < count && zkIsLetter(units[end]));
-    pixels += std::int64_t(spacing) * (end - i);
+        pixels += m_glyphs[end++]->advance;
+    } while (end < m_count && zkIsLetter(m_units[end]));
+    pixels += static_cast<std::int64_t>(m_spacing) * (end - i);
 
     if (startsWord(i)) {
-        const bool wordGoesOn = end < count && zkBreakClass(units[end]) == ZkBreakClass::Thai;
+        const bool wordGoesOn = end < m_count && zkBreakClass(m_units[end]) == ZkBreakClass::Thai;
         wrapBefore(i, zkWrapped(pixels + (wordGoesOn ? wordWidth(end) : 0)));
     }
     widen(pixels);
@@ -95,12 +98,12 @@ int ZkFontMetrics::LineDivider::addThaiCluster(int i)
     if (startsWord(i)) {
         wrapBefore(i, wordWidth(i));
     }
-    const int end = i + 1 + ZkThaiMarks(units + i).count();
-    int widest = glyphs[i]->advance;
+    const int end = i + 1 + ZkThaiMarks(m_units + i).count();
+    int widest = m_glyphs[i]->advance;
     for (int k = i + 1; k < end; ++k) {
-        widest = std::max<int>(widest, glyphs[k]->advance);
+        widest = std::max<int>(widest, m_glyphs[k]->advance);
     }
-    widen(std::int64_t(widest) + spacing);
+    widen(static_cast<std::int64_t>(widest) + m_spacing);
     return end;
 }
 
@@ -111,16 +114,18 @@ int ZkFontMetrics::LineDivider::addBreakAnywhere(int i)
 {
     int end = i;
     do {
-        const int advance = glyphs[end]->advance;
-        if (wordWrap && end > start && std::int64_t(advance) + width + spacing > wrapWidth) {
+        const int advance = m_glyphs[end]->advance;
+        if (m_wordWrap && end > m_start &&
+            static_cast<std::int64_t>(advance) + m_width + m_spacing > m_wrapWidth) {
             emit(end, advance);
         }
-        widen(std::int64_t(advance) + spacing);
+        widen(static_cast<std::int64_t>(advance) + m_spacing);
         ++end;
-    } while (end < count && zkBreakClass(units[end]) == ZkBreakClass::BreakAnywhere);
+    } while (end < m_count && zkBreakClass(m_units[end]) == ZkBreakClass::BreakAnywhere);
 
-    if (wordWrap && end < count && std::int64_t(width) + wordWidth(end) > wrapWidth) {
-        emit(end, glyphs[end - 1]->advance);
+    const std::int64_t width = m_width;
+    if (m_wordWrap && end < m_count && width + wordWidth(end) > m_wrapWidth) {
+        emit(end, m_glyphs[end - 1]->advance);
     }
     return end;
 }
@@ -133,53 +138,53 @@ void ZkFontMetrics::LineDivider::addNewline(int i)
     if (startsWord(i)) {
         wrapBefore(i, wordWidth(i));
     }
-    widen(spacing);
+    widen(m_spacing);
     // Here the slant is reckoned from the columns of the last glyph's bitmap, not
     // from its advance as everywhere else.
-    emit(i, i >= 1 ? glyphs[i - 1]->width : 0);
-    start = i + 1;
+    emit(i, i >= 1 ? m_glyphs[i - 1]->width : 0);
+    m_start = i + 1;
 }
 
 bool ZkFontMetrics::LineDivider::startsWord(int i) const
 {
-    return wordWrap && i > start && zkBreakClass(units[i - 1]) == ZkBreakClass::Space;
+    return m_wordWrap && i > m_start && zkBreakClass(m_units[i - 1]) == ZkBreakClass::Space;
 }
 
 // Ends the line before the word at `i` if the word does not fit. One spacing more
 // than the word's own is asked for.
 void ZkFontMetrics::LineDivider::wrapBefore(int i, int wordWidth)
 {
-    if (std::int64_t(wordWidth) + width + spacing > wrapWidth) {
-        emit(i, glyphs[i]->advance);
+    if (static_cast<std::int64_t>(wordWidth) + m_width + m_spacing > m_wrapWidth) {
+        emit(i, m_glyphs[i]->advance);
     }
 }
 
 // Ends the line before `end`. A slanted line leans out by half of `slantedPixels`.
 void ZkFontMetrics::LineDivider::emit(int end, int slantedPixels)
 {
-    if (slanted) {
+    if (m_slanted) {
         widen(slantedPixels / 2);
     }
-    lines.append({start, end, width});
-    start = end;
-    width = 0;
+    m_lines.append({m_start, end, m_width});
+    m_start = end;
+    m_width = 0;
 }
 
 int ZkFontMetrics::divideText()
 {
-    dirty = false;
-    if (engine->text().isEmpty()) {
+    m_dirty = false;
+    if (m_engine->text().isEmpty()) {
         return -1;
     }
-    subTexts.clear();
-    lineGlyphs.clear();
-    paintInfos.clear();
-    rects.clear();
-    lines.clear();
-    LineDivider(*this, lines).run();
-    for (int i = 0; i < lines.size(); ++i) {
+    m_subTexts.clear();
+    m_lineGlyphs.clear();
+    m_paintInfos.clear();
+    m_rects.clear();
+    m_lines.clear();
+    LineDivider(*this, m_lines).run();
+    for (int i = 0; i < m_lines.size(); ++i) {
         const ZkRect rect = lineRect(i);
-        paintInfos.append({rect.left(), rect.top(), rect.right(), rect.bottom(), cutGlyphs(i)});
+        m_paintInfos.append({rect.left(), rect.top(), rect.right(), rect.bottom(), cutGlyphs(i)});
     }
     return 0;
 }

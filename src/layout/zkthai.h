@@ -1,7 +1,7 @@
 #ifndef ZKTHAI_H
 #define ZKTHAI_H
 
-#include <zkglobal.h>
+#include "zkglobal.h"
 
 #include <array>
 #include <cstdint>

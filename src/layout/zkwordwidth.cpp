@@ -34,7 +34,7 @@ int zkWordWidth(const ZkUcs2 *units, const GlyphBitmap *const *glyphs, int n, in
         case ZkBreakClass::Space: return zkWrapped(width);
         case ZkBreakClass::Newline:
         case ZkBreakClass::BreakAnywhere:
-            return i == 0 ? zkWrapped(std::int64_t(glyphs[0]->advance) + charSpacing)
+            return i == 0 ? zkWrapped(static_cast<std::int64_t>(glyphs[0]->advance) + charSpacing)
                           : zkWrapped(width);
         }
         width += charSpacing;
@@ -46,7 +46,7 @@ int zkLastWordWidth(const ZkUcs2 *units, const GlyphBitmap *const *glyphs, int n
 {
     std::int64_t width = 0;
     for (int i = n - 1; i >= 0 && zkBreakClass(units[i]) != ZkBreakClass::Space; --i) {
-        width += std::int64_t(glyphs[i]->advance) + charSpacing;
+        width += static_cast<std::int64_t>(glyphs[i]->advance) + charSpacing;
     }
     return zkWrapped(width);
 }

@@ -3,8 +3,8 @@
 
 #include "layout/zkthai.h"
 
-#include <zkfont.h>
-#include <zkglobal.h>
+#include "zkfont.h"
+#include "zkglobal.h"
 
 /// Words of the resolved text: what measuring and dividing share.
 

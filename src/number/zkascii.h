@@ -72,8 +72,8 @@ constexpr bool zkAreDigits(std::uint64_t word, unsigned short)
 /// of a field, times the base, to its upper half.
 constexpr std::uint64_t zkJoinDigits(std::uint64_t fields, unsigned base)
 {
-    const std::uint64_t two = 1 + (std::uint64_t(base) << 16);
-    const std::uint64_t four = 1 + (std::uint64_t(base) * base << 32);
+    const std::uint64_t two = 1 + (static_cast<std::uint64_t>(base) << 16);
+    const std::uint64_t four = 1 + (static_cast<std::uint64_t>(base) * base << 32);
     return (fields * two >> 16 & 0x0000FFFF0000FFFFU) * four >> 32;
 }
 

@@ -142,7 +142,7 @@ ZkDoubleFormat zkDoubleFormat(char letter)
     const ZkLocale::DoubleForm form = lower == 'e'   ? ZkLocale::ExponentForm
                                       : lower == 'f' ? ZkLocale::DecimalForm
                                                      : ZkLocale::SignificantForm;
-    return {form, known && letter != lower ? unsigned(ZkLocale::UpperCaseText) : 0U};
+    return {form, known && letter != lower ? static_cast<unsigned>(ZkLocale::UpperCaseText) : 0U};
 }
 
 void zkAppendLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, long long value, int base,
@@ -191,7 +191,7 @@ void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
 {
     // The digits before the point, which are zeros where digits do not reach it.
     const int whole = std::clamp(number.point, 0, number.count);
-    const std::int64_t wholeZeros = std::max(number.point, 1) - std::int64_t(whole);
+    const std::int64_t wholeZeros = std::max(number.point, 1) - static_cast<std::int64_t>(whole);
     if (layout.groups) {
         appendGrouped(out, number.digits, whole, wholeZeros, symbols);
     } else {
@@ -200,7 +200,7 @@ void zkAppendDecimalForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
     }
 
     const int rest = number.count - whole;
-    const std::int64_t before = std::max<std::int64_t>(-std::int64_t(number.point), 0);
+    const std::int64_t before = std::max<std::int64_t>(-static_cast<std::int64_t>(number.point), 0);
     std::int64_t behind = 0;
     if (layout.mode == ZkLocale::DigitsBehindPoint) {
         behind = layout.precision - (before + rest);
@@ -225,9 +225,9 @@ void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
     out->append(number.digits[0]);
     std::int64_t behind = 0;
     if (layout.mode == ZkLocale::DigitsBehindPoint) {
-        behind = std::int64_t(layout.precision) - (number.count - 1);
+        behind = static_cast<std::int64_t>(layout.precision) - (number.count - 1);
     } else if (layout.mode == ZkLocale::SignificantDigits) {
-        behind = std::int64_t(layout.precision) - number.count;
+        behind = static_cast<std::int64_t>(layout.precision) - number.count;
     }
     behind = std::max<std::int64_t>(behind, 0);
     if (number.count > 1 || behind > 0 || layout.alwaysPoint) {
@@ -236,7 +236,7 @@ void zkAppendExponentForm(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
     out->append(number.digits + 1, number.count - 1);
     out->fill(behind, symbols.zero);
     out->append(symbols.exponential);
-    zkAppendLongLong(out, symbols, std::int64_t(number.point) - 1, 10,
+    zkAppendLongLong(out, symbols, static_cast<std::int64_t>(number.point) - 1, 10,
                      {2, 0, ZkLocale::ShowPlusSign});
 }
 

@@ -91,7 +91,7 @@ struct Field {
 
     std::int64_t padding(const Argument &a) const
     {
-        return std::max<std::int64_t>(std::abs(std::int64_t(width)) - a.size, 0);
+        return std::max<std::int64_t>(std::abs(static_cast<std::int64_t>(width)) - a.size, 0);
     }
 };
 
@@ -106,7 +106,7 @@ ZkString replaceLowest(const ZkString &text, const LowestEscapes &lowest, const 
                        const Argument &plain, const Argument &locale)
 {
     const std::int64_t total =
-        std::int64_t(text.size()) - lowest.escapeLength +
+        static_cast<std::int64_t>(text.size()) - lowest.escapeLength +
         (lowest.occurrences - lowest.localeOccurrences) * (plain.size + field.padding(plain)) +
         lowest.localeOccurrences * (locale.size + field.padding(locale));
     // Filled with the padding, which the rest then overwrites around. A size that
@@ -143,14 +143,14 @@ ZkString replaceByNumber(const ZkString &text, int fieldWidth, ZkUcs2 fill, bool
         return text;
     }
     const bool zeros = decimal && fill == '0' && fieldWidth > 0;
-    const unsigned flags = zeros ? unsigned(ZkLocale::PadWithZeros) : 0U;
+    const unsigned flags = zeros ? static_cast<unsigned>(ZkLocale::PadWithZeros) : 0U;
     ZkTextBuffer plain, locale;
     if (lowest.occurrences > lowest.localeOccurrences) {
         write(&plain, kZkPlainSymbols, fieldWidth, flags);
     }
     if (lowest.localeOccurrences > 0) {
         const bool grouped = (ZkLocale::mNumberOptions & ZkLocale::OmitGroupSeparators) == 0;
-        const unsigned groups = grouped ? unsigned(ZkLocale::GroupThousands) : 0U;
+        const unsigned groups = grouped ? static_cast<unsigned>(ZkLocale::GroupThousands) : 0U;
         write(&locale, zkLocaleSymbols(), fieldWidth, flags | groups);
     }
     return replaceLowest(text, lowest, {fieldWidth, fill}, {plain.at(0), plain.size()},

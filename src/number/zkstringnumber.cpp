@@ -53,7 +53,7 @@ float nearestFloat(double value)
         const bool up = rest > half || (rest == half && (kept & 1) != 0);
         // The mantissa's own top bit adds 1 to the exponent of a normal float.
         const unsigned biased = static_cast<unsigned>(x.exponent + dropped - kLowest);
-        const std::uint64_t sum = (std::uint64_t(biased) << 23) + kept + up;
+        const std::uint64_t sum = (static_cast<std::uint64_t>(biased) << 23) + kept + up;
         bits = static_cast<std::uint32_t>(std::min<std::uint64_t>(sum, 0x7F800000));
     }
     bits |= static_cast<std::uint32_t>(zkSignOf(value)) << 31;

@@ -80,7 +80,7 @@ Directive readDirective(const char **at, Arguments *arguments)
     }
     if (**at == '*') {
         const std::int64_t width = va_arg(arguments->list, int);
-        directive.flags |= width < 0 ? unsigned(ZkLocale::AlignLeft) : 0U;
+        directive.flags |= width < 0 ? static_cast<unsigned>(ZkLocale::AlignLeft) : 0U;
         directive.width = static_cast<int>(std::min<std::int64_t>(std::abs(width), kMostUnits));
         ++*at;
     } else {
@@ -213,7 +213,7 @@ void appendHexDigits(ZkTextBuffer *out, double value, int precision, bool always
         out->append('.');
     }
     out->append(first + 1, digits);
-    out->fill(std::int64_t(precision) - digits, '0');
+    out->fill(static_cast<std::int64_t>(precision) - digits, '0');
     out->append('p');
     const int exponent = x.mantissa == 0 ? 0 : x.exponent + kZkMantissaBits;
     zkAppendLongLong(out, kZkPlainSymbols, exponent, 10, {1, 0, ZkLocale::ShowPlusSign});
@@ -231,7 +231,8 @@ void appendHexDouble(ZkTextBuffer *out, const Directive &directive, bool upper, 
         appendHexDigits(out, value, directive.precision,
                         (directive.flags & ZkLocale::AltForm) != 0);
         if (zkPadsWithZeros(directive.flags)) {
-            out->insert(digits, std::int64_t(directive.width) - (out->size() - begin), '0');
+            out->insert(digits, static_cast<std::int64_t>(directive.width) - (out->size() - begin),
+                        '0');
         }
     }
     if (upper) {
@@ -339,7 +340,7 @@ bool convert(ZkTextBuffer *out, const Directive &directive, char conversion, Arg
 /// Fills what stands behind `begin` up with blanks to the field's width.
 void justify(ZkTextBuffer *out, int begin, const Directive &directive)
 {
-    const std::int64_t blanks = std::int64_t(directive.width) - (out->size() - begin);
+    const std::int64_t blanks = static_cast<std::int64_t>(directive.width) - (out->size() - begin);
     if ((directive.flags & ZkLocale::AlignLeft) != 0) {
         out->fill(blanks, ' ');
     } else {
@@ -393,7 +394,7 @@ ZkString &ZkString::vsprintf(const char *format, std::va_list arguments)
     if (out.size() == 0 || d.isShared()) {
         *this = out.toString();
     } else { // the block is ours: keep it
-        Data::allocMemory(d, std::int64_t(out.size()) + 1, false);
+        Data::allocMemory(d, static_cast<std::int64_t>(out.size()) + 1, false);
         zkCopyUnits(d->data, out.at(0), out.size());
         setSize(out.size());
     }

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
-static_assert(sizeof(void *) != 4 || sizeof(ZkByteArray::Data) == 16, "four words on the device");
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(ZkByteArray::Data) == 16, "four words on the device");
+#endif
 
 ZkByteArray::Data ZkByteArray::Data::shared_null = {{1}, 0, 0, nullptr};
 
@@ -24,7 +26,7 @@ ZkByteArray::ZkByteArray(int n, char c) : d(createData())
     if (n < 1) {
         return;
     }
-    Data::allocMemory(d, std::int64_t(n) + 1, false);
+    Data::allocMemory(d, static_cast<std::int64_t>(n) + 1, false);
     std::memset(d->data, static_cast<unsigned char>(c), static_cast<std::size_t>(n));
     d->data[n] = '\0';
     d->size = n;
@@ -41,7 +43,7 @@ ZkByteArray::ZkByteArray(std::string_view bytes) : d(createData())
         return;
     }
     const int n = zkClippedLength(bytes.size());
-    Data::allocMemory(d, std::int64_t(n) + 1, false);
+    Data::allocMemory(d, static_cast<std::int64_t>(n) + 1, false);
     std::memcpy(d->data, bytes.data(), static_cast<std::size_t>(n));
     d->data[n] = '\0';
     d->size = n;
@@ -56,7 +58,7 @@ void ZkByteArray::fromRawBytes(char *p, int n, bool copy)
     Data *block = createData();
     block->size = size;
     if (copy) {
-        Data::allocMemory(block, std::int64_t(size) + 1, false);
+        Data::allocMemory(block, static_cast<std::int64_t>(size) + 1, false);
         std::memcpy(block->data, p, static_cast<std::size_t>(size));
         block->data[size] = '\0';
     } else {

@@ -60,7 +60,7 @@ int zkFindStringBoyerMoore(const ZkUcs2 *haystack, int haystackLen, int from, co
     const int hl = haystack == nullptr ? 0 : std::max(haystackLen, 0);
     const int nl = needle == nullptr ? 0 : std::max(needleLen, 0);
     const int start = std::max(from, 0);
-    if (std::int64_t(start) + nl > hl) {
+    if (static_cast<std::int64_t>(start) + nl > hl) {
         return -1;
     }
     if (nl == 0) {

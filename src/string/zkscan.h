@@ -35,7 +35,7 @@ inline ZkUcs2 zkFoldedAt(const ZkUcs2 *text, int i)
 
 inline bool zkEqualExact(const ZkUcs2 *a, const ZkUcs2 *b, int n)
 {
-    return std::memcmp(a, b, std::size_t(n) * sizeof(ZkUcs2)) == 0;
+    return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof(ZkUcs2)) == 0;
 }
 
 /// Whether the `nl` units of `h` from `at` on fold to the same as those of `n`.

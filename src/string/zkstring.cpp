@@ -20,12 +20,14 @@ bool pointsInto(const ZkUcs2 *p, const ZkUcs2 *begin, int n)
 /// The buffer of a string made of `n` units: none for none.
 std::int64_t roomFor(int n)
 {
-    return n < 1 ? 0 : std::int64_t(n) + 1;
+    return n < 1 ? 0 : static_cast<std::int64_t>(n) + 1;
 }
 
 } // namespace
 
-static_assert(sizeof(void *) != 4 || sizeof(ZkString::Data) == 16, "four words on the device");
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(ZkString::Data) == 16, "four words on the device");
+#endif
 
 ZkString::Data ZkString::Data::shared_null = {{1}, 0, 0, nullptr};
 
@@ -35,7 +37,7 @@ void ZkString::Data::allocMemory(Data *d, std::int64_t n, bool grow)
         return;
     }
     const std::int64_t units = grow ? 2 * n : n;
-    const std::int64_t bytes = units * std::int64_t(sizeof(ZkUcs2));
+    const std::int64_t bytes = units * static_cast<std::int64_t>(sizeof(ZkUcs2));
     d->data = static_cast<ZkUcs2 *>(zkReallocate(d->data, bytes));
     d->alloc = static_cast<int>(units);
 }
@@ -47,7 +49,7 @@ ZkString::ZkString(ZkUcs2 c) : d(createData(2))
 }
 
 ZkString::ZkString(const char *s, int len)
-    : d(createData(s == nullptr ? 0 : std::int64_t(zkTextLength(s, len)) + 1))
+    : d(createData(s == nullptr ? 0 : static_cast<std::int64_t>(zkTextLength(s, len)) + 1))
 {
     if (d->data != nullptr) {
         setSize(utf8ToUcs2(d->data, s, d->alloc - 1));
@@ -71,7 +73,8 @@ ZkString::ZkString(int n, ZkUcs2 c) : d(createData(roomFor(n)))
 }
 
 ZkString::ZkString(std::string_view utf8)
-    : d(createData(utf8.data() == nullptr ? 0 : std::int64_t(zkClippedLength(utf8.size())) + 1))
+    : d(createData(
+          utf8.data() == nullptr ? 0 : static_cast<std::int64_t>(zkClippedLength(utf8.size())) + 1))
 {
     if (d->data != nullptr) {
         setSize(utf8ToUcs2(d->data, utf8.data(), d->alloc - 1));
@@ -81,7 +84,7 @@ ZkString::ZkString(std::string_view utf8)
 ZkString::ZkString(std::u16string_view text) : d(createData(roomFor(zkClippedLength(text.size()))))
 {
     if (d->data != nullptr) {
-        std::memcpy(d->data, text.data(), std::size_t(d->alloc - 1) * sizeof(ZkUcs2));
+        std::memcpy(d->data, text.data(), static_cast<std::size_t>(d->alloc - 1) * sizeof(ZkUcs2));
         setSize(d->alloc - 1);
     }
 }
@@ -117,8 +120,8 @@ ZkString ZkString::mid(int pos, int n) const
         return ZkString(Data::shared_null);
     }
     const int start = std::max(pos, 0);
-    std::int64_t len = n < 0 ? std::int64_t(d->size) - pos : n;
-    len = std::min(len + std::min(pos, 0), std::int64_t(d->size) - start);
+    std::int64_t len = n < 0 ? static_cast<std::int64_t>(d->size) - pos : n;
+    len = std::min(len + std::min(pos, 0), static_cast<std::int64_t>(d->size) - start);
     if (len == d->size) {
         return *this;
     }
@@ -148,7 +151,7 @@ ZkString &ZkString::append(const ZkString &s)
         return *this;
     }
     detachIfShared();
-    Data::allocMemory(d, std::int64_t(d->size) + n + 1, true);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + n + 1, true);
     zkCopyUnits(d->data + d->size, s.d->data, n); // read now: `s` may be this string
     setSize(d->size + n);
     return *this;
@@ -161,7 +164,7 @@ ZkString &ZkString::append(const char *s, int len)
     }
     detachIfShared();
     const int n = zkTextLength(s, len);
-    Data::allocMemory(d, std::int64_t(d->size) + n + 1, true);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + n + 1, true);
     setSize(d->size + utf8ToUcs2(d->data + d->size, s, n));
     return *this;
 }
@@ -169,7 +172,7 @@ ZkString &ZkString::append(const char *s, int len)
 ZkString &ZkString::append(ZkUcs2 c)
 {
     detachIfShared();
-    Data::allocMemory(d, std::int64_t(d->size) + 2, true);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + 2, true);
     d->data[d->size] = c;
     setSize(d->size + 1);
     return *this;
@@ -182,7 +185,7 @@ ZkString &ZkString::prepend(const ZkString &s)
         return *this;
     }
     detachIfShared();
-    Data::allocMemory(d, std::int64_t(d->size) + n + 1, true);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + n + 1, true);
     openGap(0, n);
     // In front of itself the text is found behind the gap.
     zkCopyUnits(d->data, s.d == d ? d->data + n : s.d->data, n);
@@ -206,7 +209,7 @@ ZkString &ZkString::prepend(ZkUcs2 c)
 ZkString &ZkString::insert(int pos, ZkUcs2 c)
 {
     detachIfShared();
-    Data::allocMemory(d, std::int64_t(d->size) + 2, true);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + 2, true);
     *openGap(std::clamp(pos, 0, d->size), 1) = c;
     return *this;
 }
@@ -224,7 +227,7 @@ ZkString &ZkString::insert(int pos, const ZkString &s)
         return append(s);
     }
     detachIfShared();
-    Data::allocMemory(d, std::int64_t(d->size) + n + 1, true);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + n + 1, true);
     ZkUcs2 *gap = openGap(pos, n);
     if (s.d == d) {
         // Inserted into itself, the text is what now stands around the gap.
@@ -277,7 +280,7 @@ void ZkString::resize(int n)
         return;
     }
     detachIfShared();
-    Data::allocMemory(d, std::int64_t(size) + 1, false);
+    Data::allocMemory(d, static_cast<std::int64_t>(size) + 1, false);
     if (size > d->size) {
         std::fill_n(d->data + d->size, size - d->size, ZkUcs2(0));
     }
@@ -304,7 +307,7 @@ void ZkString::clear()
         return;
     }
     detachIfShared();
-    Data::allocMemory(d, std::int64_t(d->size) + 1, false);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + 1, false);
     setSize(0);
 }
 
@@ -340,7 +343,7 @@ ZkString &ZkString::replace(int pos, int n, const ZkUcs2 *u, int len)
         return replace(pos, out, ZkString(u, in)); // the text moves under `u`
     }
     detachIfShared();
-    const std::int64_t needed = std::int64_t(d->size) - out + in + 1;
+    const std::int64_t needed = static_cast<std::int64_t>(d->size) - out + in + 1;
     const int tail = d->size - pos - out;
     if (in > out) {
         Data::allocMemory(d, needed, false);
@@ -361,7 +364,7 @@ ZkString &ZkString::replace(int pos, int n, const ZkString &s)
 
 ZkByteArray ZkString::toUtf8() const
 {
-    const std::int64_t room = std::int64_t(d->size) * 3 + 1;
+    const std::int64_t room = static_cast<std::int64_t>(d->size) * 3 + 1;
     char *buffer = static_cast<char *>(zkAllocate(room));
     const int bytes = ucs2ToUtf8(buffer, d->data, d->size);
     buffer[bytes] = '\0';
@@ -375,8 +378,8 @@ bool ZkString::operator==(const ZkString &other) const
 {
     return d == other.d ||
            (d->size == other.d->size &&
-            (d->size == 0 ||
-             std::memcmp(d->data, other.d->data, std::size_t(d->size) * sizeof(ZkUcs2)) == 0));
+            (d->size == 0 || std::memcmp(d->data, other.d->data,
+                                         static_cast<std::size_t>(d->size) * sizeof(ZkUcs2)) == 0));
 }
 
 ZkString::Data *ZkString::createData()
@@ -389,7 +392,8 @@ ZkString::Data *ZkString::createData(std::int64_t units)
 {
     Data *block = createData();
     if (units > 0) {
-        block->data = static_cast<ZkUcs2 *>(zkAllocate(units * std::int64_t(sizeof(ZkUcs2))));
+        block->data =
+            static_cast<ZkUcs2 *>(zkAllocate(units * static_cast<std::int64_t>(sizeof(ZkUcs2))));
         block->alloc = static_cast<int>(units);
     }
     return block;
@@ -436,7 +440,7 @@ ZkString &ZkString::insertUtf8(int pos, const char *s, int len)
 {
     const int n = zkTextLength(s, len);
     const int tail = d->size - pos;
-    Data::allocMemory(d, std::int64_t(d->size) + n + 1, true);
+    Data::allocMemory(d, static_cast<std::int64_t>(d->size) + n + 1, true);
     // Bytes may yield fewer units than there are bytes: open a gap for the most
     // there can be, then close what is left of it.
     ZkUcs2 *gap = openGap(pos, n);
@@ -450,5 +454,5 @@ std::size_t std::hash<ZkString>::operator()(const ZkString &text) const noexcept
 {
     return std::hash<std::string_view>()(
         std::string_view(reinterpret_cast<const char *>(text.constData()),
-                         std::size_t(text.size()) * sizeof(ZkUcs2)));
+                         static_cast<std::size_t>(text.size()) * sizeof(ZkUcs2)));
 }

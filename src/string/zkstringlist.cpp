@@ -37,22 +37,22 @@ ZkStringList pieces(const ZkString &text, ZkString::SplitBehavior behavior, int 
 class Sorter
 {
 public:
-    explicit Sorter(ZkStringList &strings) : list(strings) {}
+    explicit Sorter(ZkStringList &strings) : m_list(strings) {}
 
     void sort()
     {
         int depth = 0;
-        for (int n = list.size(); n > 1; n /= 2) {
+        for (int n = m_list.size(); n > 1; n /= 2) {
             depth += 2;
         }
-        sort(0, list.size(), depth);
+        sort(0, m_list.size(), depth);
     }
 
 private:
     static constexpr int kFew = 10;
 
-    bool less(int i, int j) const { return list.at(i) < list.at(j); }
-    void exchange(int i, int j) { list.exchange(i, j); }
+    bool less(int i, int j) const { return m_list.at(i) < m_list.at(j); }
+    void exchange(int i, int j) { m_list.exchange(i, j); }
 
     /// Sorts elements `first` to `last` - 1. A range that has been divided too often
     /// is sorted without dividing it further.
@@ -144,7 +144,7 @@ private:
         }
     }
 
-    ZkStringList &list;
+    ZkStringList &m_list;
 };
 
 } // namespace
@@ -164,12 +164,12 @@ ZkStringList ZkString::split(const ZkUcs2 &sep, SplitBehavior behavior,
 ZkString ZkStringList::join(const ZkString &sep) const
 {
     ZkString result = sep.mid(sep.size()); // the shared empty string
-    std::int64_t total = std::int64_t(sep.size()) * (size() - 1);
+    std::int64_t total = static_cast<std::int64_t>(sep.size()) * (size() - 1);
     for (const ZkString &element : *this) {
         total += element.size();
     }
     // The text is appended to these units, not written over them.
-    result.resize(static_cast<int>(std::min(total, std::int64_t(INT_MAX))));
+    result.resize(static_cast<int>(std::min(total, static_cast<std::int64_t>(INT_MAX))));
     if (total <= 0) {
         return result;
     }

@@ -69,11 +69,12 @@ ZkString &ZkString::replaceAll(const ZkUcs2 *before, int beforeSize, const ZkUcs
     if (matches == 0) {
         return *this;
     }
-    const std::int64_t change = std::int64_t(afterSize) - beforeSize;
+    const std::int64_t change = static_cast<std::int64_t>(afterSize) - beforeSize;
     const bool shared = d.isShared();
     const std::int64_t alloc =
         capacityAfter(shared ? d->size + 1 : d->alloc, d->size, change, matches);
-    auto *buffer = static_cast<ZkUcs2 *>(zkAllocate(alloc * std::int64_t(sizeof(ZkUcs2))));
+    auto *buffer =
+        static_cast<ZkUcs2 *>(zkAllocate(alloc * static_cast<std::int64_t>(sizeof(ZkUcs2))));
     ZkUcs2 *out = buffer;
     int from = 0;
     for (int at = find(0); at != -1; at = find(from)) {
@@ -119,7 +120,7 @@ ZkString &ZkString::removeAll(const ZkUcs2 *u, int size, Zk::CaseSensitivity cs)
     const bool endsWithMatch = from == d->size;
     setSize(static_cast<int>(out - d->data));
     if (endsWithMatch) {
-        Data::allocMemory(d, std::int64_t(d->size) + 1, false);
+        Data::allocMemory(d, static_cast<std::int64_t>(d->size) + 1, false);
     }
     return *this;
 }

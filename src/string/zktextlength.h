@@ -15,7 +15,8 @@ constexpr int kZkLongestText = INT_MAX - 1;
 /// `length` as an int, cut to the longest text.
 inline int zkClippedLength(std::size_t length)
 {
-    return length < std::size_t(kZkLongestText) ? static_cast<int>(length) : kZkLongestText;
+    return length < static_cast<std::size_t>(kZkLongestText) ? static_cast<int>(length)
+                                                             : kZkLongestText;
 }
 
 /// Bytes of the text at `s` before its 0 byte, at most `len` unless that is

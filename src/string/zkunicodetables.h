@@ -27,7 +27,7 @@ inline const ZkUnicodeTables::Properties &zkUnicodeRecord(unsigned block, unsign
 
 inline const ZkUnicodeTables::Properties &zkUnicodeRecord(ZkUcs2 c)
 {
-    return zkUnicodeRecord(unsigned(c) >> 5, c);
+    return zkUnicodeRecord(static_cast<unsigned>(c) >> 5, c);
 }
 
 /// The record of unit `c` that stands behind unit `before` (0: none). A low
@@ -37,7 +37,8 @@ inline const ZkUnicodeTables::Properties &zkUnicodeRecord(ZkUcs2 c)
 inline const ZkUnicodeTables::Properties &zkUnicodeRecordBehind(ZkUcs2 before, ZkUcs2 c)
 {
     const bool isPair = (c & 0xFC00) == 0xDC00 && (before & 0xFC00) == 0xD800;
-    const unsigned codePoint = isPair ? (unsigned(before) << 10) + c - 0x35FDC00U : unsigned(c);
+    const unsigned codePoint =
+        isPair ? (static_cast<unsigned>(before) << 10) + c - 0x35FDC00U : static_cast<unsigned>(c);
     return zkUnicodeRecord(codePoint >> 5 & 0x7FF, c);
 }
 

@@ -10,7 +10,7 @@
 inline void zkCopyUnits(ZkUcs2 *to, const ZkUcs2 *from, int n)
 {
     if (n > 0) {
-        std::memcpy(to, from, std::size_t(n) * sizeof(ZkUcs2));
+        std::memcpy(to, from, static_cast<std::size_t>(n) * sizeof(ZkUcs2));
     }
 }
 
@@ -18,7 +18,7 @@ inline void zkCopyUnits(ZkUcs2 *to, const ZkUcs2 *from, int n)
 inline void zkMoveUnits(ZkUcs2 *to, const ZkUcs2 *from, int n)
 {
     if (n > 0) {
-        std::memmove(to, from, std::size_t(n) * sizeof(ZkUcs2));
+        std::memmove(to, from, static_cast<std::size_t>(n) * sizeof(ZkUcs2));
     }
 }
 

@@ -261,6 +261,25 @@ TEST(ZkHashData, RehashByRoomKeepsHalfTheNodesInMind)
     EXPECT_EQ(hash.capacity(), 257) << "not below 300 / 2";
 }
 
+// 0 is an exponent, if a small one: room for no node it is not.
+TEST(ZkHashData, RehashToZeroTakesTheFewestBucketsHoweverManyNodesThereAre)
+{
+    IntHash hash;
+    hash.reserve(100);
+    for (int i = 0; i < 300; ++i) {
+        hash.insert(i, i);
+    }
+    ZkHashData *table = ZkInspector::table(hash);
+    table->rehash(0);
+    EXPECT_EQ(hash.capacity(), 17);
+    EXPECT_EQ(table->userNumBits, 7) << "what was reserved is remembered";
+    for (int i = 0; i < 300; ++i) {
+        ASSERT_EQ(hash.value(i, -1), i);
+    }
+    table->rehash(0);
+    EXPECT_EQ(hash.capacity(), 17);
+}
+
 TEST(ZkHashData, RehashToTheCurrentExponentChangesNothing)
 {
     IntHash hash;
@@ -621,6 +640,25 @@ TEST(ZkHash, AFailedCopyLeavesTheHashAsItWas)
     EXPECT_THROW(original.insert(99, Throwing(1)), std::runtime_error);
     Throwing::allowance = INT_MAX;
     expectTable(original, model);
+}
+
+// The count stayed too high, so the source copied itself for ever at each write and
+// was never freed.
+TEST(ZkHash, AFailedCopyOfAnUnsharableOneLeavesTheCountAsItWas)
+{
+    NoLeak guard;
+    ZkHash<int, Throwing> original;
+    for (int i = 0; i < 10; ++i) {
+        original.insert(i, Throwing(i));
+    }
+    original.setSharable(false);
+    for (int allowed : {0, 1, 9}) {
+        SCOPED_TRACE(allowed);
+        Throwing::allowance = allowed;
+        EXPECT_THROW((ZkHash<int, Throwing>(original)), std::runtime_error);
+        Throwing::allowance = INT_MAX;
+        EXPECT_EQ(ZkInspector::table(original)->ref.load(), 1);
+    }
 }
 
 TEST(ZkHash, ElementsAreDestroyedOnce)

@@ -887,6 +887,25 @@ TEST(ZkList, AFailedCopyLeavesTheListAsItWas)
     expectBlock(original, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 1});
 }
 
+// The count stayed too high, so the source copied itself for ever at each write and
+// was never freed.
+TEST(ZkList, AFailedCopyOfAnUnsharableOneLeavesTheCountAsItWas)
+{
+    NoLeak guard;
+    ZkList<Throwing> original;
+    for (int i = 0; i < 10; ++i) {
+        original.append(Throwing(i));
+    }
+    original.setSharable(false);
+    for (int allowed : {0, 1, 9}) {
+        SCOPED_TRACE(allowed);
+        Throwing::allowance = allowed;
+        EXPECT_THROW(ZkList<Throwing>{original}, std::runtime_error);
+        Throwing::allowance = INT_MAX;
+        EXPECT_EQ(ZkInspector::block(original)->ref.load(), 1);
+    }
+}
+
 // --- Broken contracts -------------------------------------------------------
 
 TEST(ZkListDeathTest, ChangingSharedSlotsStopsTheProcess)

@@ -595,6 +595,25 @@ TEST(ZkMap, AFailedCopyLeavesTheMapAsItWas)
     }
 }
 
+// The count stayed too high, so the source copied itself for ever at each write and
+// was never freed.
+TEST(ZkMap, AFailedCopyOfAnUnsharableOneLeavesTheCountAsItWas)
+{
+    NoLeak guard;
+    ZkMap<int, Throwing> original;
+    for (int i = 0; i < 10; ++i) {
+        original.insert(i, Throwing(i));
+    }
+    original.setSharable(false);
+    for (int allowed : {0, 1, 9}) {
+        SCOPED_TRACE(allowed);
+        Throwing::allowance = allowed;
+        EXPECT_THROW((ZkMap<int, Throwing>(original)), std::runtime_error);
+        Throwing::allowance = INT_MAX;
+        EXPECT_EQ(ZkInspector::table(original)->ref.load(), 1);
+    }
+}
+
 TEST(ZkMapThreads, SharedTablesAreCopiedWrittenAndDropped)
 {
     for (int round = 0; round < 50; ++round) {

@@ -528,6 +528,23 @@ TEST(ZkVector, RemoveKeepsTheCapacity)
     EXPECT_EQ(v.capacity(), capacity);
 }
 
+// Taking out none moved every element onto itself, which empties a string.
+TEST(ZkVector, RemovingNothingLeavesTheElementsAlone)
+{
+    NoLeak guard;
+    for (int i = 0; i <= 3; ++i) {
+        SCOPED_TRACE(i);
+        ZkVector<std::string> words = {"first long enough for the heap", "second of that kind",
+                                       "third of that kind as well"};
+        const std::vector<std::string> model(words.cbegin(), words.cend());
+        ZkVector<Counted> numbered = {1, 2, 3};
+        words.remove(i, 0);
+        numbered.remove(i, 0);
+        EXPECT_EQ(std::vector<std::string>(words.cbegin(), words.cend()), model);
+        expectBlock(numbered, {1, 2, 3});
+    }
+}
+
 TEST(ZkVector, FindsAndCompares)
 {
     const ZkVector<int> v = {4, 2, 4};
@@ -666,6 +683,25 @@ TEST(ZkVector, AFailedCopyLeavesTheVectorAsItWas)
                 expectBlock(v, model);
             }
         }
+    }
+}
+
+// The count stayed too high, so the source copied itself for ever at each write and
+// was never freed.
+TEST(ZkVector, AFailedCopyOfAnUnsharableOneLeavesTheCountAsItWas)
+{
+    NoLeak guard;
+    ZkVector<Throwing> original;
+    for (int i = 0; i < 10; ++i) {
+        original.append(Throwing(i));
+    }
+    original.setSharable(false);
+    for (int allowed : {0, 1, 9}) {
+        SCOPED_TRACE(allowed);
+        Throwing::allowance = allowed;
+        EXPECT_THROW(ZkVector<Throwing>{original}, std::runtime_error);
+        Throwing::allowance = INT_MAX;
+        EXPECT_EQ(ZkInspector::block(original)->ref.load(), 1);
     }
 }
 

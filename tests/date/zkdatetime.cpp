@@ -2,16 +2,43 @@
 
 #include <zkdatetime.h>
 
+#include <dlfcn.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <functional>
 #include <random>
 #include <string>
 #include <vector>
+
+namespace
+{
+
+bool conversionsFail = false; // of the C library, as beyond the years it has
+
+template <typename Function>
+Function *nextOf(Function *, const char *name)
+{
+    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+// These two stand before the C library's own.
+extern "C" std::tm *localtime_r(const std::time_t *secs, std::tm *fields) noexcept
+{
+    return conversionsFail ? nullptr : nextOf(localtime_r, "localtime_r")(secs, fields);
+}
+
+extern "C" std::tm *gmtime_r(const std::time_t *secs, std::tm *fields) noexcept
+{
+    return conversionsFail ? nullptr : nextOf(gmtime_r, "gmtime_r")(secs, fields);
+}
 
 namespace
 {
@@ -403,6 +430,9 @@ TEST(ZkDateTime, LocalNumbersBecomeUtcAsMktimeSays)
             fields.tm_min = moment.time().minute();
             fields.tm_sec = moment.time().second();
             fields.tm_isdst = -1;
+            std::tm dayBefore = fields; // the C library goes on from what it converted last
+            --dayBefore.tm_mday;
+            std::mktime(&dayBefore);
             const ll secs = std::mktime(&fields);
             ASSERT_EQ(moment.toMSecsSinceEpoch(),
                       secs * 1000 + moment.time().msec() + (day - fake) * kDay)
@@ -431,6 +461,92 @@ TEST(ZkDateTime, TheRepeatedHourIsToldApartAndTheSkippedOneIsJumped)
         EXPECT_EQ(shown(winter.addMSecs(3600001)), "2024-03-31 03:30:00.001 local");
         EXPECT_EQ(shown(winter.addDays(1)), "2024-04-01 01:30:00.000 local");
         EXPECT_EQ(winter.msecsTo(winter.addDays(1)), 23 * kHour);
+    });
+}
+
+// The C library looks for the answer from the offset it ended with last: one unchanged
+// date-time meant two moments, by what was converted before it.
+TEST(ZkDateTime, OneLocalTimeIsOneMomentWhateverWasConvertedBefore)
+{
+    // Each zone by a rule string, whose change comes again every year and which needs no
+    // zone files. The second names a zone that repeats an hour all in standard time.
+    const struct {
+        const char *what, *zone;
+        ZkDateTime numbers, moment;
+    } rows[] = {
+        {"repeated, daylight saving ends", "CET-1CEST,M3.5.0,M10.5.0/3", local(2024, 10, 27, 2, 30),
+         utc(2024, 10, 27, 0, 30)},
+        {"repeated, by the name of the zone", "Europe/Moscow", local(2014, 10, 26, 1, 30),
+         utc(2014, 10, 25, 21, 30)},
+        {"repeated, half an hour", "Asia/Pyongyang", local(2015, 8, 14, 23, 45),
+         utc(2015, 8, 14, 14, 45)},
+        {"repeated west of Greenwich", "America/Caracas", local(2007, 12, 9, 2, 45),
+         utc(2007, 12, 9, 6, 45)},
+        {"repeated west of Greenwich, daylight saving ends", "EST5EDT,M3.2.0,M11.1.0",
+         local(2024, 11, 3, 1, 30), utc(2024, 11, 3, 5, 30)},
+        {"skipped", "CET-1CEST,M3.5.0,M10.5.0/3", local(2024, 3, 31, 2, 30),
+         utc(2024, 3, 31, 1, 30)},
+        {"skipped, by the name of the zone", "Europe/Moscow", local(2011, 3, 27, 2, 30),
+         utc(2011, 3, 26, 23, 30)},
+        {"a skipped day", "Pacific/Apia", local(2011, 12, 30, 12), utc(2011, 12, 30, 22)},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        if (std::strchr(row.zone, ',') == nullptr &&
+            access((std::string("/usr/share/zoneinfo/") + row.zone).c_str(), R_OK) != 0) {
+            continue;
+        }
+        inZone(row.zone, [&row] {
+            for (int year : {2005, 2010, 2013, 2016, 2023}) {
+                for (int month : {1, 7}) {
+                    SCOPED_TRACE(testing::Message() << year << '-' << month << " before");
+                    local(year, month, 1).toMSecsSinceEpoch();
+                    EXPECT_EQ(row.numbers.toMSecsSinceEpoch(), row.moment.toMSecsSinceEpoch());
+                }
+            }
+            EXPECT_EQ(row.numbers.secsTo(row.moment), 0);
+            ZkDateTime set;
+            set.setMSecsSinceEpoch(row.moment.toMSecsSinceEpoch());
+            EXPECT_EQ(set.toMSecsSinceEpoch(), row.moment.toMSecsSinceEpoch());
+        });
+    }
+}
+
+// The second pass cannot be told from the first by daylight saving: it is taken for it.
+TEST(ZkDateTime, AnHourRepeatedInStandardTimeComesBackAsItsFirstPass)
+{
+    if (access("/usr/share/zoneinfo/Europe/Moscow", R_OK) != 0) {
+        GTEST_SKIP() << "no zone files";
+    }
+    inZone("Europe/Moscow", [] {
+        const ll second = utc(2014, 10, 25, 22, 30).toMSecsSinceEpoch();
+        for (int year : {2005, 2013, 2016}) {
+            local(year, 7, 1).toMSecsSinceEpoch();
+            const ZkDateTime moment = ZkDateTime::fromMSecsSinceEpoch(second);
+            EXPECT_EQ(shown(moment), "2014-10-26 01:30:00.000 local");
+            EXPECT_EQ(moment.toMSecsSinceEpoch(), second - kHour);
+        }
+    });
+}
+
+// The C library has no answer for years beyond its int; the dates here never leave its
+// range, so it is made to fail.
+TEST(ZkDateTime, WhereTheCLibraryCannotConvertTheEpochWithoutATimeIsGiven)
+{
+    inZone("UTC0", [] {
+        conversionsFail = true;
+        const ZkDateTime asLocal = utc(2024, 3, 1, 12).toTimeSpec(Zk::TimeLocal);
+        const ZkDateTime asUtc = local(2024, 3, 1, 12).toTimeSpec(Zk::TimeUtc);
+        const ll msecs = local(2024, 3, 1, 12).toMSecsSinceEpoch();
+        conversionsFail = false;
+        for (const ZkDateTime &moment : {asLocal, asUtc}) {
+            EXPECT_EQ(moment.date(), greg(1970, 1, 1));
+            EXPECT_EQ(moment.time(), ZkTime());
+            EXPECT_FALSE(moment.isValid());
+        }
+        EXPECT_EQ(asLocal.timeSpec(), Zk::TimeLocal);
+        EXPECT_EQ(asUtc.timeSpec(), Zk::TimeUtc);
+        EXPECT_EQ(msecs, 0);
     });
 }
 
@@ -604,6 +720,29 @@ TEST(ZkDateTime, AStaleOffsetSendsAComparisonThroughUtc)
         midnight.setUtcOffset(3600);
         midnight.setTimeSpec(Zk::TimeLocal);
         EXPECT_TRUE(noTime == midnight) << "as UTC both are midnight";
+    });
+}
+
+TEST(ZkDateTime, AnOffsetSetTo0LeavesNoneForComparisons)
+{
+    inZone("UTC0", [] {
+        ZkDateTime moment = utc(2024, 7, 1, 12);
+        moment.setUtcOffset(3600);
+        EXPECT_NE(moment, utc(2024, 7, 1, 12));
+        moment.setUtcOffset(0);
+        EXPECT_EQ(moment, utc(2024, 7, 1, 12));
+        EXPECT_NE(moment, utc(2024, 7, 1, 11));
+        EXPECT_EQ(moment, local(2024, 7, 1, 12));
+
+        ZkDateTime noTime = local(2024, 7, 1);
+        noTime.setTime(ZkTime());
+        ZkDateTime midnight = local(2024, 7, 1);
+        midnight.setUtcOffset(3600);
+        midnight.setUtcOffset(0);
+        midnight.setTimeSpec(Zk::TimeLocal);
+        EXPECT_FALSE(noTime == midnight) << "by the numbers again";
+        midnight.setTimeSpec(Zk::TimeOffset);
+        EXPECT_EQ(midnight.utcOffset(), 0);
     });
 }
 

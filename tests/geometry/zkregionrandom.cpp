@@ -354,3 +354,56 @@ TEST(ZkRegionRandom, BuiltRectangleByRectangleItIsMergedAndComplete)
         ASSERT_EQ(rawList(region), pixels.canonicalList());
     }
 }
+
+namespace
+{
+
+// Bands of random height and random columns: few wide spans, many narrow ones, or both.
+Board comb(std::mt19937_64 *random)
+{
+    Board pixels;
+    const std::uint64_t kind = (*random)() % 4;
+    for (int y = kLow; y <= kHigh;) {
+        std::uint64_t row = (*random)();
+        switch (kind) {
+        case 0: row &= (*random)(); break;
+        case 1: row |= (*random)(); break;
+        case 2: row = (row & (row >> 1) & (row << 1)) | (row & 0xF0F0F0F0); break;
+        default: break;
+        }
+        const bool empty = (*random)() % 8 == 0;
+        for (std::uint64_t rows = 1 + (*random)() % 6; rows > 0 && y <= kHigh; --rows, ++y) {
+            pixels.row(y) = empty ? 0 : row;
+        }
+    }
+    return pixels;
+}
+
+ZkRegion regionOf(const Board &pixels)
+{
+    const Rects list = pixels.canonicalList();
+    ZkRegion region;
+    region.setRects(list.data(), static_cast<int>(list.size()));
+    return region;
+}
+
+} // namespace
+
+// Bands of ten and more spans on both sides that end in any order, which rectangles
+// put together one by one hardly ever make.
+TEST(ZkRegionRandom, BandsOfManySpansCombineLikeTheirPixels)
+{
+    std::mt19937_64 random(622);
+    for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(round);
+        const Board a = comb(&random), b = comb(&random);
+        const ZkRegion regionA = regionOf(a), regionB = regionOf(b);
+        const Board common = a.combined(b, Rows::common);
+        ASSERT_EQ(rawList(regionA & regionB), common.canonicalList());
+        ASSERT_EQ(rawList(regionA - regionB), a.combined(b, Rows::rest).canonicalList());
+        ASSERT_EQ(rawList(regionB - regionA), b.combined(a, Rows::rest).canonicalList());
+        ASSERT_EQ(Board::of(rawList(regionA | regionB)), a.combined(b, Rows::unite));
+        ASSERT_EQ(Board::of(rawList(regionA ^ regionB)), a.combined(b, Rows::either));
+        ASSERT_EQ(regionA.intersects(regionB), !common.canonicalList().empty());
+    }
+}

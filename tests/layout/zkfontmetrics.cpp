@@ -12,10 +12,10 @@
 
 // The private state that no accessor shows.
 struct ZkInspector {
-    static int alignment(const ZkFontMetrics &layout) { return layout.alignment; }
-    static int wrapWidth(const ZkFontMetrics &layout) { return layout.wrapWidth; }
-    static ZkRect box(const ZkFontMetrics &layout) { return layout.box; }
-    static ZkPoint origin(const ZkFontMetrics &layout) { return layout.origin; }
+    static int alignment(const ZkFontMetrics &layout) { return layout.m_alignment; }
+    static int wrapWidth(const ZkFontMetrics &layout) { return layout.m_wrapWidth; }
+    static ZkRect box(const ZkFontMetrics &layout) { return layout.m_box; }
+    static ZkPoint origin(const ZkFontMetrics &layout) { return layout.m_origin; }
 };
 
 namespace

@@ -29,9 +29,9 @@ Zk::CaseSensitivity caseOf(bool sensitive)
 class Texts
 {
 public:
-    explicit Texts(unsigned seed) : random(seed) {}
+    explicit Texts(unsigned seed) : m_random(seed) {}
 
-    int below(int n) { return int(random() % unsigned(n)); }
+    int below(int n) { return int(m_random() % unsigned(n)); }
 
     void chooseAlphabet()
     {
@@ -46,9 +46,9 @@ public:
             {0x128, 0x228, 0x328, 0x428, 0x628},
             {0x627, 0x644, 0x628, 0x20, 0x645},
         };
-        alphabet = kAlphabets[std::size_t(below(int(kAlphabets.size())))];
+        m_alphabet = kAlphabets[std::size_t(below(int(kAlphabets.size())))];
     }
-    ZkUcs2 unit() { return alphabet[std::size_t(below(int(alphabet.size())))]; }
+    ZkUcs2 unit() { return m_alphabet[std::size_t(below(int(m_alphabet.size())))]; }
     Units text(int size)
     {
         Units units;
@@ -72,8 +72,8 @@ public:
     }
 
 private:
-    std::mt19937 random;
-    Units alphabet;
+    std::mt19937 m_random;
+    Units m_alphabet;
 };
 
 } // namespace

@@ -7,23 +7,34 @@
 #include <stdexcept>
 
 /// An element that counts how many of its kind live and knows its own address,
-/// so that a leak, a second destruction or a move by bytes is noticed.
+/// so that a leak, a second destruction or a move by bytes is noticed. What was moved
+/// from may be assigned to or destroyed; whoever reads it is noticed as well.
 class Counted
 {
 public:
     Counted() : Counted(0) {}
-    Counted(int value) : self(this), number(value) { ++alive; }
+    Counted(int value) : m_self(this), m_number(value) { ++alive; }
     Counted(const Counted &other) : Counted(other.checked()) {}
+    Counted(Counted &&other) noexcept : Counted(other.taken()) {}
     Counted &operator=(const Counted &other)
     {
-        checked();
-        number = other.checked();
+        expectAlive();
+        m_number = other.checked();
+        m_isMovedFrom = false;
+        return *this;
+    }
+    Counted &operator=(Counted &&other) noexcept
+    {
+        expectAlive();
+        m_number = other.checked();
+        m_isMovedFrom = false;
+        other.m_isMovedFrom = true; // itself included, as a string would be
         return *this;
     }
     ~Counted()
     {
-        checked();
-        self = nullptr;
+        expectAlive();
+        m_self = nullptr;
         --alive;
     }
 
@@ -32,14 +43,23 @@ public:
     static inline int alive = 0;
 
 private:
+    void expectAlive() const { EXPECT_EQ(m_self, this) << "not a living element"; }
     int checked() const
     {
-        EXPECT_EQ(self, this) << "not a living element";
-        return number;
+        expectAlive();
+        EXPECT_FALSE(m_isMovedFrom) << "element " << m_number << " was moved away";
+        return m_number;
+    }
+    int taken()
+    {
+        const int value = checked();
+        m_isMovedFrom = true;
+        return value;
     }
 
-    const Counted *self;
-    int number;
+    const Counted *m_self;
+    int m_number;
+    bool m_isMovedFrom = false;
 };
 
 /// An element whose copies fail once its allowance is used up.
@@ -62,13 +82,13 @@ struct Throwing {
 class NoLeak
 {
 public:
-    NoLeak() : before(Counted::alive) {}
-    ~NoLeak() { EXPECT_EQ(Counted::alive, before); }
+    NoLeak() : m_before(Counted::alive) {}
+    ~NoLeak() { EXPECT_EQ(Counted::alive, m_before); }
     NoLeak(const NoLeak &) = delete;
     NoLeak &operator=(const NoLeak &) = delete;
 
 private:
-    int before;
+    int m_before;
 };
 
 #endif

@@ -14,13 +14,13 @@
 class StringEdits
 {
 public:
-    StringEdits(const std::uint8_t *data, std::size_t size) : next(data), end(data + size) {}
+    StringEdits(const std::uint8_t *data, std::size_t size) : m_next(data), m_end(data + size) {}
 
     /// The first difference in words, or nothing.
     std::string run()
     {
         std::string difference;
-        while (next != end && difference.empty()) {
+        while (m_next != m_end && difference.empty()) {
             const int operation = take() % kOperations;
             edit(operation);
             difference = compare(operation);
@@ -32,7 +32,7 @@ private:
     static constexpr int kStrings = 4;
     static constexpr int kOperations = 29;
 
-    int take() { return next == end ? 0 : *next++; }
+    int take() { return m_next == m_end ? 0 : *m_next++; }
 
     /// A position or count: mostly near the text, sometimes far outside.
     int number()
@@ -83,10 +83,10 @@ private:
     {
         const int which = take() % kStrings;
         const int with = take() % kStrings;
-        ZkString &s = real[which];
-        model::String &m = models[which];
-        const ZkString &other = real[with];
-        const model::String &otherModel = models[with];
+        ZkString &s = m_real[which];
+        model::String &m = m_models[which];
+        const ZkString &other = m_real[with];
+        const model::String &otherModel = m_models[with];
         switch (operation) {
         case 0: copy(s, m, other, otherModel); break;
         case 1: s.append(other), m.append(otherModel.block->units); break;
@@ -319,9 +319,9 @@ private:
     void bound()
     {
         for (int i = 0; i < kStrings; ++i) {
-            if (models[i].size() > 1000) {
-                real[i] = ZkString();
-                models[i] = model::String();
+            if (m_models[i].size() > 1000) {
+                m_real[i] = ZkString();
+                m_models[i] = model::String();
             }
         }
     }
@@ -330,8 +330,8 @@ private:
     {
         std::ostringstream what;
         for (int i = 0; i < kStrings; ++i) {
-            const ZkString &s = real[i];
-            const model::String &m = models[i];
+            const ZkString &s = m_real[i];
+            const model::String &m = m_models[i];
             if (model::Units(s.begin(), s.end()) != m.block->units) {
                 what << "text of string " << i << ", size " << s.size() << " for " << m.size();
             } else if (s.capacity() != m.block->alloc) {
@@ -341,7 +341,7 @@ private:
                 what << "no terminator on string " << i;
             }
             for (int j = 0; j < i; ++j) {
-                if (s.isSharedWith(real[j]) != (m.block == models[j].block)) {
+                if (s.isSharedWith(m_real[j]) != (m.block == m_models[j].block)) {
                     what << "strings " << i << " and " << j << " share or do not";
                 }
             }
@@ -354,10 +354,10 @@ private:
         return std::string();
     }
 
-    const std::uint8_t *next;
-    const std::uint8_t *end;
-    ZkString real[kStrings];
-    model::String models[kStrings];
+    const std::uint8_t *m_next;
+    const std::uint8_t *m_end;
+    ZkString m_real[kStrings];
+    model::String m_models[kStrings];
 };
 
 #endif

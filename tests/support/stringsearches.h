@@ -15,23 +15,24 @@ class StringSearches
 {
 public:
     StringSearches(const model::Units &haystack, const model::Units &needle, bool isSensitive)
-        : h(haystack),
-          n(needle),
-          sensitive(isSensitive),
-          cs(isSensitive ? Zk::CaseSensitive : Zk::CaseInsensitive),
-          comparableH(isSensitive ? h : model::foldedText(h)),
-          comparableN(isSensitive ? n : model::foldedText(n)),
-          zkH(made(h)),
-          zkN(made(n))
+        : m_h(haystack),
+          m_n(needle),
+          m_sensitive(isSensitive),
+          m_cs(isSensitive ? Zk::CaseSensitive : Zk::CaseInsensitive),
+          m_comparableH(isSensitive ? m_h : model::foldedText(m_h)),
+          m_comparableN(isSensitive ? m_n : model::foldedText(m_n)),
+          m_zkH(made(m_h)),
+          m_zkN(made(m_n))
     {
         for (int at = 0; at + nl() <= hl(); ++at) {
-            if (std::equal(comparableN.begin(), comparableN.end(), comparableH.begin() + at)) {
-                places.push_back(at);
+            if (std::equal(m_comparableN.begin(), m_comparableN.end(),
+                           m_comparableH.begin() + at)) {
+                m_places.push_back(at);
             }
         }
         for (int at = 0; at < hl() && nl() > 0; ++at) {
-            if (alone(h[std::size_t(at)]) == alone(n[0])) {
-                unitPlaces.push_back(at);
+            if (alone(m_h[std::size_t(at)]) == alone(m_n[0])) {
+                m_unitPlaces.push_back(at);
             }
         }
     }
@@ -40,26 +41,26 @@ public:
     std::string differenceFrom(int from) const
     {
         // One unit is folded alone, a text with the neighbours of each unit.
-        const std::vector<int> &wanted = nl() == 1 ? unitPlaces : places;
-        const int found = zkFindString(h.data(), hl(), from, n.data(), nl(), cs);
-        if (found != firstFrom(wanted, from) || zkH.indexOf(zkN, from, cs) != found) {
+        const std::vector<int> &wanted = nl() == 1 ? m_unitPlaces : m_places;
+        const int found = zkFindString(m_h.data(), hl(), from, m_n.data(), nl(), m_cs);
+        if (found != firstFrom(wanted, from) || m_zkH.indexOf(m_zkN, from, m_cs) != found) {
             return "zkFindString";
         }
-        if (from > 0 && from < hl() && zkH.indexOf(zkN, from - hl(), cs) != found) {
+        if (from > 0 && from < hl() && m_zkH.indexOf(m_zkN, from - hl(), m_cs) != found) {
             return "zkFindString from the end";
         }
-        if (zkFindStringBoyerMoore(h.data(), hl(), from, n.data(), nl(), cs) !=
-            firstFrom(places, from)) {
+        if (zkFindStringBoyerMoore(m_h.data(), hl(), from, m_n.data(), nl(), m_cs) !=
+            firstFrom(m_places, from)) {
             return "zkFindStringBoyerMoore";
         }
-        if (zkH.lastIndexOf(zkN, from, cs) != lastText(wanted, from)) {
+        if (m_zkH.lastIndexOf(m_zkN, from, m_cs) != lastText(wanted, from)) {
             return "lastIndexOf";
         }
-        if (nl() > 0 && zkH.indexOf(n[0], from, cs) != firstFrom(unitPlaces, from)) {
+        if (nl() > 0 && m_zkH.indexOf(m_n[0], from, m_cs) != firstFrom(m_unitPlaces, from)) {
             return "indexOf of a unit";
         }
-        if (nl() > 0 &&
-            zkH.lastIndexOf(n[0], from, cs) != (from < hl() ? lastUpTo(unitPlaces, from) : -1)) {
+        if (nl() > 0 && m_zkH.lastIndexOf(m_n[0], from, m_cs) !=
+                            (from < hl() ? lastUpTo(m_unitPlaces, from) : -1)) {
             return "lastIndexOf of a unit";
         }
         return std::string();
@@ -68,20 +69,21 @@ public:
     /// The name of the first question about the whole text that differs, or nothing.
     std::string difference() const
     {
-        const std::vector<int> &wanted = nl() == 1 ? unitPlaces : places;
-        if (zkH.count(zkN, cs) != int(wanted.size()) - (firstFrom(wanted, 0) == 0 ? 1 : 0)) {
+        const std::vector<int> &wanted = nl() == 1 ? m_unitPlaces : m_places;
+        if (m_zkH.count(m_zkN, m_cs) != int(wanted.size()) - (firstFrom(wanted, 0) == 0 ? 1 : 0)) {
             return "count";
         }
-        if (nl() > 0 && zkH.count(n[0], cs) != int(unitPlaces.size())) {
+        if (nl() > 0 && m_zkH.count(m_n[0], m_cs) != int(m_unitPlaces.size())) {
             return "count of a unit";
         }
-        const bool starts = hl() >= nl() && firstFrom(places, 0) == 0;
-        const bool ends = hl() >= nl() && firstFrom(places, hl() - nl()) != -1;
-        if (hl() > 0 && (zkH.startsWith(zkN, cs) != starts || zkH.endsWith(zkN, cs) != ends)) {
+        const bool starts = hl() >= nl() && firstFrom(m_places, 0) == 0;
+        const bool ends = hl() >= nl() && firstFrom(m_places, hl() - nl()) != -1;
+        if (hl() > 0 &&
+            (m_zkH.startsWith(m_zkN, m_cs) != starts || m_zkH.endsWith(m_zkN, m_cs) != ends)) {
             return "startsWith or endsWith";
         }
-        if (nl() > 0 && (zkH.startsWith(n[0], cs) != contains(unitPlaces, 0) ||
-                         zkH.endsWith(n[0], cs) != contains(unitPlaces, hl() - 1))) {
+        if (nl() > 0 && (m_zkH.startsWith(m_n[0], m_cs) != contains(m_unitPlaces, 0) ||
+                         m_zkH.endsWith(m_n[0], m_cs) != contains(m_unitPlaces, hl() - 1))) {
             return "startsWith or endsWith a unit";
         }
         const std::string comparison = comparisonDifference();
@@ -108,9 +110,9 @@ private:
         return at == places.begin() ? -1 : at[-1];
     }
 
-    int hl() const { return int(h.size()); }
-    int nl() const { return int(n.size()); }
-    ZkUcs2 alone(ZkUcs2 c) const { return sensitive ? c : model::folded(c); }
+    int hl() const { return int(m_h.size()); }
+    int nl() const { return int(m_n.size()); }
+    ZkUcs2 alone(ZkUcs2 c) const { return m_sensitive ? c : model::folded(c); }
 
     /// From the size of the haystack on only an empty needle is found, there.
     int lastText(const std::vector<int> &wanted, int from) const
@@ -120,18 +122,20 @@ private:
 
     std::string comparisonDifference() const
     {
-        const int order = zkH.compare(zkN, cs);
-        if (sensitive || (hl() > 0 && nl() > 0)) {
-            if ((order < 0) != (comparableH < comparableN) ||
-                (order == 0) != (comparableH == comparableN)) {
+        const int order = m_zkH.compare(m_zkN, m_cs);
+        if (m_sensitive || (hl() > 0 && nl() > 0)) {
+            if ((order < 0) != (m_comparableH < m_comparableN) ||
+                (order == 0) != (m_comparableH == m_comparableN)) {
                 return "compare";
             }
         }
-        if ((zkH == zkN) != (h == n) || (zkH != zkN) != (h != n) || (zkH < zkN) != (h < n) ||
-            (zkH > zkN) != (h > n) || (zkH <= zkN) != (h <= n) || (zkH >= zkN) != (h >= n)) {
+        if ((m_zkH == m_zkN) != (m_h == m_n) || (m_zkH != m_zkN) != (m_h != m_n) ||
+            (m_zkH < m_zkN) != (m_h < m_n) || (m_zkH > m_zkN) != (m_h > m_n) ||
+            (m_zkH <= m_zkN) != (m_h <= m_n) || (m_zkH >= m_zkN) != (m_h >= m_n)) {
             return "operators";
         }
-        if (hl() > 0 && nl() > 0 && ZkStringList{zkN, zkH}.contains(zkH.mid(0, hl()), cs) != true) {
+        if (hl() > 0 && nl() > 0 &&
+            ZkStringList{m_zkN, m_zkH}.contains(m_zkH.mid(0, hl()), m_cs) != true) {
             return "ZkStringList::contains";
         }
         return std::string();
@@ -141,11 +145,11 @@ private:
     {
         for (const bool skip : {false, true}) {
             const auto behavior = skip ? ZkString::SkipEmpty : ZkString::KeepEmpty;
-            const std::vector<int> &wanted = nl() == 1 ? unitPlaces : places;
-            if (!isSplit(zkH.split(zkN, behavior, cs), wanted, nl(), skip)) {
+            const std::vector<int> &wanted = nl() == 1 ? m_unitPlaces : m_places;
+            if (!isSplit(m_zkH.split(m_zkN, behavior, m_cs), wanted, nl(), skip)) {
                 return "split";
             }
-            if (nl() > 0 && !isSplit(zkH.split(n[0], behavior, cs), unitPlaces, 1, skip)) {
+            if (nl() > 0 && !isSplit(m_zkH.split(m_n[0], behavior, m_cs), m_unitPlaces, 1, skip)) {
                 return "split at a unit";
             }
         }
@@ -158,9 +162,9 @@ private:
         int start = 0;
         for (int end; (end = firstFrom(wanted, start + (size == 0 && !expected.empty()))) != -1;
              start = end + size) {
-            expected.emplace_back(h.begin() + start, h.begin() + end);
+            expected.emplace_back(m_h.begin() + start, m_h.begin() + end);
         }
-        expected.emplace_back(h.begin() + start, h.end());
+        expected.emplace_back(m_h.begin() + start, m_h.end());
         if (skip) {
             expected.erase(std::remove(expected.begin(), expected.end(), model::Units()),
                            expected.end());
@@ -171,13 +175,13 @@ private:
                           });
     }
 
-    model::Units h, n;
-    bool sensitive;
-    Zk::CaseSensitivity cs;
-    model::Units comparableH, comparableN;
-    ZkString zkH, zkN;
-    std::vector<int> places;     ///< where the needle stands, as texts compare
-    std::vector<int> unitPlaces; ///< where its first unit stands, as units compare
+    model::Units m_h, m_n;
+    bool m_sensitive;
+    Zk::CaseSensitivity m_cs;
+    model::Units m_comparableH, m_comparableN;
+    ZkString m_zkH, m_zkN;
+    std::vector<int> m_places;     ///< where the needle stands, as texts compare
+    std::vector<int> m_unitPlaces; ///< where its first unit stands, as units compare
 };
 
 #endif

@@ -43,7 +43,7 @@ void Canvas::scroll(int rows)
     for (int i = 0; i < moving; ++i) {
         const int to = rows > 0 ? area.bottom() - i : area.top() + i;
         std::memmove(&m_pixels[offset(area.left(), to)], &m_pixels[offset(area.left(), to - rows)],
-                     std::size_t(wide) * 3);
+                     static_cast<std::size_t>(wide) * 3);
     }
 }
 

@@ -36,7 +36,9 @@ private:
 
     std::size_t offset(int x, int y) const
     {
-        return (std::size_t(y) * std::size_t(width()) + std::size_t(x)) * 3;
+        return (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) +
+                static_cast<std::size_t>(x)) *
+               3;
     }
 
     std::vector<std::uint8_t> m_pixels;

@@ -26,7 +26,7 @@ void eachPixel(const PlacedGlyph &placed, const ZkRect &clip, Draw draw)
         const std::uint8_t *row = glyph.pixels + (y - placed.y) * glyph.pitch;
         for (int x = inside.left(); x <= inside.right(); ++x) {
             if (row[x - placed.x] != 0) {
-                draw(x, y, int(row[x - placed.x]));
+                draw(x, y, static_cast<int>(row[x - placed.x]));
             }
         }
     }
@@ -38,7 +38,7 @@ void eachGlyph(const PlacedLine &line, Draw draw)
 {
     for (const Cell &cell : line.cells) {
         for (int k = 0; k < cell.count && !cell.leftOut; ++k) {
-            draw(line.glyphs[std::size_t(cell.first) + std::size_t(k)]);
+            draw(line.glyphs[static_cast<std::size_t>(cell.first) + static_cast<std::size_t>(k)]);
         }
     }
 }
@@ -52,7 +52,8 @@ ZkRect underlineOf(const PlacedLine &line, const ZkFont &font, int charSpacing)
     ZkRect strip(0, top, -1, top + std::max(1, size / 16) - 1);
     bool found = false;
     for (const Cell &cell : line.cells) {
-        if (line.glyphs[std::size_t(cell.first)].glyph->unicode == kSpace || cell.leftOut) {
+        if (line.glyphs[static_cast<std::size_t>(cell.first)].glyph->unicode == kSpace ||
+            cell.leftOut) {
             continue;
         }
         strip.setLeft(found ? strip.left() : cell.x);

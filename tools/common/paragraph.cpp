@@ -22,22 +22,22 @@ long takeCharacter(const std::string &bytes, std::size_t *at)
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
     const unsigned lead = byte(*at);
     const int more = lead < 0x80 ? 0 : lead < 0xC2 ? -1 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-    if (more < 0 || lead > 0xF4 || bytes.size() - *at <= std::size_t(more)) {
+    if (more < 0 || lead > 0xF4 || bytes.size() - *at <= static_cast<std::size_t>(more)) {
         return -1;
     }
-    long code = more == 0 ? long(lead) : long(lead & (0x3Fu >> more));
+    long code = more == 0 ? static_cast<long>(lead) : static_cast<long>(lead & (0x3Fu >> more));
     for (int k = 1; k <= more; ++k) {
-        const unsigned next = byte(*at + std::size_t(k));
+        const unsigned next = byte(*at + static_cast<std::size_t>(k));
         if ((next & 0xC0) != 0x80) {
             return -1;
         }
-        code = code << 6 | long(next & 0x3F);
+        code = code << 6 | static_cast<long>(next & 0x3F);
     }
     const bool overlong = (more == 2 && code < 0x800) || (more == 3 && code < 0x10000);
     if (overlong || (code >= 0xD800 && code <= 0xDFFF) || code > 0x10FFFF) {
         return -1;
     }
-    *at += std::size_t(more) + 1;
+    *at += static_cast<std::size_t>(more) + 1;
     return code;
 }
 
@@ -107,7 +107,7 @@ private:
     long lengthOf(const std::u16string &text) const
     {
         ZkFontMetrics metrics(ZkString(std::u16string_view(text)), m_font, 0, m_charSpacing);
-        return long(metrics.lengthForPixel()) + 1; // the length is told less one
+        return static_cast<long>(metrics.lengthForPixel()) + 1; // the length is told less one
     }
 
     ZkFont m_font;
@@ -131,7 +131,7 @@ std::u16string LineFiller::fill(const std::u16string &paragraph) const
         const std::size_t spaces = word - at;
         const std::size_t end = pieceEnd(paragraph, word);
         const std::u16string piece = paragraph.substr(word, end - word);
-        const long spaceWidth = long(spaces) * m_spaceWidth;
+        const long spaceWidth = static_cast<long>(spaces) * m_spaceWidth;
         const long pieceWidth = widthOf(piece);
         if (!isEmptyLine && used + spaceWidth + pieceWidth + m_charSpacing > m_width) {
             lines += kNewline;

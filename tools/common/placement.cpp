@@ -190,7 +190,7 @@ void settleArabicMarks(PlacedLine &line)
     const PlacedGlyph *letter = nullptr, *above = nullptr, *below = nullptr;
     for (std::size_t i = line.cells.size(); i-- > 0;) {
         const Cell &cell = line.cells[i];
-        PlacedGlyph &placed = line.glyphs[std::size_t(cell.first)];
+        PlacedGlyph &placed = line.glyphs[static_cast<std::size_t>(cell.first)];
         if (cell.leftOut) {
             continue;
         }
@@ -256,12 +256,12 @@ PlacedLine placeLine(const PaintInfo &record, const LineStyle &style)
     const int origin = baselineOf(record.bottom, style.metrics);
     line.baseline = origin + (style.outlined ? 2 : 0);
     line.cells = cellsOf(record.glyphs, style);
-    line.glyphs.resize(std::size_t(record.glyphs.size()));
+    line.glyphs.resize(static_cast<std::size_t>(record.glyphs.size()));
 
     const int start = record.left + indent(record, line.cells, style);
     for (Cell &cell : line.cells) {
         cell.x += start;
-        PlacedGlyph *placed = &line.glyphs[std::size_t(cell.first)];
+        PlacedGlyph *placed = &line.glyphs[static_cast<std::size_t>(cell.first)];
         for (int k = 0; k < cell.count; ++k) {
             const GlyphBitmap *glyph = record.glyphs.at(cell.first + k);
             placed[k] = {glyph, cell.x + glyph->left, origin - glyph->top};

@@ -47,7 +47,7 @@ void styleRow(Page &page, const std::vector<std::string> &words, const std::stri
     const unsigned kFlags[] = {ZkFontAttr::Slant, ZkFontAttr::Embolden, ZkFontAttr::Underline,
                                ZkFontAttr::Outline};
     for (std::size_t i = 0; i < 4; ++i) {
-        const ZkRect card = area(40 + int(i) * 184, 464, 168, 68);
+        const ZkRect card = area(40 + static_cast<int>(i) * 184, 464, 168, 68);
         const bool outlined = kFlags[i] == ZkFontAttr::Outline;
         page.round(card, 12, outlined ? tint : kCard);
         Style style = styled(fontFile, 23, outlined ? kCard : kInk,

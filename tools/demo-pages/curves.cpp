@@ -43,7 +43,7 @@ const struct {
 host::Color between(const host::Color (&ends)[2], float share)
 {
     const auto mean = [share](std::uint8_t a, std::uint8_t b) {
-        return static_cast<std::uint8_t>(std::lround(a + share * float(b - a)));
+        return static_cast<std::uint8_t>(std::lround(a + share * static_cast<float>(b - a)));
     };
     return {mean(ends[0].red, ends[1].red), mean(ends[0].green, ends[1].green),
             mean(ends[0].blue, ends[1].blue), 255};
@@ -60,7 +60,9 @@ class Stroke
 {
 public:
     Stroke(const ZkRect &area, float width)
-        : m_area(area), m_radius(width / 2), m_coverage(std::size_t(area.width() * area.height()))
+        : m_area(area),
+          m_radius(width / 2),
+          m_coverage(static_cast<std::size_t>(area.width() * area.height()))
     {
     }
 
@@ -89,7 +91,7 @@ public:
 private:
     std::size_t indexOf(int x, int y) const
     {
-        return std::size_t((y - m_area.top()) * m_area.width() + x - m_area.left());
+        return static_cast<std::size_t>((y - m_area.top()) * m_area.width() + x - m_area.left());
     }
 
     void addLine(float x1, float y1, float x2, float y2)
@@ -103,7 +105,8 @@ private:
         const float square = std::max(dx * dx + dy * dy, 1e-12F);
         for (int y = pixels.top(); y <= pixels.bottom(); ++y) {
             for (int x = pixels.left(); x <= pixels.right(); ++x) {
-                const float px = float(x) + 0.5F - x1, py = float(y) + 0.5F - y1;
+                const float px = static_cast<float>(x) + 0.5F - x1,
+                            py = static_cast<float>(y) + 0.5F - y1;
                 const float share = std::clamp((px * dx + py * dy) / square, 0.0F, 1.0F);
                 const float away = std::hypot(px - share * dx, py - share * dy);
                 const float inside = std::clamp(m_radius + 0.5F - away, 0.0F, 1.0F);
@@ -135,9 +138,11 @@ int drawCurve(host::Canvas &canvas, const ZkRect &card, const ZkBezier &curve)
 {
     int segments = 0;
     for (int i = kDistances; i > 0; --i) {
-        const float share = float(i - 1) / (kDistances - 1);
-        segments += drawOffset(canvas, card, curve, float(i) * kStep, between(kLeft, share));
-        segments += drawOffset(canvas, card, curve, float(-i) * kStep, between(kRight, share));
+        const float share = static_cast<float>(i - 1) / (kDistances - 1);
+        segments +=
+            drawOffset(canvas, card, curve, static_cast<float>(i) * kStep, between(kLeft, share));
+        segments +=
+            drawOffset(canvas, card, curve, static_cast<float>(-i) * kStep, between(kRight, share));
     }
     Stroke way(card, 2.6F);
     way.add(curve);
@@ -165,7 +170,8 @@ Style styled(const Fonts &fonts, int size, const host::Color &color, int alignme
 void drawKey(Page &page, int x, const char *name, const host::Color (&side)[2], const Fonts &fonts)
 {
     for (int i = 0; i < kDistances; ++i) {
-        page.round(area(x + i * 8, 30, 8, 12), 0, between(side, float(i) / (kDistances - 1)));
+        page.round(area(x + i * 8, 30, 8, 12), 0,
+                   between(side, static_cast<float>(i) / (kDistances - 1)));
     }
     page.label(area(x + 58, 16, 60, 40), 42, name, styled(fonts, 17, kFigures, host::AlignLeft));
 }
@@ -182,8 +188,8 @@ Page curvePage(const Fonts &fonts)
     for (int i = 0; i < 6; ++i) {
         const ZkRect card = area(24 + i % 3 * 256, 72 + i / 3 * 240, 240, 228);
         page.round(card, 12, kCard);
-        const ZkBezier curve =
-            moved(kCurves[i].curve, float(card.left()) + 120, float(card.top()) + 90);
+        const ZkBezier curve = moved(kCurves[i].curve, static_cast<float>(card.left()) + 120,
+                                     static_cast<float>(card.top()) + 90);
         const int segments = drawCurve(page.canvas(), card, curve);
         const std::string figures = std::to_string(std::lround(curve.length(0.01F))) +
                                     " px, offsets of " + std::to_string(segments) + " segments";

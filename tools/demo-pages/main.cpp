@@ -26,11 +26,11 @@ Page contactSheet(const std::vector<std::pair<std::string, Page>> &pages)
 {
     const int kColumns = 3, kGap = 12;
     const int width = demo::kPageWidth / 2, height = demo::kPageHeight / 2;
-    const int rows = (int(pages.size()) + kColumns - 1) / kColumns;
+    const int rows = (static_cast<int>(pages.size()) + kColumns - 1) / kColumns;
     Page sheet(kColumns * (width + kGap) + kGap, rows * (height + kGap) + kGap, {70, 76, 88, 255});
-    for (int i = 0; i < int(pages.size()); ++i) {
+    for (int i = 0; i < static_cast<int>(pages.size()); ++i) {
         sheet.halved(kGap + i % kColumns * (width + kGap), kGap + i / kColumns * (height + kGap),
-                     pages[std::size_t(i)].second.canvas());
+                     pages[static_cast<std::size_t>(i)].second.canvas());
     }
     return sheet;
 }

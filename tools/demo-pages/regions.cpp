@@ -29,12 +29,12 @@ constexpr int kDrawingLeft = 17;
 ZkRegion disc(double x, double y, double radius)
 {
     ZkRegion region;
-    for (int row = int(y - radius); row <= int(y + radius); ++row) {
+    for (int row = static_cast<int>(y - radius); row <= static_cast<int>(y + radius); ++row) {
         const double squared = radius * radius - (row + 0.5 - y) * (row + 0.5 - y);
         if (squared > 0) {
             const double reach = std::sqrt(squared);
-            region |=
-                ZkRect(int(std::ceil(x - reach - 0.5)), row, int(std::floor(x + reach - 0.5)), row);
+            region |= ZkRect(static_cast<int>(std::ceil(x - reach - 0.5)), row,
+                             static_cast<int>(std::floor(x + reach - 0.5)), row);
         }
     }
     return region;

@@ -83,7 +83,7 @@ struct Picture {
 /// The rows the other way round: 16-bit files come out bottom row first.
 void turnOver(Picture &picture)
 {
-    const std::ptrdiff_t row = std::ptrdiff_t(picture.width) * 4;
+    const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(picture.width) * 4;
     for (int y = 0; y < picture.height / 2; ++y) {
         const auto upper = picture.pixels.begin() + y * row;
         std::swap_ranges(upper, upper + row,
@@ -106,7 +106,7 @@ bool isOpaque(const Pixels &pixels)
 /// Decodes an open bitmap; what the library warns of goes to standard error.
 Picture decode(const std::string &name, ZkBitmap &bitmap)
 {
-    const std::int64_t pixels = std::int64_t(bitmap.width()) * bitmap.height();
+    const std::int64_t pixels = static_cast<std::int64_t>(bitmap.width()) * bitmap.height();
     if (pixels > kMostPixels) {
         throw Failure(name + ": a picture of " + std::to_string(bitmap.width()) + " x " +
                       std::to_string(bitmap.height()) + " pixels is too large");

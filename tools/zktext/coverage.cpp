@@ -170,7 +170,7 @@ std::string toTable(FT_Face face, bool all)
     for (const Group &group : allGroups()) {
         int missing = 0;
         const std::vector<Range> gaps = gapsOf(group, face, &missing);
-        const int total = int(group.codes.size());
+        const int total = static_cast<int>(group.codes.size());
         char line[80];
         std::snprintf(line, sizeof line, "%-24s %6d of %6d  %3d %%\n", group.name, total - missing,
                       total, (total - missing) * 100 / total);
@@ -186,7 +186,7 @@ std::string toJson(FT_Face face)
     for (const Group &group : allGroups()) {
         int missing = 0;
         const std::vector<Range> gaps = gapsOf(group, face, &missing);
-        const int total = int(group.codes.size());
+        const int total = static_cast<int>(group.codes.size());
         json.open('{', true).key("name").string(group.name).key("total").number(total);
         json.key("present").number(total - missing).key("gaps").open('[');
         for (const Range &gap : gaps) {

@@ -40,7 +40,7 @@ void addGlyphs(Json &json, const host::PlacedLine &line)
     json.open('[');
     for (const host::Cell &cell : line.cells) {
         for (int k = 0; k < cell.count; ++k) {
-            const host::PlacedGlyph &placed = line.glyphs[std::size_t(cell.first + k)];
+            const host::PlacedGlyph &placed = line.glyphs[static_cast<std::size_t>(cell.first + k)];
             const GlyphBitmap &glyph = *placed.glyph;
             json.open('{', true).key("code").string(codeName(glyph.unicode));
             json.key("pen").number(cell.x).key("x").number(placed.x).key("y").number(placed.y);
@@ -62,8 +62,8 @@ std::string toJson(const host::TextBlock &block)
     json.key("box").open('{', true);
     addRect(json, block.box());
     json.close().key("lines").open('[');
-    for (int i = 0; i < int(block.lines().size()); ++i) {
-        const host::PlacedLine &line = block.lines()[std::size_t(i)];
+    for (int i = 0; i < static_cast<int>(block.lines().size()); ++i) {
+        const host::PlacedLine &line = block.lines()[static_cast<std::size_t>(i)];
         const ZkString text = block.lineText(i);
         json.open('{').key("text").string(text.toStdString());
         json.key("direction").string(directionOf(text));
@@ -91,8 +91,8 @@ std::string toTable(const host::TextBlock &block)
     addLine(out, "size hint %d x %d, line height %d, %s\n", block.size().width(),
             block.size().height(), block.lineHeight(),
             block.isRightToLeft() ? "right-to-left" : "left-to-right");
-    for (int i = 0; i < int(block.lines().size()); ++i) {
-        const host::PlacedLine &line = block.lines()[std::size_t(i)];
+    for (int i = 0; i < static_cast<int>(block.lines().size()); ++i) {
+        const host::PlacedLine &line = block.lines()[static_cast<std::size_t>(i)];
         addLine(out, "\nline %d: x %d..%d, y %d..%d, baseline %d\n", i + 1, line.rect.left(),
                 line.rect.right(), line.rect.top(), line.rect.bottom(), line.baseline);
         out += "  " + block.lineText(i).toStdString() + "\n";
@@ -100,7 +100,8 @@ std::string toTable(const host::TextBlock &block)
                 "left", "top", "width", "height");
         for (const host::Cell &cell : line.cells) {
             for (int k = 0; k < cell.count; ++k) {
-                const host::PlacedGlyph &placed = line.glyphs[std::size_t(cell.first + k)];
+                const host::PlacedGlyph &placed =
+                    line.glyphs[static_cast<std::size_t>(cell.first + k)];
                 const GlyphBitmap &glyph = *placed.glyph;
                 addLine(out, "  %-7s %6d %6d %6d %8d %5d %5d %6d %7d%s\n",
                         codeName(glyph.unicode).c_str(), cell.x, placed.x, placed.y, glyph.advance,

@@ -70,7 +70,7 @@ ZkRect parseBox(const std::string &text)
 {
     int x = 0, y = 0, w = 0, h = 0, end = 0;
     const bool read = std::sscanf(text.c_str(), "%5d,%5d,%5d,%5d%n", &x, &y, &w, &h, &end) == 4 &&
-                      std::size_t(end) == text.size();
+                      static_cast<std::size_t>(end) == text.size();
     if (!read || std::abs(x) > kFarthest || std::abs(y) > kFarthest || w < 1 || w > kFarthest ||
         h < 1 || h > kFarthest) {
         throw CLI::ValidationError("--box", "wants X,Y,WIDTH,HEIGHT in pixels, not '" + text + "'");

@@ -45,13 +45,14 @@ ZkSize pictureSize(const RenderOptions &options, const ZkRect &box)
         int end = 0;
         const bool read =
             std::sscanf(options.canvas.c_str(), "%6dx%6d%n", &width, &height, &end) == 2;
-        if (!read || std::size_t(end) != options.canvas.size() || width < 1 || height < 1) {
+        if (!read || static_cast<std::size_t>(end) != options.canvas.size() || width < 1 ||
+            height < 1) {
             throw CLI::ValidationError("--canvas", "wants WIDTHxHEIGHT in pixels, not '" +
                                                        options.canvas + "'");
         }
     }
-    const std::int64_t wide = std::int64_t(width) * options.zoom;
-    const std::int64_t high = std::int64_t(height) * options.zoom;
+    const std::int64_t wide = static_cast<std::int64_t>(width) * options.zoom;
+    const std::int64_t high = static_cast<std::int64_t>(height) * options.zoom;
     const std::string size = std::to_string(wide) + " x " + std::to_string(high) + " pixels";
     if (width < 1 || height < 1) {
         throw Failure("nothing to draw: the picture would have " + size);

@@ -58,19 +58,20 @@ void Model::openFont(int index)
     m_block.reset(); // its glyphs go with the font
     m_glyphs.clear();
     m_state.font = index;
-    ZkFontMetrics::setFontFile(m_fonts[std::size_t(index)].path.c_str(), m_state.limit);
+    ZkFontMetrics::setFontFile(m_fonts[static_cast<std::size_t>(index)].path.c_str(),
+                               m_state.limit);
 }
 
 void Model::chooseSample(int index)
 {
     m_state.sample = index;
-    m_state.text = textOf(samples()[std::size_t(index)].text);
-    if (hasGlyphsFor(m_fonts[std::size_t(m_state.font)], m_state.text)) {
+    m_state.text = textOf(samples()[static_cast<std::size_t>(index)].text);
+    if (hasGlyphsFor(m_fonts[static_cast<std::size_t>(m_state.font)], m_state.text)) {
         return;
     }
     for (std::size_t i = 0; i < m_fonts.size(); ++i) {
         if (hasGlyphsFor(m_fonts[i], m_state.text)) {
-            openFont(int(i));
+            openFont(static_cast<int>(i));
             return;
         }
     }
@@ -106,7 +107,7 @@ void Model::type(const std::string &utf8)
 
 void Model::perform(const Command &command)
 {
-    const int count = int(samples().size());
+    const int count = static_cast<int>(samples().size());
     const int value = command.value;
     switch (command.action) {
     case Action::Sample: chooseSample(value); break;
@@ -114,12 +115,15 @@ void Model::perform(const Command &command)
         chooseSample((std::max(m_state.sample, 0) + count + value) % count);
         break;
     case Action::Font: openFont(value); break;
-    case Action::NextFont: openFont((m_state.font + 1) % int(m_fonts.size())); break;
+    case Action::NextFont: openFont((m_state.font + 1) % static_cast<int>(m_fonts.size())); break;
     case Action::Size:
-        m_state.attr.size = std::uint8_t(std::clamp(m_state.attr.size + value, 6, 160));
+        m_state.attr.size =
+            static_cast<std::uint8_t>(std::clamp(m_state.attr.size + value, 6, 160));
         break;
     case Action::Width: setWidth(m_state.wrapWidth + value); break;
-    case Action::Style: m_state.attr.flags = std::uint8_t(m_state.attr.flags ^ value); break;
+    case Action::Style:
+        m_state.attr.flags = static_cast<std::uint8_t>(m_state.attr.flags ^ value);
+        break;
     case Action::Horizontal: m_state.alignment = value | (m_state.alignment & ~7); break;
     case Action::NextHorizontal:
         m_state.alignment =
@@ -218,10 +222,10 @@ void Model::layOut()
 void Model::countCache()
 {
     m_figures.pixelBytes = ZkFontCache::instance()->pixelBytes();
-    m_figures.glyphs = int(m_glyphs.size());
-    m_figures.withPixels =
-        int(std::count_if(m_glyphs.begin(), m_glyphs.end(),
-                          [](const GlyphBitmap *glyph) { return glyph->pixels != nullptr; }));
+    m_figures.glyphs = static_cast<int>(m_glyphs.size());
+    m_figures.withPixels = static_cast<int>(
+        std::count_if(m_glyphs.begin(), m_glyphs.end(),
+                      [](const GlyphBitmap *glyph) { return glyph->pixels != nullptr; }));
 }
 
 const host::Canvas &Model::picture()

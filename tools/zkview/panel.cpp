@@ -36,12 +36,12 @@ public:
     /// Shares the width of a row out to the buttons.
     void row(std::vector<Button> buttons)
     {
-        const int count = int(buttons.size());
+        const int count = static_cast<int>(buttons.size());
         for (int i = 0; i < count; ++i) {
             const int left = kMargin + i * (kInner + kGap) / count;
             const int right = kMargin + (i + 1) * (kInner + kGap) / count - kGap - 1;
-            buttons[std::size_t(i)].rect = ZkRect(left, m_y, right, m_y + kRow - 1);
-            m_buttons.push_back(buttons[std::size_t(i)]);
+            buttons[static_cast<std::size_t>(i)].rect = ZkRect(left, m_y, right, m_y + kRow - 1);
+            m_buttons.push_back(buttons[static_cast<std::size_t>(i)]);
         }
         m_y += kRow + kGap - 1;
     }
@@ -76,19 +76,20 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
     Stack stack(buttons);
 
     stack.title("Sample   PgUp PgDn");
-    const int count = int(samples().size());
+    const int count = static_cast<int>(samples().size());
     for (int i = 0; i < count; i += 2) {
         std::vector<Button> pair;
         for (int k = i; k < std::min(i + 2, count); ++k) {
-            pair.push_back(
-                button(samples()[std::size_t(k)].name, "", {Action::Sample, k}, state.sample == k));
+            pair.push_back(button(samples()[static_cast<std::size_t>(k)].name, "",
+                                  {Action::Sample, k}, state.sample == k));
         }
         stack.row(pair);
     }
 
     stack.title("Font   Tab");
-    for (int i = 0; i < int(fontNames.size()); ++i) {
-        stack.row({button(fontNames[std::size_t(i)], "", {Action::Font, i}, state.font == i)});
+    for (int i = 0; i < static_cast<int>(fontNames.size()); ++i) {
+        stack.row({button(fontNames[static_cast<std::size_t>(i)], "", {Action::Font, i},
+                          state.font == i)});
     }
     stack.row({button("-", "", {Action::Size, -1}, false),
                button(std::to_string(state.attr.size) + " px", "", {Action::Size, 0}, false),

@@ -33,8 +33,8 @@ constexpr int kUnlimitedGauge = 64 * 1024; // bytes that fill the gauge without 
 std::string grouped(int number)
 {
     std::string digits = std::to_string(number);
-    for (int at = int(digits.size()) - 3; at > 0; at -= 3) {
-        digits.insert(std::size_t(at), 1, ',');
+    for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) {
+        digits.insert(static_cast<std::size_t>(at), 1, ',');
     }
     return digits;
 }
@@ -148,7 +148,7 @@ void Model::drawStatus()
     m_canvas.round(gauge, 5, kGauge);
     const int whole = limit < 0 ? kUnlimitedGauge : limit;
     const long long share = 1LL * m_figures.pixelBytes * kGaugeWidth / whole;
-    const int filled = int(std::clamp<long long>(share, kGaugeHeight, kGaugeWidth));
+    const int filled = static_cast<int>(std::clamp<long long>(share, kGaugeHeight, kGaugeWidth));
     m_canvas.round(ZkRect(gauge.left(), gauge.top(), gauge.left() + filled - 1, gauge.bottom()), 5,
                    limit >= 0 && m_figures.pixelBytes >= limit ? kFull : kOn);
     const std::string most = limit < 0 ? "no limit" : "limit " + grouped(limit);
@@ -157,7 +157,7 @@ void Model::drawStatus()
               grouped(m_figures.glyphs) + " glyphs, " + grouped(m_figures.withPixels) +
               " with pixels",
           kInk, host::AlignLeft, 14);
-    const int lines = int(m_block->lines().size());
+    const int lines = static_cast<int>(m_block->lines().size());
     label(
         ZkRect(around.left(), top + 22, around.right(), top + 43),
         std::to_string(m_state.text.size()) + " characters, " + std::to_string(lines) +

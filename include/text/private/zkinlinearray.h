@@ -70,7 +70,8 @@ private:
     {
         const bool inObject = m_data == m_inline;
         m_capacity *= 4;
-        const std::int64_t bytes = std::int64_t(m_capacity) * static_cast<int>(sizeof(T));
+        const std::int64_t bytes =
+            static_cast<std::int64_t>(m_capacity) * static_cast<int>(sizeof(T));
         m_data = static_cast<T *>(zkReallocate(inObject ? nullptr : m_data, bytes));
         if (inObject) {
             std::memcpy(m_data, m_inline, sizeof m_inline);
