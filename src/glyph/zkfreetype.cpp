@@ -127,9 +127,9 @@ GlyphBitmap ZkFreetype::resloveUnicode(unsigned short unicode)
 
     const unsigned failed =
         rendered.render(m_pface, FT_Get_Char_Index(m_pface, unicode), FT_LOAD_FORCE_AUTOHINT);
-    // Of the glyph object only the failure to make it counts: an empty slot has none,
-    // nor has an advance of 32768 pixels. Made of the rendered slot it copies nothing
-    // but takes the bitmap over, so it is released after the last read.
+    // The glyph object is made only to see whether that fails: it does for an empty slot
+    // and for an advance of 32768 pixels. FT_Get_Glyph does not copy the bitmap but takes
+    // it over from the slot, so the object is released after the last read.
     FT_Glyph glyph = nullptr;
     const bool isCopied = FT_Get_Glyph(m_pface->glyph, &glyph) == 0;
     if ((failed & ZkRenderedGlyph::LoadFailed) != 0) {
