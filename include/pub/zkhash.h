@@ -222,7 +222,7 @@ public:
 
     ZkHash &operator=(const ZkHash &other)
     {
-        Sharing::assign(*this, other);
+        Sharing::assign(this, other);
         return *this;
     }
     /// Exchanges the tables.

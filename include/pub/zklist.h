@@ -181,7 +181,7 @@ public:
 
     ZkList &operator=(const ZkList &other)
     {
-        Sharing::assign(*this, other);
+        Sharing::assign(this, other);
         return *this;
     }
     /// Exchanges the blocks.

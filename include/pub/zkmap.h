@@ -147,7 +147,7 @@ public:
 
     ZkMap &operator=(const ZkMap &other)
     {
-        Sharing::assign(*this, other);
+        Sharing::assign(this, other);
         return *this;
     }
     /// Exchanges the tables.

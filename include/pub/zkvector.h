@@ -122,7 +122,7 @@ public:
 
     ZkVector &operator=(const ZkVector &other)
     {
-        Sharing::assign(*this, other);
+        Sharing::assign(this, other);
         return *this;
     }
     /// Exchanges the blocks.

@@ -26,7 +26,7 @@ public:
     ~Number() { Sharing::leave(d); }
     Number &operator=(const Number &other)
     {
-        Sharing::assign(*this, other);
+        Sharing::assign(this, other);
         return *this;
     }
     void swap(Number &other) noexcept { Sharing::swap(*this, other); }

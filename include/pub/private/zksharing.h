@@ -34,10 +34,10 @@ struct ZkSharing {
         }
     }
 
-    static void assign(Container &self, const Container &other)
+    static void assign(Container *self, const Container &other)
     {
-        if (!self.isSharedWith(other)) {
-            Container(other).swap(self);
+        if (!self->isSharedWith(other)) {
+            Container(other).swap(*self);
         }
     }
 
