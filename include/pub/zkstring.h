@@ -460,7 +460,8 @@ public:
 
     double toDouble(bool *ok = nullptr) const;
 
-    /// Fails where the double is finite and the float would not be.
+    /// The float nearest to the number as it is written. Fails where the double is
+    /// finite and the float would not be.
     float toFloat(bool *ok = nullptr) const;
 
     // Padding, white space and case. Text that stays as it is comes back shared.
