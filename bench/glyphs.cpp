@@ -4,8 +4,8 @@
 
 #include "hits.h"
 
+#include "private/zkglyphlease.h"
 #include "zkfontcache.h"
-#include "zkglyphlease.h"
 
 #include <benchmark/benchmark.h>
 #include <ft2build.h>

@@ -32,6 +32,10 @@ inline const BenchText kBenchTexts[] = {
      "และควรปฏิบัติต่อกันด้วยเจตนารมณ์แห่งภราดรภาพ "},
     {"chinese", ZK_FONT_MICROHEI, "WenQuanYi Micro Hei",
      "人人生而自由，在尊严和权利上一律平等。他们赋有理性和良心，并应以兄弟关系的精神相对待。"},
+    {"korean", ZK_FONT_MICROHEI, "WenQuanYi Micro Hei",
+     "모든 인간은 태어날 때부터 자유로우며 그 존엄과 권리에 있어 동등하다. 인간은 천부적으로 "
+     "이성과 "
+     "양심을 부여받았으며 서로 형제애의 정신으로 행동하여야 한다. "},
     {"mixed", ZK_FONT_DEJAVU, "DejaVu Sans",
      "Language: English, Français, עברית, العربية (RTL) 24% - Brightness 80/100, "
      "Wi-Fi \"Home-5G\" 192.168.1.20, Дата 2026-03-14 "},

@@ -9,7 +9,7 @@ install(TARGETS zk EXPORT zkTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-install(DIRECTORY include/pub include/core include/text include/image
+install(DIRECTORY include/pub include/unicode include/core include/text include/image
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zk COMPONENT development
   FILES_MATCHING PATTERN "*.h")
 

@@ -1,7 +1,7 @@
 #ifndef ZKBYTEARRAY_H
 #define ZKBYTEARRAY_H
 
-#include "zksharedblock.h"
+#include "private/zksharedblock.h"
 
 #include <functional>
 #include <iosfwd>

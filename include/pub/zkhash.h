@@ -14,11 +14,9 @@
 #include <type_traits>
 #include <utility>
 
-class ZkString;
-
-/// Hashes of the keys that the library uses itself; for a key type of your own,
-/// declare `unsigned zkHash(const Key &)` beside it. An integer of up to 32 bits is
-/// its own hash, as is an enumeration's value.
+/// Hashes of numbers and addresses; `ZkString` has one beside it. For a key type of
+/// your own, declare `unsigned zkHash(const Key &)` in its namespace. An integer of up
+/// to 32 bits is its own hash, as is an enumeration's value.
 template <typename Number,
           std::enable_if_t<std::is_integral<Number>::value || std::is_enum<Number>::value, int> = 0>
 constexpr unsigned zkHash(Number key)
@@ -36,11 +34,6 @@ unsigned zkHash(T *key)
 {
     return zkHash(reinterpret_cast<std::uintptr_t>(key));
 }
-
-/// Folds as many bytes of the text's UTF-8 form as it has units, so the end of a
-/// text with other than ASCII characters does not count: U+00E9 gives 195, its
-/// first byte. Empty gives 0.
-ZK_EXPORT unsigned zkHash(const ZkString &key);
 
 /// The untyped part of a hash table: buckets of chained nodes. The table itself
 /// stands at the end of every chain, so that from any node the table can be found:

@@ -621,6 +621,11 @@ ZK_EXPORT int zkFindString(const ZkUcs2 *haystack, int haystackLen, int from, co
 ZK_EXPORT int zkFindStringBoyerMoore(const ZkUcs2 *haystack, int haystackLen, int from,
                                      const ZkUcs2 *needle, int needleLen, Zk::CaseSensitivity cs);
 
+/// The hash of a key of `ZkHash`. Folds as many bytes of the text's UTF-8 form as it has
+/// units, so the end of a text with other than ASCII characters does not count: U+00E9
+/// gives 195, its first byte. Empty gives 0.
+ZK_EXPORT unsigned zkHash(const ZkString &key);
+
 namespace std
 {
 

@@ -1,9 +1,9 @@
 #ifndef ZKFONTENGINE_H
 #define ZKFONTENGINE_H
 
+#include "private/zkglyphlease.h"
 #include "zkfont.h"
 #include "zkglobal.h"
-#include "zkglyphlease.h"
 #include "zkstring.h"
 #include "zkvector.h"
 

@@ -1,9 +1,9 @@
 #ifndef ZKFONTMETRICS_H
 #define ZKFONTMETRICS_H
 
+#include "private/zkinlinearray.h"
 #include "zkfont.h"
 #include "zkglobal.h"
-#include "zkinlinearray.h"
 #include "zklist.h"
 #include "zkpoint.h"
 #include "zkrect.h"

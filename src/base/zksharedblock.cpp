@@ -1,4 +1,4 @@
-#include "zksharedblock.h"
+#include "private/zksharedblock.h"
 
 #include <cstdlib>
 

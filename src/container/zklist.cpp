@@ -4,10 +4,12 @@
 
 #include <climits>
 
-static_assert(sizeof(void *) != 4 || offsetof(ZkListData::Data, array) == 20,
-              "five 32-bit words before the slots");
-static_assert(sizeof(void *) != 8 || offsetof(ZkListData::Data, array) == 24,
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(offsetof(ZkListData::Data, array) == 20, "five 32-bit words before the slots");
+#else
+static_assert(offsetof(ZkListData::Data, array) == 24,
               "the slots stand at a multiple of their own size");
+#endif
 
 namespace
 {

@@ -121,9 +121,9 @@ GlyphBitmap ZkFreetype::resloveUnicode(unsigned short unicode)
     GlyphBitmap record = {};
     record.font = m_attr;
     record.unicode = unicode;
-    unsigned style = m_slant != 0 ? unsigned(ZkFontAttr::Slant) : 0;
-    style |= m_embolden != 0 ? unsigned(ZkFontAttr::Embolden) : 0;
-    style |= m_outline != 0 ? unsigned(ZkFontAttr::Outline) : 0;
+    unsigned style = m_slant != 0 ? static_cast<unsigned>(ZkFontAttr::Slant) : 0;
+    style |= m_embolden != 0 ? static_cast<unsigned>(ZkFontAttr::Embolden) : 0;
+    style |= m_outline != 0 ? static_cast<unsigned>(ZkFontAttr::Outline) : 0;
     ZkRenderedGlyph rendered(m_plibrary, style);
     if (m_pface == nullptr) {
         std::printf("FT_Load_Glyph error!\n");

@@ -1,4 +1,4 @@
-#include "zkglyphlease.h"
+#include "private/zkglyphlease.h"
 
 #include "glyph/zkfontlock.h"
 #include "zkfontcache.h"

@@ -92,7 +92,7 @@ bool ZkRenderedGlyph::isBounded(const FT_Outline &outline)
     const FT_Pos width = (box.xMax >> 6) - (box.xMin >> 6);
     const FT_Pos height = (box.yMax >> 6) - (box.yMin >> 6);
     if (width > kLongestSide || height > kLongestSide ||
-        std::int64_t(width) * height > kMostPixels) {
+        static_cast<std::int64_t>(width) * height > kMostPixels) {
         return false;
     }
     std::int64_t edges = 0;
@@ -159,7 +159,7 @@ void ZkRenderedGlyph::measure(GlyphBitmap *record)
     record->left = static_cast<std::int16_t>(m_left - bearing);
     record->top = static_cast<std::int16_t>(m_top - bearing);
     record->descent = static_cast<std::int16_t>(record->height - record->top);
-    record->advance = static_cast<std::int16_t>((std::int64_t(m_advance) + 32) >> 6);
+    record->advance = static_cast<std::int16_t>((static_cast<std::int64_t>(m_advance) + 32) >> 6);
 }
 
 void ZkRenderedGlyph::copyPixels(std::uint8_t *pixels) const

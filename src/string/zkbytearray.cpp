@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
-static_assert(sizeof(void *) != 4 || sizeof(ZkByteArray::Data) == 16, "four words on the device");
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(ZkByteArray::Data) == 16, "four words on the device");
+#endif
 
 ZkByteArray::Data ZkByteArray::Data::shared_null = {{1}, 0, 0, nullptr};
 

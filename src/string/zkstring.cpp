@@ -25,7 +25,9 @@ std::int64_t roomFor(int n)
 
 } // namespace
 
-static_assert(sizeof(void *) != 4 || sizeof(ZkString::Data) == 16, "four words on the device");
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(ZkString::Data) == 16, "four words on the device");
+#endif
 
 ZkString::Data ZkString::Data::shared_null = {{1}, 0, 0, nullptr};
 

@@ -1,7 +1,7 @@
 #include "zkfontcache.h"
 
+#include "private/zkglyphlease.h"
 #include "zkfreetype.h"
-#include "zkglyphlease.h"
 
 #include "bareglyph.h"
 #include "mallochook.h"

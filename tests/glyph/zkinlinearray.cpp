@@ -1,4 +1,4 @@
-#include <zkinlinearray.h>
+#include <private/zkinlinearray.h>
 
 #include <gmock/gmock.h>
 

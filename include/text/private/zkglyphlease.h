@@ -1,8 +1,8 @@
 #ifndef ZKGLYPHLEASE_H
 #define ZKGLYPHLEASE_H
 
+#include "private/zkinlinearray.h"
 #include "zkfont.h"
-#include "zkinlinearray.h"
 
 /// The glyphs of one text, each with the number of its characters, taken from the
 /// cache and given back together.
