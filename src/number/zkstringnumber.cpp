@@ -1,6 +1,7 @@
 #include "number/zkdouble.h"
 #include "number/zkinteger.h"
 #include "number/zknumbertext.h"
+#include "number/zkstrtod.h"
 
 #include <climits>
 
@@ -37,9 +38,10 @@ ZkString integerText(std::uint64_t magnitude, bool negative, int base)
     return ZkString(first, static_cast<int>(end - first));
 }
 
-/// The float nearest to a finite double, a tie going to the even mantissa, in
-/// any rounding mode. Infinite when that lies beyond the largest float.
-float nearestFloat(double value)
+/// The float nearest to the number in `text`, a tie going to the even mantissa, in any
+/// rounding mode; `value` is the double nearest to it. Infinite when that lies beyond the
+/// largest float.
+float nearestFloat(const ZkString &text, double value)
 {
     constexpr int kDropped = kZkMantissaBits - 23; // bits of a normal float's mantissa that go
     constexpr int kLowest = -149;                  // exponent of a float's last bit at least
@@ -50,7 +52,12 @@ float nearestFloat(double value)
         const std::uint64_t half = std::uint64_t(1) << (dropped - 1);
         const std::uint64_t rest = x.mantissa & (half | (half - 1));
         const std::uint64_t kept = x.mantissa >> dropped;
-        const bool up = rest > half || (rest == half && (kept & 1) != 0);
+        bool up = rest > half;
+        if (rest == half) {
+            // In the middle of two floats lies the double; the number itself may not.
+            const int side = zkCompareDecimal(text, value);
+            up = side > 0 || (side == 0 && (kept & 1) != 0);
+        }
         // The mantissa's own top bit adds 1 to the exponent of a normal float.
         const unsigned biased = static_cast<unsigned>(x.exponent + dropped - kLowest);
         const std::uint64_t sum = (static_cast<std::uint64_t>(biased) << 23) + kept + up;
@@ -144,7 +151,7 @@ float ZkString::toFloat(bool *ok) const
     if (!zkIsFinite(value)) {
         return static_cast<float>(value);
     }
-    const float nearest = nearestFloat(value);
+    const float nearest = nearestFloat(*this, value);
     if (!zkIsFinite(nearest)) {
         report(false, ok);
         return 0;
