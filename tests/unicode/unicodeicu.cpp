@@ -200,6 +200,21 @@ bool hasMarkedBracket(const Units &text)
     return false;
 }
 
+/// In an override a bracket is a letter and has no partner; ICU pairs some. Counted.
+int overriddenBrackets = 0;
+
+bool hasOverriddenBracket(const Units &text)
+{
+    bool overrides = false;
+    for (const ZkUcs2 unit : text) {
+        overrides = overrides || unit == 0x202D || unit == 0x202E;
+        if (overrides && zkCharacter(unit).bracket != ZkCharacter::BracketNone) {
+            return true;
+        }
+    }
+    return false;
+}
+
 /// A PDI that ends no isolate has the level of what is open where it stands; behind a PDF
 /// ICU gives it that of what the PDF closed. Counted.
 int closedBefore = 0;
@@ -499,6 +514,8 @@ TEST(UnicodeBesideIcu, LevelsAndOrderOfRandomCharacters)
                 ++markedBrackets;
             } else if (hasEndBehindEnd(least)) {
                 ++closedBefore;
+            } else if (hasOverriddenBracket(least)) {
+                ++overriddenBrackets;
             } else {
                 ++failures;
                 ADD_FAILURE() << shown(least) << "direction " << direction;
@@ -506,8 +523,8 @@ TEST(UnicodeBesideIcu, LevelsAndOrderOfRandomCharacters)
         }
     }
     std::printf("lines that ICU reckons to run one way: %d; marks on brackets: %d; PDI behind "
-                "PDF: %d\n",
-                unidirectional, markedBrackets, closedBefore);
+                "PDF: %d; brackets in overrides: %d\n",
+                unidirectional, markedBrackets, closedBefore, overriddenBrackets);
 }
 
 TEST(UnicodeBesideIcu, BoundariesOfRandomCharacters)
