@@ -116,6 +116,7 @@ bool commandOf(const SDL_Keysym &key, Command *command)
         {SDLK_F7, {Action::Boxes}},
         {SDLK_F8, {Action::Wrap}},
         {SDLK_F9, {Action::NextLimit}},
+        {SDLK_F10, {Action::Levels}},
     };
     for (const auto &row : kKeys) {
         if (row.key == key.sym) {
