@@ -265,24 +265,28 @@ ZkGlyph *ZkGlyphCacheData::oldestFirst()
     return sorted(list);
 }
 
-// Fills a table of `slots` anew, the same one when the number is the same. False, and
-// nothing changed, without memory.
+// Fills a table of `slots` anew. A smaller one stands where the larger one stood. False,
+// and nothing changed, without memory for a larger one.
 bool ZkGlyphCacheData::rebuildTable(std::uint32_t slots)
 {
-    ZkGlyph **fresh = table;
     const std::size_t size = slots * sizeof(ZkGlyph *);
-    if (slots != mask + 1) {
-        fresh = static_cast<ZkGlyph **>(std::malloc(size));
-        if (fresh == nullptr) {
+    const bool isSmaller = slots < mask + 1;
+    if (slots > mask + 1) {
+        auto *const larger = static_cast<ZkGlyph **>(std::malloc(size));
+        if (larger == nullptr) {
             return false;
         }
         peak = std::max(peak, bytes() + size);
         std::free(table);
-        table = fresh;
-        mask = slots - 1;
+        table = larger;
     }
-    std::memset(static_cast<void *>(fresh), 0, size);
+    mask = slots - 1;
+    std::memset(static_cast<void *>(table), 0, size);
     slabs.each([this](ZkGlyph *glyph) { publish(glyph); });
+    if (isSmaller) {
+        void *const less = std::realloc(static_cast<void *>(table), size);
+        table = less != nullptr ? static_cast<ZkGlyph **>(less) : table;
+    }
     return true;
 }
 
@@ -316,9 +320,7 @@ void ZkGlyphCacheData::gather(std::size_t wanted)
     while (slots > kFirstSlots && std::uint32_t(count) * 8 < slots) {
         slots /= 2;
     }
-    if (!fits(slots * sizeof(ZkGlyph *)) || !rebuildTable(slots)) {
-        rebuildTable(mask + 1);
-    }
+    rebuildTable(slots);
     notePeak();
 }
 
