@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr std::size_t kFirstBuckets = 64;
+constexpr std::size_t kFirstBuckets = 16;
 /// What malloc writes before a block, and to what it rounds the sum.
 constexpr std::size_t kBlockHead = sizeof(std::size_t), kBlockUnit = 2 * sizeof(std::size_t);
 

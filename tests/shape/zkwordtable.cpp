@@ -88,20 +88,18 @@ TEST(ZkWordTable, AWordOfMoreThanAnEighthOfTheBudgetIsNotKept)
 
 TEST(ZkWordTable, TheWordNotUsedForTheLongestTimeGoesFirst)
 {
-    const std::size_t each = ZkKnownWord::bytesOf(1, 2);
-    ZkWordTable table(64 * sizeof(void *) + 16 + 20 * each);
-    std::u16string letters;
-    for (char16_t c = u'a'; c < u'a' + 20; ++c) {
-        letters += c;
-        add(table, {std::u16string(1, c), 1});
+    ZkWordTable table(8000);
+    char16_t next = u'a';
+    while (table.evicted() == 0) {
+        add(table, {std::u16string(1, next++), 1});
     }
-    ASSERT_EQ(table.size(), 20u);
-    EXPECT_TRUE(holds(table, {u"a", 1})); // used now
-    add(table, {u"Z", 1});
-    EXPECT_TRUE(holds(table, {u"a", 1}));
-    EXPECT_FALSE(holds(table, {u"b", 1}));
-    EXPECT_TRUE(holds(table, {u"c", 1}));
-    EXPECT_EQ(table.evicted(), 1u);
+    EXPECT_FALSE(holds(table, {u"a", 1}));
+    EXPECT_TRUE(holds(table, {u"b", 1})); // used now
+    add(table, {std::u16string(1, next), 1});
+    EXPECT_TRUE(holds(table, {u"b", 1}));
+    EXPECT_FALSE(holds(table, {u"c", 1}));
+    EXPECT_TRUE(holds(table, {u"d", 1}));
+    EXPECT_EQ(table.evicted(), 2u);
 }
 
 TEST(ZkWordTable, ASmallerBudgetForgetsAtOnceAndNoBudgetForgetsAll)
