@@ -291,7 +291,8 @@ public:
     /// Takes `n` units off the end; all when there are fewer.
     void chop(int n);
 
-    /// Empties the text; the buffer is kept.
+    /// Empties the text. The buffer is kept unless other strings share it, or it is more
+    /// than three times as large as the text needed.
     void clear();
 
     /// Makes every unit `c`, after `resize(n)` unless `n` is negative.

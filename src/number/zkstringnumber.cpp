@@ -85,30 +85,13 @@ ZkString ZkString::number(double n, char format, int precision)
     return text.toString();
 }
 
-// Each of the three reads a text that failed once more, in the same way, and
-// passes on what that says.
-
 long long ZkString::toLongLong(bool *ok, int base) const
 {
-    bool own = false;
-    const long long value =
-        ZkLocale::stringToLongLong(*this, base, &own, ZkLocale::RefuseGroupSeparators);
-    if (own) {
-        report(true, ok);
-        return value;
-    }
     return ZkLocale::stringToLongLong(*this, base, ok, ZkLocale::RefuseGroupSeparators);
 }
 
 unsigned long long ZkString::toULongLong(bool *ok, int base) const
 {
-    bool own = false;
-    const unsigned long long value =
-        ZkLocale::stringToUnsLongLong(*this, base, &own, ZkLocale::RefuseGroupSeparators);
-    if (own) {
-        report(true, ok);
-        return value;
-    }
     return ZkLocale::stringToUnsLongLong(*this, base, ok, ZkLocale::RefuseGroupSeparators);
 }
 
@@ -152,12 +135,6 @@ unsigned short ZkString::toUShort(bool *ok, int base) const
 
 double ZkString::toDouble(bool *ok) const
 {
-    bool own = false;
-    const double value = ZkLocale::stringToDouble(*this, &own, ZkLocale::RefuseGroupSeparators);
-    if (own) {
-        report(true, ok);
-        return value;
-    }
     return ZkLocale::stringToDouble(*this, ok, ZkLocale::RefuseGroupSeparators);
 }
 

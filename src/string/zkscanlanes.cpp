@@ -1,4 +1,5 @@
 #include "base/zklanes.h"
+#include "string/zkfind.h"
 #include "string/zkscan.h"
 
 #include <algorithm>
