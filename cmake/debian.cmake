@@ -1,4 +1,5 @@
-# One Debian package for each component: libzkN, libzk-dev, zk-tools. `./dev
+# One Debian package for each component: libzkN, libzk-dev, zk-tools, and libzkshapeN
+# and libzkshape-dev where that library is built. `./dev
 # package` builds them; `cpack` in a build folder of preset `package` does too.
 
 set(zk_runtime_package libzk${zk_soversion})
@@ -61,6 +62,31 @@ stand, shows single glyphs and tells which characters a font has.")
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers)
 
+set(zk_documented runtime:${zk_runtime_package} development:libzk-dev tools:zk-tools)
+if(ZK_SHAPE)
+  set(zk_shape_package libzkshape${zk_soversion})
+  list(APPEND CPACK_COMPONENTS_ALL shape shape-development)
+  list(APPEND zk_documented shape:${zk_shape_package} shape-development:libzkshape-dev)
+  set(CPACK_COMPONENT_SHAPE_DEPENDS runtime)
+  set(CPACK_COMPONENT_SHAPE-DEVELOPMENT_DEPENDS shape development)
+  set(CPACK_DEBIAN_SHAPE_PACKAGE_NAME ${zk_shape_package})
+  set(CPACK_DEBIAN_SHAPE_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_SHAPE_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers)
+  set(CPACK_COMPONENT_SHAPE_DESCRIPTION
+"text engine for embedded devices - every script
+Shapes the runs of libzk's paragraphs with HarfBuzz: all scripts, ligatures,
+OpenType features and variable fonts, words shaped once and kept; divides Thai
+into words with libthai.
+.
+This package holds the library that programs load.")
+  set(CPACK_DEBIAN_SHAPE-DEVELOPMENT_PACKAGE_NAME libzkshape-dev)
+  set(CPACK_DEBIAN_SHAPE-DEVELOPMENT_PACKAGE_SECTION libdevel)
+  set(CPACK_COMPONENT_SHAPE-DEVELOPMENT_DESCRIPTION
+"text engine for embedded devices - development files for every script
+Headers, CMake targets and pkg-config file to build programs whose paragraphs
+are shaped by HarfBuzz and whose Thai is divided into words.")
+endif()
+
 # What every Debian package carries: licence, the project's changes and the package's.
 # The time is that of SOURCE_DATE_EPOCH where it is set.
 string(TIMESTAMP zk_packaged "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -73,7 +99,7 @@ file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian
 ")
 zk_gzip(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog.gz)
 zk_gzip(${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian changelog.Debian.gz)
-foreach(pair runtime:${zk_runtime_package} development:libzk-dev tools:zk-tools)
+foreach(pair ${zk_documented})
   string(REPLACE ":" ";" pair ${pair})
   list(GET pair 0 component)
   list(GET pair 1 package)

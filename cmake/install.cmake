@@ -2,6 +2,7 @@
 #   runtime      the library that programs load
 #   development  headers, what programs link with, CMake package, zk.pc, gdb printers
 #   tools        zktext and its manual page
+# and, where libzkshape is built, its library and its headers in two of their own.
 
 include(CMakePackageConfigHelpers)
 
@@ -41,6 +42,27 @@ endif()
 configure_file(cmake/zk.pc.in zk.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zk.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+if(ZK_SHAPE)
+  install(TARGETS zkshape EXPORT zkShapeTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT shape NAMELINK_COMPONENT shape-development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT shape-development)
+  install(DIRECTORY shape/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zk/shape
+    COMPONENT shape-development FILES_MATCHING PATTERN "*.h")
+  install(EXPORT zkShapeTargets NAMESPACE zk:: DESTINATION ${zk_package_dir}
+    COMPONENT shape-development)
+  set(zk_pc_private "")
+  if(ZK_STATIC)
+    set(zk_pc_private "Requires.private: harfbuzz libthai\n")
+  endif()
+  configure_file(cmake/zkshape.pc.in zkshape.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zkshape.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT shape-development)
+  if(NOT ZK_DEBIAN)
+    set_target_properties(zkshape PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
+endif()
 
 # gdb loads the printers by itself when they lie below its own folder under the
 # library's path; elsewhere they are there to be sourced.

@@ -106,7 +106,8 @@ struct GlyphBitmap {
     std::int16_t advance;  ///< from this pen position to the next one, rounded
     ZkFontAttr font;       ///< of the first request: take underline from your own font
     std::uint8_t *pixels;  ///< top row first, 0 empty to 255 full, 1 the halo of an outlined
-                           ///< glyph; null once trimmed or when there was no memory
+                           ///< glyph; null once trimmed or when there was no memory,
+                           ///< whatever the size says then
     std::uint16_t unicode; ///< the character
     mutable std::uint32_t useCount; ///< how often handed out and not yet given back
 
@@ -116,6 +117,14 @@ struct GlyphBitmap {
 
     /// Gives `uses` back; the caller's last reads of the pixels stay before a trim.
     void release(std::uint32_t uses = 1) const;
+
+    /// True when size, bearings and advance are the same.
+    bool isShapedLike(const GlyphBitmap &other) const
+    {
+        return width == other.width && height == other.height && pitch == other.pitch &&
+               left == other.left && top == other.top && descent == other.descent &&
+               advance == other.advance;
+    }
 
     /// False when the pixels may be dropped.
     bool isUsed() const { return __atomic_load_n(&useCount, __ATOMIC_ACQUIRE) != 0; }

@@ -49,9 +49,17 @@ public:
 
     /// The glyph of a character, rendered if it must be; never null. The record is
     /// good until the font file is set or closed, its pixels until the caller's use
-    /// is given back with `release`. Pixels for which there was no memory are null,
-    /// and are tried again on the next request. A glyph that is there costs a read
-    /// lock, a look-up and an increment, and no allocation.
+    /// is given back with `release`. Pixels for which there was no memory, at whatever
+    /// step, are null and are tried again on the next request; should the glyph's size
+    /// be another one then while the record is in use, that request gets a record of
+    /// its own. A glyph that the font has in a damaged form is blank, 0 x 0, and is
+    /// tried again once it was trimmed. A glyph that is there costs a read lock, a
+    /// look-up and an increment, and no allocation.
+    ///
+    /// Nothing bounds a glyph but FreeType: a hostile font of 2.3 KB makes glyphs of
+    /// 29,504 x 17,472 pixels out of a size of 16, half a gigabyte each, under the write
+    /// lock. Open only fonts that you trust, or look at them with `zktext coverage`
+    /// before; above 65,535 columns or rows a glyph is blank.
     ///
     /// Two threads that miss one glyph at once may both render it: each gets a good
     /// record, later requests the one that was stored last.

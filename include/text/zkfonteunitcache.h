@@ -81,9 +81,10 @@ public:
     /// already there under the same key is no longer found, but stays valid.
     GlyphBitmap *addFontInfo(const GlyphBitmap &record);
 
-    /// Gives the stored record of the same key the pixels of `record`, and returns
-    /// the stored one. Pixels that it has are not freed: it should have none. Stops
-    /// the process when there is no such record.
+    /// Gives the stored record of the same key the pixels of `record`, with its size,
+    /// bearings and advance if those differ, and returns the stored one. Null pixels bring
+    /// no size. Pixels that it has are not freed: it should have none. Stops the process
+    /// when there is no such record.
     GlyphBitmap *addfontMetrics(const GlyphBitmap &record); // sic: the exported name
 
     /// Frees the pixels of every record that can be found and whose use count is 0.

@@ -3,6 +3,8 @@
 
 #include "zkcharacter.h"
 
+struct ZkTextSource;
+
 /// Which way each character of a text runs, and in what order a line shows them: the
 /// Unicode bidirectional algorithm of Unicode 15.0 with embeddings, overrides, isolates
 /// and bracket pairs. A text may have several paragraphs; each is resolved by itself.
@@ -48,12 +50,12 @@ public:
     };
 
     /// Bytes of a caller's buffer that suffice for any text of `units` units.
-    static int bufferSize(int units);
+    static std::int64_t bufferSize(int units) { return std::int64_t(units) * 16 + 128; }
 
     ZkBidi();
     /// Uses `bytes` at `buffer`, which must outlive this object and be aligned as an
     /// `int`. A text for which they do not suffice gets memory of its own.
-    ZkBidi(void *buffer, int bytes);
+    ZkBidi(void *buffer, std::int64_t bytes);
     ~ZkBidi();
     ZkBidi(const ZkBidi &) = delete;
     ZkBidi &operator=(const ZkBidi &) = delete;
@@ -71,11 +73,11 @@ public:
     int size() const { return m_size; }
 
     /// True when every level is 0.
-    bool isLeftToRight() const { return m_levels == nullptr; }
+    bool isLeftToRight() const { return m_leftToRight; }
 
     /// The level of unit `i`, 0 to 126, as a line would show it that ends behind the
     /// paragraph. `i` is not checked.
-    int level(int i) const { return m_levels == nullptr ? 0 : m_levels[i] & 0x7F; }
+    int level(int i) const { return m_leftToRight ? 0 : m_levels[i] & 0x7F; }
 
     /// Paragraphs in the order of the text; an empty text has none.
     int paragraphCount() const { return m_paragraphCount; }
@@ -95,24 +97,29 @@ public:
     int visualRuns(int first, int last, Run *runs, int room) const;
 
     /// For each place of a line from left to right the unit that stands there, `last -
-    /// first` of them. The units of a surrogate pair keep their order.
+    /// first` of them. In a run from right to left the second unit of a surrogate
+    /// pair comes first. Allocates where a line has more than 64 runs.
     void visualOrder(int first, int last, int *units) const;
 
 private:
-    class Resolver;
+    template <typename Unit>
+    void analyse(const Unit *text, int units, Direction direction);
+    void setLeftToRight(const ZkTextSource &text, bool separated);
+    void *listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit);
+    void resolve(const ZkTextSource &text, std::uint32_t classes);
+    int contentEnd(int first, int last) const;
+    void allocate(std::int64_t bytes, std::int64_t kept);
 
-    // A byte for each unit: the level, and kBlank where the end of a line resets it.
-    // Null when all of them are 0.
-    std::uint8_t *m_levels;
-    Paragraph *m_paragraphs;
+    std::uint8_t *m_levels;  // of each unit, and a bit where the end of a line resets it
+    Paragraph *m_paragraphs; // `&m_only` where there is one at most
+    Paragraph m_only;
     int m_size;
     int m_paragraphCount;
-    int m_paragraphCapacity;
     int m_baseLevel;
     Direction m_direction;
-    Paragraph m_only; // where one paragraph is all there is
-    void *m_buffer;
-    int m_bytes;
+    bool m_leftToRight; // all levels are 0, and `m_levels` is not filled
+    void *m_buffer;     // where both arrays lie, the levels first
+    std::int64_t m_bytes;
     bool m_ownsBuffer;
 };
 

@@ -70,7 +70,9 @@ struct ZkCharacter {
         BidiPDI
     };
     enum Bracket { BracketNone, BracketOpen, BracketClose };
-    /// As in the database, before any rule resolves a class to another one.
+    /// As in the database, before any rule resolves a class to another one. Some rules ask
+    /// for more than the class; `lineVariant` is 1 for an OP or CP of East Asian width, for
+    /// an ID that is an unassigned pictograph, and for an SA that is a mark.
     enum Line {
         LineXX,
         LineAI,
@@ -349,19 +351,20 @@ struct ZkCharacter {
         ScriptZanabazarSquare
     };
 
-    std::uint32_t bidi : 5;    ///< a value of `Bidi`
-    std::uint32_t bracket : 2; ///< a value of `Bracket`; its pair is zkMirrored()
+    std::uint32_t bidi : 5;        ///< a value of `Bidi`
+    std::uint32_t bracket : 2;     ///< a value of `Bracket`; its pair is zkMirrored()
+    std::uint32_t line : 6;        ///< a value of `Line`
+    std::uint32_t lineVariant : 1; ///< more of what line rules ask, see `Line`
+    std::uint32_t grapheme : 4;    ///< a value of `Grapheme`
     std::uint32_t isExtendedPictographic : 1;
-    std::uint32_t line : 6;           ///< a value of `Line`
-    std::uint32_t grapheme : 4;       ///< a value of `Grapheme`
     std::uint32_t word : 5;           ///< a value of `Word`
     std::uint32_t category : 5;       ///< a value of `Category`
     std::uint32_t joining : 3;        ///< a value of `Joining`
-    std::uint32_t isMirrored : 1;     ///< shows its mirror image in right-to-left text
     std::uint32_t script : 8;         ///< a value of `Script`
     std::uint32_t combiningClass : 8; ///< canonical combining class, 0 to 240
     std::uint32_t width : 3;          ///< East Asian width, a value of `Width`
     std::uint32_t indic : 3;          ///< a value of `Indic`
+    std::uint32_t isMirrored : 1;     ///< shows its mirror image in right-to-left text
     std::uint32_t isEmoji : 1;
     std::uint32_t isEmojiPresentation : 1; ///< in colours unless a selector says otherwise
     std::uint32_t isEmojiModifier : 1;
@@ -372,7 +375,7 @@ static_assert(sizeof(ZkCharacter) == 8, "a record is 8 bytes on every platform")
 
 /// The properties of `c`; above U+10FFFF those of a character that is not assigned.
 /// Constant time, no lock.
-ZK_EXPORT ZkCharacter zkCharacter(char32_t c);
+ZK_EXPORT const ZkCharacter &zkCharacter(char32_t c);
 
 /// The character that looks like `c` seen in a mirror, `c` itself where there is none.
 /// A bracket's mirror image is the bracket it pairs with.
@@ -383,7 +386,7 @@ ZK_EXPORT char32_t zkMirrored(char32_t c);
 ZK_EXPORT char32_t zkCompose(char32_t base, char32_t mark);
 
 /// A text whose characters have been looked up, for `ZkBidi` and `ZkTextBreaks` to share:
-/// one byte for each unit. The text itself is not copied; it must stay as it is while
+/// two bytes for each unit. The text itself is not copied; it must stay as it is while
 /// this object, or an analysis of it, is asked. A surrogate without its partner is a
 /// character of its own.
 ///
@@ -393,8 +396,8 @@ class ZK_EXPORT ZkTextCharacters
 {
 public:
     ZkTextCharacters();
-    /// Uses `capacity` bytes at `buffer`, one for each unit, which must outlive this object.
-    ZkTextCharacters(std::uint8_t *buffer, int capacity);
+    /// Uses `capacity` numbers at `buffer`, one for each unit, which must outlive this object.
+    ZkTextCharacters(std::uint16_t *buffer, int capacity);
     ~ZkTextCharacters();
     ZkTextCharacters(const ZkTextCharacters &) = delete;
     ZkTextCharacters &operator=(const ZkTextCharacters &) = delete;
@@ -413,7 +416,7 @@ public:
 
     /// The character that unit `i` belongs to; both units of a pair give the same.
     char32_t character(int i) const;
-    ZkCharacter properties(int i) const { return zkCharacter(character(i)); }
+    const ZkCharacter &properties(int i) const { return zkCharacter(character(i)); }
 
     /// True when every character is sure to stand from left to right: no letter or
     /// number of a right-to-left script, no control of direction.
@@ -427,11 +430,12 @@ private:
 
     const ZkUcs2 *m_units;    // the text when it is UTF-16, else null
     const char32_t *m_points; // the text when it is code points, else null
-    std::uint8_t *m_records;  // the number of each unit's record
+    std::uint16_t *m_records; // the number of each unit's record
     int m_size;
     int m_capacity;
     bool m_ownsRecords;
     bool m_leftToRight;
+    bool m_separated; // there may be separators of paragraphs
 };
 
 #endif

@@ -11,6 +11,23 @@ ZkFontLock zkFontLock;
 ZkFontCache *ZkFontCache::m_pMyself = nullptr;
 ZkFreetype *ZkFontCache::m_pFtEngine = nullptr;
 
+namespace
+{
+
+// Puts a rendered glyph under its key, where `record` stands already or null. A record
+// keeps its place; but one that is in use with another size, since its glyph could not be
+// loaded before, keeps that: others draw by it. Later requests find the new one.
+GlyphBitmap *stored(ZkFonteUnitCache *cache, GlyphBitmap *record, const GlyphBitmap &fresh)
+{
+    if (record != nullptr && fresh.pixels == nullptr) {
+        return record;
+    }
+    const bool isRefill = record != nullptr && (fresh.isShapedLike(*record) || !record->isUsed());
+    return isRefill ? cache->addfontMetrics(fresh) : cache->addFontInfo(fresh);
+}
+
+} // namespace
+
 ZkFontCache *ZkFontCache::create()
 {
     return zkNew<ZkFontCache>(); // which enters itself
@@ -86,7 +103,7 @@ const GlyphBitmap *ZkFontCache::render(unsigned short unicode, const ZkFont &fon
     for (unsigned i = 0; i < uses && (record == nullptr || record->pixels == nullptr); ++i) {
         m_pFtEngine->setTextFont(font);
         const GlyphBitmap fresh = m_pFtEngine->resloveUnicode(unicode);
-        record = record == nullptr ? addFontInfo(fresh) : addfontMetrics(fresh);
+        record = stored(this, record, fresh);
     }
     record->retain(uses);
     return record;

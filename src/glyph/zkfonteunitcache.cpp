@@ -117,9 +117,20 @@ GlyphBitmap *ZkFonteUnitCache::addfontMetrics(const GlyphBitmap &record)
     GlyphBitmap *stored = find(key(record.unicode, record.font));
     ZK_CHECK_AT(stored != nullptr, "stored", "./src/zkfonteunitcache", __LINE__,
                 __PRETTY_FUNCTION__);
-    // Counted as a new record is: also when there was no memory for the pixels.
-    addPixelBytes(record, 1);
+    addPixelBytes(*stored, -1);
+    // The size belongs to the pixels: a glyph that could not be loaded, then or now, is
+    // blank. The same size is not written, for whoever uses the record may read it.
+    if (record.pixels != nullptr && !record.isShapedLike(*stored)) {
+        stored->width = record.width;
+        stored->height = record.height;
+        stored->pitch = record.pitch;
+        stored->left = record.left;
+        stored->top = record.top;
+        stored->descent = record.descent;
+        stored->advance = record.advance;
+    }
     stored->pixels = record.pixels;
+    addPixelBytes(*stored, 1);
     return stored;
 }
 
@@ -128,9 +139,9 @@ void ZkFonteUnitCache::cleanAllFontMetrics()
     for (auto it = m_table.begin(), end = m_table.end(); it != end; ++it) {
         GlyphBitmap *record = it.value();
         if (record->pixels != nullptr && !record->isUsed()) {
+            addPixelBytes(*record, -1);
             std::free(record->pixels);
             record->pixels = nullptr;
-            addPixelBytes(*record, -1);
         }
     }
 }
@@ -147,6 +158,9 @@ void ZkFonteUnitCache::nextGeneration()
 
 void ZkFonteUnitCache::addPixelBytes(const GlyphBitmap &record, int sign)
 {
+    if (record.pixels == nullptr) {
+        return;
+    }
     const std::int64_t bytes = static_cast<std::int64_t>(record.width) * record.height;
     const int sum = zkWrapped(m_pixelBytes + sign * bytes);
     __atomic_store_n(&m_pixelBytes, sum, __ATOMIC_RELAXED);

@@ -1,5 +1,6 @@
 #include "zkfreetype.h"
 
+#include "glyph/zkfreetypestart.h"
 #include "glyph/zkglyphrenderer.h"
 
 #include <ft2build.h>
@@ -22,10 +23,14 @@ constexpr int kFirstPixelSize = 16;
 // does not scale it anew. Lives and dies with the face.
 int scaledTo = kFirstPixelSize;
 
-// Gives `record` the size of `glyph` and a buffer with its coverage.
-void fillRecord(GlyphBitmap *record, ZkRenderedGlyph *glyph)
+// Gives `record` the size of `glyph` and a buffer with its coverage; none when that
+// is not the glyph's own for want of memory.
+void fillRecord(GlyphBitmap *record, ZkRenderedGlyph *glyph, bool isStarved)
 {
     glyph->measure(record);
+    if (isStarved) {
+        return;
+    }
     // An empty glyph has a byte too: null pixels mean that it must be rendered again.
     const std::int64_t bytes = static_cast<std::int64_t>(record->width) * record->height;
     void *memory = nullptr;
@@ -65,13 +70,14 @@ void ZkFreetype::freetype_init(ZkString path)
                     "ZkApplication::setFontFile() !!!!!\n");
         std::exit(1);
     }
-    if (FT_Init_FreeType(&m_plibrary) != 0 || m_plibrary == nullptr) {
+    if (ZkFreeTypeStart::open(&m_plibrary) != 0 || m_plibrary == nullptr) {
         m_plibrary = nullptr;
         std::printf("FT_Init_FreeType error!\n");
         std::exit(1);
     }
     const ZkByteArray name = path.toUtf8();
-    if (FT_New_Face(m_plibrary, name.constData(), 0, &m_pface) != 0 || m_pface == nullptr) {
+    if (FT_New_Face(m_plibrary, name.constData(), 0, &m_pface) != 0 || m_pface == nullptr ||
+        ZkFreeTypeStart::wasStarved()) {
         m_pface = nullptr;
         std::printf("[GUI-FRAMEWORK]: open font(%s) failed !!!\n", name.constData());
         std::exit(1);
@@ -121,28 +127,39 @@ GlyphBitmap ZkFreetype::resloveUnicode(unsigned short unicode)
     ZkRenderedGlyph rendered(m_plibrary, style);
     if (m_pface == nullptr) {
         std::printf("FT_Load_Glyph error!\n");
-        fillRecord(&record, &rendered);
+        fillRecord(&record, &rendered, false);
         return record;
     }
 
-    const unsigned failed =
+    ZkFreeTypeStart::wasStarved();
+    unsigned failed =
         rendered.render(m_pface, FT_Get_Char_Index(m_pface, unicode), FT_LOAD_FORCE_AUTOHINT);
-    // Of the glyph object only the failure to make it counts: an empty slot has none,
-    // nor has an advance of 32768 pixels. Made of the rendered slot it copies nothing
-    // but takes the bitmap over, so it is released after the last read.
+    if (ZkFreeTypeStart::wasStarved()) {
+        failed |= ZkRenderedGlyph::Starved;
+    }
+    const bool isLoaded = (failed & ZkRenderedGlyph::LoadFailed) == 0;
+    const bool isRendered = (failed & ZkRenderedGlyph::RenderFailed) == 0;
+    // FT_Get_Glyph is called to find out whether it fails: it does for an advance of 32768
+    // pixels. The glyph object takes the rendered bitmap over and copies nothing, so it is
+    // released after the last read. Of a slot that nothing was loaded into there is no
+    // glyph, as there is no rendering.
     FT_Glyph glyph = nullptr;
-    const bool isCopied = FT_Get_Glyph(m_pface->glyph, &glyph) == 0;
-    if ((failed & ZkRenderedGlyph::LoadFailed) != 0) {
+    const bool isCopied = isLoaded ? FT_Get_Glyph(m_pface->glyph, &glyph) == 0 : isRendered;
+    if (!isLoaded) {
         std::printf("FT_Load_Glyph error!\n");
     }
     if (!isCopied) {
         std::printf("FT_Get_Glyph error!\n");
         glyph = nullptr;
     }
-    if ((failed & ZkRenderedGlyph::RenderFailed) != 0) {
+    if (!isRendered) {
         std::printf("FT_Render_Glyph error!\n");
     }
-    fillRecord(&record, &rendered);
+    const bool isStarved = (failed & ZkRenderedGlyph::Starved) != 0;
+    if (isStarved && isLoaded && isRendered) {
+        std::printf("malloc fontMetrics memory failed !!!\n"); // no step has said so
+    }
+    fillRecord(&record, &rendered, isStarved);
     FT_Done_Glyph(glyph);
     return record;
 }

@@ -30,7 +30,10 @@ ZkRenderedGlyph::~ZkRenderedGlyph()
 
 unsigned ZkRenderedGlyph::render(FT_Face face, FT_UInt index, FT_Int32 loadFlags)
 {
-    const unsigned failed = loadAndRender(face, index, loadFlags);
+    unsigned failed = loadAndRender(face, index, loadFlags);
+    if ((failed & LoadFailed) != 0) {
+        return failed; // what the slot holds is of no glyph
+    }
     const FT_GlyphSlot slot = face->glyph;
     m_advance = slot->advance.x;
     m_left = slot->bitmap_left;
@@ -38,11 +41,20 @@ unsigned ZkRenderedGlyph::render(FT_Face face, FT_UInt index, FT_Int32 loadFlags
     if (slot->format == FT_GLYPH_FORMAT_BITMAP) {
         if (slot->bitmap.pixel_mode == FT_PIXEL_MODE_GRAY) {
             m_grey = rowsOf(slot->bitmap);
-        } else if (convertToGrey(slot->bitmap)) {
-            m_grey = rowsOf(m_converted);
+        } else {
+            const FT_Error error = convertToGrey(slot->bitmap);
+            if (error == 0) {
+                m_grey = rowsOf(m_converted);
+            }
+            failed |= starvedBy(error);
         }
     }
     return failed;
+}
+
+unsigned ZkRenderedGlyph::starvedBy(FT_Error error)
+{
+    return FT_ERROR_BASE(error) == FT_Err_Out_Of_Memory ? Starved : 0u;
 }
 
 // After a failed load the slot is empty, after a failed rendering it holds an outline.
@@ -50,25 +62,25 @@ unsigned ZkRenderedGlyph::loadAndRender(FT_Face face, FT_UInt index, FT_Int32 lo
 {
     FT_Matrix shear = kSlant;
     FT_Set_Transform(face, isStyled(ZkFontAttr::Slant) ? &shear : nullptr, nullptr);
-    unsigned failed = 0;
-    if (FT_Load_Glyph(face, index, loadFlags) != 0) {
-        failed |= LoadFailed;
-    }
     const FT_GlyphSlot slot = face->glyph;
+    if (const FT_Error error = FT_Load_Glyph(face, index, loadFlags); error != 0) {
+        const bool isEmpty =
+            slot->format != FT_GLYPH_FORMAT_OUTLINE && slot->format != FT_GLYPH_FORMAT_BITMAP;
+        return LoadFailed | (isEmpty ? RenderFailed : 0u) | starvedBy(error);
+    }
     if (slot->format == FT_GLYPH_FORMAT_OUTLINE) {
         if (isStyled(ZkFontAttr::Embolden)) {
             FT_Outline_Embolden(&slot->outline, kEmboldenStrength);
         }
         if (m_bounds == Bounded && !isBounded(slot->outline)) {
-            return failed | TooLarge;
+            return TooLarge;
         }
     }
-    // A strike is there as it is.
-    if (slot->format != FT_GLYPH_FORMAT_BITMAP &&
-        FT_Render_Glyph(slot, FT_RENDER_MODE_NORMAL) != 0) {
-        failed |= RenderFailed;
+    if (slot->format == FT_GLYPH_FORMAT_BITMAP) {
+        return 0; // a strike is there as it is
     }
-    return failed;
+    const FT_Error error = FT_Render_Glyph(slot, FT_RENDER_MODE_NORMAL);
+    return error != 0 ? RenderFailed | starvedBy(error) : 0u;
 }
 
 // The edges from point to point are shorter than the curves' control polygons and not
@@ -114,22 +126,23 @@ ZkRenderedGlyph::GreyRows ZkRenderedGlyph::rowsOf(const FT_Bitmap &bitmap)
 }
 
 // Makes an 8-bit bitmap of the packed or coloured strike in `source`, full
-// coverage being 255. False when FreeType cannot.
-bool ZkRenderedGlyph::convertToGrey(const FT_Bitmap &source)
+// coverage being 255. FreeType's error when it cannot.
+FT_Error ZkRenderedGlyph::convertToGrey(const FT_Bitmap &source)
 {
-    if (FT_Bitmap_Convert(m_library, &source, &m_converted, 1) != 0) {
-        return false;
+    const FT_Error error = FT_Bitmap_Convert(m_library, &source, &m_converted, 1);
+    if (error != 0) {
+        return error;
     }
     const unsigned full = m_converted.num_grays < 2 ? 1u : m_converted.num_grays - 1u;
     const GreyRows rows = rowsOf(m_converted);
     if (full == 255 || rows.pitch == 0) {
-        return true;
+        return FT_Err_Ok;
     }
     const std::size_t bytes = static_cast<std::size_t>(rows.rows) * rows.pitch;
     for (std::size_t i = 0; i < bytes; ++i) {
         m_converted.buffer[i] = static_cast<std::uint8_t>(m_converted.buffer[i] * 255u / full);
     }
-    return true;
+    return FT_Err_Ok;
 }
 
 void ZkRenderedGlyph::measure(GlyphBitmap *record)

@@ -25,7 +25,10 @@ class ZkRenderedGlyph
 public:
     /// Steps that went wrong, as bits. What can be said of the glyph is there all the
     /// same: an advance without pixels, or nothing at all.
-    enum Failure : unsigned { LoadFailed = 1, TooLarge = 2, RenderFailed = 4 };
+    /// A glyph that was not loaded has neither. `Starved` beside another bit, or alone when a
+    /// strike could not be converted, says that memory was missing: another time the
+    /// glyph may come out.
+    enum Failure : unsigned { LoadFailed = 1, TooLarge = 2, RenderFailed = 4, Starved = 8 };
 
     /// The most that a bounded glyph may have: at 255 pixels an em, 32 ems of ink, 16 ems
     /// in one direction, and edges of 4,096 ems. Damaged fonts know no such measure, and a
@@ -68,7 +71,8 @@ private:
     static void copyRows(const GreyRows &grey, std::uint8_t *pixels, std::size_t stride);
     static void copyRowsWithHalo(const GreyRows &grey, std::uint8_t *pixels);
     unsigned loadAndRender(FT_Face face, FT_UInt index, FT_Int32 loadFlags);
-    bool convertToGrey(const FT_Bitmap &source);
+    FT_Error convertToGrey(const FT_Bitmap &source);
+    static unsigned starvedBy(FT_Error error);
 
     bool isStyled(unsigned flag) const { return (m_style & flag) != 0; }
 

@@ -4,6 +4,8 @@
 #include "mallochook.h"
 #include "tinyfont.h"
 
+#include FT_MODULE_H
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -32,7 +34,8 @@ struct Faults {
     bool loadFails = false;
     bool getFails = false;
     bool renderFails = false;
-    bool convertFails = false;
+    FT_Error convertError = 0;
+    FT_Error loadError = 0;
     const FT_Bitmap *rendered = nullptr; // stands in for the rendered bitmap
     int sizings = 0;                     // calls of FT_Set_Pixel_Sizes
 };
@@ -72,13 +75,13 @@ Function *freetypes(Function *, const char *name)
 
 // The library's calls of FreeType arrive here first.
 
-extern "C" FT_Error FT_Init_FreeType(FT_Library *library)
+extern "C" FT_Error FT_New_Library(FT_Memory memory, FT_Library *library)
 {
     if (faults.initFails || faults.initGivesNull) {
         *library = nullptr;
         return faults.initFails ? FT_Err_Out_Of_Memory : FT_Err_Ok;
     }
-    return freetypes(FT_Init_FreeType, "FT_Init_FreeType")(library);
+    return freetypes(FT_New_Library, "FT_New_Library")(memory, library);
 }
 
 extern "C" FT_Error FT_Set_Pixel_Sizes(FT_Face face, FT_UInt width, FT_UInt height)
@@ -90,6 +93,9 @@ extern "C" FT_Error FT_Set_Pixel_Sizes(FT_Face face, FT_UInt width, FT_UInt heig
 extern "C" FT_Error FT_Load_Glyph(FT_Face face, FT_UInt glyph, FT_Int32 flags)
 {
     restoreRenderedBitmap();
+    if (faults.loadError != 0) {
+        return faults.loadError; // the slot keeps the glyph before
+    }
     return freetypes(FT_Load_Glyph, "FT_Load_Glyph")(face, faults.loadFails ? 0xFFFFFF : glyph,
                                                      flags);
 }
@@ -126,9 +132,9 @@ extern "C" FT_Error FT_Render_Glyph(FT_GlyphSlot slot, FT_Render_Mode mode)
 extern "C" FT_Error FT_Bitmap_Convert(FT_Library library, const FT_Bitmap *source,
                                       FT_Bitmap *target, FT_Int alignment)
 {
-    return faults.convertFails ? FT_Err_Out_Of_Memory
-                               : freetypes(FT_Bitmap_Convert,
-                                           "FT_Bitmap_Convert")(library, source, target, alignment);
+    return faults.convertError != 0 ? faults.convertError
+                                    : freetypes(FT_Bitmap_Convert, "FT_Bitmap_Convert")(
+                                          library, source, target, alignment);
 }
 
 namespace
@@ -543,14 +549,42 @@ TEST(ZkFreetype, AStrikeThatCannotBeConvertedIsEmpty)
     const OpenFont open(TinyFont()
                             .addBox('A', 0, 0, 4, 4, 5)
                             .withStrike(16, 1, 2, 1, 0, 1, 3, std::string("\x40", 1)));
-    Faults wanted;
-    wanted.convertFails = true;
-    const ScopedFaults scope(wanted);
-    const Rendered glyph('A', ZkFont());
-    EXPECT_EQ(glyph.record.width, 0);
-    EXPECT_EQ(glyph.record.height, 0);
-    EXPECT_EQ(glyph.record.advance, 3);
-    EXPECT_NE(glyph.record.pixels, nullptr);
+    for (const FT_Error error : {FT_Err_Invalid_Argument, FT_Err_Out_Of_Memory}) {
+        SCOPED_TRACE(error);
+        Faults wanted;
+        wanted.convertError = error;
+        const ScopedFaults scope(wanted);
+        const Rendered glyph('A', ZkFont());
+        EXPECT_EQ(glyph.record.width, 0);
+        EXPECT_EQ(glyph.record.height, 0);
+        EXPECT_EQ(glyph.record.advance, 3);
+        // Without memory there are no pixels, so that the glyph is asked for again.
+        const bool isStarved = error == FT_Err_Out_Of_Memory;
+        EXPECT_EQ(glyph.printed, isStarved ? kNoMemory : "");
+        EXPECT_EQ(glyph.record.pixels == nullptr, isStarved);
+    }
+}
+
+// After a failed load nothing is rendered: the slot may hold what was there before.
+TEST(ZkFreetype, AFailedLoadLeavesTheSlotAlone)
+{
+    const OpenFont open(TinyFont().addBox('A', 0, 0, 4, 4, 5));
+    for (const FT_Error error : {FT_Err_Invalid_Outline, FT_Err_Out_Of_Memory}) {
+        for (const bool outline : {false, true}) {
+            SCOPED_TRACE(error);
+            const Rendered before('A', ZkFont());
+            ASSERT_EQ(before.record.width, 4);
+            Faults wanted;
+            wanted.loadError = error;
+            const ScopedFaults scope(wanted);
+            const Rendered glyph('A', ZkFont(16, false, true, outline, false));
+            EXPECT_EQ(glyph.printed, kLoad) << "the slot is not empty";
+            EXPECT_EQ(glyph.record.width, outline ? 2 : 0);
+            EXPECT_EQ(glyph.record.height, outline ? 2 : 0);
+            EXPECT_EQ(glyph.record.advance, 0);
+            EXPECT_EQ(glyph.record.pixels == nullptr, error == FT_Err_Out_Of_Memory);
+        }
+    }
 }
 
 TEST(ZkFreetype, AFontOfStrikesAloneKeepsTheStrikeThatMatchedLast)

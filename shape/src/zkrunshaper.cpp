@@ -1,0 +1,300 @@
+#include "zkrunshaper.h"
+
+#include "zkcharacter.h"
+#include "zkopentype.h"
+#include "zkshapedwords.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// Unknown words are shaped together until they have so many units.
+constexpr int kMostPending = 512;
+
+bool isHighSurrogate(ZkUcs2 unit)
+{
+    return (unit & 0xFC00) == 0xD800;
+}
+bool isLowSurrogate(ZkUcs2 unit)
+{
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+/// The character that begins at unit `i` of `[.., last)`; a lone surrogate is itself.
+char32_t characterAt(const ZkUcs2 *text, int i, int last)
+{
+    if (isHighSurrogate(text[i]) && i + 1 < last && isLowSurrogate(text[i + 1])) {
+        return 0x10000u + ((text[i] & 0x3FFu) << 10) + (text[i + 1] & 0x3FFu);
+    }
+    return text[i];
+}
+
+/// The character that ends before unit `i` of `[first, ..)`.
+char32_t characterBefore(const ZkUcs2 *text, int i, int first)
+{
+    return i - 2 >= first ? (isLowSurrogate(text[i - 1]) && isHighSurrogate(text[i - 2])
+                                 ? characterAt(text, i - 2, i)
+                                 : text[i - 1])
+                          : text[i - 1];
+}
+
+bool isMarkOrFormat(char32_t c)
+{
+    if (c < 0x300) {
+        return c == 0xAD;
+    }
+    const unsigned category = zkCharacter(c).category;
+    return (category >= ZkCharacter::CategoryMn && category <= ZkCharacter::CategoryMe) ||
+           category == ZkCharacter::CategoryCf;
+}
+
+/// True when a character outside of a run can change its neighbour inside.
+bool reachesOver(char32_t c)
+{
+    return isMarkOrFormat(c) || (c >= 0x300 && zkCharacter(c).joining != ZkCharacter::JoiningNone);
+}
+
+} // namespace
+
+ZkRunShaper::ZkRunShaper(ZkShapedWordsData *shared) : m_shared(shared), m_buffer(hb_buffer_create())
+{
+    if (shared != nullptr) {
+        m_lock = std::unique_lock<std::mutex>(shared->lock, std::defer_lock);
+    }
+}
+
+bool ZkRunShaper::shape(ZkShapeStyle &style, const ZkRunText &run,
+                        const std::vector<hb_feature_t> &ranged)
+{
+    m_glyphs.clear();
+    if (run.first >= run.last) {
+        return true;
+    }
+    if (m_shared == nullptr || !ranged.empty()) {
+        return shapeDirectly(style, run, run.first, run.last, ranged);
+    }
+    struct Unlocking {
+        ZkRunShaper &shaper;
+        ~Unlocking() { shaper.unlock(); }
+    } const atTheEnd{*this};
+    const bool byWords = style.isSpaceFree.load(std::memory_order_relaxed);
+    Outcome outcome = shapeByWords(style, run, byWords);
+    if (outcome == Joined && byWords) {
+        // The font joins words after all.
+        style.isSpaceFree.store(false, std::memory_order_relaxed);
+        m_glyphs.clear();
+        outcome = shapeByWords(style, run, false);
+    }
+    return outcome == Shaped;
+}
+
+ZkRunShaper::Piece ZkRunShaper::nextPiece(const ZkRunText &run, int first, bool byWords)
+{
+    int last = run.last;
+    for (int i = first; byWords && i + 1 < run.last; ++i) {
+        if (run.text[i] == ' ' && !isMarkOrFormat(characterAt(run.text, i + 1, run.last))) {
+            last = i + 1;
+            break;
+        }
+    }
+    bool kept = last - first <= ZkShapedWords::kMostUnits;
+    if (first == run.first) {
+        kept = kept && !isMarkOrFormat(characterAt(run.text, first, last)) &&
+               (first == run.contextFirst ||
+                !reachesOver(characterBefore(run.text, first, run.contextFirst)));
+    }
+    if (last == run.last && last < run.contextLast) {
+        kept = kept && !reachesOver(characterAt(run.text, last, run.contextLast));
+    }
+    return {first, last, kept};
+}
+
+/// Appends a word that is known; false when it is not. No word waits.
+bool ZkRunShaper::appendKnown(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece)
+{
+    const ZkWordKey key(run.text + piece.first, piece.last - piece.first, style.words);
+    const ZkKnownWord *const word = lockedWords().find(key);
+    if (word == nullptr) {
+        ++m_shared->misses;
+        return false;
+    }
+    ++m_shared->hits;
+    const std::size_t at = m_glyphs.size();
+    m_glyphs.insert(m_glyphs.end(), word->glyphs(), word->glyphs() + word->glyphCount);
+    for (std::size_t i = at; i < m_glyphs.size(); ++i) {
+        m_glyphs[i].cluster += piece.first;
+    }
+    return true;
+}
+
+/// The words that are known, with the lock held. It is let go from time to time, for
+/// others wait.
+ZkWordTable &ZkRunShaper::lockedWords()
+{
+    constexpr int kMostInOneLock = 64;
+    if (++m_inOneLock > kMostInOneLock && m_lock.owns_lock()) {
+        unlock();
+    }
+    if (!m_lock.owns_lock()) {
+        m_lock.lock();
+        m_inOneLock = 0;
+    }
+    return m_shared->words;
+}
+
+void ZkRunShaper::unlock()
+{
+    if (m_lock.owns_lock()) {
+        m_lock.unlock();
+    }
+}
+
+ZkRunShaper::Outcome ZkRunShaper::shapeByWords(const ZkShapeStyle &style, const ZkRunText &run,
+                                               bool byWords)
+{
+    m_pending.clear();
+    for (int at = run.first; at < run.last;) {
+        const Piece piece = nextPiece(run, at, byWords);
+        at = piece.last;
+        if (piece.isKept) {
+            // Those that wait come first.
+            const bool waits = !m_pending.empty();
+            if (waits && isKnown(style, run, piece)) {
+                const Outcome outcome = flush(style, run);
+                if (outcome != Shaped) {
+                    return outcome;
+                }
+            }
+            if (m_pending.empty() && appendKnown(style, run, piece)) {
+                continue;
+            }
+        }
+        m_pending.push_back(piece);
+        if (at - m_pending.front().first >= kMostPending) {
+            const Outcome outcome = flush(style, run);
+            if (outcome != Shaped) {
+                return outcome;
+            }
+        }
+    }
+    return flush(style, run);
+}
+
+bool ZkRunShaper::isKnown(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece)
+{
+    const ZkWordKey key(run.text + piece.first, piece.last - piece.first, style.words);
+    const bool known = lockedWords().find(key) != nullptr;
+    m_shared->misses += known ? 0 : 1;
+    return known;
+}
+
+/// Shapes the words that wait, as one, and keeps them.
+ZkRunShaper::Outcome ZkRunShaper::flush(const ZkShapeStyle &style, const ZkRunText &run)
+{
+    unlock();
+    if (m_pending.empty()) {
+        return Shaped;
+    }
+    const std::size_t firstGlyph = m_glyphs.size();
+    if (!shapeDirectly(style, run, m_pending.front().first, m_pending.back().last, {})) {
+        return Failed;
+    }
+    m_starts.clear();
+    std::size_t glyph = firstGlyph;
+    for (const Piece &piece : m_pending) {
+        while (glyph < m_glyphs.size() && m_glyphs[glyph].cluster < piece.first) {
+            ++glyph;
+        }
+        const bool apart = glyph < m_glyphs.size() && m_glyphs[glyph].cluster == piece.first &&
+                           !m_glyphs[glyph].unsafeToBreak;
+        if (!apart && piece.first != m_pending.front().first) {
+            return Joined;
+        }
+        m_starts.push_back(glyph);
+    }
+    m_starts.push_back(m_glyphs.size());
+    for (std::size_t i = 0; i < m_pending.size(); ++i) {
+        if (m_pending[i].isKept) {
+            keep(style, run, m_pending[i], m_starts[i], m_starts[i + 1]);
+        }
+    }
+    unlock();
+    m_pending.clear();
+    return Shaped;
+}
+
+/// Adds a word to those that are known, unless another thread, or the same text, has.
+void ZkRunShaper::keep(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece,
+                       std::size_t first, std::size_t last)
+{
+    m_word.assign(m_glyphs.begin() + static_cast<std::ptrdiff_t>(first),
+                  m_glyphs.begin() + static_cast<std::ptrdiff_t>(last));
+    for (ZkWordGlyph &glyph : m_word) {
+        glyph.cluster -= piece.first;
+    }
+    const ZkWordKey key(run.text + piece.first, piece.last - piece.first, style.words);
+    ZkWordTable &words = lockedWords();
+    if (words.find(key) == nullptr) {
+        words.add(key, m_word.data(), static_cast<int>(m_word.size()));
+    }
+}
+
+/// Shapes units `[first, last)` of the run and appends their glyphs. `ranged` features
+/// come after the style's own.
+bool ZkRunShaper::shapeDirectly(const ZkShapeStyle &style, const ZkRunText &run, int first,
+                                int last, const std::vector<hb_feature_t> &ranged)
+{
+    // HarfBuzz counts from the start of what it is given.
+    const int origin = run.contextFirst;
+    m_features = style.features;
+    for (hb_feature_t feature : ranged) {
+        const unsigned skipped = static_cast<unsigned>(origin);
+        feature.start = feature.start > skipped ? feature.start - skipped : 0;
+        feature.end = feature.end > skipped ? feature.end - skipped : 0;
+        m_features.push_back(feature);
+    }
+    hb_buffer_clear_contents(m_buffer);
+    hb_buffer_set_segment_properties(m_buffer, &style.segment);
+    hb_buffer_set_flags(m_buffer, static_cast<hb_buffer_flags_t>(
+                                      (first == run.contextFirst ? HB_BUFFER_FLAG_BOT : 0) |
+                                      (last == run.contextLast ? HB_BUFFER_FLAG_EOT : 0)));
+    hb_buffer_add_utf16(m_buffer, run.text + origin, run.contextLast - origin,
+                        static_cast<unsigned>(first - origin), last - first);
+    return hb_shape_full(style.font, m_buffer, m_features.data(),
+                         static_cast<unsigned>(m_features.size()), kZkShapers) != 0 &&
+           appendShaped(first, last, origin);
+}
+
+/// Appends what HarfBuzz has shaped, which it has from left to right.
+bool ZkRunShaper::appendShaped(int first, int last, int origin)
+{
+    unsigned count = 0;
+    const hb_glyph_info_t *const infos = hb_buffer_get_glyph_infos(m_buffer, &count);
+    const hb_glyph_position_t *const places = hb_buffer_get_glyph_positions(m_buffer, &count);
+    if (hb_buffer_allocation_successful(m_buffer) == 0 ||
+        hb_buffer_get_content_type(m_buffer) != HB_BUFFER_CONTENT_TYPE_GLYPHS) {
+        return false;
+    }
+    const bool backward = HB_DIRECTION_IS_BACKWARD(hb_buffer_get_direction(m_buffer));
+    int previous = first;
+    m_glyphs.reserve(m_glyphs.size() + count);
+    for (unsigned i = 0; i < count; ++i) {
+        const unsigned k = backward ? count - 1 - i : i;
+        const int cluster = static_cast<int>(infos[k].cluster) + origin;
+        if (cluster < previous || cluster >= last) {
+            return false; // out of order: it has given up in the middle
+        }
+        previous = cluster;
+        ZkWordGlyph glyph = {};
+        glyph.index = infos[k].codepoint & 0xFFFFFFu;
+        glyph.unsafeToBreak =
+            (hb_glyph_info_get_glyph_flags(infos + k) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0 ? 1 : 0;
+        glyph.cluster = cluster;
+        glyph.advance = places[k].x_advance;
+        glyph.x = places[k].x_offset;
+        glyph.y = -places[k].y_offset;
+        m_glyphs.push_back(glyph);
+    }
+    return true;
+}

@@ -1,0 +1,340 @@
+#include "zkbidi.h"
+
+#include "unicode/zkbidiparagraph.h"
+#include "unicode/zkcharactertables.h"
+#include "unicode/zkdirectionscan.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+constexpr int kLevel = 0x7F;
+
+/// What the end of a line gives the level of the paragraph.
+constexpr ZkBidiClasses kBlanks =
+    zkBidiBit(ZkCharacter::BidiWS) | zkBidiBit(ZkCharacter::BidiS) | zkBidiBit(ZkCharacter::BidiB) |
+    zkBidiBit(ZkCharacter::BidiBN) | zkBidiBit(ZkCharacter::BidiLRE) |
+    zkBidiBit(ZkCharacter::BidiLRO) | zkBidiBit(ZkCharacter::BidiRLE) |
+    zkBidiBit(ZkCharacter::BidiRLO) | zkBidiBit(ZkCharacter::BidiPDF) |
+    zkBidiBit(ZkCharacter::BidiLRI) | zkBidiBit(ZkCharacter::BidiRLI) |
+    zkBidiBit(ZkCharacter::BidiFSI) | zkBidiBit(ZkCharacter::BidiPDI);
+
+/// Writes the byte of each record and adds to the set of classes.
+ZkBidiClasses writeBytes(const std::uint16_t *records, int count, std::uint8_t *bytes)
+{
+    ZkBidiClasses classes = 0;
+    for (int i = 0; i < count; ++i) {
+        if (records[i] == kZkPairTrail) {
+            bytes[i] = bytes[i - 1]; // as one more character of the kind: nothing changes
+            continue;
+        }
+        const std::uint32_t record = zkClasses(records[i]);
+        const unsigned bidi = zkBidiOf(record);
+        classes |= zkBidiBit(static_cast<int>(bidi));
+        bytes[i] = static_cast<std::uint8_t>((record & (kZkBidiClass | kZkBidiBracket)) |
+                                             (kBlanks >> bidi & 1) << 7);
+    }
+    return classes;
+}
+
+/// The same for a text, which is looked up piece by piece.
+template <typename Unit>
+ZkBidiClasses writeBytesOf(const Unit *text, int units, std::uint8_t *bytes)
+{
+    constexpr int kPiece = 256;
+    std::uint16_t records[kPiece + 1];
+    ZkBidiClasses classes = 0;
+    for (int first = 0; first < units;) {
+        const int last = zkLookUp(text, first, std::min(first + kPiece, units), units, records);
+        classes |= writeBytes(records, last - first, bytes + first);
+        first = last;
+    }
+    return classes;
+}
+
+/// Where the paragraph that begins at `first` ends: behind its separator, of which a
+/// carriage return and the line feed behind it are one.
+int paragraphEnd(const ZkTextSource &text, int first, int size)
+{
+    int i = first;
+    while (i < size && !zkIsParagraphSeparator(text.at(i))) {
+        ++i;
+    }
+    if (i + 1 < size && text.at(i) == '\r' && text.at(i + 1) == '\n') {
+        ++i;
+    }
+    return std::min(i + 1, size);
+}
+
+ZkTextSource sourceOf(const ZkUcs2 *text)
+{
+    return {text, nullptr};
+}
+
+ZkTextSource sourceOf(const char32_t *text)
+{
+    return {nullptr, text};
+}
+
+bool mayBeLeftToRight(ZkBidi::Direction direction)
+{
+    return direction == ZkBidi::Auto || direction == ZkBidi::LeftToRight;
+}
+
+/// Turns every stretch of runs around that has a level of at least `level`, from the
+/// highest level down to the lowest odd one.
+void reorder(ZkBidi::Run *runs, int count, int least, int most)
+{
+    for (int level = most; level >= (least | 1); --level) {
+        for (int i = 0; i < count; ++i) {
+            const int begin = i;
+            while (i < count && runs[i].level >= level) {
+                ++i;
+            }
+            std::reverse(runs + begin, runs + i);
+        }
+    }
+}
+
+std::int64_t aligned(std::int64_t bytes)
+{
+    return (bytes + 7) & ~std::int64_t(7);
+}
+
+} // namespace
+
+ZkBidi::ZkBidi() : ZkBidi(nullptr, 0)
+{
+}
+
+ZkBidi::ZkBidi(void *buffer, std::int64_t bytes)
+    : m_levels(nullptr),
+      m_paragraphs(&m_only),
+      m_only{0, 0, 0},
+      m_size(0),
+      m_paragraphCount(0),
+      m_baseLevel(0),
+      m_direction(Auto),
+      m_leftToRight(true),
+      m_buffer(buffer),
+      m_bytes(bytes),
+      m_ownsBuffer(false)
+{
+}
+
+ZkBidi::~ZkBidi()
+{
+    if (m_ownsBuffer) {
+        std::free(m_buffer);
+    }
+}
+
+/// Makes room for `bytes` and keeps the first `kept`.
+void ZkBidi::allocate(std::int64_t bytes, std::int64_t kept)
+{
+    if (bytes > m_bytes) {
+        void *const buffer = zkAllocate(bytes + bytes / 4);
+        if (kept > 0) {
+            std::memcpy(buffer, m_buffer, static_cast<std::size_t>(kept));
+        }
+        if (m_ownsBuffer) {
+            std::free(m_buffer);
+        }
+        m_buffer = buffer;
+        m_bytes = bytes + bytes / 4;
+        m_ownsBuffer = true;
+    }
+    m_levels = static_cast<std::uint8_t *>(m_buffer);
+}
+
+void ZkBidi::setText(const ZkUcs2 *text, int units, Direction direction)
+{
+    analyse(text, units, direction);
+}
+
+void ZkBidi::setText(const char32_t *text, int count, Direction direction)
+{
+    analyse(text, count, direction);
+}
+
+void ZkBidi::setText(const ZkTextCharacters &text, Direction direction)
+{
+    m_size = text.m_size;
+    m_direction = direction;
+    const ZkTextSource source = {text.m_units, text.m_points};
+    if (text.m_leftToRight && mayBeLeftToRight(direction)) {
+        setLeftToRight(source, text.m_separated);
+        return;
+    }
+    allocate(m_size, 0);
+    resolve(source, writeBytes(text.m_records, m_size, m_levels));
+}
+
+template <typename Unit>
+void ZkBidi::analyse(const Unit *text, int units, Direction direction)
+{
+    m_size = units;
+    m_direction = direction;
+    if (mayBeLeftToRight(direction)) {
+        const ZkDirectionScan scan = zkScanDirection(text, units);
+        if (scan.isLeftToRight) {
+            setLeftToRight(sourceOf(text), scan.isSeparated);
+            return;
+        }
+    }
+    allocate(units, 0);
+    resolve(sourceOf(text), writeBytesOf(text, units, m_levels));
+}
+
+/// All levels are 0. `separated` when there may be several paragraphs.
+void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
+{
+    m_leftToRight = true;
+    m_baseLevel = 0;
+    if (separated) {
+        listParagraphs(text, 0, 0);
+        for (int i = 0; i < m_paragraphCount; ++i) {
+            m_paragraphs[i].level = 0;
+        }
+    } else {
+        m_only = {0, m_size, 0};
+        m_paragraphs = &m_only;
+        m_paragraphCount = m_size > 0 ? 1 : 0;
+    }
+}
+
+/// Fills the list but for the levels. Behind it there is room for `perUnit` bytes for
+/// each unit of the longest paragraph; its address. The first `kept` bytes stay.
+void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit)
+{
+    std::int64_t count = 0;
+    int longest = 0;
+    for (int first = 0; first < m_size; ++count) {
+        const int end = paragraphEnd(text, first, m_size);
+        longest = std::max(longest, end - first);
+        first = end;
+    }
+    const std::int64_t start = aligned(kept);
+    const std::int64_t list = count > 1 ? count * int(sizeof(Paragraph)) : 0;
+    allocate(start + list + longest * perUnit, kept);
+    auto *const memory = static_cast<std::uint8_t *>(m_buffer) + start;
+    m_paragraphs = count > 1 ? reinterpret_cast<Paragraph *>(memory) : &m_only;
+    m_paragraphCount = static_cast<int>(count);
+    int first = 0;
+    for (int i = 0; i < m_paragraphCount; ++i) {
+        const int end = paragraphEnd(text, first, m_size);
+        m_paragraphs[i] = {first, end, 0};
+        first = end;
+    }
+    return memory + list;
+}
+
+/// Turns the bytes, whose classes are `classes`, into levels.
+void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes)
+{
+    m_leftToRight = false;
+    void *const scratch = listParagraphs(text, m_size, ZkBidiParagraph::scratchSize(1, classes));
+    m_baseLevel = m_direction == RightToLeft || m_direction == AutoRightToLeft ? 1 : 0;
+    for (int i = 0; i < m_paragraphCount; ++i) {
+        Paragraph &paragraph = m_paragraphs[i];
+        ZkBidiParagraph resolver(m_levels + paragraph.first, paragraph.last - paragraph.first,
+                                 text.from(paragraph.first), classes);
+        paragraph.level = m_direction == LeftToRight || m_direction == RightToLeft
+                              ? m_baseLevel
+                              : resolver.strongLevel(m_baseLevel);
+        resolver.resolve(paragraph.level, scratch);
+    }
+    if (m_paragraphCount > 0) {
+        m_baseLevel = m_paragraphs[0].level;
+    }
+}
+
+ZkBidi::Paragraph ZkBidi::paragraphOf(int i) const
+{
+    const Paragraph *const begin = m_paragraphs;
+    const Paragraph *const end = begin + m_paragraphCount;
+    return *std::upper_bound(
+        begin, end, i, [](int unit, const Paragraph &paragraph) { return unit < paragraph.last; });
+}
+
+/// Where the white space at the end of a line begins.
+int ZkBidi::contentEnd(int first, int last) const
+{
+    while (last > first && (m_levels[last - 1] & kZkBidiBlank) != 0) {
+        --last;
+    }
+    return last;
+}
+
+void ZkBidi::lineLevels(int first, int last, std::uint8_t *levels) const
+{
+    if (m_leftToRight || first >= last) {
+        std::fill_n(levels, std::max(last - first, 0), std::uint8_t(0));
+        return;
+    }
+    const int end = contentEnd(first, last);
+    for (int i = first; i < end; ++i) {
+        *levels++ = m_levels[i] & kLevel;
+    }
+    std::fill_n(levels, last - end, static_cast<std::uint8_t>(paragraphOf(first).level));
+}
+
+int ZkBidi::visualRuns(int first, int last, Run *runs, int room) const
+{
+    int count = 0;
+    int least = kLevel, most = 0;
+    const auto add = [&](int from, int to, int level) {
+        least = std::min(least, level);
+        most = std::max(most, level);
+        if (count < room) {
+            runs[count] = {from, to, level};
+        }
+        ++count;
+    };
+    if (first >= last) {
+        return 0;
+    }
+    if (m_leftToRight) {
+        add(first, last, 0);
+        return count;
+    }
+    const int end = contentEnd(first, last);
+    const int base = end < last ? paragraphOf(first).level : 0;
+    const auto levelAt = [&](int i) { return i < end ? m_levels[i] & kLevel : base; };
+    for (int i = first; i < last;) {
+        const int level = levelAt(i);
+        int to = i < end ? i + 1 : last;
+        while (to < last && levelAt(to) == level) {
+            to = to < end ? to + 1 : last;
+        }
+        add(i, to, level);
+        i = to;
+    }
+    if (count <= room) {
+        reorder(runs, count, least, most);
+    }
+    return count;
+}
+
+void ZkBidi::visualOrder(int first, int last, int *units) const
+{
+    constexpr int kRoom = 64;
+    Run few[kRoom];
+    const int count = visualRuns(first, last, few, kRoom);
+    Run *runs = few;
+    if (count > kRoom) {
+        runs = static_cast<Run *>(zkAllocate(std::int64_t(count) * int(sizeof(Run))));
+        visualRuns(first, last, runs, count);
+    }
+    for (int i = 0; i < count; ++i) {
+        for (int unit = runs[i].first; unit < runs[i].last; ++unit) {
+            *units++ = runs[i].isRightToLeft() ? runs[i].first + runs[i].last - 1 - unit : unit;
+        }
+    }
+    if (runs != few) {
+        std::free(runs);
+    }
+}

@@ -1,0 +1,151 @@
+#include "zkcharacter.h"
+
+#include "unicode/zkcharactertables.h"
+#include "unicode/zkdirectionscan.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace
+{
+
+constexpr char32_t kSyllableBase = 0xAC00, kLeadBase = 0x1100, kVowelBase = 0x1161,
+                   kTailBase = 0x11A7;
+constexpr char32_t kLeadCount = 19, kVowelCount = 21, kTailCount = 28,
+                   kSyllableCount = kLeadCount * kVowelCount * kTailCount;
+
+/// A Hangul syllable of two letters, or of one without a final letter and that letter.
+char32_t composedSyllable(char32_t base, char32_t mark)
+{
+    if (base - kLeadBase < kLeadCount && mark - kVowelBase < kVowelCount) {
+        return kSyllableBase +
+               ((base - kLeadBase) * kVowelCount + (mark - kVowelBase)) * kTailCount;
+    }
+    const char32_t syllable = base - kSyllableBase;
+    if (syllable < kSyllableCount && syllable % kTailCount == 0 && mark - kTailBase - 1 < 27) {
+        return base + (mark - kTailBase);
+    }
+    return 0;
+}
+
+} // namespace
+
+const ZkCharacter &zkCharacter(char32_t c)
+{
+    return kZkCharacterRecords[c <= 0x10FFFF ? zkRecordNumber(c) : 0];
+}
+
+char32_t zkMirrored(char32_t c)
+{
+    const std::uint16_t *const end = kZkMirrorSources + kZkMirrorCount;
+    const std::uint16_t *const found = std::lower_bound(kZkMirrorSources, end, c);
+    if (found == end || *found != c) {
+        return c;
+    }
+    const int distance = kZkMirrorDistances[kZkMirrorDistanceNumbers[found - kZkMirrorSources]];
+    return c + static_cast<char32_t>(distance);
+}
+
+char32_t zkCompose(char32_t base, char32_t mark)
+{
+    if (const char32_t syllable = composedSyllable(base, mark)) {
+        return syllable;
+    }
+    const std::uint16_t *const marks = kZkCompositionMarks + kZkCompositionMarkCount;
+    const std::uint16_t *const found = std::lower_bound(kZkCompositionMarks, marks, mark);
+    if (found != marks && *found == mark) {
+        const auto number = found - kZkCompositionMarks;
+        const std::uint16_t *const first = kZkCompositionBases + kZkCompositionStarts[number];
+        const std::uint16_t *const last = kZkCompositionBases + kZkCompositionStarts[number + 1];
+        const std::uint16_t *const at = std::lower_bound(first, last, base);
+        return at != last && *at == base ? kZkCompositions[at - kZkCompositionBases] : 0;
+    }
+    for (int i = 0; i < kZkHighCompositionCount; ++i) {
+        const std::uint32_t *const entry = kZkHighCompositions + 3 * i;
+        if (entry[0] == base && entry[1] == mark) {
+            return entry[2];
+        }
+    }
+    return 0;
+}
+
+ZkTextCharacters::ZkTextCharacters() : ZkTextCharacters(nullptr, 0)
+{
+}
+
+ZkTextCharacters::ZkTextCharacters(std::uint16_t *buffer, int capacity)
+    : m_units(nullptr),
+      m_points(nullptr),
+      m_records(buffer),
+      m_size(0),
+      m_capacity(capacity),
+      m_ownsRecords(false),
+      m_leftToRight(true),
+      m_separated(false)
+{
+}
+
+ZkTextCharacters::~ZkTextCharacters()
+{
+    if (m_ownsRecords) {
+        std::free(m_records);
+    }
+}
+
+/// Makes room for `units` numbers and keeps the `m_size` there are.
+void ZkTextCharacters::reserve(int units)
+{
+    if (units <= m_capacity) {
+        return;
+    }
+    const int capacity =
+        static_cast<int>(std::min(std::int64_t(units) * 3 / 2, std::int64_t(INT32_MAX / 2)));
+    m_capacity = std::max(units, capacity);
+    const std::int64_t bytes = std::int64_t(m_capacity) * 2;
+    if (m_ownsRecords) {
+        m_records = static_cast<std::uint16_t *>(zkReallocate(m_records, bytes));
+    } else {
+        const std::uint16_t *const old = m_records;
+        m_records = static_cast<std::uint16_t *>(zkAllocate(bytes));
+        std::copy_n(old, m_size, m_records);
+        m_ownsRecords = true;
+    }
+}
+
+void ZkTextCharacters::setText(const ZkUcs2 *text, int units)
+{
+    m_size = 0;
+    reserve(units);
+    m_units = text;
+    m_points = nullptr;
+    m_size = units;
+    zkLookUp(text, 0, units, units, m_records);
+    const ZkDirectionScan scan = zkScanDirection(text, units);
+    m_leftToRight = scan.isLeftToRight;
+    m_separated = scan.isSeparated;
+}
+
+void ZkTextCharacters::setText(const char32_t *text, int count)
+{
+    m_size = 0;
+    reserve(count);
+    m_units = nullptr;
+    m_points = text;
+    m_size = count;
+    zkLookUp(text, 0, count, count, m_records);
+    const ZkDirectionScan scan = zkScanDirection(text, count);
+    m_leftToRight = scan.isLeftToRight;
+    m_separated = scan.isSeparated;
+}
+
+char32_t ZkTextCharacters::character(int i) const
+{
+    if (m_points != nullptr) {
+        return m_points[i];
+    }
+    if (m_records[i] == kZkPairTrail) {
+        --i;
+    }
+    return i + 1 < m_size && m_records[i + 1] == kZkPairTrail ? zkPairOf(m_units[i], m_units[i + 1])
+                                                              : char32_t(m_units[i]);
+}
