@@ -44,7 +44,7 @@ protected:
 bool isSame(const host::Canvas &a, const host::Canvas &b)
 {
     return a.width() == b.width() && a.height() == b.height() &&
-           std::memcmp(a.row(0), b.row(0), std::size_t(a.width() * a.height()) * 3) == 0;
+           std::memcmp(a.row(0), b.row(0), std::size_t(a.width() * a.height()) * 4) == 0;
 }
 
 TEST_F(ZkviewModel, TypingAndBackspaceWorkByCharacter)
