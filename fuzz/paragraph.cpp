@@ -57,9 +57,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     paragraphlaws::setRandomly(paragraph, dice);
     stopAt(paragraphlaws::check(paragraph));
     const int units = paragraph.text().size();
-    stopAt(paragraphlaws::selectionsAddUp(paragraph, 0, units));
     stopAt(paragraphlaws::widthsLeaveNoTrace(paragraph, dice.roll(200)));
     stopAt(paragraphlaws::extremesAreTrue(paragraph));
+    paragraph.setMaximumLines(0);
+    stopAt(paragraphlaws::selectionsAddUp(paragraph, 0, units));
     ZkTextPosition at = paragraph.hit(dice.roll(500) - 50, dice.roll(500) - 50);
     for (int i = 0; i < 20; ++i) {
         at = (i & 4) != 0 ? paragraph.left(at) : paragraph.right(at);

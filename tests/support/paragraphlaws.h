@@ -111,6 +111,7 @@ inline std::string breaksAreAllowed(const ZkParagraph &paragraph, ZkWordBreaker 
 {
     ZkTextBreaks breaks;
     breaks.setWordBreaker(breaker);
+    constexpr unsigned kBoth = ZkTextBreaks::LineAllowed | ZkTextBreaks::Grapheme;
     const ZkString &text = paragraph.text();
     breaks.setText(text.constData(), text.size());
     for (int i = 0; i < paragraph.lineCount(); ++i) {
@@ -138,7 +139,7 @@ inline std::string breaksAreAllowed(const ZkParagraph &paragraph, ZkWordBreaker 
             }
             for (int k = line.first + 1; k < end; ++k) {
                 // A soft hyphen may need more room for its hyphen than there is.
-                if ((breaks.flags()[k] & ZkTextBreaks::LineAllowed) != 0 && text.at(k - 1) != 0xAD) {
+                if ((breaks.flags()[k] & kBoth) == kBoth && text.at(k - 1) != 0xAD) {
                     return broken("word is cut although the line could end before it:", i, k);
                 }
             }
@@ -164,17 +165,19 @@ inline std::string linesFit(const ZkParagraph &paragraph)
         if (line.width <= box) {
             continue;
         }
-        int visible = 0;
+        // What takes no room stays with its line; all that the dots stand for is in one place.
+        std::vector<int> places;
         for (const int start : clusterStarts(paragraph, line)) {
-            // What takes no room stays with its line.
-            bool counts = !mayHang(paragraph.text().at(start));
-            int room = 0;
-            for (const ZkRect &rect : paragraph.selection(start, paragraph.nextCluster(start))) {
-                room += rect.width();
+            if (mayHang(paragraph.text().at(start))) {
+                continue;
             }
-            visible += counts && room > 0 ? 1 : 0;
+            for (const ZkRect &rect : paragraph.selection(start, paragraph.nextCluster(start))) {
+                places.push_back(rect.left());
+            }
         }
-        if (visible > 2 || (visible > 1 && !line.isShortened)) {
+        std::sort(places.begin(), places.end());
+        const auto visible = std::unique(places.begin(), places.end()) - places.begin();
+        if (visible > 1) {
             return broken("line is too wide:", i, line.width, box, visible);
         }
     }
@@ -363,13 +366,16 @@ inline std::string extremesAreTrue(ZkParagraph &paragraph)
     paragraph.setMaximumLines(0);
     paragraph.setWordCutting(false);
     paragraph.setWidth(0);
-    if (paragraph.width() != maximum) {
-        problem = broken("maxWidth is not that of unwrapped lines:", maximum, paragraph.width());
-    }
     const int unwrapped = paragraph.lineCount();
     paragraph.setWidth(std::max(1, maximum));
-    if (problem.empty() && paragraph.lineCount() != unwrapped) {
+    if (paragraph.lineCount() != unwrapped || paragraph.width() > std::max(1, maximum)) {
         problem = broken("lines wrap at maxWidth:", maximum, unwrapped, paragraph.lineCount());
+    }
+    if (problem.empty() && maximum > 1) {
+        paragraph.setWidth(maximum - 1);
+        if (paragraph.lineCount() == unwrapped && paragraph.width() < maximum) {
+            problem = broken("maxWidth could be less:", maximum, paragraph.width());
+        }
     }
     paragraph.setWidth(std::max(1, minimum));
     if (problem.empty() && paragraph.width() > std::max(1, minimum)) {
