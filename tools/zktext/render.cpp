@@ -81,6 +81,7 @@ void render(const RenderOptions &options)
     const host::Color background = colorOf("--background", options.background);
     const host::TextColors colors = {colorOf("--color", options.color),
                                      colorOf("--outline-color", options.outlineColor)};
+    options.output.refuseOtherFormats();
     refuseTerminal(options.output.path);
     const host::TextBlock block = options.layout.layOut();
     const ZkSize size = pictureSize(options, block.box());
