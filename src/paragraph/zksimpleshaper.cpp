@@ -77,9 +77,9 @@ MarkPlace placeOf(char32_t c, unsigned combiningClass)
     case 17:
     case 18:
     case 20:
-    case 22: // METEG
-    case 29: // ARABIC KASRATAN
-    case 32: // KASRA
+    case 22:  // METEG
+    case 29:  // ARABIC KASRATAN
+    case 32:  // KASRA
     case 118: // LAO SIGN U, UU
     case 220:
     case 240: return MarkPlace::Below;
@@ -197,7 +197,6 @@ bool Shaping::isPlain(char32_t c) const
 
 void Shaping::shape()
 {
-    m_glyphs->truncate(m_glyphs->size());
     m_joinsForward = joinsBefore(m_run.first);
     for (int u = m_run.first; u < m_run.last;) {
         const int end = clusterEnd(u);
@@ -268,8 +267,8 @@ bool Shaping::joinsBefore(int u) const
 // Whether a letter from unit `u` on, marks passed over, joins what is before it.
 bool Shaping::joinsAfter(int u) const
 {
-    const int most = u < m_run.last ? m_run.contextLast
-                                    : std::min(m_run.contextLast, m_run.last + kMostContext);
+    const int most =
+        u < m_run.last ? m_run.contextLast : std::min(m_run.contextLast, m_run.last + kMostContext);
     for (int i = u; i < most; ++i) {
         char32_t c = m_run.text[i];
         if (zkIsLeadSurrogate(c) && i + 1 < most && zkIsTrailSurrogate(m_run.text[i + 1])) {
