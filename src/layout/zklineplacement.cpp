@@ -1,7 +1,5 @@
 #include "zklineplacement.h"
 
-#include "glyph/zkmarks.h"
-
 #include <algorithm>
 #include <iterator>
 
@@ -12,6 +10,12 @@ typedef ZkVector<const GlyphBitmap *> Glyphs;
 
 constexpr ZkUcs2 kSpace = 0x0020;
 constexpr ZkUcs2 kSaraAm = 0x0E33;
+
+/// Empty rows left between two marks of a cluster.
+int markGap(const GlyphBitmap &glyph)
+{
+    return 1 + glyph.font.size / 32;
+}
 
 /// The flags of a Thai cluster, as the layout reports them.
 struct ThaiMarks {
@@ -58,28 +62,91 @@ bool isAlefOf(const GlyphBitmap &glyph, const GlyphBitmap &next)
     });
 }
 
+/// Where a mark stands on a base whose pen is at `pen`.
+int markX(const GlyphBitmap &base, const GlyphBitmap &mark, std::int64_t pen,
+          std::int64_t cellAdvance)
+{
+    if (mark.advance == 0 && mark.left < 0) {
+        return zkWrapped(pen + base.advance + mark.left);
+    }
+    return zkWrapped(pen + (cellAdvance - mark.width) / 2);
+}
+
+std::int64_t lastColumn(const ZkPlacedGlyph &placed)
+{
+    return static_cast<std::int64_t>(placed.x) + placed.glyph->width - 1;
+}
+std::int64_t lastRow(const ZkPlacedGlyph &placed)
+{
+    return static_cast<std::int64_t>(placed.y) + placed.glyph->height - 1;
+}
+
+bool shareColumns(const ZkPlacedGlyph &a, const ZkPlacedGlyph &b)
+{
+    return a.x <= lastColumn(b) && b.x <= lastColumn(a);
+}
+
+/// Moves `mark` up until it stands clear of `below`.
+void raiseAbove(ZkPlacedGlyph &mark, const ZkPlacedGlyph &below)
+{
+    if (shareColumns(mark, below)) {
+        const std::int64_t crossed = lastRow(mark) + 1 + markGap(*mark.glyph) - below.y;
+        mark.y = zkWrapped(mark.y - std::max<std::int64_t>(0, crossed));
+    }
+}
+
+/// Moves a lower mark down until it stands clear of a base that reaches as deep.
+void dropBelow(ZkPlacedGlyph &mark, const ZkPlacedGlyph &base)
+{
+    if (shareColumns(mark, base) && mark.y <= lastRow(base)) {
+        mark.y = zkWrapped(lastRow(base) + 1 + markGap(*mark.glyph));
+    }
+}
+
+/// How far an upper mark moves left so as not to cross the stem of a tall
+/// consonant (PO PLA, FO FAN): the stem is ink in the right half of the base,
+/// beside the rows of the mark.
+std::int64_t stemShift(const ZkPlacedGlyph &mark, const ZkPlacedGlyph &base)
+{
+    const GlyphBitmap &glyph = *base.glyph;
+    const std::int64_t rows = std::min<std::int64_t>(glyph.height, lastRow(mark) + 1 - base.y);
+    if (!glyph.pixels) {
+        return 0;
+    }
+    for (int column = 0; column < glyph.width; ++column) {
+        for (int row = 0; row < rows; ++row) {
+            if (glyph.pixels[static_cast<std::ptrdiff_t>(row) * glyph.pitch + column] != 0) {
+                const bool isStem = column >= glyph.width / 2;
+                const std::int64_t stem = static_cast<std::int64_t>(base.x) + column;
+                return isStem ? std::max<std::int64_t>(0, lastColumn(mark) + 1 - stem) : 0;
+            }
+        }
+    }
+    return 0;
+}
+
 /// Puts the marks of a Thai cluster, which stands at `placed[0]`, on their base.
 void settleThaiMarks(ZkPlacedGlyph *placed, const ThaiMarks &marks, const ZkLineCell &cell,
                      int charSpacing)
 {
     ZkPlacedGlyph &base = placed[0];
     for (int k = 1; k < cell.count; ++k) {
-        placed[k].x =
-            zkThaiMarkX(*base.glyph, *placed[k].glyph, cell.x, std::int64_t(cell.width) - charSpacing);
+        placed[k].x = markX(*base.glyph, *placed[k].glyph, cell.x,
+                            static_cast<std::int64_t>(cell.width) - charSpacing);
     }
     ZkPlacedGlyph &first = placed[1];
     if (marks.lower) {
-        zkDropBelow(first, base);
+        dropBelow(first, base);
     }
     const int upperMark = marks.lower ? 2 : 1;
     if (upperMark < cell.count) {
-        const std::int64_t shift = zkStemShift(placed[upperMark], base);
+        const std::int64_t shift = stemShift(placed[upperMark], base);
         for (int k = upperMark; k < cell.count; ++k) {
             placed[k].x = zkWrapped(placed[k].x - shift);
         }
     }
     if (marks.upper && cell.count == 3) {
-        zkRaiseAbove(placed[2], first);
+        raiseAbove(placed[2], first);
     }
 }
 
@@ -106,7 +173,7 @@ std::int64_t indent(const PaintInfo &record, const ZkLineCell *cells, int cellCo
         const GlyphBitmap &glyph = *record.glyphs.at(cells[i].first);
         isTrailing = isTrailing && glyph.unicode == kSpace;
         if (isTrailing || cells[i].leftOut) {
-            missing += std::int64_t(glyph.advance) + style.charSpacing;
+            missing += static_cast<std::int64_t>(glyph.advance) + style.charSpacing;
         }
     }
     switch (style.anchor) {
@@ -132,8 +199,8 @@ ZkTextMetrics ZkTextMetrics::of(const Glyphs &glyphs, int lineHeight)
 
 int ZkTextMetrics::baseline(int bottom) const
 {
-    const std::int64_t room = std::int64_t(lineHeight) - ascent - descent;
-    return zkWrapped(std::int64_t(bottom) + 1 - descent - room / 2);
+    const std::int64_t room = static_cast<std::int64_t>(lineHeight) - ascent - descent;
+    return zkWrapped(static_cast<std::int64_t>(bottom) + 1 - descent - room / 2);
 }
 
 /// The cells of a line from x = 0 on.
@@ -150,22 +217,23 @@ void ZkLinePlacement::makeCells(const PaintInfo &record, const ZkLineStyle &styl
             for (int k = 1; k < cell.count; ++k) {
                 advance = std::max<int>(advance, glyphs.at(i + k)->advance);
             }
-            cell.width = zkWrapped(std::int64_t(advance) + style.charSpacing);
+            cell.width = zkWrapped(static_cast<std::int64_t>(advance) + style.charSpacing);
         }
         m_cells.append(cell);
-        x = zkWrapped(std::int64_t(x) + cell.width);
+        x = zkWrapped(static_cast<std::int64_t>(x) + cell.width);
         i += cell.count;
     }
 }
 
 ZkLinePlacement::ZkLinePlacement(const PaintInfo &record, const ZkLineStyle &style)
-    : m_rect(record.left, zkWrapped(std::int64_t(record.bottom) - style.metrics.lineHeight + 1),
+    : m_rect(record.left,
+             zkWrapped(static_cast<std::int64_t>(record.bottom) - style.metrics.lineHeight + 1),
              record.right, record.bottom),
       m_baseline(0),
       m_charSpacing(style.charSpacing)
 {
     const int origin = style.metrics.baseline(record.bottom);
-    m_baseline = zkWrapped(std::int64_t(origin) + (style.outlined ? 2 : 0));
+    m_baseline = zkWrapped(static_cast<std::int64_t>(origin) + (style.outlined ? 2 : 0));
     makeCells(record, style);
     for (int i = 0; i < record.glyphs.size(); ++i) {
         m_glyphs.append({record.glyphs.at(i), 0, 0, i, 0});
@@ -175,14 +243,14 @@ ZkLinePlacement::ZkLinePlacement(const PaintInfo &record, const ZkLineStyle &sty
         cell.x = zkWrapped(start + cell.x);
         ZkPlacedGlyph *placed = m_glyphs.begin() + cell.first;
         for (int k = 0; k < cell.count; ++k) {
-            placed[k].x = zkWrapped(std::int64_t(cell.x) + placed[k].glyph->left);
-            placed[k].y = zkWrapped(std::int64_t(origin) - placed[k].glyph->top);
+            placed[k].x = zkWrapped(static_cast<std::int64_t>(cell.x) + placed[k].glyph->left);
+            placed[k].y = zkWrapped(static_cast<std::int64_t>(origin) - placed[k].glyph->top);
         }
         if (cell.count > 1) {
             settleThaiMarks(placed, thaiMarks(record.glyphs, cell.first), cell, style.charSpacing);
         } else if (placed->glyph->unicode == kSaraAm &&
                    hasBareTone(record.glyphs, cell.first - 2)) {
-            zkRaiseAbove(placed[-1], *placed);
+            raiseAbove(placed[-1], *placed);
         }
     }
     settleArabicMarks();
@@ -202,13 +270,13 @@ void ZkLinePlacement::settleArabicMarks()
             letter = above = below = &placed;
             continue;
         }
-        placed.x =
-            zkWrapped(std::int64_t(letter->x) + (letter->glyph->width - placed.glyph->width) / 2);
+        placed.x = zkWrapped(static_cast<std::int64_t>(letter->x) +
+                             (letter->glyph->width - placed.glyph->width) / 2);
         if (isBelowLetter(*placed.glyph)) {
-            zkDropBelow(placed, *below);
+            dropBelow(placed, *below);
             below = &placed;
         } else {
-            zkRaiseAbove(placed, *above);
+            raiseAbove(placed, *above);
             above = &placed;
         }
     }
@@ -216,19 +284,27 @@ void ZkLinePlacement::settleArabicMarks()
 
 ZkRect ZkLinePlacement::underline(const ZkFont &font) const
 {
+    return underline(cells(), cellCount(), glyphs(), m_baseline, font, m_charSpacing);
+}
+
+ZkRect ZkLinePlacement::underline(const ZkLineCell *cells, int cellCount,
+                                  const ZkPlacedGlyph *glyphs, int baseline, const ZkFont &font,
+                                  int charSpacing)
+{
     const int size = font.fontSize();
     ZkRect strip;
     bool found = false;
-    for (const ZkLineCell &cell : m_cells) {
-        if (m_glyphs[cell.first].glyph->unicode == kSpace || cell.leftOut) {
+    for (const ZkLineCell *at = cells; at != cells + cellCount; ++at) {
+        const ZkLineCell &cell = *at;
+        if (glyphs[cell.first].glyph->unicode == kSpace || cell.leftOut) {
             continue;
         }
         strip.setLeft(found ? strip.left() : cell.x);
-        strip.setRight(zkWrapped(std::int64_t(cell.x) + cell.width - m_charSpacing - 1));
+        strip.setRight(zkWrapped(static_cast<std::int64_t>(cell.x) + cell.width - charSpacing - 1));
         found = true;
     }
     if (found) {
-        const std::int64_t top = std::int64_t(m_baseline) + std::max(1, size / 12);
+        const std::int64_t top = static_cast<std::int64_t>(baseline) + std::max(1, size / 12);
         strip.setTop(zkWrapped(top));
         strip.setBottom(zkWrapped(top + std::max(1, size / 16) - 1));
     }

@@ -299,6 +299,14 @@ double ZkLocale::stringToDouble(const ZkString &text, bool *ok, GroupSeparatorMo
     });
 }
 
+int zkCompareDecimal(const ZkString &text, double value)
+{
+    return readText<int>(text, nullptr, ZkLocale::RefuseGroupSeparators,
+                         [value](const char *begin, const char *end) {
+                             return zkCompareDecimal(begin, end, value);
+                         });
+}
+
 long long ZkLocale::stringToLongLong(const ZkString &text, int base, bool *ok,
                                      GroupSeparatorMode mode)
 {

@@ -146,6 +146,13 @@ struct ZkParagraphData {
     /// Start of the grapheme cluster that holds `u`, at most the end of the text.
     int clusterAt(int u) const;
 
+    /// True where a line may end before unit `u`: between clusters, which the rules of lines
+    /// alone do not promise (a mark behind a space).
+    bool mayEndBefore(int u) const
+    {
+        constexpr unsigned kBoth = ZkTextBreaks::LineAllowed | ZkTextBreaks::Grapheme;
+        return (breaks.flags()[u] & kBoth) == kBoth;
+    }
     bool isCluster(int u) const { return (breaks.flags()[u] & ZkTextBreaks::Grapheme) != 0; }
     const ZkSpan *spanAt(int u) const;
     ZkFont fontAt(int u) const;

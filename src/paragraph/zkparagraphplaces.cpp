@@ -177,8 +177,8 @@ void LinePlacer::addDots()
 
 void LinePlacer::addHyphen()
 {
-    const int end = m_d.contentEnd(m_line.first, m_line.last);
-    if (m_line.endsHard || end == m_line.first || m_d.text.constData()[end - 1] != kZkSoftHyphen) {
+    const int end = m_line.last;
+    if (m_line.endsHard || m_d.text.constData()[end - 1] != kZkSoftHyphen) {
         return;
     }
     const int run = m_d.runAt(end - 1);

@@ -157,6 +157,7 @@ private:
     char32_t m_character = 0;
     ZkUcs2 m_thai[3] = {};
     int m_thaiMarks = 0;
+    std::int64_t m_thaiShift = 0;
     int m_tone = -1; // index of the glyph of a tone mark without a vowel
 };
 
@@ -437,6 +438,7 @@ void Shaping::setLetter(const ZkGlyph *glyph)
     m_thai[0] = m_character < 0x10000 ? static_cast<ZkUcs2>(m_character) : ZkUcs2(0);
     m_thai[1] = m_thai[2] = 0;
     m_thaiMarks = 0;
+    m_thaiShift = 0;
     m_tone = -1;
 }
 
@@ -518,7 +520,10 @@ void Shaping::setThaiMark(ZkPlacedGlyph *mark, const Part &part)
         m_below = *mark;
         return;
     }
-    mark->x = zkWrapped(mark->x - zkStemShift(*mark, m_letter));
+    if (m_thaiMarks == 1 || marks.lower) {
+        m_thaiShift = zkStemShift(*mark, m_letter);
+    }
+    mark->x = zkWrapped(mark->x - m_thaiShift); // those on top move with the first
     if (m_thaiMarks == 2 && marks.upper) {
         zkRaiseAbove(*mark, m_above);
     }

@@ -19,38 +19,6 @@ namespace
 constexpr int kFarthest = 16384;              // pixels: no side or coordinate beyond
 constexpr std::size_t kLongest = 1024 * 1024; // bytes of text
 
-/// Everything in a file, or in standard input for "-".
-std::string readAll(const std::string &path)
-{
-    const auto close = [](std::FILE *file) {
-        if (file != stdin) {
-            std::fclose(file);
-        }
-    };
-    std::unique_ptr<std::FILE, decltype(close)> file(
-        path == "-" ? stdin : std::fopen(path.c_str(), "rb"), close);
-    const std::string name = path == "-" ? "standard input" : path;
-    if (!file) {
-        throw Failure("cannot read " + name + ": " + std::strerror(errno));
-    }
-    std::string bytes;
-    char block[4096];
-    for (std::size_t n; (n = std::fread(block, 1, sizeof block, file.get())) > 0;) {
-        bytes.append(block, n);
-        if (bytes.size() > kLongest) {
-            throw Failure("the text in " + name + " is longer than 1 MiB");
-        }
-    }
-    if (std::ferror(file.get())) {
-        throw Failure("cannot read " + name + ": " + std::strerror(errno));
-    }
-    // The line end that editors put behind the last line is not part of the text.
-    if (!bytes.empty() && bytes.back() == '\n') {
-        bytes.pop_back();
-    }
-    return bytes;
-}
-
 ZkString toText(const std::string &bytes)
 {
     ZkString text;
@@ -93,6 +61,37 @@ int vertical(const std::string &name)
 }
 
 } // namespace
+
+std::string readText(const std::string &path)
+{
+    const auto close = [](std::FILE *file) {
+        if (file != stdin) {
+            std::fclose(file);
+        }
+    };
+    std::unique_ptr<std::FILE, decltype(close)> file(
+        path == "-" ? stdin : std::fopen(path.c_str(), "rb"), close);
+    const std::string name = path == "-" ? "standard input" : path;
+    if (!file) {
+        throw Failure("cannot read " + name + ": " + std::strerror(errno));
+    }
+    std::string bytes;
+    char block[4096];
+    for (std::size_t n; (n = std::fread(block, 1, sizeof block, file.get())) > 0;) {
+        bytes.append(block, n);
+        if (bytes.size() > kLongest) {
+            throw Failure("the text in " + name + " is longer than 1 MiB");
+        }
+    }
+    if (std::ferror(file.get())) {
+        throw Failure("cannot read " + name + ": " + std::strerror(errno));
+    }
+    // The line end that editors put behind the last line is not part of the text.
+    if (!bytes.empty() && bytes.back() == '\n') {
+        bytes.pop_back();
+    }
+    return bytes;
+}
 
 void FontOptions::addFile(CLI::App &command)
 {
@@ -178,7 +177,7 @@ host::TextBlock LayoutOptions::layOut() const
         box = parseBox(boxText);
     }
     const bool fromFile = !file.empty() || words == "-";
-    const std::string bytes = fromFile ? readAll(file.empty() ? words : file) : words;
+    const std::string bytes = fromFile ? readText(file.empty() ? words : file) : words;
     host::TextRequest request;
     request.text = toText(bytes);
     request.font = font.font();
