@@ -76,11 +76,11 @@ float chordLength(const ZkBezier &c)
     return distance(c.x1, c.y1, c.x4, c.y4);
 }
 
-// The least excess of a polygon over its chord that tells a bend from rounding. Where
-// the coordinates are largest, neighbouring floats lie 2^-23 of them apart; points
-// that are off by so much make a long piece crooked by far less, a short one by more.
-// Below a 64th of it halving would go on down to pieces of one such step, each as
-// crooked as a staircase, whose sum is longer than the curve.
+// If a polygon is longer than its chord by less than this, the difference is rounding
+// and not curvature. Neighbouring floats near the largest coordinate differ by 2^-23 of
+// it; coordinates off by that much lengthen a long piece by far less and a short one by
+// more. With a limit below a 64th of it, halving would continue down to pieces of one
+// such step, whose lengths add up to more than the curve.
 float leastExcess(const ZkBezier &c)
 {
     float largest = 0;
@@ -94,8 +94,8 @@ float leastExcess(const ZkBezier &c)
 // half is added first, for sums in single precision depend on the order.
 void addLength(ZkBezier piece, float error, int depth, float *sum)
 {
-    // No shape needs a limit. But a piece of a few steps of the grid of floats can have
-    // itself as its half, for ever.
+    // The limit ends the halving of pieces of a few neighbouring floats, of which one half
+    // can be the piece itself. No other piece reaches it.
     constexpr int kDeepest = 256;
     for (;; ++depth) {
         const float polygon = polygonLength(piece);
@@ -278,8 +278,8 @@ float ZkBezier::tAtLength(float len) const
             if (high == t) {
                 return t;
             }
-            // From here on t is sought from 0 again, not from the last t that was
-            // too low: which t is found first, and with it the result, hangs on that.
+            // The search starts again from 0, not from the last t that was too low: the
+            // order in which values of t are tried decides the result.
             high = t;
             t /= 2;
         }

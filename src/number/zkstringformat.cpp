@@ -211,8 +211,8 @@ ZkString replaceByText(const ZkString &text, const Argument &a, const Field &fie
 constexpr int kMostNumber = 999;
 
 /// Reads an escape of `multiArg` at a '%': an 'L' or not, and ASCII digits up to
-/// `most`. Returns what is behind it, null when it is no escape.
-const ZkUcs2 *readNumbered(const ZkUcs2 *at, const ZkUcs2 *end, int most, int *number)
+/// `kMostNumber`. Returns what is behind it, null when it is no escape.
+const ZkUcs2 *readNumbered(const ZkUcs2 *at, const ZkUcs2 *end, int *number)
 {
     ++at;
     at += at != end && *at == 'L';
@@ -220,7 +220,7 @@ const ZkUcs2 *readNumbered(const ZkUcs2 *at, const ZkUcs2 *end, int most, int *n
     for (*number = 0; at != end && *at >= '0' && *at <= '9'; ++at) {
         *number = std::min(*number * 10 + (*at - '0'), kMostNumber + 1);
     }
-    return at != digits && *number <= most ? at : nullptr;
+    return at != digits && *number <= kMostNumber ? at : nullptr;
 }
 
 /// The index of the argument for each number that gets one, -1 for the others:
@@ -231,7 +231,7 @@ ZkMap<int, int> argumentIndices(const ZkString &text, int count)
     for (const ZkUcs2 *at = text.begin(); (at = std::find(at, text.end(), '%')) != text.end();
          ++at) {
         int number = 0;
-        if (readNumbered(at, text.end(), kMostNumber, &number) != nullptr) {
+        if (readNumbered(at, text.end(), &number) != nullptr) {
             indices.insert(number, -1);
         }
     }
@@ -293,7 +293,7 @@ ZkString ZkString::multiArg(int count, const ZkString **args) const
     const ZkUcs2 *from = begin();
     for (const ZkUcs2 *at = from; (at = std::find(at, end(), '%')) != end();) {
         int number = 0;
-        const ZkUcs2 *behind = readNumbered(at, end(), kMostNumber, &number);
+        const ZkUcs2 *behind = readNumbered(at, end(), &number);
         const int index = behind != nullptr ? indices.value(number, -1) : -1;
         if (index == -1) {
             ++at; // text, whether or not it is an escape
@@ -307,24 +307,4 @@ ZkString ZkString::multiArg(int count, const ZkString **args) const
     }
     result.append(from, end() - from);
     return result.toString();
-}
-
-ZkString ZkString::leftJustified(int width, ZkUcs2 fill, bool truncate) const
-{
-    if (width <= size()) {
-        return truncate ? left(width) : *this;
-    }
-    ZkString result(width, fill);
-    copyTo(result.data(), begin(), end());
-    return result;
-}
-
-ZkString ZkString::rightJustified(int width, ZkUcs2 fill, bool truncate) const
-{
-    if (width <= size()) {
-        return truncate ? left(width) : *this;
-    }
-    ZkString result(width, fill);
-    copyTo(result.data() + (width - size()), begin(), end());
-    return result;
 }

@@ -44,7 +44,4 @@ inline bool zkEqualExact(const ZkUcs2 *a, const ZkUcs2 *b, int n)
     return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof(ZkUcs2)) == 0;
 }
 
-/// Whether the `nl` units of `h` from `at` on fold to the same as those of `n`.
-bool zkEqualFolded(const ZkUcs2 *h, int at, const ZkUcs2 *n, int nl);
-
 #endif

@@ -1,5 +1,6 @@
 #include "base/zklanes.h"
 #include "base/zkneon.h"
+#include "string/zkfind.h"
 #include "string/zkscan.h"
 
 #include <algorithm>

@@ -5,8 +5,8 @@
 
 #include <arm_neon.h>
 
-/// Blocks of NEON registers. A step that says it could not do its block has
-/// spoilt what it may write.
+/// Blocks of NEON registers. The output of a step that returns failure is undefined:
+/// the caller overwrites it.
 class ZkUtf8Blocks
 {
 public:
