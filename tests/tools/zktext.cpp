@@ -4,6 +4,8 @@
 #include <zkfontmetrics.h>
 
 #include "pngfile.h"
+#include "tinyfont.h"
+#include "zktextcases.h"
 #include "zktextprogram.h"
 
 #include <ft2build.h>
@@ -17,6 +19,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -36,8 +39,8 @@ using namespace zktextprogram;
 namespace
 {
 
-const Words kRender = {"render", "--font", ZK_FONT_DEJAVU};
-const Words kLayout = {"layout", "--json", "--font", ZK_FONT_DEJAVU};
+const Words kRender = {"render", "--classic", "--font", ZK_FONT_DEJAVU};
+const Words kLayout = {"layout", "--classic", "--json", "--font", ZK_FONT_DEJAVU};
 
 struct Picture {
     int width = 0;
@@ -296,6 +299,100 @@ TEST(Zktext, WrongOptionsAreOneLineAndStatus2)
     }
 }
 
+TEST(Zktext, TellsItsVersion)
+{
+    const Result result = run({"--version"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.rfind("zktext 0.", 0), 0u) << result.out;
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 1);
+}
+
+// Bytes of a PNG file stood in a.jpg without a word.
+TEST(Zktext, AFormatThatIsNotWrittenIsRefused)
+{
+    const Folder folder;
+    const struct {
+        const char *what;
+        Words command;
+        const char *name;
+        const char *problem; // null when the file is written
+    } kRows[] = {
+        {"render", kRender + Words{"a"}, "x.jpg", "the formats are *.png and *.bmp"},
+        {"render, capitals", kRender + Words{"a"}, "x.GIF", "the formats are *.png and *.bmp"},
+        {"render, told", kRender + Words{"a", "--format", "png"}, "x.jpg", nullptr},
+        {"render, no ending", kRender + Words{"a"}, "picture", nullptr},
+        {"render, a hidden file", kRender + Words{"a"}, ".jpg", nullptr},
+        {"render, capitals of its own", kRender + Words{"a"}, "x.PNG", nullptr},
+        {"glyph", Words{"glyph", "A", "--font", ZK_FONT_DEJAVU}, "x.png",
+         "the formats are text and *.bmp"},
+        {"glyph, text", Words{"glyph", "A", "--font", ZK_FONT_DEJAVU}, "x.md", nullptr},
+        {"bmp", {"bmp", "-"}, "y.jpg", "the format is *.png"},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        const std::string path = folder.path(row.name);
+        const Result result = run(row.command + Words{"-o", path});
+        EXPECT_EQ(result.status, row.problem == nullptr ? 0 : 2) << result.err;
+        EXPECT_EQ(readFile(path).empty(), row.problem != nullptr);
+        if (row.problem != nullptr) {
+            EXPECT_EQ(result.err.rfind(
+                          "zktext: --output: " + path + " is not written: " + row.problem, 0),
+                      0u)
+                << result.err;
+        }
+    }
+}
+
+TEST(Zktext, CharactersThatTheFontLacksAreNamedOnce)
+{
+    const Result result = run(kRender + Words{"\u4E2D\u6587 \u4E2D a\u0E01", "-o", "/dev/null"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "zktext: the font has no U+0E01, U+4E2D, U+6587\n");
+    std::string many;
+    for (int i = 0; i < 30; ++i) {
+        many += "\xE4\xB8" + std::string(1, static_cast<char>(0x80 + i)); // U+4E00 and on
+    }
+    EXPECT_NE(run(kRender + Words{many, "-o", "/dev/null"}).err.find("U+4E13 and 10 more\n"),
+              std::string::npos);
+    EXPECT_EQ(run(kRender + Words{"one\ntwo", "-o", "/dev/null"}).err, "");
+}
+
+// FreeType opens a font that was cut off, and finds out glyph by glyph.
+TEST(Zktext, ADamagedFontIsNamed)
+{
+    const TemporaryFile broken(TinyFont().addBox('A', 0, 0, 4, 4, 5).addBroken('B', 9).bytes());
+    const Result result = run({"render", "AB", "--font", broken.path(), "-o", "/dev/null"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err.rfind(std::string("zktext: the font ") + broken.path() +
+                                   " is damaged: it gives nothing for U+0042\n",
+                               0),
+              0u)
+        << result.err;
+    const std::string whole = readFile(ZK_FONT_DEJAVU);
+    const TemporaryFile cut(whole.substr(0, whole.size() / 2));
+    const Result half = run({"render", "Hello", "--font", cut.path(), "-o", "/dev/null"});
+    EXPECT_TRUE(half.status == 1 || half.err.find("is damaged") != std::string::npos) << half.err;
+}
+
+// A glyph of 30,000 pixels a side out of a size of 16, half a gigabyte and more.
+TEST(Zktext, AHostileFontIsRefused)
+{
+    const TemporaryFile hostile(
+        TinyFont().addBox('A', -15000, -8000, 15000, 9000, 5).addBox('B', 0, 0, 4, 4, 5).bytes());
+    for (const char *command : {"render", "layout", "glyph"}) {
+        SCOPED_TRACE(command);
+        const Result result = run({command, "A", "--size", "16", "--font", hostile.path()});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(
+            result.err.rfind("zktext: the font is damaged or hostile: at size 16 U+0041 would "
+                             "have 300",
+                             0),
+            0u)
+            << result.err;
+    }
+    EXPECT_EQ(run({"layout", "B", "--size", "16", "--font", hostile.path()}).status, 0);
+}
+
 TEST(Zktext, WhatCannotBeDoneIsOneLineAndStatus1)
 {
     const Folder folder;
@@ -309,13 +406,18 @@ TEST(Zktext, WhatCannotBeDoneIsOneLineAndStatus1)
         Words arguments;
         std::string message;
     } kRows[] = {
-        {"missing font", {"render", "a", "--font", missing}, "cannot read font " + missing + none},
+        {"missing font",
+         {"render", "--classic", "a", "--font", missing},
+         "cannot read font " + missing + none},
         {"text as font",
-         {"layout", "a", "--font", text},
+         {"layout", "--classic", "a", "--font", text},
          "cannot read font " + text + ": not a font file"},
         {"folder as font",
          {"glyph", "a", "--font", testing::TempDir()},
          "cannot read font " + testing::TempDir() + ": not a font file"},
+        {"a folder as a BMP file",
+         {"bmp", testing::TempDir()},
+         "cannot read " + testing::TempDir() + ": Is a directory"},
         {"missing font, coverage",
          {"coverage", "--font", missing},
          "cannot read font " + missing + none},
@@ -353,13 +455,13 @@ TEST(Zktext, WhatCannotBeDoneIsOneLineAndStatus1)
 
 TEST(Zktext, AFontMustBeNamed)
 {
-    const std::string command = "env -u ZK_FONTLIB " + zktext({"render", "a"});
+    const std::string command = "env -u ZK_FONTLIB " + zktext({"render", "--classic", "a"});
     const Result none = shell(command);
     EXPECT_EQ(none.status, 1);
     EXPECT_EQ(none.err,
               "zktext: no font: name one with --font or in the environment variable ZK_FONTLIB\n");
     const Result named =
-        shell("ZK_FONTLIB=" + quoted(ZK_FONT_DEJAVU) + ' ' + zktext({"render", "a"}));
+        shell("ZK_FONTLIB=" + quoted(ZK_FONT_DEJAVU) + ' ' + zktext({"render", "--classic", "a"}));
     EXPECT_EQ(named.status, 0) << named.err;
     EXPECT_EQ(named.out, run(kRender + Words{"a"}).out);
 }
@@ -699,7 +801,7 @@ TEST(ZktextLayout, JsonEscapesWhatItMust)
 TEST(ZktextLayout, TheTableHoldsTheSameNumbers)
 {
     const Json found = layout({"Hi"});
-    const Result table = run({"layout", "--font", ZK_FONT_DEJAVU, "Hi"});
+    const Result table = run({"layout", "--classic", "--font", ZK_FONT_DEJAVU, "Hi"});
     EXPECT_EQ(table.status, 0);
     std::ostringstream expected;
     expected << "size hint " << found["sizeHint"]["width"].text << " x "
@@ -854,48 +956,12 @@ TEST(ZktextCoverage, LongListsOfGapsAreCutUnlessAllAreWanted)
     EXPECT_GE(all.out.size(), some.out.size());
 }
 
-namespace
-{
-
-struct Case {
-    std::string name;
-    Words arguments;
-    Words painting; ///< of `render` alone
-};
-
-/// The lines of tests/data/zktext/cases: a name, a font, an option for `render`
-/// alone or '.', and arguments, separated by tabs.
-std::vector<Case> cases()
-{
-    const std::map<std::string, std::string> kFonts = {{"DejaVuSans.ttf", ZK_FONT_DEJAVU},
-                                                       {"FreeSerif.ttf", ZK_FONT_FREESERIF},
-                                                       {"wqy-microhei.ttc", ZK_FONT_MICROHEI}};
-    std::vector<Case> all;
-    std::ifstream file(ZK_TEST_DATA "/zktext/cases");
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream fields(line);
-        Words words;
-        for (std::string word; std::getline(fields, word, '\t');) {
-            words.push_back(word);
-        }
-        if (words.size() < 4 || words[0][0] == '#') {
-            continue;
-        }
-        const std::string font = kFonts.at(words[1]);
-        all.push_back({words[0], Words(words.begin() + 3, words.end()) + Words{"--font", font},
-                       words[2] == "." ? Words{} : Words{words[2]}});
-    }
-    return all;
-}
-
-} // namespace
-
 TEST(ZktextReference, LayoutsAreExactlyThoseOnFile)
 {
-    ASSERT_GE(cases().size(), 5u);
-    for (const Case &one : cases()) {
+    ASSERT_GE(cases("zktext").size(), 5u);
+    for (const Case &one : cases("zktext")) {
         SCOPED_TRACE(one.name);
-        const Result result = run(Words{"layout", "--json"} + one.arguments);
+        const Result result = run(Words{"layout", "--classic", "--json"} + one.arguments);
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.out, readFile(ZK_TEST_DATA "/zktext/" + one.name + ".json"));
     }
@@ -903,19 +969,14 @@ TEST(ZktextReference, LayoutsAreExactlyThoseOnFile)
 
 TEST(ZktextReference, PicturesLookLikeThoseOnFile)
 {
-    for (const Case &one : cases()) {
+    for (const Case &one : cases("zktext")) {
         SCOPED_TRACE(one.name);
-        const Picture picture = decode(run(Words{"render"} + one.painting + one.arguments).out);
+        const Picture picture =
+            decode(run(Words{"render", "--classic"} + one.painting + one.arguments).out);
         const Picture wanted = decode(readFile(ZK_TEST_DATA "/zktext/" + one.name + ".png"));
         ASSERT_EQ(picture.width, wanted.width);
         ASSERT_EQ(picture.height, wanted.height);
-        double difference = 0;
-        for (std::size_t i = 0; i < picture.rgb.size(); ++i) {
-            difference += std::abs(int(picture.rgb[i]) - int(wanted.rgb[i]));
-        }
-        // Another FreeType may grey an edge differently; a glyph that is missing
-        // or a pixel off changes far more.
-        EXPECT_LT(difference / double(picture.rgb.size()), 1.0);
+        EXPECT_LT(difference(picture.rgb, wanted.rgb), kAlike);
     }
 }
 
