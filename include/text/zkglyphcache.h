@@ -7,6 +7,7 @@
 #include "zktypeface.h"
 
 struct ZkGlyphCacheData;
+struct ZkGlyphCacheStripe;
 
 /// A rendered glyph of a typeface, as the cache keeps it: the record that painters know,
 /// the same pixels as the classic rasteriser makes, and what it is found by. `pixels` is
@@ -187,7 +188,8 @@ private:
                 const ZkGlyph **out);
     bool makeRoom();
     void add(const ZkGlyph *glyph, std::uint32_t hash);
-    void enroll();
+    void enroll(ZkGlyphCacheStripe *stripe);
+    void touchAll() const;
 
     ZkGlyphCacheData *m_cache;
     const ZkGlyph **m_slots; ///< open addressing, null is free

@@ -36,6 +36,7 @@ ZkGlyphCache &ZkGlyphCache::shared()
         cache = sharedCache;
         if (cache == nullptr) {
             cache = new (sharedPlace) ZkGlyphCache();
+            cache->d->isShared = 1;
             __atomic_store_n(&sharedCache, cache, __ATOMIC_RELEASE);
         }
     }

@@ -7,6 +7,13 @@
 
 #include <pthread.h>
 
+/// What the look-ups of some threads share. Processors fetch cache lines in pairs: 128 bytes.
+struct alignas(128) ZkGlyphCacheStripe {
+    pthread_rwlock_t lock;
+    ZkGlyphHolder *holders; ///< changed under the lock for writing
+    std::uint64_t hits;
+};
+
 /// What a cache and its holders share. Three kinds of access:
 ///
 /// - Looking up: under the read lock of the thread's stripe. It reads the table and glyphs
@@ -21,18 +28,14 @@ struct ZkGlyphCacheData {
     static constexpr unsigned kGhosts = 512;
     static constexpr unsigned kTickBits = 14; // hits of a stripe from tick to tick
 
-    // Processors fetch cache lines in pairs: 128 bytes.
-    struct alignas(128) Stripe {
-        pthread_rwlock_t lock;
-        ZkGlyphHolder *holders; ///< under the write lock
-        std::uint64_t hits;
-    };
+    typedef ZkGlyphCacheStripe Stripe;
 
     // Read by every look-up.
     alignas(128) ZkGlyph **table; ///< open addressing, null is free; at most half full
     std::uint32_t mask;           ///< slots less one
     std::uint32_t clock;          ///< never 0, the stamp of glyphs whose typeface is closed
     std::uint32_t isOver;         ///< glyphs in use exceed the budget
+    std::uint32_t isShared;       ///< the one of the process: never destroyed, not counted
 
     Stripe stripes[kStripes];
 
@@ -50,6 +53,7 @@ struct ZkGlyphCacheData {
     std::uint16_t ghosts[kGhosts]; ///< of glyphs evicted last, part of their hash
 
     static ZkGlyphCacheData *create(std::size_t budget);
+    void retain() { isShared != 0 ? void() : ref.ref(); }
     void release();
 
     static std::uint32_t hashOf(std::uint32_t low, std::uint32_t high)
@@ -61,6 +65,9 @@ struct ZkGlyphCacheData {
     ZkGlyph *find(std::uint32_t low, std::uint32_t high, std::uint32_t hash) const;
 
     bool has(std::uint64_t key);
+
+    /// After glyphs were let go: what exceeds the budget goes.
+    void keepBudget();
     char *pack(const ZkFontList &faces, std::size_t *size, int *glyphs);
 
     /// Notes that a glyph was looked up.
@@ -78,6 +85,7 @@ struct ZkGlyphCacheData {
     std::size_t bytes() const;
     bool fits(std::size_t more) const { return budget == 0 || bytes() + more <= budget; }
     std::uint32_t slabSize() const;
+    std::uint32_t nextSlabSize(std::uint32_t length) const;
 
     /// A record with the measures of `glyph` and room for its pixels, which is not found
     /// before `publish`. Null without memory.
@@ -111,40 +119,17 @@ struct ZkGlyphCacheData {
     Stripe *ownStripe();
 };
 
-/// Keeps glyphs from moving while one is looked up. A process of one thread locks nothing:
-/// nobody starts one in here.
-class ZkGlyphReadLock
-{
-public:
-    explicit ZkGlyphReadLock(ZkGlyphCacheData::Stripe *stripe)
-        : m_lock(ZK_SINGLE_THREADED() ? nullptr : &stripe->lock)
-    {
-        if (m_lock != nullptr) {
-            pthread_rwlock_rdlock(m_lock);
-        }
-    }
-    ~ZkGlyphReadLock()
-    {
-        if (m_lock != nullptr) {
-            pthread_rwlock_unlock(m_lock);
-        }
-    }
-    ZkGlyphReadLock(const ZkGlyphReadLock &) = delete;
-    ZkGlyphReadLock &operator=(const ZkGlyphReadLock &) = delete;
-
-private:
-    pthread_rwlock_t *m_lock;
-};
-
-/// Keeps everybody else from a stripe, to change its list of holders.
+/// Keeps glyphs from moving while one is looked up; with `isAlone`, keeps everybody else
+/// from the stripe too, to change its list of holders. A process of one thread locks
+/// nothing: nobody starts one in here.
 class ZkGlyphStripeLock
 {
 public:
-    explicit ZkGlyphStripeLock(ZkGlyphCacheData::Stripe *stripe)
+    explicit ZkGlyphStripeLock(ZkGlyphCacheData::Stripe *stripe, bool isAlone = false)
         : m_lock(ZK_SINGLE_THREADED() ? nullptr : &stripe->lock)
     {
         if (m_lock != nullptr) {
-            pthread_rwlock_wrlock(m_lock);
+            isAlone ? pthread_rwlock_wrlock(m_lock) : pthread_rwlock_rdlock(m_lock);
         }
     }
     ~ZkGlyphStripeLock()

@@ -26,18 +26,21 @@ ZkGlyphHolder::ZkGlyphHolder() : ZkGlyphHolder(ZkGlyphCache::shared())
 ZkGlyphHolder::ZkGlyphHolder(ZkGlyphCache &cache)
     : m_cache(cache.d), m_slots(m_inline), m_mask(InlineSlots - 1)
 {
-    m_cache->ref.ref();
+    m_cache->retain();
 }
 
 ZkGlyphHolder::~ZkGlyphHolder()
 {
-    clear();
     if (m_link != nullptr) {
-        const ZkGlyphStripeLock lock(&m_cache->stripes[m_stripe]);
-        *m_link = m_next;
-        if (m_next != nullptr) {
-            m_next->m_link = m_link;
+        {
+            const ZkGlyphStripeLock lock(&m_cache->stripes[m_stripe], true);
+            touchAll();
+            *m_link = m_next;
+            if (m_next != nullptr) {
+                m_next->m_link = m_link;
+            }
         }
+        m_cache->keepBudget();
     }
     if (m_slots != m_inline) {
         std::free(m_slots);
@@ -45,12 +48,10 @@ ZkGlyphHolder::~ZkGlyphHolder()
     m_cache->release();
 }
 
-// Enters the holder among those that are asked before a glyph goes.
-void ZkGlyphHolder::enroll()
+// Enters the holder among those that are asked before a glyph goes. Alone in the stripe.
+void ZkGlyphHolder::enroll(ZkGlyphCacheStripe *stripe)
 {
-    ZkGlyphCacheData::Stripe *const stripe = m_cache->ownStripe();
     m_stripe = static_cast<unsigned>(stripe - m_cache->stripes);
-    const ZkGlyphStripeLock lock(stripe);
     m_next = stripe->holders;
     if (m_next != nullptr) {
         m_next->m_link = &m_next;
@@ -155,13 +156,13 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
 bool ZkGlyphHolder::lookUp(std::uint32_t size, std::uint32_t high, const std::uint32_t *indices,
                            int n, const ZkGlyph **out)
 {
-    if (m_link == nullptr) {
-        enroll();
-    }
     bool allThere = true;
     unsigned hits = 0;
-    ZkGlyphCacheData::Stripe *const stripe = m_cache->ownStripe();
-    const ZkGlyphReadLock lock(stripe);
+    ZkGlyphCacheStripe *const stripe = m_cache->ownStripe();
+    const ZkGlyphStripeLock lock(stripe, m_link == nullptr);
+    if (m_link == nullptr) {
+        enroll(stripe);
+    }
     for (int i = 0; i < n; ++i) {
         const std::uint32_t low = lowOf(indices[i]) | size;
         const std::uint32_t hash = ZkGlyphCacheData::hashOf(low, high);
@@ -183,24 +184,27 @@ bool ZkGlyphHolder::lookUp(std::uint32_t size, std::uint32_t high, const std::ui
     return allThere;
 }
 
+// What is let go was used until now. Under a stripe's lock.
+void ZkGlyphHolder::touchAll() const
+{
+    for (std::uint32_t i = 0; m_count != 0 && i <= m_mask; ++i) {
+        const ZkGlyph *const glyph = m_slots[i];
+        if (glyph != nullptr && __atomic_load_n(&glyph->stamp, __ATOMIC_RELAXED) != 0) {
+            m_cache->touch(glyph);
+        }
+    }
+}
+
 void ZkGlyphHolder::clear()
 {
     if (m_count == 0) {
         return;
     }
     {
-        const ZkGlyphReadLock lock(m_cache->ownStripe());
-        for (std::uint32_t i = 0; i <= m_mask; ++i) {
-            const ZkGlyph *const glyph = m_slots[i];
-            if (glyph != nullptr && __atomic_load_n(&glyph->stamp, __ATOMIC_RELAXED) != 0) {
-                m_cache->touch(glyph);
-            }
-        }
+        const ZkGlyphStripeLock lock(m_cache->ownStripe());
+        touchAll();
         std::memset(static_cast<void *>(m_slots), 0, (std::size_t(m_mask) + 1) * sizeof *m_slots);
         m_count = 0;
     }
-    if (__atomic_load_n(&m_cache->isOver, __ATOMIC_RELAXED) != 0) {
-        const ZkGlyphMutexLock lock(&m_cache->mutex);
-        m_cache->makeRoom(0);
-    }
+    m_cache->keepBudget();
 }

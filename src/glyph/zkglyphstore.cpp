@@ -117,7 +117,7 @@ ZkGlyphCacheData *ZkGlyphCacheData::create(std::size_t budget)
 
 void ZkGlyphCacheData::release()
 {
-    if (ref.deref()) {
+    if (isShared != 0 || ref.deref()) {
         return;
     }
     pthread_mutex_lock(&cachesLock);
@@ -190,6 +190,15 @@ std::uint32_t ZkGlyphCacheData::slabSize() const
         std::max<std::size_t>(eighth & ~std::size_t(4095), ZkGlyphSlabs::kLeastSlab),
         ZkGlyphSlabs::kMostSlab);
     return static_cast<std::uint32_t>(pages - sizeof(ZkGlyphSlabs::Slab) - 16);
+}
+
+// The first slabs are small, so that few glyphs take little.
+std::uint32_t ZkGlyphCacheData::nextSlabSize(std::uint32_t length) const
+{
+    const std::uint32_t most = slabSize();
+    const auto quarter = static_cast<std::uint32_t>(
+        std::min<std::size_t>(slabs.bytes() / 4 & ~std::size_t(4095), most));
+    return std::min(most, std::max({quarter, ZkGlyphSlabs::kLeastSlab, length * 4}));
 }
 
 ZkGlyphStopLock::ZkGlyphStopLock(ZkGlyphCacheData *cache)
@@ -358,7 +367,8 @@ ZkGlyph *ZkGlyphCacheData::room(std::uint32_t length)
         return glyph;
     }
     ZkGlyph *glyph = slabs.take(length);
-    if (glyph == nullptr && fits(ZkGlyphSlabs::costOf(size)) && slabs.addSlab(size)) {
+    const std::uint32_t next = nextSlabSize(length);
+    if (glyph == nullptr && fits(ZkGlyphSlabs::costOf(next)) && slabs.addSlab(next)) {
         glyph = slabs.take(length);
     }
     for (std::size_t wanted : {length + budget / 16, length + budget / 4, kAll}) {
@@ -383,7 +393,8 @@ bool ZkGlyphCacheData::hasRoom(std::uint32_t length) const
     if (length > size / 4) {
         return fits(growth + ZkGlyphSlabs::costOf(length));
     }
-    return fits(growth + (slabs.hasTail(length) ? 0 : ZkGlyphSlabs::costOf(size)));
+    const std::size_t cost = ZkGlyphSlabs::costOf(nextSlabSize(length));
+    return fits(growth + (slabs.hasTail(length) ? 0 : cost));
 }
 
 // A slot for one glyph more. Without memory for a larger table the one that is there may
@@ -480,11 +491,19 @@ void ZkGlyphCacheData::dropAll()
     notePeak();
 }
 
+void ZkGlyphCacheData::keepBudget()
+{
+    if (__atomic_load_n(&isOver, __ATOMIC_RELAXED) != 0) {
+        const ZkGlyphMutexLock lock(&mutex);
+        makeRoom(0);
+    }
+}
+
 bool ZkGlyphCacheData::has(std::uint64_t key)
 {
     const auto low = static_cast<std::uint32_t>(key);
     const auto high = static_cast<std::uint32_t>(key >> 32);
-    const ZkGlyphReadLock lock(ownStripe());
+    const ZkGlyphStripeLock lock(ownStripe());
     return find(low, high, hashOf(low, high)) != nullptr;
 }
 
@@ -521,7 +540,7 @@ const ZkGlyph *ZkGlyphCacheData::render(ZkGlyphHolder *holder, const ZkOpenTypef
     const std::uint32_t hash = hashOf(low, high);
     const ZkTypefaceLock faceLock(face, true);
     {
-        const ZkGlyphReadLock lock(ownStripe());
+        const ZkGlyphStripeLock lock(ownStripe());
         if (!holder->makeRoom()) {
             return nullptr;
         }

@@ -18,7 +18,7 @@ bool hasRoom(const ZkTextCell &cell)
 class SeenLine
 {
 public:
-    SeenLine(ZkParagraphData *d, int line) : m_d(*d), m_line(line) { d->place(line); }
+    SeenLine(ZkParagraphData *d, int line) : m_d(*d), m_line(line) { d->place(line, true); }
 
     const ZkTextLine &line() const { return m_d.lines[m_line]; }
     int count() const
@@ -304,11 +304,10 @@ int ZkParagraph::minWidth() const
     d->need(ZkParagraphData::Shaped);
     if (d->minimum < 0) {
         ZkPen widest = 0;
-        const std::uint8_t *const flags = d->breaks.flags();
         for (const ZkHardLine &hard : d->hardLines) {
             int first = hard.first;
             for (int u = first + 1; u <= hard.last; ++u) {
-                if ((flags[u] & ZkTextBreaks::LineAllowed) == 0) {
+                if (!d->mayEndBefore(u)) {
                     continue;
                 }
                 const int end = d->contentEnd(first, u);

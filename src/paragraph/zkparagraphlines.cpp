@@ -14,7 +14,6 @@ public:
     explicit LineBreaker(ZkParagraphData *d)
         : m_d(*d),
           m_text(d->text.constData()),
-          m_flags(d->breaks.flags()),
           m_limit(d->boxWidth > 0 ? ZkPen{d->boxWidth} * 64 + 31 : INT64_MAX / 4)
     {
     }
@@ -35,7 +34,6 @@ private:
 
     ZkParagraphData &m_d;
     const ZkUcs2 *m_text;
-    const std::uint8_t *m_flags;
     ZkPen m_limit;
     // The start of the line at work that was shaped again, and what that took.
     int m_headEnd = 0;
@@ -84,7 +82,7 @@ int LineBreaker::skipSpaces(int unit, const ZkHardLine &hard) const
 int LineBreaker::allowedBefore(int first, int unit, const ZkHardLine &hard) const
 {
     for (int i = unit; i > first; --i) {
-        if ((m_flags[i] & ZkTextBreaks::LineAllowed) != 0 &&
+        if (m_d.mayEndBefore(i) &&
             (m_text[i - 1] != kZkSoftHyphen ||
              extent(first, i, hard) + m_d.hyphenAt(i) <= m_limit)) {
             return i;
@@ -112,7 +110,7 @@ int LineBreaker::fit(int first, const ZkHardLine &hard)
     if (behind == hard.last) {
         return hard.last;
     }
-    if (behind > first && (m_flags[behind] & ZkTextBreaks::LineAllowed) != 0 &&
+    if (behind > first && m_d.mayEndBefore(behind) &&
         (behind > over || m_text[behind - 1] != kZkSoftHyphen)) {
         return behind;
     }
@@ -124,12 +122,12 @@ int LineBreaker::fit(int first, const ZkHardLine &hard)
         end = over > first ? over : nextCluster(first, hard.last);
     } else {
         end = std::max(over, first + 1);
-        while (end < hard.last && (m_flags[end] & ZkTextBreaks::LineAllowed) == 0) {
+        while (end < hard.last && !m_d.mayEndBefore(end)) {
             ++end;
         }
     }
     const int next = skipSpaces(end, hard);
-    return next == hard.last || (m_flags[next] & ZkTextBreaks::LineAllowed) != 0 ? next : end;
+    return next == hard.last || m_d.mayEndBefore(next) ? next : end;
 }
 
 // Shapes the letters on both sides of `end` again where they depend on each other. When the
@@ -210,8 +208,8 @@ void LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
     if (line.endsHard) { // spaces at the end count as far as there is room for them
         const ZkPen full = extent(first, last, hard) + m_tailDifference;
         width = std::max(width, std::min(full, m_limit - 31));
-    } else if (content > first && m_text[content - 1] == kZkSoftHyphen) {
-        width += m_d.hyphenAt(content);
+    } else if (m_text[last - 1] == kZkSoftHyphen) {
+        width += m_d.hyphenAt(last);
     }
     line.width = zkPixels(width);
     m_d.lines.append(line);

@@ -160,8 +160,8 @@ TEST(GlyphThreads, ChainsChangeAndTypefacesCloseMeanwhile)
         }
         std::minstd_rand random(static_cast<unsigned>(number));
         for (int text = 0; text < texts; ++text) {
+            const ZkFontList faces = chain.faces(); // open until the holder is gone
             ZkGlyphHolder holder(cache);
-            const ZkFontList faces = chain.faces();
             for (int i = 0; i < 10; ++i) {
                 const char32_t c = static_cast<char32_t>('!' + random() % 90);
                 const int face = faces.findCluster(&c, 1);

@@ -316,8 +316,7 @@ TEST(ZkGlyphCache, ASmallerBudgetHoldsAtOnce)
         cache.setBudget(budget);
         EXPECT_EQ(cache.budget(), budget);
         EXPECT_LE(cache.stats().bytes, budget);
-        // Slabs are as large as the budget made them, so the least one keeps none.
-        EXPECT_EQ(cache.stats().glyphs > 0, budget > 64u << 10);
+        EXPECT_GT(cache.stats().glyphs, 0);
     }
     cache.setBudget(1);
     EXPECT_EQ(cache.budget(), std::size_t(ZkGlyphCache::LeastBudget));

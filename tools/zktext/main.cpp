@@ -28,12 +28,14 @@ int fail(int status, const std::string &message)
 int run(int argc, char **argv)
 {
     CLI::App program("Draws and measures text with libzk.", "zktext");
+    program.set_version_flag("--version", "zktext " ZK_VERSION);
     program.require_subcommand(0, 1); // none is told below, after unknown words
     zktext::addRender(program);
     zktext::addLayout(program);
     zktext::addGlyph(program);
     zktext::addCoverage(program);
     zktext::addBmp(program);
+    zktext::addAnalyse(program);
     program.footer("Status: 0 done, 1 failed, 2 wrong options.");
     try {
         program.parse(argc, argv);

@@ -1,8 +1,11 @@
 #include "options.h"
 
 #include "face.h"
+#include "fontcheck.h"
 #include "output.h"
 #include "paragraph.h"
+
+#include <zkfontengine.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -18,38 +21,6 @@ namespace
 
 constexpr int kFarthest = 16384;              // pixels: no side or coordinate beyond
 constexpr std::size_t kLongest = 1024 * 1024; // bytes of text
-
-/// Everything in a file, or in standard input for "-".
-std::string readAll(const std::string &path)
-{
-    const auto close = [](std::FILE *file) {
-        if (file != stdin) {
-            std::fclose(file);
-        }
-    };
-    std::unique_ptr<std::FILE, decltype(close)> file(
-        path == "-" ? stdin : std::fopen(path.c_str(), "rb"), close);
-    const std::string name = path == "-" ? "standard input" : path;
-    if (!file) {
-        throw Failure("cannot read " + name + ": " + std::strerror(errno));
-    }
-    std::string bytes;
-    char block[4096];
-    for (std::size_t n; (n = std::fread(block, 1, sizeof block, file.get())) > 0;) {
-        bytes.append(block, n);
-        if (bytes.size() > kLongest) {
-            throw Failure("the text in " + name + " is longer than 1 MiB");
-        }
-    }
-    if (std::ferror(file.get())) {
-        throw Failure("cannot read " + name + ": " + std::strerror(errno));
-    }
-    // The line end that editors put behind the last line is not part of the text.
-    if (!bytes.empty() && bytes.back() == '\n') {
-        bytes.pop_back();
-    }
-    return bytes;
-}
 
 ZkString toText(const std::string &bytes)
 {
@@ -93,6 +64,37 @@ int vertical(const std::string &name)
 }
 
 } // namespace
+
+std::string readText(const std::string &path)
+{
+    const auto close = [](std::FILE *file) {
+        if (file != stdin) {
+            std::fclose(file);
+        }
+    };
+    std::unique_ptr<std::FILE, decltype(close)> file(
+        path == "-" ? stdin : std::fopen(path.c_str(), "rb"), close);
+    const std::string name = path == "-" ? "standard input" : path;
+    if (!file) {
+        throw Failure("cannot read " + name + ": " + std::strerror(errno));
+    }
+    std::string bytes;
+    char block[4096];
+    for (std::size_t n; (n = std::fread(block, 1, sizeof block, file.get())) > 0;) {
+        bytes.append(block, n);
+        if (bytes.size() > kLongest) {
+            throw Failure("the text in " + name + " is longer than 1 MiB");
+        }
+    }
+    if (std::ferror(file.get())) {
+        throw Failure("cannot read " + name + ": " + std::strerror(errno));
+    }
+    // The line end that editors put behind the last line is not part of the text.
+    if (!bytes.empty() && bytes.back() == '\n') {
+        bytes.pop_back();
+    }
+    return bytes;
+}
 
 void FontOptions::addFile(CLI::App &command)
 {
@@ -202,7 +204,7 @@ std::string LayoutOptions::readText() const
         throw CLI::RequiredError("TEXT or --file");
     }
     const bool fromFile = !file.empty() || words == "-";
-    return fromFile ? readAll(file.empty() ? words : file) : words;
+    return fromFile ? ::readText(file.empty() ? words : file) : words;
 }
 
 ZkRect LayoutOptions::textBox() const
@@ -243,6 +245,9 @@ host::TextBlock LayoutOptions::layOutClassic() const
     request.wordWrap = !noWrap;
     request.bare = bare;
     font.open();
+    ZkFontEngine shaped;
+    shaped.lanuguageRules(request.text);
+    checkFont(font.path(), shaped.text(), request.font);
     host::TextBlock block(request);
     block.place(box.left(), box.top(), box.height());
     return block;

@@ -82,6 +82,10 @@ struct LayoutOptions {
     void check() const;
 };
 
+/// Everything in a file, or in standard input for "-", without the line end behind its
+/// last line. Throws when it cannot be read or is longer than 1 MiB.
+std::string readText(const std::string &path);
+
 /// Throws when `path` is "-" and that is a terminal: no place for a picture.
 void refuseTerminal(const std::string &path);
 

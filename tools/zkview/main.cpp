@@ -17,6 +17,8 @@ struct Options {
     int height = 700;
     bool fullScreen = false;
     bool classic = false;
+    bool levels = false;
+    std::string text;
     std::string picture;
 };
 
@@ -44,6 +46,13 @@ void start(const Options &options)
             "no font: name one with --font or in the environment variable ZK_FONTLIB");
     }
     zkview::Model model(fonts, options.width, options.height, options.classic);
+    if (!options.text.empty()) {
+        model.perform({zkview::Action::Clear});
+        model.type(options.text);
+    }
+    if (options.levels) {
+        model.perform({zkview::Action::Levels});
+    }
     if (options.picture.empty()) {
         zkview::show(model, options.fullScreen);
         return;
@@ -58,6 +67,7 @@ int run(int argc, char **argv)
 {
     Options options;
     CLI::App program("Shows what libzk makes of a text, while you change it.", "zkview");
+    program.set_version_flag("--version", "zkview " ZK_VERSION);
     program.add_option("-f,--font", options.fonts,
                        "Font files; the others stand in for the chosen one (default: those of the "
                        "usual packages)");
@@ -70,6 +80,8 @@ int run(int argc, char **argv)
     program.add_flag("--classic", options.classic,
                      "Lay out with the classic engine: one font, text written at its end");
     program.add_flag("--full-screen", options.fullScreen, "Take the whole screen");
+    program.add_flag("--levels", options.levels, "Begin with levels and breaks shown");
+    program.add_option("--text", options.text, "Begin with this text");
     program.add_option("--picture", options.picture,
                        "Write the first picture to a PNG file, open no window");
     program.footer(kFooter + zkview::videoDrivers() +

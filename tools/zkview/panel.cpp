@@ -122,13 +122,14 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
                align("Middle", Action::Vertical, host::AlignVCenter),
                align("Bottom", Action::Vertical, host::AlignBottom)});
 
-    stack.title("Show");
-    stack.row({button("Boxes", "F7", {Action::Boxes}, state.boxes),
-               button("Wrap", "F8", {Action::Wrap}, state.wrap)});
+    stack.title("Show   F7 F8 F10");
+    stack.row({button("Boxes", "", {Action::Boxes}, state.boxes),
+               button("Wrap", "", {Action::Wrap}, state.wrap),
+               button("Levels", "", {Action::Levels}, state.levels)});
 
     if (!state.classic) {
         static const char *const kDots[] = {"Dots: no", "Dots: end", "Dots: mid", "Dots: start"};
-        stack.row({button(kDots[state.ellipsis], "F10", {Action::NextEllipsis},
+        stack.row({button(kDots[state.ellipsis], "F12", {Action::NextEllipsis},
                           state.ellipsis != ZkParagraph::EllipsisNone),
                    button("Colours", "F11", {Action::Colors}, state.colors)});
     }

@@ -1,5 +1,6 @@
 // How the model looks.
 
+#include "analysispicture.h"
 #include "model.h"
 
 #include <algorithm>
@@ -108,7 +109,11 @@ void Model::drawSheet()
     const ZkRect around = sheet();
     m_canvas.round(around, 8, kPaper);
     m_canvas.setClip(around);
-    drawText();
+    if (m_state.levels) {
+        drawLevels();
+    } else {
+        drawText();
+    }
     const int x = edge(), middle = (around.top() + around.bottom()) / 2;
     m_canvas.fill(ZkRect(x, around.top(), x + 1, around.bottom()), kEdge);
     m_canvas.round(ZkRect(x - 4, middle - 22, x + 5, middle + 21), 5, kEdge);
@@ -144,6 +149,18 @@ void Model::drawText()
         host::paintGuides(m_canvas, paragraph, origin.x(), origin.y());
     }
     m_field.paintCaret(m_canvas, colors);
+}
+
+/// The text as the library analyses it, in the place of the text box.
+void Model::drawLevels()
+{
+    if (!m_face) {
+        m_face = std::make_unique<host::FaceFile>(m_fonts[std::size_t(m_state.font)].path);
+    }
+    const host::Analysis analysis(std::vector<ZkUcs2>(m_state.text.begin(), m_state.text.end()),
+                                  ZkBidi::Auto);
+    host::AnalysisPicture(analysis, m_face->face(), m_state.attr.size, m_state.wrapWidth)
+        .paint(m_canvas, box().left(), box().top());
 }
 
 void Model::drawCaret()
@@ -210,7 +227,7 @@ void Model::drawHelp()
               ? "Type to write, Backspace, Ctrl+V paste, Ctrl+L clear   Drag the blue edge or "
                 "press Left Right   Up Down size   Esc quit"
               : "Click, drag, Shift and arrows select, Ctrl+arrows by words, Ctrl+C X V A   "
-                "Ctrl+plus, minus size   F10 dots   Esc quit",
+                "Ctrl+plus, minus size   F12 dots   Esc quit",
           kBright, host::AlignLeft);
 }
 
