@@ -106,7 +106,6 @@ private:
     void draw();
     void drawPanel();
     void drawSheet();
-    void drawText();
     void drawLevels();
     void drawCaret();
     void drawStatus();
