@@ -1,5 +1,5 @@
-# One Debian package for each component: libzkN, libzk-dev, zk-tools, and libzkshapeN
-# and libzkshape-dev where that library is built. `./dev
+# One Debian package for each component: libzkN, libzk-dev, zk-tools, libzk-doc, and
+# libzkshapeN and libzkshape-dev where that library is built. `./dev
 # package` builds them; `cpack` in a build folder of preset `package` does too.
 
 set(zk_runtime_package libzk${zk_soversion})
@@ -17,6 +17,11 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL runtime development tools)
+# The reference is the same for all machines: one package, made with those of this one.
+set(ZK_REFERENCE ${PROJECT_SOURCE_DIR}/build/docs/html)
+if(NOT CMAKE_CROSSCOMPILING AND EXISTS ${ZK_REFERENCE}/index.html)
+  list(APPEND CPACK_COMPONENTS_ALL documentation)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
@@ -55,19 +60,33 @@ with libzk or use its strings, containers, dates and geometry.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zk-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-"text engine and core value types - command line
+"text engine and core value types - tools
 zktext draws a text as a PNG or BMP picture, tells where its lines and glyphs
-stand, shows single glyphs and tells which characters a font has.")
+stand, shows single glyphs and tells which characters a font has. zkview lays a
+text out in a window while it is changed.")
+
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME libzk-doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_COMPONENT_DOCUMENTATION_DESCRIPTION
+"text engine and core value types - reference
+Web pages of every class, of each subsystem, of what is surprising and of how
+to port to a new board.")
+install(DIRECTORY ${ZK_REFERENCE} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzk-doc
+  COMPONENT documentation OPTIONAL)
 
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers)
 
-set(zk_documented runtime:${zk_runtime_package} development:libzk-dev tools:zk-tools)
+set(zk_documented runtime:${zk_runtime_package} development:libzk-dev tools:zk-tools
+  documentation:libzk-doc)
 if(ZK_SHAPE)
   set(zk_shape_package libzkshape${zk_soversion})
   list(APPEND CPACK_COMPONENTS_ALL shape shape-development)
   list(APPEND zk_documented shape:${zk_shape_package} shape-development:libzkshape-dev)
   set(CPACK_COMPONENT_SHAPE_DEPENDS runtime)
+  list(APPEND CPACK_COMPONENT_TOOLS_DEPENDS shape)
   set(CPACK_COMPONENT_SHAPE-DEVELOPMENT_DEPENDS shape development)
   set(CPACK_DEBIAN_SHAPE_PACKAGE_NAME ${zk_shape_package})
   set(CPACK_DEBIAN_SHAPE_PACKAGE_SECTION libs)

@@ -1,7 +1,7 @@
 # What `cmake --install` lays down, in three components:
 #   runtime      the library that programs load
 #   development  headers, what programs link with, CMake package, zk.pc, gdb printers
-#   tools        zktext and its manual page
+#   tools        zktext and zkview with their manual pages
 # and, where libzkshape is built, its library and its headers in two of their own.
 
 include(CMakePackageConfigHelpers)
@@ -83,18 +83,26 @@ function(zk_gzip document result)
     OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/${result} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-if(ZK_TOOLS)
-  set(zk_manual tools/zktext/zktext.1)
+# A host with its manual page.
+function(zk_install_tool tool)
+  set(manual ${PROJECT_SOURCE_DIR}/tools/${tool}/${tool}.1)
   if(ZK_DEBIAN)
-    zk_gzip(${PROJECT_SOURCE_DIR}/${zk_manual} zktext.1.gz)
-    set(zk_manual ${CMAKE_CURRENT_BINARY_DIR}/zktext.1.gz)
+    zk_gzip(${manual} ${tool}.1.gz)
+    set(manual ${CMAKE_CURRENT_BINARY_DIR}/${tool}.1.gz)
   else()
     # Outside /usr the loader does not know the library's folder.
-    file(RELATIVE_PATH zk_lib_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-    set_target_properties(zktext PROPERTIES INSTALL_RPATH "$ORIGIN/${zk_lib_from_bin}")
+    file(RELATIVE_PATH lib_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(${tool} PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
   endif()
-  install(TARGETS zktext RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-  install(FILES ${zk_manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  install(TARGETS ${tool} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+endfunction()
+
+if(ZK_TOOLS)
+  zk_install_tool(zktext)
+  if(TARGET zkview)
+    zk_install_tool(zkview)
+  endif()
 endif()
 
 if(ZK_DEBIAN)

@@ -19,6 +19,14 @@ if(ZK_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# What Debian builds its packages with: a program stops when its stack or a buffer of
+# known size is written past its end, and its tables of addresses cannot be written.
+if(ZK_HARDEN)
+  add_compile_options(-fstack-protector-strong -fstack-clash-protection
+    -Wformat -Werror=format-security -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  add_link_options(LINKER:-z,relro,-z,now)
+endif()
+
 # Floating point that gives the same bits on machines with and without fused
 # multiply-add, and every warning that a stranger's compiler may show. A project
 # that adds this one to its own sees none of ours.

@@ -34,8 +34,9 @@ struct ZkColor {
 /// Reads an uncompressed BMP file of 1, 4, 8, 16, 24 or 32 bits a pixel.
 ///
 /// The headers are read and judged when the object is made; `decode` then writes
-/// the pixels into a buffer of the caller's. What is wrong with a file is told
-/// in one line on standard output, and any bytes at all are safe to read: memory
+/// the pixels into a buffer of the caller's. What is wrong with a file is told on
+/// standard output, in one line; a constructor that refuses a file adds the line
+/// "ZkBitmap(): BMP header error !!!". Any bytes at all are safe to read: memory
 /// is taken in step with the bytes a file really holds, not with the sizes its
 /// headers claim.
 ///
@@ -45,6 +46,20 @@ struct ZkColor {
 ///                                           std::size_t(bitmap.height()));
 ///         bitmap.decode(pixels.data()); // blue, green, red, alpha; top row first
 ///     }
+///
+/// A component of 16 bits is shifted to five bits and those to eight, so the brightest
+/// is 248, and a mask of fewer bits is darker or cruder still. White comes out so:
+///
+/// | masks of red, green, blue      | red | green | blue |
+/// | ------------------------------ | --- | ----- | ---- |
+/// | 5-5-5: 0x7C00, 0x03E0, 0x001F  | 248 | 248   | 248  |
+/// | 5-6-5: 0xF800, 0x07E0, 0x001F  | 248 | 248   | 248  |
+/// | 4-4-4: 0x0F00, 0x00F0, 0x000F  | 240 | 240   | 120  |
+/// | 2-3-1: 0x0030, 0x000E, 0x0001  | 192 | 112   | 8    |
+///
+/// The colour table is read right behind the first 54 bytes. Files with a longer header
+/// (108 or 124 bytes, or the 64 of OS/2) have other things there: their palettes come out
+/// as other colours. `infoHeader().headerSize` above 40 tells such a file.
 ///
 /// Rows of a 16-bit file come out bottom row first; every other depth comes out
 /// top row first. Only 32-bit pixels carry the file's own alpha, all others are

@@ -25,7 +25,10 @@ public:
 
     /// Writes `image` to `path`, replacing the file there. Returns 0, also when
     /// the file cannot be opened; the value of `fclose` otherwise, so anything
-    /// but 0 means that the last bytes were not written.
+    /// but 0 means that the last bytes were not written. 0 does not mean that all
+    /// were: a disk that filled up earlier is not noticed. Whoever must know compares
+    /// the size of the file, 54 + 4 * width * height at most, or writes it as `zktext
+    /// render -o` does.
     ///
     /// A 24-bit file whose rows need no padding (a width that is a multiple of 4)
     /// claims four bytes more for each row in its size fields than it has; readers

@@ -101,6 +101,8 @@ public:
 
     /// Order by the first differing byte, taken as unsigned. Where none differs
     /// before the shorter end or a 0 byte in either, the array of fewer bytes is less.
+    /// Among arrays with 0 bytes inside this is no order: "ab" < "a\0zzzz" <
+    /// "aa\0xxxxx" < "ab". Sort such bytes by `memcmp` and size.
     bool operator<(const ZkByteArray &other) const;
     bool operator>(const ZkByteArray &other) const { return other < *this; }
     bool operator<=(const ZkByteArray &other) const { return !(other < *this); }

@@ -1,6 +1,7 @@
 #ifndef ZKHASH_H
 #define ZKHASH_H
 
+#include "private/zksharing.h"
 #include "zkglobal.h"
 #include "zklist.h"
 
@@ -210,19 +211,27 @@ public:
     typedef Walker<const T> const_iterator;
 
     /// An empty hash; allocates nothing.
-    ZkHash() noexcept : d(&ZkHashData::shared_null) { d->ref.ref(); }
+    ZkHash() noexcept : d(&ZkHashData::shared_null) { zkRetain(d, &ZkHashData::shared_null); }
     /// Of equal keys the last counts.
     ZkHash(std::initializer_list<std::pair<K, T>> pairs);
     /// Shares the table, or copies the nodes if the table is not sharable.
-    ZkHash(const ZkHash &other);
+    ZkHash(const ZkHash &other) : ZkHash(other.d) { Sharing::join(*this); }
     /// Takes the table; `other` is left empty.
     ZkHash(ZkHash &&other) noexcept : ZkHash() { swap(other); }
-    ~ZkHash() { release(d); }
+    ~ZkHash() { Sharing::leave(d); }
 
-    ZkHash &operator=(const ZkHash &other);
+    ZkHash &operator=(const ZkHash &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the tables.
-    ZkHash &operator=(ZkHash &&other) noexcept;
-    void swap(ZkHash &other) noexcept { std::swap(d, other.d); }
+    ZkHash &operator=(ZkHash &&other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    void swap(ZkHash &other) noexcept { Sharing::swap(*this, other); }
     friend void swap(ZkHash &a, ZkHash &b) noexcept { a.swap(b); }
 
     int size() const { return d->size; }
@@ -234,7 +243,7 @@ public:
     bool isSharedWith(const ZkHash &other) const { return d == other.d; }
     /// False makes each later copy of this hash copy the nodes at once, so that
     /// references into this hash survive copying it.
-    void setSharable(bool on);
+    void setSharable(bool on) { Sharing::setSharable(*this, on); }
     /// Takes as many buckets as `count` keys need, also fewer than there are now, but
     /// not below half the keys there are.
     void reserve(int count);
@@ -276,6 +285,8 @@ public:
 
 private:
     friend struct ZkInspector;
+    friend struct ZkSharing<ZkHash>;
+    typedef ZkSharing<ZkHash> Sharing;
 
     explicit ZkHash(ZkHashData *table) : d(table) {}
 
@@ -285,9 +296,13 @@ private:
     // What tears down a table: nodes that need no destruction are only freed.
     static constexpr ZkHashData::Delete kDelete =
         std::is_trivially_destructible<Node>::value ? ZkHashData::destroyNothing : deleteNode2;
-    static void release(ZkHashData *x);
+    ZkHashData *&block() { return d; }
+    static ZkHashData *emptyBlock() { return &ZkHashData::shared_null; }
+    void copyBlock() { detach_helper(); }
+    static void destroyBlock(ZkHashData *x) __attribute__((noinline));
+    bool isAlone() const { return zkIsUnshared(d, &ZkHashData::shared_null); }
     ZkHashData *writable();
-    void detach();
+    void detach() { Sharing::detach(*this); }
     void detach_helper();
     Node *createNode(ZkHashData::Node **link, unsigned h, const K &key, const T &value);
 
@@ -350,40 +365,11 @@ ZkHash<K, T>::ZkHash(std::initializer_list<std::pair<K, T>> pairs) : ZkHash()
     }
 }
 
-// The hash is complete before nodes are copied: should that throw, its destructor
-// gives the share of `other`'s table back.
+// Destroys keys and values and frees the table.
 template <typename K, typename T>
-inline ZkHash<K, T>::ZkHash(const ZkHash &other) : ZkHash(other.d)
+void ZkHash<K, T>::destroyBlock(ZkHashData *x)
 {
-    d->ref.ref();
-    if (!d->sharable) {
-        detach_helper();
-    }
-}
-
-template <typename K, typename T>
-ZkHash<K, T> &ZkHash<K, T>::operator=(const ZkHash &other)
-{
-    if (d != other.d) {
-        ZkHash(other).swap(*this);
-    }
-    return *this;
-}
-
-template <typename K, typename T>
-ZkHash<K, T> &ZkHash<K, T>::operator=(ZkHash &&other) noexcept
-{
-    swap(other);
-    return *this;
-}
-
-// Gives up one share of `x`; the last owner destroys keys and values and frees it.
-template <typename K, typename T>
-inline void ZkHash<K, T>::release(ZkHashData *x)
-{
-    if (!x->ref.deref()) {
-        x->free_helper(kDelete);
-    }
+    x->free_helper(kDelete);
 }
 
 template <typename K, typename T>
@@ -393,21 +379,13 @@ void ZkHash<K, T>::duplicateNode(ZkHashData::Node *from, void *to)
     new (to) Node(source->h, source->key(), source->value);
 }
 
-template <typename K, typename T>
-inline void ZkHash<K, T>::detach()
-{
-    if (!d->ref.isOne()) {
-        detach_helper();
-    }
-}
-
 // Moves to a copy of the table.
 template <typename K, typename T>
 void ZkHash<K, T>::detach_helper()
 {
     ZkHashData *x = d->detach_helper2(duplicateNode, kDelete, static_cast<int>(sizeof(Node)),
                                       static_cast<int>(alignof(Node)));
-    release(std::exchange(d, x));
+    Sharing::leave(std::exchange(d, x));
 }
 
 // The table, detached if there is anything that could be written.
@@ -418,15 +396,6 @@ inline ZkHashData *ZkHash<K, T>::writable()
         detach();
     }
     return d;
-}
-
-template <typename K, typename T>
-void ZkHash<K, T>::setSharable(bool on)
-{
-    if (on != static_cast<bool>(d->sharable)) {
-        detach();
-        d->sharable = on;
-    }
 }
 
 template <typename K, typename T>
@@ -492,7 +461,7 @@ typename ZkHash<K, T>::Node *ZkHash<K, T>::createNode(ZkHashData::Node **link, u
 template <typename K, typename T>
 T &ZkHash<K, T>::operator[](const K &key)
 {
-    if (!d->ref.isOne()) {
+    if (!isAlone()) {
         const ZkHash keep(*this); // `key` may live in the shared table
         detach_helper();
         return (*this)[key];
@@ -505,7 +474,7 @@ T &ZkHash<K, T>::operator[](const K &key)
 template <typename K, typename T>
 void ZkHash<K, T>::insert(const K &key, const T &value)
 {
-    if (!d->ref.isOne()) {
+    if (!isAlone()) {
         const ZkHash keep(*this); // `key` and `value` may live in the shared table
         detach_helper();
         insert(key, value);
@@ -527,7 +496,7 @@ bool ZkHash<K, T>::remove(const K &key)
     if (*link == e) {
         return false;
     }
-    if (!d->ref.isOne()) {
+    if (!isAlone()) {
         const ZkHash keep(*this); // `key` may live in the shared table
         detach_helper();
         return remove(key);
@@ -543,7 +512,7 @@ bool ZkHash<K, T>::remove(const K &key)
 template <typename K, typename T>
 typename ZkHash<K, T>::iterator ZkHash<K, T>::find(const K &key)
 {
-    if (!isEmpty() && !d->ref.isOne()) {
+    if (!isEmpty() && !isAlone()) {
         const ZkHash keep(*this); // `key` may live in the shared table
         detach_helper();
         return iterator(*findNode(key));

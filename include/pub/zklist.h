@@ -1,6 +1,7 @@
 #ifndef ZKLIST_H
 #define ZKLIST_H
 
+#include "private/zksharing.h"
 #include "zkglobal.h"
 
 #include <algorithm>
@@ -173,15 +174,23 @@ public:
     template <typename Iterator, typename = typename std::iterator_traits<Iterator>::value_type>
     ZkList(Iterator first, Iterator last);
     /// Shares the block, or copies the elements if the block is not sharable.
-    ZkList(const ZkList &other);
+    ZkList(const ZkList &other) : ZkList(other.p) { Sharing::join(*this); }
     /// Takes the block; `other` is left empty.
     ZkList(ZkList &&other) noexcept : ZkList() { swap(other); }
-    ~ZkList() { release(p.d); }
+    ~ZkList() { Sharing::leave(p.d); }
 
-    ZkList &operator=(const ZkList &other);
+    ZkList &operator=(const ZkList &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the blocks.
-    ZkList &operator=(ZkList &&other) noexcept;
-    void swap(ZkList &other) noexcept { std::swap(p.d, other.p.d); }
+    ZkList &operator=(ZkList &&other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    void swap(ZkList &other) noexcept { Sharing::swap(*this, other); }
     friend void swap(ZkList &a, ZkList &b) noexcept { a.swap(b); }
 
     int size() const { return p.size(); }
@@ -192,7 +201,7 @@ public:
     bool isSharedWith(const ZkList &other) const { return p.d == other.p.d; }
     /// False makes each later copy of this list copy the elements at once, so that
     /// references into this list survive copying it.
-    void setSharable(bool on);
+    void setSharable(bool on) { Sharing::setSharable(*this, on); }
     /// Gives the block at least `count` slots.
     void reserve(int count);
     /// Lets the block go: an empty list without capacity is left.
@@ -242,6 +251,8 @@ public:
 
 private:
     friend struct ZkInspector;
+    friend struct ZkSharing<ZkList>;
+    typedef ZkSharing<ZkList> Sharing;
 
     // A node on its way into a slot.
     struct Made {
@@ -257,12 +268,15 @@ private:
     static void *makeNode(Source &&value);
     static void copyNodes(void **to, void **stop, void **from);
     static void deleteNodes(void **first, void **stop);
-    static void release(ZkListData::Data *x);
+    ZkListData::Data *&block() { return p.d; }
+    static ZkListData::Data *emptyBlock() { return &ZkListData::shared_null; }
+    void copyBlock() { detach_helper(p.d->alloc); }
+    static void destroyBlock(ZkListData::Data *x) __attribute__((noinline));
     // One comparison: size is never negative.
     bool has(int i) const { return static_cast<unsigned>(i) < static_cast<unsigned>(size()); }
     void clearSlots();
     void appendNode(Made made);
-    void detach();
+    void detach() { Sharing::detach(*this); }
     void detach_helper(int alloc);
     void **detach_helper_grow(int i, int c);
 
@@ -314,14 +328,11 @@ void ZkList<T>::deleteNodes(void **first, void **stop)
     }
 }
 
-// Gives up one share of `x`; the last owner destroys the elements and frees the block.
 template <typename T>
-inline void ZkList<T>::release(ZkListData::Data *x)
+void ZkList<T>::destroyBlock(ZkListData::Data *x)
 {
-    if (zkRelease(x, &ZkListData::shared_null)) {
-        deleteNodes(x->array + x->begin, x->array + x->end);
-        std::free(x);
-    }
+    deleteNodes(x->array + x->begin, x->array + x->end);
+    std::free(x);
 }
 
 template <typename T>
@@ -330,41 +341,6 @@ ZkList<T>::ZkList(Iterator first, Iterator last) : ZkList()
 {
     for (; first != last; ++first) {
         append(*first);
-    }
-}
-
-// The list is complete before elements are copied: should that throw, its destructor
-// gives the share of `other`'s block back.
-template <typename T>
-inline ZkList<T>::ZkList(const ZkList &other) : ZkList(other.p)
-{
-    zkRetain(p.d, &ZkListData::shared_null);
-    if (!p.d->sharable) {
-        detach_helper(p.d->alloc);
-    }
-}
-
-template <typename T>
-inline ZkList<T> &ZkList<T>::operator=(const ZkList &other)
-{
-    if (p.d != other.p.d) {
-        ZkList(other).swap(*this);
-    }
-    return *this;
-}
-
-template <typename T>
-inline ZkList<T> &ZkList<T>::operator=(ZkList &&other) noexcept
-{
-    swap(other);
-    return *this;
-}
-
-template <typename T>
-inline void ZkList<T>::detach()
-{
-    if (!p.isUnshared()) {
-        detach_helper(p.d->alloc);
     }
 }
 
@@ -405,15 +381,6 @@ inline void ZkList<T>::clearSlots()
 }
 
 template <typename T>
-void ZkList<T>::setSharable(bool on)
-{
-    if (on != static_cast<bool>(p.d->sharable)) {
-        detach();
-        p.d->sharable = on;
-    }
-}
-
-template <typename T>
 void ZkList<T>::reserve(int count)
 {
     if (!p.isUnshared()) {
@@ -440,7 +407,9 @@ void ZkList<T>::append(const ZkList &other)
     }
     void **to = p.isUnshared() ? p.append(other.p) : detach_helper_grow(INT32_MAX, n);
     p.d->end -= n;
-    for (int i = 0; i < n; ++i) { // each element counts once it is copied
+    // The slots are there, but the run is cut back and grows again with each copy: if one
+    // throws, the destructor must not find the slots behind it.
+    for (int i = 0; i < n; ++i) {
         *to++ = makeNode(other.at(i));
         ++p.d->end;
     }

@@ -1,6 +1,7 @@
 #ifndef ZKMAP_H
 #define ZKMAP_H
 
+#include "private/zksharing.h"
 #include "zkglobal.h"
 #include "zklist.h"
 
@@ -135,19 +136,27 @@ public:
     typedef Walker<const T> const_iterator;
 
     /// An empty map; allocates nothing.
-    ZkMap() noexcept : d(&ZkMapData::shared_null) { d->ref.ref(); }
+    ZkMap() noexcept : d(&ZkMapData::shared_null) { zkRetain(d, &ZkMapData::shared_null); }
     /// Of equal keys the last counts.
     ZkMap(std::initializer_list<std::pair<K, T>> pairs);
     /// Shares the table, or copies the nodes if the table is not sharable.
-    ZkMap(const ZkMap &other);
+    ZkMap(const ZkMap &other) : ZkMap(other.d) { Sharing::join(*this); }
     /// Takes the table; `other` is left empty.
     ZkMap(ZkMap &&other) noexcept : ZkMap() { swap(other); }
-    ~ZkMap() { release(d); }
+    ~ZkMap() { Sharing::leave(d); }
 
-    ZkMap &operator=(const ZkMap &other);
+    ZkMap &operator=(const ZkMap &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the tables.
-    ZkMap &operator=(ZkMap &&other) noexcept;
-    void swap(ZkMap &other) noexcept { std::swap(d, other.d); }
+    ZkMap &operator=(ZkMap &&other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    void swap(ZkMap &other) noexcept { Sharing::swap(*this, other); }
     friend void swap(ZkMap &a, ZkMap &b) noexcept { a.swap(b); }
 
     int size() const { return d->size; }
@@ -156,7 +165,7 @@ public:
     bool isSharedWith(const ZkMap &other) const { return d == other.d; }
     /// False makes each later copy of this map copy the nodes at once, so that
     /// references into this map survive copying it.
-    void setSharable(bool on);
+    void setSharable(bool on) { Sharing::setSharable(*this, on); }
     /// Lets the table go.
     void clear() { ZkMap().swap(*this); }
 
@@ -195,17 +204,23 @@ public:
 
 private:
     friend struct ZkInspector;
+    friend struct ZkSharing<ZkMap>;
+    typedef ZkSharing<ZkMap> Sharing;
 
     static Payload *payload(ZkMapData::Node *node)
     {
         return reinterpret_cast<Payload *>(reinterpret_cast<char *>(node) - kOffset);
     }
     explicit ZkMap(ZkMapData *data) : d(data) {}
-    static void release(ZkMapData *x);
+    ZkMapData *&block() { return d; }
+    static ZkMapData *emptyBlock() { return &ZkMapData::shared_null; }
+    void copyBlock() { detach_helper(); }
+    static void destroyBlock(ZkMapData *x) __attribute__((noinline));
+    bool isAlone() const { return zkIsUnshared(d, &ZkMapData::shared_null); }
     ZkMapData::Node *writable();
     template <typename Search>
     iterator detachedAt(const K &key, Search where);
-    void detach();
+    void detach() { Sharing::detach(*this); }
     void detach_helper();
     ZkMapData::Node *search(ZkMapData::Node *update[], const K &key) const;
     ZkMapData::Node *firstNotBelow(const K &key) const { return search(nullptr, key); }
@@ -225,40 +240,10 @@ ZkMap<K, T>::ZkMap(std::initializer_list<std::pair<K, T>> pairs) : ZkMap()
     }
 }
 
-// The map is complete before nodes are copied: should that throw, its destructor
-// gives the share of `other`'s table back.
+// Destroys keys and values and frees the table.
 template <typename K, typename T>
-inline ZkMap<K, T>::ZkMap(const ZkMap &other) : ZkMap(other.d)
+void ZkMap<K, T>::destroyBlock(ZkMapData *x)
 {
-    d->ref.ref();
-    if (!d->sharable) {
-        detach_helper();
-    }
-}
-
-template <typename K, typename T>
-ZkMap<K, T> &ZkMap<K, T>::operator=(const ZkMap &other)
-{
-    if (d != other.d) {
-        ZkMap(other).swap(*this);
-    }
-    return *this;
-}
-
-template <typename K, typename T>
-ZkMap<K, T> &ZkMap<K, T>::operator=(ZkMap &&other) noexcept
-{
-    swap(other);
-    return *this;
-}
-
-// Gives up one share of `x`; the last owner destroys keys and values and frees it.
-template <typename K, typename T>
-void ZkMap<K, T>::release(ZkMapData *x)
-{
-    if (x->ref.deref()) {
-        return;
-    }
     if constexpr (!std::is_trivially_destructible<Payload>::value) {
         for (ZkMapData::Node *node = x->end()->forward[0]; node != x->end();
              node = node->forward[0]) {
@@ -266,14 +251,6 @@ void ZkMap<K, T>::release(ZkMapData *x)
         }
     }
     x->continueFreeData(kOffset);
-}
-
-template <typename K, typename T>
-inline void ZkMap<K, T>::detach()
-{
-    if (!d->ref.isOne()) {
-        detach_helper();
-    }
 }
 
 // The table as a node, detached if there is anything that could be written.
@@ -302,15 +279,6 @@ void ZkMap<K, T>::detach_helper()
         fresh.d->insertInOrder = 0;
     }
     swap(fresh);
-}
-
-template <typename K, typename T>
-void ZkMap<K, T>::setSharable(bool on)
-{
-    if (on != static_cast<bool>(d->sharable)) {
-        detach();
-        d->sharable = on;
-    }
 }
 
 // The first node whose key is not below `key`, or the table. `update[i]`, if wanted,
@@ -413,7 +381,7 @@ inline T ZkMap<K, T>::value(const K &key, const T &fallback) const
 template <typename K, typename T>
 T &ZkMap<K, T>::operator[](const K &key)
 {
-    if (!d->ref.isOne()) {
+    if (!isAlone()) {
         const ZkMap keep(*this); // `key` may live in the shared table
         detach_helper();
         return (*this)[key];
@@ -426,7 +394,7 @@ T &ZkMap<K, T>::operator[](const K &key)
 template <typename K, typename T>
 void ZkMap<K, T>::insert(const K &key, const T &value)
 {
-    if (!d->ref.isOne()) {
+    if (!isAlone()) {
         const ZkMap keep(*this); // `key` and `value` may live in the shared table
         detach_helper();
         insert(key, value);
@@ -447,7 +415,7 @@ bool ZkMap<K, T>::remove(const K &key)
     if (!contains(key)) {
         return false;
     }
-    if (!d->ref.isOne()) {
+    if (!isAlone()) {
         const ZkMap keep(*this); // `key` may live in the shared table
         detach_helper();
         return remove(key);
@@ -464,7 +432,7 @@ template <typename K, typename T>
 template <typename Search>
 typename ZkMap<K, T>::iterator ZkMap<K, T>::detachedAt(const K &key, Search where)
 {
-    if (!isEmpty() && !d->ref.isOne()) {
+    if (!isEmpty() && !isAlone()) {
         const ZkMap keep(*this); // `key` may live in the shared table
         detach_helper();
         return iterator((this->*where)(key));

@@ -291,7 +291,8 @@ public:
     /// Takes `n` units off the end; all when there are fewer.
     void chop(int n);
 
-    /// Empties the text; the buffer is kept.
+    /// Empties the text. The buffer is kept unless other strings share it, or it is more
+    /// than three times as large as the text needed.
     void clear();
 
     /// Makes every unit `c`, after `resize(n)` unless `n` is negative.
@@ -460,7 +461,8 @@ public:
 
     double toDouble(bool *ok = nullptr) const;
 
-    /// Fails where the double is finite and the float would not be.
+    /// The float nearest to the number as it is written. Fails where the double is
+    /// finite and the float would not be.
     float toFloat(bool *ok = nullptr) const;
 
     // Padding, white space and case. Text that stays as it is comes back shared.
@@ -492,10 +494,16 @@ public:
     // UTF-8 and the standard library's texts.
 
     /// Decodes `len` bytes of UTF-8 and returns the number of units, at most one
-    /// per byte: `out` needs room for `len`. Sequences that the end cuts off are
-    /// left out. Bytes behind a lead byte are taken as they stand and overlong
-    /// forms are read; lead bytes of four and more and stray continuation bytes
-    /// yield nothing, so characters above U+FFFF vanish.
+    /// per byte: `out` needs room for `len`. Bytes behind a lead byte are taken as they
+    /// stand and overlong forms are read; lead bytes of four and more and stray
+    /// continuation bytes yield nothing, so characters above U+FFFF vanish.
+    ///
+    /// At the end of the text the last lead byte decides, found from behind over
+    /// continuation bytes only: unless exactly as many bytes as it asks for follow to
+    /// the end, it and all behind it are left out, and the end is looked at again. So
+    /// C3 (cut off) and C3 A9 80 (a byte too many) give nothing, 61 C3 A9 80 gives 'a'.
+    /// ASCII at the end ends that search, and a lead byte before it then finds fewer
+    /// bytes than it asks for; those missing count as 0: EF 6F gives U+FBC0.
     static int utf8ToUcs2(ZkUcs2 *out, const char *in, int len);
 
     /// Encodes `n` units as UTF-8 and returns the number of bytes, at most three

@@ -1,6 +1,7 @@
 #ifndef ZKVECTOR_H
 #define ZKVECTOR_H
 
+#include "private/zksharing.h"
 #include "zkglobal.h"
 
 #include <algorithm>
@@ -114,15 +115,23 @@ public:
     {
     }
     /// Shares the block, or copies the elements if the block is not sharable.
-    ZkVector(const ZkVector &other);
+    ZkVector(const ZkVector &other) : ZkVector(other.d) { Sharing::join(*this); }
     /// Takes the block; `other` is left empty.
     ZkVector(ZkVector &&other) noexcept : ZkVector() { swap(other); }
-    ~ZkVector() { release(d); }
+    ~ZkVector() { Sharing::leave(d); }
 
-    ZkVector &operator=(const ZkVector &other);
+    ZkVector &operator=(const ZkVector &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the blocks.
-    ZkVector &operator=(ZkVector &&other) noexcept;
-    void swap(ZkVector &other) noexcept { std::swap(d, other.d); }
+    ZkVector &operator=(ZkVector &&other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    void swap(ZkVector &other) noexcept { Sharing::swap(*this, other); }
     friend void swap(ZkVector &a, ZkVector &b) noexcept { a.swap(b); }
 
     int size() const { return d->size; }
@@ -133,7 +142,7 @@ public:
     bool isSharedWith(const ZkVector &other) const { return d == other.d; }
     /// False makes each later copy of this vector copy the elements at once, so that
     /// references into this vector survive copying it.
-    void setSharable(bool on);
+    void setSharable(bool on) { Sharing::setSharable(*this, on); }
 
     /// Makes room for `count` elements in all. From then on the block keeps its
     /// slots when the vector shrinks.
@@ -195,6 +204,8 @@ public:
 
 private:
     friend struct ZkInspector;
+    friend struct ZkSharing<ZkVector>;
+    typedef ZkSharing<ZkVector> Sharing;
 
     static constexpr bool kPlain =
         std::is_arithmetic<T>::value || std::is_enum<T>::value || std::is_pointer<T>::value;
@@ -209,14 +220,18 @@ private:
     explicit ZkVector(ZkVectorData *block) : d(block) {}
 
     static T *array(ZkVectorData *x) { return reinterpret_cast<T *>(x + 1); }
-    static void release(ZkVectorData *x);
+    ZkVectorData *&block() { return d; }
+    static ZkVectorData *emptyBlock() { return &ZkVectorData::shared_null; }
+    void copyBlock() { realloc(d->size, d->alloc); }
+    static void destroyBlock(ZkVectorData *x) __attribute__((noinline));
+    bool isAlone() const { return zkIsUnshared(d, &ZkVectorData::shared_null); }
     static int grown(int size)
     {
         return ZkVectorData::grow(kHeader + kElement, size, kElement, !kPlain);
     }
     // One comparison: size is never negative.
     bool has(int i) const { return static_cast<unsigned>(i) < static_cast<unsigned>(d->size); }
-    void detach();
+    void detach() { Sharing::detach(*this); }
     void growAndAppend(const T &value);
 
     ZkVectorData *d;
@@ -240,41 +255,10 @@ ZkVector<T>::ZkVector(int size, const T &value) : ZkVector()
     }
 }
 
-// The vector is complete before elements are copied: should that throw, its destructor
-// gives the share of `other`'s block back.
+// Destroys the elements, the last one first, and frees the block.
 template <typename T>
-inline ZkVector<T>::ZkVector(const ZkVector &other) : ZkVector(other.d)
+void ZkVector<T>::destroyBlock(ZkVectorData *x)
 {
-    zkRetain(d, &ZkVectorData::shared_null);
-    if (!d->sharable) {
-        realloc(d->size, d->alloc);
-    }
-}
-
-template <typename T>
-inline ZkVector<T> &ZkVector<T>::operator=(const ZkVector &other)
-{
-    if (d != other.d) {
-        ZkVector(other).swap(*this);
-    }
-    return *this;
-}
-
-template <typename T>
-inline ZkVector<T> &ZkVector<T>::operator=(ZkVector &&other) noexcept
-{
-    swap(other);
-    return *this;
-}
-
-// Gives up one share of `x`. The last owner destroys the elements, the last
-// element first, and frees the block.
-template <typename T>
-inline void ZkVector<T>::release(ZkVectorData *x)
-{
-    if (!zkRelease(x, &ZkVectorData::shared_null)) {
-        return;
-    }
     if constexpr (!std::is_trivially_destructible<T>::value) {
         for (T *element = array(x) + x->size; element != array(x);) {
             (--element)->~T();
@@ -284,26 +268,9 @@ inline void ZkVector<T>::release(ZkVectorData *x)
 }
 
 template <typename T>
-inline void ZkVector<T>::detach()
-{
-    if (!zkIsUnshared(d, &ZkVectorData::shared_null)) {
-        realloc(d->size, d->alloc);
-    }
-}
-
-template <typename T>
-void ZkVector<T>::setSharable(bool on)
-{
-    if (on != static_cast<bool>(d->sharable)) {
-        detach();
-        d->sharable = on;
-    }
-}
-
-template <typename T>
 void ZkVector<T>::reserve(int count)
 {
-    if (count > d->alloc || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
+    if (count > d->alloc || !isAlone()) {
         realloc(d->size, std::max(count, d->size));
     }
     d->capacity = 1;
@@ -412,7 +379,7 @@ void ZkVector<T>::append(const T *first, int count)
     const std::ptrdiff_t place = inside ? first - own : 0;
 
     const int aalloc = ZkVectorData::growBy(d, count, kElement, !kPlain);
-    if (aalloc != d->alloc || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
+    if (aalloc != d->alloc || !isAlone()) {
         realloc(d->size, aalloc);
     }
     const T *from = inside ? constData() + place : first;
@@ -427,7 +394,7 @@ T *ZkVector<T>::appendUninitialized(int count)
                   "only what is copied byte by byte may start uninitialized");
     const int n = d->size;
     count = std::max(count, 0);
-    if (count > d->alloc - n || !zkIsUnshared(d, &ZkVectorData::shared_null)) {
+    if (count > d->alloc - n || !isAlone()) {
         realloc(n, ZkVectorData::growBy(d, count, kElement, !kPlain));
     }
     d->size = n + count;

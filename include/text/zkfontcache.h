@@ -44,7 +44,9 @@ public:
     /// Drops all glyphs and opens a font file, an empty `path` meaning the one that
     /// the environment variable ZK_FONTLIB names. True. Without a name, when FreeType
     /// does not start or when the file is no font, prints why on standard output and
-    /// ends the process with status 1.
+    /// ends the process with status 1. The line about the missing name advises
+    /// `ZkApplication::setFontFile()`: that is a framework's call around this one, no
+    /// class of this library. Its words stay, for logs are searched for them.
     bool setFontFile(const ZkString &path);
 
     /// The glyph of a character, rendered if it must be; never null. The record is

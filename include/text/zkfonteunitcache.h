@@ -103,6 +103,12 @@ public:
     /// True when there is a limit and the pixels have reached it.
     bool isOverLimit() const;
 
+    /// True when `record` is there with its pixels, so that nothing must be rendered.
+    static bool hasPixels(const GlyphBitmap *record)
+    {
+        return record != nullptr && record->pixels != nullptr;
+    }
+
     /// Grows whenever a store of the process drops its records: a record fetched
     /// under another generation is gone.
     static unsigned generation();

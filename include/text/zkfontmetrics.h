@@ -40,7 +40,8 @@ static_assert(sizeof(PaintInfo) == 20, "the paint record is 20 bytes on the devi
 /// `ZkFontEngine`); everything else is reckoned when asked for and kept until a
 /// setter changes it. Right-to-left text is divided in its drawing order, from
 /// left to right: a host that wraps such a paragraph breaks it in reading order
-/// first and separates the lines by newlines.
+/// first and separates the lines by newlines. In right-to-left text only ASCII digits
+/// keep the order of a number, and brackets are not mirrored: see `zkscriptrules.h`.
 ///
 /// All lengths are pixels. A line ends at U+000A and, with word wrap, before the
 /// word that would pass the wrap width: after a space, or before or after an
@@ -63,8 +64,9 @@ public:
     /// Opens the font file for the whole process; the glyphs of the one before
     /// are gone. `limit` is the number of pixel bytes from which on unused glyphs
     /// are trimmed, -1 for none. An empty `path` means the file named by ZK_FONTLIB.
-    /// True, or the process ends with status 1 and says why. Takes no lock: call
-    /// it while no other thread draws text.
+    /// True, or the process ends with status 1 and says why (in words that
+    /// `ZkFontCache::setFontFile` explains). Takes no lock: call it while no other
+    /// thread draws text.
     static bool setFontFile(const ZkString &path, int limit = -1);
     /// Drops every glyph and closes the font; same rule of threads.
     static void closeFontFile();

@@ -13,6 +13,20 @@
 /// classes, ASCII punctuation and digits (U+0021..U+0040), and the spaces inside
 /// it. Units of other scripts never move.
 ///
+/// A run is turned as a whole; a stretch of ASCII digits and punctuation inside it, such
+/// as a number or a time, keeps its own order. Other digits turn round like letters, and
+/// nothing is mirrored:
+///
+/// | typed                         | drawn, from left to right      |
+/// | ----------------------------- | ------------------------------ |
+/// | BET, 1, 2, '.', 5             | 1, 2, '.', 5, BET              |
+/// | U+06F2 U+06F1 U+066B U+06F5   | U+06F5 U+066B U+06F1 U+06F2    |
+/// | '(', ALEF, BET, ')'           | ')', BET, ALEF, '('            |
+/// | 'a', ':', ALEF                | 'a', ALEF, ':'                 |
+///
+/// A host that shows Persian or Arabic-Indic numbers hands their digits over in reverse,
+/// or in ASCII; one that shows brackets exchanges them.
+///
 ///     ZkUcs2 text[] = {0x0628, 0x0627}; // BEH, ALEF
 ///     arabicRulesConvert(text, 2);      // FE8E FE91: final alef, initial beh
 

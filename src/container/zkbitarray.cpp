@@ -9,13 +9,13 @@ namespace
 
 typedef unsigned char Byte;
 
-// Whole bytes for `n` bits, the last one perhaps in part.
+// The number of bytes that hold `n` bits.
 int bytesFor(int n)
 {
     return n / 8 + (n % 8 != 0);
 }
 
-// The n % 8 lowest bits: those of the last byte that count, if it does not count whole.
+// The n % 8 lowest bits: the used ones of a last byte that is not full.
 Byte lowBits(int n)
 {
     return static_cast<Byte>((1U << (n % 8)) - 1);
@@ -60,9 +60,9 @@ void combineCommon(ZkVector<Byte> &to, int toSize, const ZkVector<Byte> &from, i
     }
 }
 
-// Combines the bytes that both have into the front of `to`, which is all 0. The
-// longer array's other bytes do not get in, not even by `|`; the compound operators
-// are what keeps them.
+// Combines the bytes that both arrays have into the front of `to`, which is all 0. The
+// remaining bytes of the longer array are dropped, also by `|`; only the compound
+// operators keep them.
 template <typename Operation>
 void combineBytes(ZkVector<Byte> &to, const ZkVector<Byte> &a, const ZkVector<Byte> &b,
                   Operation operation)

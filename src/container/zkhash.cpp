@@ -1,5 +1,7 @@
 #include "zkhash.h"
 
+#include "container/zkaligned.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -46,8 +48,8 @@ std::int64_t bucketBytes(int count)
     return static_cast<std::int64_t>(count) * static_cast<std::int64_t>(sizeof(ZkHashData::Node *));
 }
 
-// Room for `count` buckets, or null. The fewest are needed to hold a node at all, more
-// only make finding quicker.
+// Memory for `count` buckets. Null when there is none, except for the smallest table,
+// which is needed to hold any node: that allocation fails with a message.
 void *allocateBuckets(int count)
 {
     const std::int64_t bytes = bucketBytes(count);
@@ -82,21 +84,7 @@ void moveChain(ZkHashData *table, ZkHashData::Node *node)
 
 void *ZkHashData::allocateStrictNode(int nodeAlign)
 {
-    // The address of the raw memory stands in the word before the node.
-    const int pointer = static_cast<int>(sizeof(void *));
-    if (nodeAlign <= 4) {
-        void **raw =
-            static_cast<void **>(zkAllocate(static_cast<std::int64_t>(nodeSize) + pointer));
-        *raw = raw;
-        return raw + 1;
-    }
-    void *raw = zkAllocate(static_cast<std::int64_t>(nodeSize) + nodeAlign);
-    const auto alignment = static_cast<std::uintptr_t>(nodeAlign);
-    const std::uintptr_t address =
-        (reinterpret_cast<std::uintptr_t>(raw) + alignment) & ~(alignment - 1);
-    void **node = reinterpret_cast<void **>(address);
-    node[-1] = raw;
-    return node;
+    return zkAllocateAligned(nodeSize, nodeAlign);
 }
 
 ZkHashData *ZkHashData::detach_helper2(Duplicate duplicate, Delete destroy, int sizeofNode,
@@ -112,7 +100,7 @@ ZkHashData *ZkHashData::detach_helper2(Duplicate duplicate, Delete destroy, int 
     x->numBits = numBits;
     x->numBuckets = numBuckets;
     x->sharable = 1;
-    x->strictAlignment = nodeAlign > 8;
+    x->strictAlignment = nodeAlign > kZkAllocatorAlignment;
     x->reserved = 0;
     if (numBuckets == 0) {
         return x;
@@ -218,8 +206,7 @@ ZkHashData::Node *ZkHashData::previousNode(Node *node)
     ZkHashData *table = tableOf(node);
     Node *const e = table->end();
     int start = node == e ? table->numBuckets - 1 : static_cast<int>(table->bucketOf(node->h));
-    // In the node's own chain look for what leads to it, in the chains before for
-    // their last node.
+    // The previous node is in the same chain, or the last one of an earlier chain.
     Node *next = node;
     for (; start >= 0; --start, next = e) {
         Node *previous = table->buckets[start];

@@ -70,7 +70,7 @@ ZkListData::Data *ZkListData::detach_grow(int *idx, int num)
     const std::int64_t nl = static_cast<std::int64_t>(l) + num;
     Data *x = createBlock(growFor(nl));
     const int room = x->alloc - static_cast<int>(nl);
-    // Whoever inserts in the lower half is likely to do so again: leave room below.
+    // An insertion in the lower half is likely to be followed by another: leave room below.
     if (*idx < 0) {
         *idx = 0;
         x->begin = room / 2;
@@ -113,7 +113,7 @@ ZkListData::Data *ZkListData::detach3()
 
 void ZkListData::realloc(int alloc)
 {
-    // The block of empty lists is no heap block, however few lists count on it.
+    // The block of empty lists is static and must not be reallocated, whatever its count.
     ZK_CHECK_AT(isUnshared(), "d->ref == 1", "./src/zklist", 141, "void ZkListData::realloc(int)");
     alloc = std::max(alloc, 0);
     d = static_cast<Data *>(zkReallocate(d, blockBytes(alloc)));
@@ -258,8 +258,8 @@ void ZkListData::move(int from, int to)
     const bool upwards = from < to;
     const std::int64_t way = upwards ? to - from : from - to;
     const bool isShort = 3 * way < 2 * static_cast<std::int64_t>(n);
-    // A long way is gone by moving all other slots the other way round, if that
-    // end has room: the run then ends up one slot higher or lower.
+    // For a long distance fewer slots are copied by shifting all the others, if there is
+    // room at that end: the run then starts one slot higher or lower.
     if (upwards && (d->end == d->alloc || isShort)) {
         moveSlots(run + from, run + from + 1, to - from);
     } else if (upwards) {

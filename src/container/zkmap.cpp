@@ -1,5 +1,7 @@
 #include "zkmap.h"
 
+#include "container/zkaligned.h"
+
 #include <cstdlib>
 
 #if UINTPTR_MAX == UINT32_MAX
@@ -14,32 +16,11 @@ static_assert(offsetof(ZkMapData, backward) == offsetof(ZkMapData::Node, backwar
 namespace
 {
 
-// Up to this alignment the allocator's own is enough.
-constexpr int kAllocatorAlignment = 8;
-
-// Memory for a node whose key stands at a multiple of `alignment`; the address of
-// the raw memory is kept in the word before.
-void *allocateStrict(std::int64_t bytes, int alignment)
-{
-    if (alignment <= 4) {
-        void **raw =
-            static_cast<void **>(zkAllocate(bytes + static_cast<std::int64_t>(sizeof(void *))));
-        *raw = raw;
-        return raw + 1;
-    }
-    char *raw = static_cast<char *>(zkAllocate(bytes + alignment));
-    const auto past = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(raw) %
-                                            static_cast<unsigned>(alignment));
-    void **aligned = reinterpret_cast<void **>(raw + alignment - past);
-    aligned[-1] = raw;
-    return aligned;
-}
-
 // Gives back the memory of a node.
 void freeNode(const ZkMapData *table, ZkMapData::Node *node, int offset)
 {
     char *start = reinterpret_cast<char *>(node) - offset;
-    std::free(table->strictAlignment ? reinterpret_cast<void **>(start)[-1] : start);
+    table->strictAlignment ? zkFreeAligned(start) : std::free(start);
 }
 
 } // namespace
@@ -67,7 +48,7 @@ ZkMapData *ZkMapData::createData(int alignment)
     x->randomBits = 0;
     x->insertInOrder = 0;
     x->sharable = 1;
-    x->strictAlignment = alignment > kAllocatorAlignment;
+    x->strictAlignment = alignment > kZkAllocatorAlignment;
     x->reserved = 0;
     return x;
 }
@@ -105,7 +86,7 @@ ZkMapData::Node *ZkMapData::node_create(Node *update[], int offset, int alignmen
 
     const std::int64_t bytes = offset + static_cast<std::int64_t>(sizeof(Node)) +
                                level * static_cast<std::int64_t>(sizeof(Node *));
-    void *start = strictAlignment ? allocateStrict(bytes, alignment) : zkAllocate(bytes);
+    void *start = strictAlignment ? zkAllocateAligned(bytes, alignment) : zkAllocate(bytes);
     Node *node = reinterpret_cast<Node *>(static_cast<char *>(start) + offset);
     node->backward = update[0];
     update[0]->forward[0]->backward = node;

@@ -1,5 +1,7 @@
 #include "zkvector.h"
 
+#include "container/zkaligned.h"
+
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -10,9 +12,6 @@ static_assert(offsetof(ZkVectorData, alloc) == 4 && offsetof(ZkVectorData, size)
 
 namespace
 {
-
-// Above this alignment the allocator is not trusted and addresses are rounded.
-constexpr int kAllocatorAlignment = 8;
 
 // From here on a block is taken to be as large as an int can tell.
 constexpr std::int64_t kLargestExact = 0x3FFFFFFF;
@@ -28,22 +27,6 @@ std::int64_t blockBytes(int alloc, int sizeofT)
 {
     return static_cast<std::int64_t>(sizeof(ZkVectorData)) +
            static_cast<std::int64_t>(alloc) * sizeofT;
-}
-
-// The word before an over-aligned block, where its raw address is kept.
-void *&rawAddress(void *aligned)
-{
-    return static_cast<void **>(aligned)[-1];
-}
-
-// The multiple of `alignment` in raw + 1 .. raw + alignment. The word before it
-// is inside the raw memory: both are multiples of the allocator's own alignment,
-// so the gap is never smaller than that.
-char *alignedIn(char *raw, int alignment)
-{
-    const std::uintptr_t end =
-        reinterpret_cast<std::uintptr_t>(raw) + static_cast<std::uintptr_t>(alignment);
-    return raw + (alignment - static_cast<int>(end % static_cast<std::uintptr_t>(alignment)));
 }
 
 } // namespace
@@ -70,35 +53,35 @@ ZkVectorData *ZkVectorData::reallocate(ZkVectorData *old, int newSize, int /*old
                                        int alignment)
 {
     newSize = std::max(newSize, 0);
-    if (alignment <= kAllocatorAlignment) {
+    if (alignment <= kZkAllocatorAlignment) {
         return static_cast<ZkVectorData *>(zkReallocate(old, newSize));
     }
     if (newSize > INT_MAX - alignment) {
         return nullptr;
     }
-    char *raw = old != nullptr ? static_cast<char *>(rawAddress(old)) : nullptr;
+    char *raw = old != nullptr ? static_cast<char *>(zkRawAddress(old)) : nullptr;
     const std::ptrdiff_t oldGap = old != nullptr ? reinterpret_cast<char *>(old) - raw : 0;
     const std::size_t bytes = static_cast<std::size_t>(newSize) + static_cast<unsigned>(alignment);
     raw = static_cast<char *>(std::realloc(raw, bytes));
     if (raw == nullptr) {
         return nullptr;
     }
-    char *aligned = alignedIn(raw, alignment);
+    char *aligned = zkAlignedIn(raw, alignment);
     if (old != nullptr && aligned != raw + oldGap) {
-        // The allocator kept the contents where they were behind the raw address,
-        // but the rounding now ends at another distance from it.
+        // The contents stand at their old offset from the raw address, but the aligned
+        // address is now at another one.
         std::memmove(aligned, raw + oldGap, static_cast<std::size_t>(newSize));
     }
-    rawAddress(aligned) = raw;
+    zkRawAddress(aligned) = raw;
     return reinterpret_cast<ZkVectorData *>(aligned);
 }
 
 void ZkVectorData::freeData(ZkVectorData *x, int alignment)
 {
-    if (alignment <= kAllocatorAlignment) {
+    if (alignment <= kZkAllocatorAlignment) {
         std::free(x);
     } else if (x != nullptr) {
-        std::free(rawAddress(x));
+        std::free(zkRawAddress(x));
     }
 }
 
@@ -118,8 +101,8 @@ int ZkVectorData::grow(int sizeofTypedData, int size, int sizeofT, bool excessiv
     if (needed < kSmallBlock) {
         block += needed / 8 * 8;
     } else if (needed >= kLargestExact) {
-        // No header is taken off: such a block cannot be had, and asking for it
-        // is what reports the failure.
+        // Such a block cannot be allocated. The capacity is still reported, so that the
+        // allocation that follows fails with its message.
         return INT_MAX / sizeofT;
     } else {
         if (needed >= kPage) {
@@ -170,7 +153,7 @@ ZkVectorData *ZkVectorData::resizePlain(ZkVectorData *x, int asize, int aalloc, 
         const std::int64_t bytes = static_cast<std::int64_t>(std::min(asize, oldSize)) * sizeofT;
         std::memcpy(copy + 1, x + 1, static_cast<std::size_t>(bytes));
         if (zkRelease(x, &ZkVectorData::shared_null)) {
-            freeData(x, kAllocatorAlignment);
+            freeData(x, kZkAllocatorAlignment);
         }
         x = copy;
     } else if (aalloc != x->alloc) {

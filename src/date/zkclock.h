@@ -5,6 +5,8 @@
 
 #include <ctime>
 
+constexpr int kZkMSecsPerDay = 86400000;
+
 /// A date and a time of day as the C library broke them down; both null when it
 /// could not.
 struct ZkClockReading {

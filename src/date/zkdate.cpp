@@ -1,9 +1,9 @@
+#include "date/zkclock.h"
 #include "zkdatetime.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <ctime>
 
 namespace
 {
@@ -222,13 +222,7 @@ int ZkDate::m_dm = Zk::DateGregorian;
 
 ZkDate ZkDate::currentDate()
 {
-    const std::time_t now = std::time(nullptr);
-    std::tm local = {};
-    tzset();
-    if (localtime_r(&now, &local) == nullptr) {
-        return ZkDate();
-    }
-    return fromJulianDay(gregorianToJulian(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday));
+    return ZkClockReading::local().date;
 }
 
 void ZkDate::setDateMode(Zk::DateMode mode)

@@ -1,4 +1,5 @@
 #include "date/zkletter.h"
+#include "number/zkascii.h"
 #include "zkdatetime.h"
 
 #include <algorithm>
@@ -12,17 +13,6 @@
 
 namespace
 {
-
-constexpr bool isDigit(ZkUcs2 c)
-{
-    return c >= '0' && c <= '9';
-}
-
-/// The six white-space characters of the C locale.
-constexpr bool isSpace(ZkUcs2 c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 /// Matches text with a pattern that is handed over unit by unit, by the rules of
 /// the C library's scanner: white space skips any amount of it, "%d" reads a
@@ -47,7 +37,7 @@ public:
             feedBehindPercent(unit);
         } else if (unit == '%') {
             m_afterPercent = true;
-        } else if (isSpace(unit)) {
+        } else if (zkIsAsciiSpace(unit)) {
             skipSpace();
         } else {
             match(unit);
@@ -87,7 +77,7 @@ private:
 
     void skipSpace()
     {
-        while (isSpace(*p)) {
+        while (zkIsAsciiSpace(*p)) {
             ++p;
         }
     }
@@ -105,13 +95,13 @@ private:
     void readNumber()
     {
         bool negative = false;
-        if (!isDigit(*p)) {
+        if (!zkIsAsciiDigit(*p)) {
             skipSpace();
             negative = *p == '-';
             if (negative || *p == '+') {
                 ++p;
             }
-            if (!isDigit(*p)) {
+            if (!zkIsAsciiDigit(*p)) {
                 m_stopped = true;
                 return;
             }
@@ -119,7 +109,7 @@ private:
         constexpr std::int64_t kBeyondInt = std::int64_t(1) << 32; // where counting ends
         std::int64_t value = 0;
         const ZkUcs2 *q = p;
-        for (; isDigit(*q); ++q) {
+        for (; zkIsAsciiDigit(*q); ++q) {
             if (value < kBeyondInt) {
                 value = 10 * value + (*q - '0');
             }

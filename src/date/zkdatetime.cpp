@@ -8,7 +8,6 @@
 namespace
 {
 
-constexpr int kMSecsPerDay = 86400000;
 constexpr int kSecsPerDay = 86400;
 constexpr ZkDate kEpoch = ZkDate::fromJulianDay(2440588); // 1 January 1970
 
@@ -16,20 +15,20 @@ constexpr ZkDate kEpoch = ZkDate::fromJulianDay(2440588); // 1 January 1970
 long long msecsSinceEpoch(const ZkDate &date, const ZkTime &time)
 {
     const long long days = static_cast<long long>(date.julianDay()) - kEpoch.julianDay();
-    return days * kMSecsPerDay + time.msecsOfDay();
+    return days * kZkMSecsPerDay + time.msecsOfDay();
 }
 
 /// Moves a date and a time on by `n` milliseconds. False, and the null date, when
 /// the day leaves the range of ZkDate; the time is right nevertheless.
 bool addMSecsInPlace(ZkDate &date, ZkTime &time, long long n)
 {
-    long long days = date.julianDay() + n / kMSecsPerDay;
-    int msecs = time.msecsOfDay() + static_cast<int>(n % kMSecsPerDay);
+    long long days = date.julianDay() + n / kZkMSecsPerDay;
+    int msecs = time.msecsOfDay() + static_cast<int>(n % kZkMSecsPerDay);
     if (msecs < 0) {
-        msecs += kMSecsPerDay;
+        msecs += kZkMSecsPerDay;
         --days;
-    } else if (msecs >= kMSecsPerDay) {
-        msecs -= kMSecsPerDay;
+    } else if (msecs >= kZkMSecsPerDay) {
+        msecs -= kZkMSecsPerDay;
         ++days;
     }
     time = ZkTime::fromMSecsOfDay(msecs);
@@ -313,11 +312,11 @@ long long ZkDateTime::toMSecsSinceEpoch() const
 void ZkDateTime::setMSecsSinceEpoch(long long msecs)
 {
     const int oldSpec = d->spec;
-    long long days = msecs / kMSecsPerDay;
-    int rest = static_cast<int>(msecs % kMSecsPerDay);
+    long long days = msecs / kZkMSecsPerDay;
+    int rest = static_cast<int>(msecs % kZkMSecsPerDay);
     if (rest < 0) {
         --days;
-        rest += kMSecsPerDay;
+        rest += kZkMSecsPerDay;
     }
     d->time = ZkTime::fromMSecsOfDay(rest);
     if (days < -static_cast<long long>(kEpoch.julianDay()) || days > INT_MAX) {
@@ -408,7 +407,7 @@ long long ZkDateTime::msecsTo(const ZkDateTime &other) const
     ZkTime fromTime, toTime;
     getUTC(from, fromTime);
     other.getUTC(to, toTime);
-    return static_cast<long long>(kMSecsPerDay) * from.daysTo(to) + fromTime.msecsTo(toTime);
+    return static_cast<long long>(kZkMSecsPerDay) * from.daysTo(to) + fromTime.msecsTo(toTime);
 }
 
 ZkDateTime ZkDateTime::toTimeSpec(Zk::TimeSpec s) const

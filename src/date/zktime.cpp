@@ -1,61 +1,16 @@
 #include "date/zkclock.h"
 
-#include <sys/time.h>
-
-#include <algorithm>
-
 namespace
 {
-
-constexpr int kMSecsPerDay = 86400000;
-
-timeval wallClock()
-{
-    timeval now = {};
-    gettimeofday(&now, nullptr);
-    return now;
-}
 
 /// Milliseconds from `from` to `to`, taken for the next day's when it is earlier.
 int forwardMSecs(const ZkTime &from, const ZkTime &to)
 {
     const int msecs = from.msecsTo(to);
-    return msecs < 0 ? msecs + kMSecsPerDay : msecs;
+    return msecs < 0 ? msecs + kZkMSecsPerDay : msecs;
 }
 
 } // namespace
-
-ZkClockReading::ZkClockReading(const std::tm *fields, int msec) : isDst(-1)
-{
-    if (fields == nullptr) {
-        return;
-    }
-    date = ZkDate::fromJulianDay(
-        ZkDate::gregorianToJulian(fields->tm_year + 1900, fields->tm_mon + 1, fields->tm_mday));
-    time = ZkTime(fields->tm_hour, fields->tm_min, std::min(fields->tm_sec, 59), msec);
-    isDst = fields->tm_isdst > 0 ? 1 : fields->tm_isdst < 0 ? -1 : 0;
-}
-
-ZkClockReading ZkClockReading::local()
-{
-    const timeval now = wallClock();
-    std::tm fields = {};
-    tzset();
-    return ZkClockReading(localtime_r(&now.tv_sec, &fields), static_cast<int>(now.tv_usec / 1000));
-}
-
-ZkClockReading ZkClockReading::utc()
-{
-    const timeval now = wallClock();
-    std::tm fields = {};
-    return ZkClockReading(gmtime_r(&now.tv_sec, &fields), static_cast<int>(now.tv_usec / 1000));
-}
-
-long long ZkClockReading::msecsSinceEpoch()
-{
-    const timeval now = wallClock();
-    return 1000ll * now.tv_sec + now.tv_usec / 1000;
-}
 
 ZkTime ZkTime::currentTime()
 {
@@ -75,9 +30,9 @@ bool ZkTime::setHMS(int h, int m, int s, int ms)
 
 ZkTime ZkTime::addMSecs(int n) const
 {
-    long long sum = (static_cast<long long>(msecsOfDay()) + n) % kMSecsPerDay;
+    long long sum = (static_cast<long long>(msecsOfDay()) + n) % kZkMSecsPerDay;
     if (sum < 0) {
-        sum += kMSecsPerDay;
+        sum += kZkMSecsPerDay;
     }
     return fromMSecsOfDay(static_cast<int>(sum));
 }

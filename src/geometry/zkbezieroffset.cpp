@@ -15,7 +15,7 @@
 // need no care. Only where C' is 0, which is a cusp of the curve or an end without
 // an arm, higher derivatives have to tell the direction.
 //
-// Reckoned in double precision, for close to a cusp normals hang on the last digits.
+// Computed in double precision: close to a cusp the normals depend on the last digits.
 
 namespace
 {
@@ -167,9 +167,9 @@ Place OffsetWriter::placeAt(double t, Side side) const
 }
 
 // The length of the arm that gives a piece of `span` the derivative at `place`;
-// negative when it points backward. The piece may stand for want of room though it
-// is not close: no more than half a turn is believed, so that a tangent on the
-// point of whirling round draws no spike.
+// negative when it points backward. A piece may be kept although it is not close to the
+// curve, when there is no room for its halves: the turn is limited to half a circle, so
+// that a tangent that turns quickly draws no spike.
 double OffsetWriter::armOf(const Place &place, double span) const
 {
     constexpr double kHalfTurn = 3.14159265358979323846;
@@ -192,7 +192,7 @@ Cubic OffsetWriter::cubicFor(const Part &part) const
     const double determinant = cross(to.tangent, from.tangent);
     const double fit0 = cross(to.tangent, way) / determinant;
     const double fit1 = cross(from.tangent, way) / determinant;
-    // No two such arms for parallel tangents; hardly sane ones next to a cusp.
+    // Parallel tangents have no such arms, and next to a cusp they are unusably long.
     const auto isSane = [](double fit, double arm) { return fit / arm > 0.5 && fit / arm < 2; };
     if (isSane(fit0, arm0) && isSane(fit1, arm1)) {
         arm0 = fit0;
@@ -202,10 +202,10 @@ Cubic OffsetWriter::cubicFor(const Part &part) const
 }
 
 // Whether `point`, thought to lie beside t, is near the part: near its place at t,
-// or near the foot of the point if the two run at different speeds. Either is no
-// nearer than the part as a whole. But a part with a cusp has to be met at t, or
-// the tip might be cut off. A NaN is near, so that curves without a meaning are
-// not halved in vain.
+// or near the foot of the point if the two run at different speeds. Neither is nearer
+// than the nearest point of the part. But in a part with a cusp it must be near the place
+// at t, or the tip might be cut off. NaN counts as near: curves with such coordinates
+// are not halved.
 bool OffsetWriter::isNear(Vector point, double t, const Part &part) const
 {
     const Place place = placeAt(t, FromBehind);

@@ -28,8 +28,9 @@ ZkRect around(const ZkRect &a, const ZkRect &b)
                   std::max(a.right(), b.right()), std::max(a.bottom(), b.bottom()));
 }
 
-// The first rectangle that reaches down to row `y`, which the last one does.
-// Nobody can guess where a pixel lies, so the list is halved without a branch.
+// The first rectangle that reaches down to row `y`, the last one when none does: the
+// extents of a clipped region may be larger than its rectangles. A branch could not be
+// predicted, so the list is halved without one.
 const ZkRect *firstReachingAnywhere(const ZkRect *begin, int count, int y)
 {
     while (count > 1) {
@@ -73,7 +74,7 @@ bool anyMeet(ZkBands a, ZkBands b)
                 return true;
             }
         }
-        // The band that ends first has met all it can.
+        // Nothing that follows can meet the band that ends first.
         const bool aEndsFirst = a.begin->bottom() <= b.begin->bottom();
         (aEndsFirst ? a : b).begin = aEndsFirst ? aEnd : bEnd;
     }
@@ -206,8 +207,7 @@ void ZkRegion::setRects(const ZkRect *rects, int n)
 
 bool ZkRegion::contains(const ZkPoint &p) const
 {
-    // No test for a region without data: whoever asks has asked isEmpty() before,
-    // and pays nothing for it here.
+    // A region without data is not tested for: the caller has asked isEmpty() before.
     const Record &record = *d->region;
     if (!record.inVector) {
         return record.single.contains(p);

@@ -32,7 +32,7 @@ struct ZK_HIDDEN ZkRegion::Record : ZkRegion::Data {
         ZkRect single; ///< while inVector is 0
         ZkSeams seams; ///< of the list, while inVector is 1; one rectangle has none
     };
-    ZkRect extents;   ///< around all rectangles
+    ZkRect extents;   ///< around all rectangles; not tight after `clipped`
     ZkRect innerRect; ///< lies inside the region: the largest rectangle met so far
     union {
         int innerArea;    ///< of innerRect, at most INT_MAX; -1 when there is none
@@ -52,7 +52,8 @@ struct ZK_HIDDEN ZkRegion::Record : ZkRegion::Data {
     /// The same contents. Both share the vector's block until one of them writes.
     Record *clone() const;
     /// What of these rectangles lies inside `r`, in a record of its own. Bands that
-    /// become alike stay apart, and the extents are clipped like a rectangle.
+    /// become alike stay apart. The extents are the old ones clipped to `r`: they may be
+    /// larger than the rectangles that are left.
     Record *clipped(const ZkRect &r) const;
 
     const ZkRect *begin() const { return inVector ? rects.constData() : &single; }

@@ -48,8 +48,8 @@ const ZkRect *bandStart(const ZkRect *begin, const ZkRect *bandEnd)
     return band;
 }
 
-// Bands are of random length, and a loop that ends where nobody can guess costs
-// more than looking at a few rectangles too many.
+// Bands are of random length: a mispredicted end of the loop costs more than looking
+// at a few rectangles too many.
 inline const ZkRect *bandEndFrom(const ZkRect *band, const ZkRect *end)
 {
     const int top = band->top();
@@ -175,9 +175,9 @@ struct Intersection {
     static constexpr bool kKeepsFirst = false;
     static constexpr bool kKeepsSecond = false;
 
-    // Whichever span ends first has met all it can. Spans of two lists end in random
-    // order: while each list has one more, both are advanced without a branch, and
-    // where the next spans end is read before it is known which one is next.
+    // Nothing that follows can meet the span that ends first. Spans of two lists end in
+    // random order: while each list has one more, both are advanced without a branch, and
+    // the ends of both next spans are read before it is known which one is next.
     static ZkRect *overlap(ZkRect *out, const ZkRect *a, const ZkRect *aEnd, const ZkRect *b,
                            const ZkRect *bEnd, int top, int bottom, std::uint32_t *widest)
     {
@@ -221,9 +221,8 @@ struct Difference {
     static constexpr bool kKeepsFirst = true;
     static constexpr bool kKeepsSecond = false;
 
-    // `left` is where the uncut rest of the first list's span begins. The sums fit:
-    // a cut that ends before another edge is not at the end of int, nor one that
-    // begins behind another edge.
+    // `left` is where the uncut rest of the first list's span begins. The sums do not
+    // overflow: there is an edge beyond each edge to which 1 is added or subtracted.
     static ZkRect *overlap(ZkRect *out, const ZkRect *a, const ZkRect *aEnd, const ZkRect *b,
                            const ZkRect *bEnd, int top, int bottom, std::uint32_t *widest)
     {
@@ -377,6 +376,12 @@ void ZkRegionSweep::run(const ZkBands &a, const ZkBands &b)
     } else if (Operation::kKeepsSecond && !second.isAtEnd()) {
         copyRest(second.band, second.bandEnd, second.top, b);
     }
+    finish();
+}
+
+// Puts the parts in place; with them the extents are known.
+void ZkRegionSweep::finish()
+{
     if (m_joins) {
         join(&below);
     }

@@ -104,14 +104,14 @@ const ZkRect *zkGapFor(const ZkBands &a, const ZkBands &b);
 ///
 /// What lies above or below all of the other list is not walked: the result is
 /// `above`, then `middle`, then `below`, where `above` and `below` are parts of
-/// the source lists. A list in any order but the banded one gives a list that
-/// means nothing, in memory that is still good.
+/// the source lists. If a source list is not in banded order, the contents of the
+/// result are undefined, but no memory outside of it is read or written.
 class ZkRegionSweep
 {
 public:
-    /// Apart, for who keeps a source list and changes what is new in it; Joined, for
-    /// who wants a list of its own: of long lists, all is in `middle` then, so that it
-    /// is written once.
+    /// Apart: the caller keeps a source list and replaces what has changed in it. Joined:
+    /// the caller wants a list of its own; the result of long lists is then all in
+    /// `middle`, so that it is written once.
     enum Parts { Apart, Joined };
 
     explicit ZkRegionSweep(Parts parts) : m_parts(parts) {}
@@ -133,12 +133,13 @@ public:
 
     int count() const { return above.count() + middle.count() + below.count(); }
 
-    /// Makes `list` the whole result. Afterwards the parts are no longer good.
+    /// Makes `list` the whole result; the parts are invalid afterwards.
     void moveTo(ZkVector<ZkRect> *list);
 
 private:
     template <typename Operation>
     void run(const ZkBands &a, const ZkBands &b);
+    void finish();
     const ZkRect *passAbove(const ZkBands &list, int row, bool keep);
     void copyRest(const ZkRect *band, const ZkRect *bandEnd, int top, const ZkBands &list);
     void copyBand(const ZkRect *band, const ZkRect *bandEnd, int top, int bottom);

@@ -56,8 +56,7 @@ bool ZkFontCache::setFontFile(const ZkString &path)
         std::exit(1);
     }
     clean();
-    ZkFreetype::freetype_Done();
-    ZkFreetype::freetype_init(file);
+    ZkFreetype::freetype_init(file); // closes the font before
     return true;
 }
 
@@ -69,7 +68,7 @@ const GlyphBitmap *ZkFontCache::glyph(unsigned short unicode, const ZkFont &font
     {
         const ZkFontReadLock lock;
         record = cache->find(recordKey);
-        if (record != nullptr && record->pixels != nullptr) {
+        if (hasPixels(record)) {
             record->retain();
             return record;
         }
@@ -100,7 +99,9 @@ const GlyphBitmap *ZkFontCache::render(unsigned short unicode, const ZkFont &fon
 {
     const ZkFontWriteLock lock;
     GlyphBitmap *record = look ? fontTable(unicode, font) : nullptr;
-    for (unsigned i = 0; i < uses && (record == nullptr || record->pixels == nullptr); ++i) {
+    // For want of memory a glyph may come out without pixels. Each use tries again, as the
+    // same number of single requests would.
+    for (unsigned i = 0; i < uses && !hasPixels(record); ++i) {
         m_pFtEngine->setTextFont(font);
         const GlyphBitmap fresh = m_pFtEngine->resloveUnicode(unicode);
         record = stored(this, record, fresh);

@@ -9,8 +9,8 @@
 /// rasteriser. It is made of several: a reader takes the one of its thread, a writer
 /// all of them in order. So threads that only look glyphs up do not wait for each
 /// other's cache line, and a writer, who renders a glyph, can afford the rest.
-/// While the process has one thread nothing is locked: a thread that is started
-/// later finds no lock held, for nobody starts one in here.
+/// While the process has one thread nothing is locked: no thread is started under the
+/// lock, so a thread that starts later finds none held.
 /// Constant-initialised, never destroyed.
 struct ZkFontLock {
     static constexpr unsigned kStripes = 8; // threads that read at once undisturbed

@@ -4,7 +4,6 @@
 #include "zkfontcache.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 namespace
@@ -19,23 +18,9 @@ constexpr int kLongestPiece = 65535; // so that numbers and counts fit 16 bits
 class PagedTable
 {
 public:
-    PagedTable() : m_cells(m_inline), m_pages(1), m_capacity(kInlinePages)
-    {
-        std::memset(m_cells, 0, kPageBytes);
-    }
-    ~PagedTable()
-    {
-        if (m_cells != m_inline) {
-            std::free(m_cells);
-        }
-    }
-    PagedTable(const PagedTable &) = delete;
-    PagedTable &operator=(const PagedTable &) = delete;
+    PagedTable() { addPage(); }
 
-    unsigned find(ZkUcs2 code) const
-    {
-        return m_cells[m_pageOf[code >> 8] * kPageCells + (code & 0xFFu)];
-    }
+    unsigned find(ZkUcs2 code) const { return m_cells[cell(m_pageOf[code >> 8], code)]; }
 
     void enter(ZkUcs2 code, unsigned number)
     {
@@ -43,33 +28,24 @@ public:
         if (page == 0) {
             page = addPage();
         }
-        m_cells[page * kPageCells + (code & 0xFFu)] = static_cast<std::uint16_t>(number);
+        m_cells[cell(page, code)] = static_cast<std::uint16_t>(number);
     }
 
 private:
-    static constexpr unsigned kPageCells = 256;
-    static constexpr unsigned kPageBytes = kPageCells * sizeof(std::uint16_t);
-    static constexpr unsigned kInlinePages = 6;
+    static constexpr int kPageCells = 256;
+    static constexpr int kInlinePages = 6;
+
+    static int cell(int page, ZkUcs2 code) { return page * kPageCells + (code & 0xFF); }
 
     std::uint16_t addPage()
     {
-        if (m_pages == m_capacity) {
-            const bool inObject = m_cells == m_inline;
-            m_capacity *= 2;
-            void *grown = zkReallocate(inObject ? nullptr : m_cells, m_capacity * kPageBytes);
-            m_cells = static_cast<std::uint16_t *>(grown);
-            if (inObject) {
-                std::memcpy(m_cells, m_inline, sizeof m_inline);
-            }
-        }
-        std::memset(m_cells + m_pages * kPageCells, 0, kPageBytes);
-        return static_cast<std::uint16_t>(m_pages++);
+        const int page = m_cells.size() / kPageCells;
+        std::memset(m_cells.extend(kPageCells), 0, kPageCells * sizeof(std::uint16_t));
+        return static_cast<std::uint16_t>(page);
     }
 
-    std::uint16_t *m_cells;
-    unsigned m_pages, m_capacity;
     std::uint16_t m_pageOf[256] = {};
-    std::uint16_t m_inline[kInlinePages * kPageCells];
+    ZkInlineArray<std::uint16_t, kInlinePages * kPageCells> m_cells;
 };
 
 } // namespace
@@ -116,7 +92,7 @@ void ZkGlyphLease::fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font,
         const ZkFontReadLock lock;
         for (int i = 0; i < n; ++i) {
             const GlyphBitmap *glyph = cache->find(styleKey | codes[i]);
-            if (glyph != nullptr && glyph->pixels != nullptr) {
+            if (ZkFontCache::hasPixels(glyph)) {
                 glyph->retain();
             } else {
                 glyph = nullptr;
@@ -149,7 +125,7 @@ void ZkGlyphLease::fetchPiece(const ZkUcs2 *codes, int n, const ZkFont &font,
             unsigned number = numbers.find(code);
             if (number == 0) {
                 const GlyphBitmap *glyph = cache->find(styleKey | code);
-                const bool isThere = glyph != nullptr && glyph->pixels != nullptr;
+                const bool isThere = ZkFontCache::hasPixels(glyph);
                 allThere = allThere && isThere;
                 m_uses.append(Use{isThere ? glyph : nullptr, 0});
                 number = static_cast<unsigned>(size() - first);

@@ -1,5 +1,6 @@
 #include "zkfontmetrics.h"
 
+#include "layout/zklinedivision.h"
 #include "layout/zkwordwidth.h"
 #include "zkfontcache.h"
 #include "zkfontengine.h"
@@ -195,6 +196,25 @@ ZkRect ZkFontMetrics::lineRect(int index) const
     return ZkRect(0, zkWrapped(index * height),
                   zkWrapped(static_cast<std::int64_t>(m_lines[index].width) - 1),
                   zkWrapped((index + 1) * height - 1));
+}
+
+int ZkFontMetrics::divideText()
+{
+    m_dirty = false;
+    if (m_engine->text().isEmpty()) {
+        return -1;
+    }
+    m_subTexts.clear();
+    m_lineGlyphs.clear();
+    m_paintInfos.clear();
+    m_rects.clear();
+    m_lines.clear();
+    LineDivider(*this, m_lines).run();
+    for (int i = 0; i < m_lines.size(); ++i) {
+        const ZkRect rect = lineRect(i);
+        m_paintInfos.append({rect.left(), rect.top(), rect.right(), rect.bottom(), cutGlyphs(i)});
+    }
+    return 0;
 }
 
 void ZkFontMetrics::divideIfDirty()

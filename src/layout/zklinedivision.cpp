@@ -1,54 +1,6 @@
-#include "layout/zkwordwidth.h"
-#include "zkfontengine.h"
-#include "zkfontmetrics.h"
+#include "layout/zklinedivision.h"
 
 #include <algorithm>
-
-// Walks the resolved text once and cuts it into lines. A line is always a stretch
-// of the text, [start, i), so a line "is empty" when start == i.
-class ZK_HIDDEN ZkFontMetrics::LineDivider
-{
-public:
-    LineDivider(const ZkFontMetrics &layout, ZkInlineArray<Line, 2> &found)
-        : m_units(layout.m_engine->text().constData()),
-          m_glyphs(layout.m_engine->glyphs().constData()),
-          m_count(layout.m_engine->text().size()),
-          m_spacing(layout.m_charSpacing),
-          m_wrapWidth(layout.m_wrapWidth),
-          m_wordWrap(layout.m_wordWrap),
-          m_slanted(layout.m_boldFace),
-          m_lines(found)
-    {
-    }
-
-    void run();
-
-private:
-    int addLetters(int i);
-    int addThaiCluster(int i);
-    int addBreakAnywhere(int i);
-    void addNewline(int i);
-
-    void wrapBefore(int i, int wordWidth);
-    bool startsWord(int i) const;
-    int wordWidth(int i) const
-    {
-        return zkWordWidth(m_units + i, m_glyphs + i, m_count - i, m_spacing);
-    }
-    void widen(std::int64_t pixels) { m_width = zkWrapped(m_width + pixels); }
-    void emit(int end, int slantedPixels);
-
-    const ZkUcs2 *m_units;
-    const GlyphBitmap *const *m_glyphs;
-    int m_count;
-    int m_spacing;
-    int m_wrapWidth;
-    bool m_wordWrap;
-    bool m_slanted;
-    ZkInlineArray<Line, 2> &m_lines;
-    int m_start = 0; // of the current line
-    int m_width = 0; // of the current line
-};
 
 void ZkFontMetrics::LineDivider::run()
 {
@@ -139,7 +91,7 @@ void ZkFontMetrics::LineDivider::addNewline(int i)
         wrapBefore(i, wordWidth(i));
     }
     widen(m_spacing);
-    // Here the slant is reckoned from the columns of the last glyph's bitmap, not
+    // Here the slant is computed from the columns of the last glyph's bitmap, not
     // from its advance as everywhere else.
     emit(i, i >= 1 ? m_glyphs[i - 1]->width : 0);
     m_start = i + 1;
@@ -168,23 +120,4 @@ void ZkFontMetrics::LineDivider::emit(int end, int slantedPixels)
     m_lines.append({m_start, end, m_width});
     m_start = end;
     m_width = 0;
-}
-
-int ZkFontMetrics::divideText()
-{
-    m_dirty = false;
-    if (m_engine->text().isEmpty()) {
-        return -1;
-    }
-    m_subTexts.clear();
-    m_lineGlyphs.clear();
-    m_paintInfos.clear();
-    m_rects.clear();
-    m_lines.clear();
-    LineDivider(*this, m_lines).run();
-    for (int i = 0; i < m_lines.size(); ++i) {
-        const ZkRect rect = lineRect(i);
-        m_paintInfos.append({rect.left(), rect.top(), rect.right(), rect.bottom(), cutGlyphs(i)});
-    }
-    return 0;
 }

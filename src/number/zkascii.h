@@ -6,8 +6,7 @@
 #include <type_traits>
 
 /// The classes of ASCII characters that the number readers know, in any locale of
-/// the host. Where
-/// characters have a type of their own, they are bytes or 16-bit units.
+/// the host. Where characters have a type of their own, they are bytes or 16-bit units.
 
 template <typename Char>
 constexpr unsigned zkCode(Char c)
@@ -16,7 +15,8 @@ constexpr unsigned zkCode(Char c)
 }
 
 /// Whether `c` is one of the six white-space characters of ASCII.
-constexpr bool zkIsAsciiSpace(char c)
+template <typename Char>
+constexpr bool zkIsAsciiSpace(Char c)
 {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }

@@ -3,6 +3,7 @@
 #include "number/zkascii.h"
 #include "number/zknumbertext.h"
 #include "number/zkstrtod.h"
+#include "private/zkinlinearray.h"
 #include "zkunicode.h"
 
 #include <climits>
@@ -12,33 +13,8 @@
 namespace
 {
 
-/// Room for a number as ASCII: on the stack unless it is a long one.
-class AsciiText
-{
-public:
-    explicit AsciiText(int room)
-        : m_text(room <= kOwn ? m_own : static_cast<char *>(zkAllocate(room)))
-    {
-    }
-
-    ~AsciiText()
-    {
-        if (m_text != m_own) {
-            std::free(m_text);
-        }
-    }
-
-    AsciiText(const AsciiText &) = delete;
-    AsciiText &operator=(const AsciiText &) = delete;
-
-    char *data() { return m_text; }
-
-private:
-    static constexpr int kOwn = 256;
-
-    char m_own[kOwn];
-    char *m_text;
-};
+/// A number as ASCII: on the stack unless it is a long one.
+typedef ZkInlineArray<char, 256> AsciiText;
 
 /// What a unit stands for in a number; 0 for no part of one. Letters may be digits
 /// of a base, "inf" or "nan".
@@ -78,8 +54,8 @@ int narrow(const ZkString &text, char *out)
     return std::all_of(at, end, ZkUnicode::isSpace) ? static_cast<int>(to - out) : -1;
 }
 
-/// True as long as no host has changed a symbol: all that a number is made of is
-/// then what it stands for.
+/// True as long as no host has changed a symbol: the characters of a number are then
+/// those of ASCII.
 bool symbolsAreAscii()
 {
     const int changed = (ZkLocale::mZeroDigit ^ '0') | (ZkLocale::mExponential ^ 'e') |
@@ -185,7 +161,7 @@ Number wholeText(const ZkReading<Number> &reading, const char *end, bool *ok, bo
 {
     const bool remain = reading.end != end;
     report(reading.ok && !remain, ok);
-    // Not what the name says: a number that failed, with more behind it.
+    // Despite its name this tells that characters follow a number that could not be read.
     report(!reading.ok && remain, overflow);
     return reading.ok && !remain ? reading.value : Number(0);
 }
@@ -219,8 +195,9 @@ double readDouble(const char *text, const char *end, bool *ok, bool *overflow)
 template <typename Number, typename Read>
 Number readText(const ZkString &text, bool *ok, ZkLocale::GroupSeparatorMode mode, Read read)
 {
-    AsciiText ascii(text.size() + 1);
-    char *const begin = ascii.data();
+    AsciiText ascii;
+    ascii.extend(text.size() + 1);
+    char *const begin = ascii.begin();
     int n = narrow(text, begin);
     if (n >= 0 && mode == ZkLocale::AcceptGroupSeparators) {
         n = ungroup(begin, n);
@@ -322,6 +299,14 @@ double ZkLocale::stringToDouble(const ZkString &text, bool *ok, GroupSeparatorMo
     });
 }
 
+int zkCompareDecimal(const ZkString &text, double value)
+{
+    return readText<int>(text, nullptr, ZkLocale::RefuseGroupSeparators,
+                         [value](const char *begin, const char *end) {
+                             return zkCompareDecimal(begin, end, value);
+                         });
+}
+
 long long ZkLocale::stringToLongLong(const ZkString &text, int base, bool *ok,
                                      GroupSeparatorMode mode)
 {
@@ -380,17 +365,18 @@ bool ZkLocale::numberToCLocale(const ZkString &text, GroupSeparatorMode mode, Zk
     if (out != nullptr) {
         out->clear();
     }
-    AsciiText ascii(text.size() + 1);
-    int n = narrow(text, ascii.data());
+    AsciiText ascii;
+    ascii.extend(text.size() + 1);
+    int n = narrow(text, ascii.begin());
     if (n >= 0 && mode == AcceptGroupSeparators) {
-        n = ungroup(ascii.data(), n);
+        n = ungroup(ascii.begin(), n);
     }
     if (n < 0) {
         return false;
     }
-    ascii.data()[n] = '\0';
+    ascii.begin()[n] = '\0';
     if (out != nullptr) {
-        out->append(ascii.data(), n + 1);
+        out->append(ascii.begin(), n + 1);
     }
     return true;
 }

@@ -1,6 +1,7 @@
 #include "number/zkdouble.h"
 #include "number/zkinteger.h"
 #include "number/zknumbertext.h"
+#include "number/zkstrtod.h"
 
 #include <climits>
 
@@ -25,6 +26,28 @@ Narrow within(Wide value, Wide least, Wide most, bool *ok)
     return static_cast<Narrow>(value);
 }
 
+/// Reads what most integers are, up to nine decimal digits and nothing else: they fit 32
+/// bits, whatever they are. False, and nothing told, for any other text.
+bool readSmall(const ZkString &text, int base, int *value)
+{
+    const int n = text.size();
+    // A locale may have its digits elsewhere.
+    if (n < 1 || n > 9 || base != 10 || ZkLocale::mZeroDigit != '0') {
+        return false;
+    }
+    const ZkUcs2 *at = text.constData();
+    unsigned sum = 0;
+    for (const ZkUcs2 *const end = at + n; at != end; ++at) {
+        const unsigned digit = *at - unsigned('0');
+        if (digit > 9) {
+            return false;
+        }
+        sum = sum * 10 + digit;
+    }
+    *value = static_cast<int>(sum);
+    return true;
+}
+
 /// An integer without anything around it: the digits are all there is to lay out.
 ZkString integerText(std::uint64_t magnitude, bool negative, int base)
 {
@@ -37,9 +60,10 @@ ZkString integerText(std::uint64_t magnitude, bool negative, int base)
     return ZkString(first, static_cast<int>(end - first));
 }
 
-/// The float nearest to a finite double, a tie going to the even mantissa, in
-/// any rounding mode. Infinite when that lies beyond the largest float.
-float nearestFloat(double value)
+/// The float nearest to the number in `text`, a tie going to the even mantissa, in any
+/// rounding mode; `value` is the double nearest to it. Infinite when that lies beyond the
+/// largest float.
+float nearestFloat(const ZkString &text, double value)
 {
     constexpr int kDropped = kZkMantissaBits - 23; // bits of a normal float's mantissa that go
     constexpr int kLowest = -149;                  // exponent of a float's last bit at least
@@ -50,7 +74,12 @@ float nearestFloat(double value)
         const std::uint64_t half = std::uint64_t(1) << (dropped - 1);
         const std::uint64_t rest = x.mantissa & (half | (half - 1));
         const std::uint64_t kept = x.mantissa >> dropped;
-        const bool up = rest > half || (rest == half && (kept & 1) != 0);
+        bool up = rest > half;
+        if (rest == half) {
+            // In the middle of two floats lies the double; the number itself may not.
+            const int side = zkCompareDecimal(text, value);
+            up = side > 0 || (side == 0 && (kept & 1) != 0);
+        }
         // The mantissa's own top bit adds 1 to the exponent of a normal float.
         const unsigned biased = static_cast<unsigned>(x.exponent + dropped - kLowest);
         const std::uint64_t sum = (static_cast<std::uint64_t>(biased) << 23) + kept + up;
@@ -85,35 +114,23 @@ ZkString ZkString::number(double n, char format, int precision)
     return text.toString();
 }
 
-// Each of the three reads a text that failed once more, in the same way, and
-// passes on what that says.
-
 long long ZkString::toLongLong(bool *ok, int base) const
 {
-    bool own = false;
-    const long long value =
-        ZkLocale::stringToLongLong(*this, base, &own, ZkLocale::RefuseGroupSeparators);
-    if (own) {
-        report(true, ok);
-        return value;
-    }
     return ZkLocale::stringToLongLong(*this, base, ok, ZkLocale::RefuseGroupSeparators);
 }
 
 unsigned long long ZkString::toULongLong(bool *ok, int base) const
 {
-    bool own = false;
-    const unsigned long long value =
-        ZkLocale::stringToUnsLongLong(*this, base, &own, ZkLocale::RefuseGroupSeparators);
-    if (own) {
-        report(true, ok);
-        return value;
-    }
     return ZkLocale::stringToUnsLongLong(*this, base, ok, ZkLocale::RefuseGroupSeparators);
 }
 
 int ZkString::toInt(bool *ok, int base) const
 {
+    int small = 0;
+    if (readSmall(*this, base, &small)) {
+        report(true, ok);
+        return small;
+    }
     return within<int, long long>(toLongLong(ok, base), INT_MIN, INT_MAX, ok);
 }
 
@@ -152,12 +169,6 @@ unsigned short ZkString::toUShort(bool *ok, int base) const
 
 double ZkString::toDouble(bool *ok) const
 {
-    bool own = false;
-    const double value = ZkLocale::stringToDouble(*this, &own, ZkLocale::RefuseGroupSeparators);
-    if (own) {
-        report(true, ok);
-        return value;
-    }
     return ZkLocale::stringToDouble(*this, ok, ZkLocale::RefuseGroupSeparators);
 }
 
@@ -167,7 +178,7 @@ float ZkString::toFloat(bool *ok) const
     if (!zkIsFinite(value)) {
         return static_cast<float>(value);
     }
-    const float nearest = nearestFloat(value);
+    const float nearest = nearestFloat(*this, value);
     if (!zkIsFinite(nearest)) {
         report(false, ok);
         return 0;

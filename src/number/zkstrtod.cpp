@@ -225,9 +225,8 @@ bool multiplyExact(std::uint64_t value, std::int64_t power, double *product)
     return true;
 }
 
-/// Whether the number lies above the middle between a place and the next one, or
-/// in it and the next one is even.
-bool isAboveMiddle(const Decimal<char> &number, const Place &place)
+/// The sign of the number less mantissa * 2^exponent.
+int compare(const Decimal<char> &number, std::uint64_t mantissa, int exponent)
 {
     ZkBigInt digits(0);
     eachGroup(number, kMostDigits, [&digits](std::uint32_t group, int count) {
@@ -238,12 +237,19 @@ bool isAboveMiddle(const Decimal<char> &number, const Place &place)
         digits.multiplyAdd(10, 1); // something follows: the last digit is no 0
         power += static_cast<int>(number.count) - kMostDigits - 1;
     }
-    // digits * 5^power * 2^power against (2 * mantissa + 1) * 2^(exponent - 1)
-    ZkBigInt middle(2 * place.mantissa + 1);
-    (power < 0 ? middle : digits).multiplyPowerOfFive(std::abs(power));
-    const int twos = power - (place.exponent - 1);
-    (twos < 0 ? middle : digits).shiftLeft(std::abs(twos));
-    const int order = digits.compare(middle);
+    // digits * 5^power * 2^power against mantissa * 2^exponent
+    ZkBigInt other(mantissa);
+    (power < 0 ? other : digits).multiplyPowerOfFive(std::abs(power));
+    const int twos = power - exponent;
+    (twos < 0 ? other : digits).shiftLeft(std::abs(twos));
+    return digits.compare(other);
+}
+
+/// Whether the number lies above the middle between a place and the next one, or
+/// in it and the next one is even.
+bool isAboveMiddle(const Decimal<char> &number, const Place &place)
+{
+    const int order = compare(number, 2 * place.mantissa + 1, place.exponent - 1);
     return order > 0 || (order == 0 && (place.mantissa & 1) != 0);
 }
 
@@ -328,4 +334,16 @@ bool zkReadShortDouble(const ZkUcs2 *text, const ZkUcs2 *textEnd, double *value)
     }
     *value = zkDoubleOf(zkBitsOf(magnitude) | static_cast<std::uint64_t>(negative) << 63);
     return true;
+}
+
+int zkCompareDecimal(const char *text, const char *textEnd, double value)
+{
+    const char *at = zkSkipSpace(text);
+    Decimal<char> number;
+    if (readDecimal(at + (*at == '-' || *at == '+'), textEnd, &number) == nullptr) {
+        return 0;
+    }
+    trimZeros(&number);
+    const ZkBinary magnitude = zkBinaryOf(value);
+    return compare(number, magnitude.mantissa, magnitude.exponent);
 }

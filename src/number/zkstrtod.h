@@ -2,6 +2,7 @@
 #define ZKSTRTOD_H
 
 #include "number/zkinteger.h"
+#include "zkstring.h"
 
 /// Reads a decimal number as `strtod` does in the C locale: white space, a sign,
 /// digits with or without a point, an exponent. The double is the nearest one, a
@@ -14,5 +15,13 @@ ZkReading<double> zkReadDouble(const char *text, const char *textEnd);
 /// double is found at once: nearly every number. False, and nothing told, for
 /// others. At `textEnd` stands a 0 unit.
 bool zkReadShortDouble(const ZkUcs2 *text, const ZkUcs2 *textEnd, double *value);
+
+/// The sign of the number in a text, read as by `zkReadDouble`, less the double that
+/// reading gave, which is finite and not 0; both without their signs. The double is a
+/// rounded number: this tells which side was rounded off.
+int zkCompareDecimal(const char *text, const char *textEnd, double value);
+
+/// The same of a text in the locale's symbols without groups; it is a number.
+int zkCompareDecimal(const ZkString &text, double value);
 
 #endif

@@ -17,4 +17,7 @@ int zkCompareExact(const ZkUcs2 *a, int la, const ZkUcs2 *b, int lb);
 /// buffer, comes behind every other range.
 int zkCompareFolded(const ZkUcs2 *a, int la, const ZkUcs2 *b, int lb);
 
+/// Whether the `nl` units of `h` from `at` on fold to the same as those of `n`.
+bool zkEqualFolded(const ZkUcs2 *h, int at, const ZkUcs2 *n, int nl);
+
 #endif

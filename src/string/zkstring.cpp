@@ -244,7 +244,7 @@ ZkString &ZkString::insert(int pos, const char *s, int len)
     if (s == nullptr) {
         return *this;
     }
-    // Here `len` is dropped: the whole text goes in.
+    // `len` is ignored here: the whole text is inserted.
     if (pos < 0) {
         return prepend(s, -1);
     }
@@ -448,6 +448,26 @@ ZkString &ZkString::insertUtf8(int pos, const char *s, int len)
     zkMoveUnits(gap + units, gap + n, tail);
     setSize(pos + units + tail);
     return *this;
+}
+
+ZkString ZkString::leftJustified(int width, ZkUcs2 fill, bool truncate) const
+{
+    if (width <= size()) {
+        return truncate ? left(width) : *this;
+    }
+    ZkString result(width, fill);
+    zkCopyUnits(result.data(), begin(), size());
+    return result;
+}
+
+ZkString ZkString::rightJustified(int width, ZkUcs2 fill, bool truncate) const
+{
+    if (width <= size()) {
+        return truncate ? left(width) : *this;
+    }
+    ZkString result(width, fill);
+    zkCopyUnits(result.data() + (width - size()), begin(), size());
+    return result;
 }
 
 std::size_t std::hash<ZkString>::operator()(const ZkString &text) const noexcept

@@ -4,11 +4,6 @@
 namespace
 {
 
-bool isSpace(ZkUcs2 c)
-{
-    return ZkUnicode::isSpace(c);
-}
-
 ZkUcs2 upper(ZkUcs2 c, const ZkUnicodeTables::Properties &record)
 {
     return record.upperCaseSpecial ? c : static_cast<ZkUcs2>(c + record.upperCaseDifference);
@@ -60,19 +55,18 @@ ZkString ZkString::simplified() const
         return *this;
     }
     const ZkUcs2 *first = begin(), *last = end();
-    while (first != last && isSpace(*first)) {
+    while (first != last && ZkUnicode::isSpace(*first)) {
         ++first;
     }
     if (first == last) {
         return ZkString(Data::shared_null);
     }
-    while (isSpace(last[-1])) {
+    while (ZkUnicode::isSpace(last[-1])) {
         --last;
     }
-    // White space is as it should be where it is one blank; the range neither
-    // begins nor ends with any.
+    // A single blank stays; the range neither begins nor ends with white space.
     const ZkUcs2 *at = first;
-    while (at != last && (!isSpace(*at) || (*at == ' ' && !isSpace(at[1])))) {
+    while (at != last && (!ZkUnicode::isSpace(*at) || (*at == ' ' && !ZkUnicode::isSpace(at[1])))) {
         ++at;
     }
     const int start = static_cast<int>(first - begin());
@@ -83,9 +77,9 @@ ZkString ZkString::simplified() const
     ZkUcs2 *const units = result.data();
     ZkUcs2 *to = units + (at - first);
     while (at != last) {
-        if (isSpace(*at)) {
+        if (ZkUnicode::isSpace(*at)) {
             *to++ = ' ';
-            while (isSpace(*at)) {
+            while (ZkUnicode::isSpace(*at)) {
                 ++at;
             }
         } else {

@@ -74,8 +74,8 @@ int ZkString::count(ZkUcs2 c, Zk::CaseSensitivity cs) const
 
 int ZkString::count(const ZkString &s, Zk::CaseSensitivity cs) const
 {
-    // Each search starts behind the last match, and the first one behind index 0:
-    // a match there is never counted.
+    // Each search starts one unit behind the start of the last match, so matches may
+    // overlap. The first one starts at index 1: a match at index 0 is never counted.
     int found = 0;
     for (int at = 0; (at = indexOf(s, at + 1, cs)) != -1;) {
         ++found;

@@ -7,8 +7,8 @@
 #include <emmintrin.h>
 #include <utility>
 
-/// Blocks of SSE2 registers. A step that says it could not do its block has
-/// spoilt what it may write.
+/// Blocks of SSE2 registers. The output of a step that returns failure is undefined:
+/// the caller overwrites it.
 class ZkUtf8Blocks
 {
 public:

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -75,6 +76,24 @@ TEST(ZkInlineArray, ExtendsWithinItsRoomForTheCallerToWrite)
     EXPECT_EQ(records.room(), 0);
     EXPECT_THAT(records, ElementsAre(Record{1, 1}, Record{2, 2}, Record{3, 3}));
     EXPECT_EQ(records.extend(0), records.end());
+    EXPECT_EQ(records.extend(-1), records.end());
+    EXPECT_EQ(records.size(), 3);
+}
+
+TEST(ZkInlineArray, ExtendsPastItsRoomAndKeepsWhatItHas)
+{
+    Records records;
+    records.append({1, 1});
+    Record *added = records.extend(100);
+    EXPECT_EQ(added, records.begin() + 1);
+    EXPECT_EQ(records.size(), 101);
+    EXPECT_EQ(records.room(), 0);
+    EXPECT_EQ(records[0], (Record{1, 1}));
+    std::fill(added, records.end(), Record{7, 7});
+    records.append({8, 8});
+    EXPECT_EQ(records.room(), 2 * 101 - 102); // no longer four times as many
+    records.truncate(2);
+    EXPECT_THAT(records, ElementsAre(Record{1, 1}, Record{7, 7}));
 }
 
 TEST(ZkInlineArray, IsAsNewOnceCleared)

@@ -560,6 +560,8 @@ TEST(ZkBitmap, SixteenBitComponentsAreShiftedToFiveBitsAndEndAt248)
         {"5-6-5 lowest green bit is lost", {0xF800, 0x07E0, 0x001F}, 0x0020, {0, 0, 0, 255}},
         {"5-6-5 second green bit", {0xF800, 0x07E0, 0x001F}, 0x0040, {0, 8, 0, 255}},
         {"4-4-4", {0x0F00, 0x00F0, 0x000F}, 0x0FFF, {120, 240, 240, 255}},
+        {"2-3-1, white", {0x0030, 0x000E, 0x0001}, 0x003F, {8, 112, 192, 255}},
+        {"5-5-5 at the top, white", {0xF800, 0x07C0, 0x003E}, 0xFFFE, {248, 248, 248, 255}},
         {"one bit at the top", {0x8000, 0, 0x0001}, 0xFFFF, {8, 0, 128, 255}},
         {"only the low 16 bits of a mask count", {0xFFFF001F, 0, 0}, 0xFFFF, {0, 0, 248, 255}},
         {"the whole word", {0xFFFF, 0, 0}, 0x1234, {0, 0, 16, 255}},
@@ -579,6 +581,25 @@ TEST(ZkBitmap, SixteenBitComponentsAreShiftedToFiveBitsAndEndAt248)
         const Outcome got = readWithLibrary(file.bytes());
         EXPECT_EQ(got.messages, "");
         EXPECT_EQ(got.pixels, row.pixel);
+    }
+}
+
+// What stands behind the first 40 bytes of a longer header is taken for the palette.
+TEST(ZkBitmap, APaletteBehindALongerHeaderComesOutAsOtherColours)
+{
+    for (const unsigned headerSize : {64u, 108u, 124u}) {
+        SCOPED_TRACE(headerSize);
+        File file;
+        file.depth = 1;
+        file.table.assign(headerSize - 40, 0x11);
+        file.table.insert(file.table.end(), {0, 0, 0, 0, 255, 255, 255, 0}); // black and white
+        file.rows = {0x80, 0, 0, 0};
+        Bytes bytes = file.bytes();
+        bytes[14] = static_cast<unsigned char>(headerSize);
+        const Outcome got = readWithLibrary(bytes);
+        EXPECT_EQ(got.messages,
+                  "Warning: Extra meta data detected in file Data will be skipped.\n");
+        EXPECT_EQ(got.pixels, Bytes({0x11, 0x11, 0x11, 255}));
     }
 }
 

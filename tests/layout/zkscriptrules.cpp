@@ -261,6 +261,34 @@ TEST(RunOrder, RunsAreReversedWhereTheyStand)
     }
 }
 
+// What the documentation shows: only ASCII digits keep the order of a number, nothing is
+// mirrored, and punctuation beside a run moves with it.
+TEST(RunOrder, OtherDigitsAndBracketsTurnRoundLikeLetters)
+{
+    const struct {
+        const char *what;
+        Units text, visual;
+    } kRows[] = {
+        {"a price in ASCII digits", u"\u0750\u0750 21.5", u"21.5 \u0750\u0750"},
+        {"Persian digits", u"\u06F2\u06F1\u066B\u06F5", u"\u06F5\u066B\u06F1\u06F2"},
+        {"a time in Arabic-Indic digits", u"\u0661\u0662:\u0663\u0660",
+         u"\u0660\u0663:\u0662\u0661"},
+        {"Persian digits between letters", u"\u0750 \u06F2\u06F1 \u0751",
+         u"\u0751 \u06F1\u06F2 \u0750"},
+        {"parentheses", u"(\u0750\u0751)", u")\u0751\u0750("},
+        {"angles", u"<\u0750>", u">\u0750<"},
+        {"square brackets stand outside", u"[\u0750\u0751]", u"[\u0751\u0750]"},
+        {"braces stand outside", u"{\u0750\u0751}", u"{\u0751\u0750}"},
+        {"a colon behind a Latin name", u"name: \u0750\u0751", u"name\u0751\u0750 :"},
+        {"a colon behind a name", u"\u0750\u0751: Name", u":\u0751\u0750 Name"},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(hex(arabic(row.text)), hex(row.visual));
+    }
+    EXPECT_EQ(hex(hebrew(u"(\u05D0\u05D1)")), hex(u")\u05D1\u05D0("));
+}
+
 TEST(RunOrder, TheOtherClassIsForeign)
 {
     EXPECT_EQ(hex(hebrew(u"\u05D0\u05D1\u0628\u0627")), hex(u"\u05D1\u05D0\u0628\u0627"));

@@ -210,7 +210,11 @@ TEST(ZkStringNumber, ReadsFloats)
     expectRead(&ZkString::toFloat, "inf", true, std::numeric_limits<float>::infinity());
     expectRead(&ZkString::toFloat, "3.4028234663852886e38", true, FLT_MAX);
     expectRead(&ZkString::toFloat, "3.4028235677973362e38", true, FLT_MAX); // below the middle
-    expectRead(&ZkString::toFloat, "3.4028235677973366e38", false, 0.0F);
+    // The double nearest to this is the middle itself, which is beyond.
+    expectRead(&ZkString::toFloat, "3.4028235677973366e38", true, FLT_MAX);
+    expectRead(&ZkString::toFloat, "3.40282356779733661637539395458142568447e38", true, FLT_MAX);
+    expectRead(&ZkString::toFloat, "3.40282356779733661637539395458142568448e38", false, 0.0F);
+    expectRead(&ZkString::toFloat, "3.4028235677973367e38", false, 0.0F);
     expectRead(&ZkString::toFloat, "-3.5e38", false, 0.0F);
     expectRead(&ZkString::toFloat, "1e39", false, 0.0F);
     expectRead(&ZkString::toFloat, "1e309", false, 0.0F);
@@ -223,7 +227,51 @@ TEST(ZkStringNumber, ReadsFloats)
     EXPECT_TRUE(std::signbit(ZkString("-1e-60").toFloat()));
 }
 
-TEST(ZkStringNumber, FloatsAreTheDoubleRoundedToNearest)
+// Rounded to a double first, each of these lies in the middle of two floats.
+TEST(ZkStringNumber, FloatsAreNearestToTheTextNotToItsDouble)
+{
+    const struct {
+        const char *text;
+        float value;
+    } kRows[] = {
+        {"7.0064923216240854e-46", 1e-45F}, // just above half the smallest
+        {"7.0064923216240853e-46", 0.0F},
+        {"-7.0064923216240854e-46", -1e-45F},
+        {"1.00000005960464477539062499999", 1.0F},
+        {"1.000000059604644775390625", 1.0F}, // the middle: to the even one
+        {"1.00000005960464477539062500001", 1.0000001F},
+        {"1.00000017881393432617187499999", 1.0000001F},
+        {"1.000000178813934326171875", 1.0000002F},
+        {"16777217", 16777216.0F},
+        {"16777217.0000000000000000000000001", 16777218.0F},
+        {"0.000000000000000000000000000000000000000000000700649232162408535461864791645", 1e-45F},
+        {" +16777217.000000000000000000000e0", 16777216.0F},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.text);
+        ASSERT_EQ(std::strtof(row.text, nullptr), row.value) << "the table is wrong";
+        expectRead(&ZkString::toFloat, row.text, true, row.value);
+    }
+    std::mt19937_64 random(53);
+    for (int i = scaledRounds(100000); i > 0; --i) {
+        // A middle of two floats, its digits cut off or with something behind them.
+        const std::uint32_t bits = static_cast<std::uint32_t>(random() % 0x7F7FFFFF);
+        float lower;
+        std::memcpy(&lower, &bits, sizeof lower);
+        const double middle = (static_cast<double>(lower) + std::nextafterf(lower, INFINITY)) / 2;
+        char text[200];
+        std::snprintf(text, sizeof text, "%.*e", static_cast<int>(14 + random() % 80), middle);
+        if (random() % 3 == 0) {
+            std::snprintf(text, sizeof text, "%.110f", middle);
+            std::strncat(text, "0001", sizeof text - std::strlen(text) - 1);
+        }
+        bool ok = false;
+        ASSERT_EQ(ZkString(text).toFloat(&ok), std::strtof(text, nullptr)) << text;
+        ASSERT_TRUE(ok);
+    }
+}
+
+TEST(ZkStringNumber, FloatsAreRoundedToNearestInAnyRoundingMode)
 {
     std::mt19937_64 random(51);
     for (int i = scaledRounds(300000); i > 0; --i) {
@@ -235,7 +283,7 @@ TEST(ZkStringNumber, FloatsAreTheDoubleRoundedToNearest)
         double value;
         std::memcpy(&value, &bits, sizeof value);
         const ZkString text = ZkString::number(value, 'e', 16);
-        const float expected = static_cast<float>(value);
+        const float expected = std::strtof(text.toUtf8().constData(), nullptr);
         for (const int mode : {FE_TONEAREST, FE_UPWARD}) {
             std::fesetround(mode);
             bool ok = false;

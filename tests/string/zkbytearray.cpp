@@ -235,6 +235,17 @@ TEST(ZkByteArray, EqualityStopsAtAZeroByte)
     EXPECT_FALSE(ZkByteArray("x") == ZkByteArray());
 }
 
+// As the operator says: with 0 bytes inside it is no order.
+TEST(ZkByteArray, BytesWithZerosInsideGoRoundInACircle)
+{
+    const ZkByteArray ab("ab");
+    const ZkByteArray zeroZ(std::string_view("a\0zzzz", 6));
+    const ZkByteArray zeroX(std::string_view("aa\0xxxxx", 8));
+    EXPECT_LT(ab, zeroZ);
+    EXPECT_LT(zeroZ, zeroX);
+    EXPECT_LT(zeroX, ab);
+}
+
 TEST(ZkByteArray, OrderIsThatOfUnsignedBytesThenOfSizes)
 {
     const std::string zero(1, '\0');

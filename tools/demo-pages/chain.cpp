@@ -87,6 +87,7 @@ Page chainPage(const Fonts &fonts)
         drawLine(&page.canvas(), faces, shownOrder(line.text, line.isArabic), 168, y, 33);
         y += 78;
     }
+    heading.size = 14;
     for (int i = 0; i < faces.size(); ++i) {
         heading.color = kColors[i];
         const int x = 48 + i * 178;

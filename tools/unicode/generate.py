@@ -1,13 +1,12 @@
 #!/usr/bin/env python3
 """Writes src/string/zkunicodetables.cpp from the Unicode Character Database 5.0.0.
 
-    tools/unicode/generate.py FOLDER [OUTPUT]
+    tools/unicode/generate.py [OUTPUT]
 
-FOLDER holds UnicodeData.txt, SpecialCasing.txt, CaseFolding.txt and
-DerivedAge.txt of version 5.0.0, as published at
-https://www.unicode.org/Public/5.0.0/ucd/. A DerivedAge.txt of a later version
-serves as well: the age of a character never changes, and later ages are left
-out. The same input gives the same bytes on every machine.
+The files that it reads, UnicodeData.txt, SpecialCasing.txt, CaseFolding.txt and
+DerivedAge.txt, stand beside it in ucd-5.0.0.tar.xz, as Unicode, Inc. published them at
+https://www.unicode.org/Public/5.0.0/ucd/ under https://www.unicode.org/terms_of_use.html.
+The same input gives the same bytes on every machine.
 
 The tables cover the 65,536 code points of the Basic Multilingual Plane:
 
@@ -26,6 +25,7 @@ from the folded one.
 import hashlib
 import os
 import sys
+import tarfile
 import tempfile
 import textwrap
 
@@ -52,19 +52,18 @@ def fail(message):
     sys.exit("generate.py: " + message)
 
 
-def read_lines(folder, name):
+def read_lines(database, name):
     """The lines of a data file, decoded; stops on a file of another version."""
-    with open(os.path.join(folder, name), "rb") as file:
-        data = file.read()
+    data = database.extractfile(name).read()
     expected = CHECKSUMS.get(name)
     if expected and hashlib.sha256(data).hexdigest() != expected:
         fail(name + " is not the file of version 5.0.0")
     return data.decode("ascii" if name == "UnicodeData.txt" else "utf-8").splitlines()
 
 
-def read_fields(folder, name):
+def read_fields(database, name):
     """The fields of each line that holds data."""
-    for line in read_lines(folder, name):
+    for line in read_lines(database, name):
         content = line.split("#", 1)[0].strip()
         if content:
             yield [field.strip() for field in content.split(";")]
@@ -85,10 +84,10 @@ def simple_mapping(field):
     return int(field, 16) if field else None
 
 
-def read_unicode_data(folder, characters):
+def read_unicode_data(database, characters):
     """Category, digit value and the one-to-one case mappings."""
     first_of_range = None
-    for line in read_lines(folder, "UnicodeData.txt"):
+    for line in read_lines(database, "UnicodeData.txt"):
         fields = line.split(";")
         assert len(fields) == 15, line
         code, name = int(fields[0], 16), fields[1]
@@ -112,9 +111,9 @@ def read_unicode_data(folder, characters):
     assert first_of_range is None
 
 
-def read_special_casing(folder, characters):
+def read_special_casing(database, characters):
     """Which characters become several units; conditional mappings do not count."""
-    for fields in read_fields(folder, "SpecialCasing.txt"):
+    for fields in read_fields(database, "SpecialCasing.txt"):
         code, lower, _title, upper = fields[:4]
         condition = fields[4] if len(fields) > 4 else ""
         if condition or int(code, 16) >= CODE_POINTS:
@@ -123,9 +122,9 @@ def read_special_casing(folder, characters):
         characters[int(code, 16)].upper_special |= len(upper.split()) != 1
 
 
-def read_case_folding(folder, characters):
+def read_case_folding(database, characters):
     """The foldings to one unit: common (C) and simple (S)."""
-    for fields in read_fields(folder, "CaseFolding.txt"):
+    for fields in read_fields(database, "CaseFolding.txt"):
         code, status, mapping = int(fields[0], 16), fields[1], fields[2]
         assert status in ("C", "S", "F", "T"), fields
         if status in ("C", "S") and code < CODE_POINTS:
@@ -133,9 +132,9 @@ def read_case_folding(folder, characters):
             characters[code].fold = int(mapping, 16)
 
 
-def read_ages(folder, characters):
+def read_ages(database, characters):
     """The version that first assigned each character; ages above 5.0 are later files'."""
-    for fields in read_fields(folder, "DerivedAge.txt"):
+    for fields in read_fields(database, "DerivedAge.txt"):
         first, _, last = fields[0].partition("..")
         if fields[1] not in AGES:
             assert tuple(map(int, fields[1].split("."))) > (5, 0), fields
@@ -251,21 +250,24 @@ def write(path, text):
 
 
 def main(arguments):
-    if len(arguments) not in (1, 2):
+    if len(arguments) > 1:
         sys.exit(__doc__)
-    folder = arguments[0]
     here = os.path.dirname(os.path.abspath(__file__))
-    output = (arguments[1] if len(arguments) == 2 else
-              os.path.join(here, "..", "..", "src", "string", "zkunicodetables.cpp"))
+    output = arguments[0] if arguments else os.path.join(
+        here, "..", "..", "src", "string", "zkunicodetables.cpp")
+    with tarfile.open(os.path.join(here, "ucd-5.0.0.tar.xz")) as database:
+        generate(database, output)
 
+
+def generate(database, output):
     characters = [Character() for _ in range(CODE_POINTS)]
-    read_unicode_data(folder, characters)
-    read_special_casing(folder, characters)
-    read_case_folding(folder, characters)
-    read_ages(folder, characters)
+    read_unicode_data(database, characters)
+    read_special_casing(database, characters)
+    read_case_folding(database, characters)
+    read_ages(database, characters)
 
     # The two files that name their version say so on their first line.
-    versions = ["UnicodeData.txt"] + [read_lines(folder, name)[0].lstrip("# ")
+    versions = ["UnicodeData.txt"] + [read_lines(database, name)[0].lstrip("# ")
                                       for name in ("SpecialCasing.txt", "CaseFolding.txt")]
     versions.append("DerivedAge.txt")
     records, index = pack(characters)

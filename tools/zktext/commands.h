@@ -23,6 +23,7 @@ void addBmp(CLI::App &program);
 void addFaces(CLI::App &program);
 void addCache(CLI::App &program);
 void addPack(CLI::App &program);
+void addAnalyse(CLI::App &program);
 
 } // namespace zktext
 

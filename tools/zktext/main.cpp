@@ -37,6 +37,7 @@ int run(int argc, char **argv)
     zktext::addFaces(program);
     zktext::addCache(program);
     zktext::addPack(program);
+    zktext::addAnalyse(program);
     program.footer("Status: 0 done, 1 failed, 2 wrong options.");
     try {
         program.parse(argc, argv);

@@ -2,9 +2,12 @@
 #define ZKVIEW_MODEL_H
 
 #include "canvas.h"
+#include "face.h"
 #include "fonts.h"
 #include "panel.h"
 #include "textblock.h"
+
+#include <zkglyphcache.h>
 
 #include <memory>
 #include <set>
@@ -24,7 +27,8 @@ struct State {
     int alignment = host::AlignLeft | host::AlignTop;
     bool boxes = true;
     bool wrap = true;
-    int limit = -1; ///< pixel bytes of the glyph cache, -1 for none
+    bool levels = false; ///< the text's analysis instead of the text
+    int limit = -1;      ///< pixel bytes of the glyph cache, -1 for none
 };
 
 /// What the glyph cache holds, as far as this program has seen.
@@ -32,6 +36,10 @@ struct CacheFigures {
     int pixelBytes = 0;
     int glyphs = 0;     ///< records handed out since the font was opened
     int withPixels = 0; ///< those of them that were not trimmed
+
+    /// Of the cache of typefaces, which holds the same characters from all fonts as one
+    /// chain, under the limit as its budget.
+    ZkGlyphCache::Stats chain = {};
 };
 
 /// The program without its window: takes events, keeps the state, draws the picture.
@@ -84,10 +92,13 @@ private:
     void changed();
 
     void layOut();
+    void holdChain();
     void countCache();
     void draw();
     void drawPanel();
     void drawSheet();
+    void drawText();
+    void drawLevels();
     void drawCaret();
     void drawStatus();
     void drawHelp();
@@ -102,9 +113,12 @@ private:
     State m_state;
     std::vector<Button> m_buttons;
     host::Canvas m_canvas;
+    std::unique_ptr<host::FaceFile> m_face;   ///< the font file, for levels
     std::unique_ptr<host::TextBlock> m_block; ///< the text; gone while the font changes
     std::set<const GlyphBitmap *> m_glyphs;   ///< every record seen of the present font
     CacheFigures m_figures;
+    std::vector<ZkTypeface> m_faces; ///< of the fonts, in their order
+    ZkGlyphHolder m_held;            ///< the glyphs of the text, from the chain
     bool m_isDragging = false;
     int m_grip = 0; ///< from the edge to where the pointer took hold of it
     int m_changes = 1;

@@ -1,5 +1,6 @@
 // How the model looks.
 
+#include "analysispicture.h"
 #include "model.h"
 
 #include <algorithm>
@@ -104,11 +105,11 @@ void Model::drawSheet()
     const ZkRect around = sheet();
     m_canvas.round(around, 8, kPaper);
     m_canvas.setClip(around);
-    m_block->paint(m_canvas, {kInk, kHalo});
-    if (m_state.boxes) {
-        m_block->paintGuides(m_canvas);
+    if (m_state.levels) {
+        drawLevels();
+    } else {
+        drawText();
     }
-    drawCaret();
     const int x = edge(), middle = (around.top() + around.bottom()) / 2;
     m_canvas.fill(ZkRect(x, around.top(), x + 1, around.bottom()), kEdge);
     m_canvas.round(ZkRect(x - 4, middle - 22, x + 5, middle + 21), 5, kEdge);
@@ -116,6 +117,27 @@ void Model::drawSheet()
         m_canvas.fill(ZkRect(x - 1, middle + row - 1, x + 2, middle + row), kPaper);
     }
     m_canvas.setClip(m_canvas.bounds());
+}
+
+void Model::drawText()
+{
+    m_block->paint(m_canvas, {kInk, kHalo});
+    if (m_state.boxes) {
+        m_block->paintGuides(m_canvas);
+    }
+    drawCaret();
+}
+
+/// The text as the library analyses it, in the place of the text box.
+void Model::drawLevels()
+{
+    if (!m_face) {
+        m_face = std::make_unique<host::FaceFile>(m_fonts[std::size_t(m_state.font)].path);
+    }
+    const host::Analysis analysis(host::utf16FromUtf8(m_state.text.toUtf8().constData()),
+                                  ZkBidi::Auto);
+    host::AnalysisPicture(analysis, m_face->face(), m_state.attr.size, m_state.wrapWidth)
+        .paint(m_canvas, box().left(), box().top());
 }
 
 void Model::drawCaret()
@@ -165,6 +187,15 @@ void Model::drawStatus()
             " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
             (m_block->isRightToLeft() ? "right to left (Left and Right swapped)" : "left to right"),
         kSoft, host::AlignLeft, 14);
+    const ZkGlyphCache::Stats &chain = m_figures.chain;
+    label(ZkRect(around.left(), top + 44, around.right(), top + 65),
+          "Font chain: " + grouped(static_cast<int>(chain.bytes)) + " of " +
+              grouped(static_cast<int>(chain.budget)) + " bytes, " + grouped(chain.glyphs) +
+              " glyphs, " + grouped(chain.heldGlyphs) + " in use, " +
+              grouped(static_cast<int>(chain.misses)) + " rendered, " +
+              grouped(static_cast<int>(chain.evictions)) + " evicted, " +
+              grouped(static_cast<int>(chain.refills)) + " of them again",
+          chain.overBytes > 0 ? kFull : kSoft, host::AlignLeft, 14);
 }
 
 void Model::drawHelp()

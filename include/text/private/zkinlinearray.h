@@ -9,8 +9,8 @@
 #include <type_traits>
 
 /// An array of plain records that grows at its end. The first `N` lie in the object
-/// itself, so that short lists need no memory; more lie in one heap block. Unlike
-/// a `ZkVector` it is never shared, and indices are not checked. Appending is O(1)
+/// itself, so that short ones need no memory; more lie in one heap block. Unlike
+/// a `ZkVector` it is never shared, and indices are not checked. Adding is O(1)
 /// on average and moves the records.
 template <typename T, int N>
 class ZkInlineArray
@@ -40,19 +40,23 @@ public:
     void append(const T &record)
     {
         const T copy = record; // may lie in this array
-        if (m_size == m_capacity) {
-            grow();
-        }
-        m_data[m_size++] = copy;
+        *extend(1) = copy;
     }
 
-    /// Adds `count` records, at most `room()`, for the caller to write; the first of them.
-    T *extend(int count)
+    /// Adds `count` records for the caller to write and returns the first of them. A
+    /// negative count adds none.
+    T *extend(std::int64_t count)
     {
+        if (count > m_capacity - m_size) {
+            grow(m_size + count);
+        }
         T *first = end();
-        m_size += count;
+        m_size += count > 0 ? static_cast<int>(count) : 0;
         return first;
     }
+
+    /// Keeps the first `count` records, of which there are as many.
+    void truncate(int count) { m_size = count; }
 
     /// Empties the array and gives its heap block back.
     void clear()
@@ -66,15 +70,21 @@ public:
 private:
     static_assert(std::is_trivially_copyable<T>::value, "records are moved as bytes");
 
-    __attribute__((noinline)) void grow()
+    /// Up to here a block grows to four times its room, from here on to twice.
+    static constexpr int kSmall = 64;
+
+    // Out of line in effect: rare, and what it takes would hide the common case.
+    __attribute__((noinline)) void grow(std::int64_t needed)
     {
         const bool inObject = m_data == m_inline;
-        m_capacity *= 4;
-        const std::int64_t bytes =
-            static_cast<std::int64_t>(m_capacity) * static_cast<int>(sizeof(T));
-        m_data = static_cast<T *>(zkReallocate(inObject ? nullptr : m_data, bytes));
+        const std::int64_t room =
+            static_cast<std::int64_t>(m_capacity) * (m_capacity < kSmall ? 4 : 2);
+        needed = needed < room ? room : needed;
+        m_data = static_cast<T *>(
+            zkReallocate(inObject ? nullptr : m_data, needed * static_cast<int>(sizeof(T))));
+        m_capacity = static_cast<int>(needed);
         if (inObject) {
-            std::memcpy(m_data, m_inline, sizeof m_inline);
+            std::memcpy(m_data, m_inline, static_cast<std::size_t>(m_size) * sizeof(T));
         }
     }
 
