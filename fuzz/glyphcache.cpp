@@ -111,7 +111,7 @@ struct Model {
         if (mustBe.empty() && stats.budget != 0) {
             check(stats.bytes <= stats.budget);
         }
-        check(stats.misses >= stats.glyphs + stats.evictions);
+        check(stats.misses >= static_cast<std::uint64_t>(stats.glyphs) + stats.evictions);
     }
 };
 
