@@ -201,7 +201,7 @@ void checkOffset(const Record &r)
     const int room = 1 + static_cast<int>(share(r.numbers[2]) * (kMost - 1));
     ZkBezier segments[kMost + 1];
     ZkBezier mark;
-    std::memset(&mark, 0x5A, sizeof mark);
+    std::memset(static_cast<void *>(&mark), 0x5A, sizeof mark);
     std::fill(segments, segments + kMost + 1, mark);
     const int count = c.shifted(segments, room, offset, threshold);
     require(count >= 0 && count <= room, "count", r);

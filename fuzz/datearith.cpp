@@ -17,7 +17,7 @@ namespace
 
 using namespace datemodel;
 
-typedef __int128 Wide;
+__extension__ typedef __int128 Wide; // which compilers for 32 bits lack
 
 constexpr ll kDay = 86400000;
 constexpr ll kEpochDay = 2440588;

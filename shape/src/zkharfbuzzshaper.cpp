@@ -195,7 +195,7 @@ void ZkHarfBuzzShaper::shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
         glyphs->truncate(before);
     }
     if (!shaped) {
-        ZkSimpleShaper::shared().shape(run, glyphs);
+        ZkSimpleShaper().shape(run, glyphs);
     }
 }
 

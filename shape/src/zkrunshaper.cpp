@@ -3,6 +3,7 @@
 #include "zkcharacter.h"
 #include "zkopentype.h"
 #include "zkshapedwords.h"
+#include "zktextbreaks.h"
 
 #include <algorithm>
 
@@ -266,12 +267,14 @@ bool ZkRunShaper::shapeDirectly(const ZkShapeStyle &style, const ZkShapeRun &run
                         static_cast<unsigned>(first - origin), last - first);
     return hb_shape_full(style.font, m_buffer, m_features.data(),
                          static_cast<unsigned>(m_features.size()), kZkShapers) != 0 &&
-           appendShaped(style, first, last, origin);
+           appendShaped(style, run, first, last);
 }
 
 /// Appends what HarfBuzz has shaped, which it has from left to right.
-bool ZkRunShaper::appendShaped(const ZkShapeStyle &style, int first, int last, int origin)
+bool ZkRunShaper::appendShaped(const ZkShapeStyle &style, const ZkShapeRun &run, int first,
+                               int last)
 {
+    const int origin = run.contextFirst;
     unsigned count = 0;
     const hb_glyph_info_t *const infos = hb_buffer_get_glyph_infos(m_buffer, &count);
     const hb_glyph_position_t *const places = hb_buffer_get_glyph_positions(m_buffer, &count);
@@ -292,9 +295,13 @@ bool ZkRunShaper::appendShaped(const ZkShapeStyle &style, int first, int last, i
     ZkShapedGlyph *glyph = m_glyphs->extend(static_cast<int>(count));
     for (unsigned i = 0; i < count; ++i, ++glyph) {
         const unsigned k = backward ? count - 1 - i : i;
-        const int cluster = static_cast<int>(infos[k].cluster) + origin;
+        int cluster = static_cast<int>(infos[k].cluster) + origin;
         if (cluster < previous || cluster >= last) {
             return false; // out of order: it has given up in the middle
+        }
+        // A non-joiner is a cluster of its own to HarfBuzz.
+        while (cluster > previous && (run.breaks[cluster] & ZkTextBreaks::Grapheme) == 0) {
+            --cluster;
         }
         previous = cluster;
         const bool unsafe =

@@ -61,7 +61,7 @@ private:
               int last);
     bool shapeDirectly(const ZkShapeStyle &style, const ZkShapeRun &run, int first, int last,
                        const std::vector<hb_feature_t> &ranged);
-    bool appendShaped(const ZkShapeStyle &style, int first, int last, int origin);
+    bool appendShaped(const ZkShapeStyle &style, const ZkShapeRun &run, int first, int last);
     ZkWordTable &lockedWords();
     void unlock();
 

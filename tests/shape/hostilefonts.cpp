@@ -100,12 +100,11 @@ TEST(HostileFonts, DamagedRulesGiveSoundGlyphsInBoundedTime)
     EXPECT_LT(slowest, 5.0);
 }
 
-// Each lookup makes 64 glyphs of one: without a bound 64 to the power of 20.
-TEST(HostileFonts, RulesThatMultiplyGlyphsEndInTime)
+/// DejaVu Sans with so many rules that each make 64 letters of one.
+ZkTypeface multiplying(std::size_t rules)
 {
     FontEdit font(ZK_FONT_DEJAVU);
-    const ZkTypeface plain = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
-    const unsigned letter = plain.glyphIndex(U'a');
+    const unsigned letter = ZkTypeface::fromFile(ZK_FONT_DEJAVU).glyphIndex(U'a');
     std::string sequence = word(64);
     for (int i = 0; i < 64; ++i) {
         sequence += word(letter);
@@ -114,19 +113,24 @@ TEST(HostileFonts, RulesThatMultiplyGlyphsEndInTime)
     const std::string multiply = word(1) + word(8) + word(1) +
                                  word(static_cast<unsigned>(8 + coverage.size())) + coverage +
                                  sequence;
-    font.replace("GSUB", substitutions({20, {2u, multiply}}));
-    const ZkTypeface face = ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
-    ASSERT_TRUE(face.isValid());
+    font.replace("GSUB",
+                 substitutions(std::vector<std::pair<unsigned, std::string>>(rules, {2u, multiply})));
+    return ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
+}
+
+TEST(HostileFonts, RulesThatMultiplyGlyphsEndInTime)
+{
     ZkShapedWords words;
     ZkHarfBuzzShaper shaper(words);
-    const ShapeRun one(u"a", face, 16);
     const Clock::time_point start = Clock::now();
-    const std::vector<ZkShapedGlyph> glyphs = one.shapedBy(shaper);
-    expectSound(glyphs, one);
-    EXPECT_GT(glyphs.size(), 1000u);
-    EXPECT_LT(glyphs.size(), 100000u);
+    const ShapeRun twice(u"a", multiplying(2), 16);
+    EXPECT_EQ(twice.shapedBy(shaper).size(), 64u * 64u);
+    // Twenty times would be more glyphs than there are atoms: the built-in shaper steps in.
+    const ZkTypeface face = multiplying(20);
+    const ShapeRun one(u"a", face, 16);
+    EXPECT_EQ(one.shapedBy(shaper).size(), 1u);
     const ShapeRun many(std::u16string(2000, u'a'), face, 16);
-    expectSound(many.shapedBy(shaper), many);
+    EXPECT_EQ(many.shapedBy(shaper).size(), 2000u);
     EXPECT_LT(secondsSince(start), 5.0);
     EXPECT_LE(words.stats().bytes, words.stats().budget);
 }

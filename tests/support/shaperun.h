@@ -2,6 +2,7 @@
 #define ZK_TESTS_SHAPERUN_H
 
 #include <zkcharacter.h>
+#include <zkglyphcache.h>
 #include <zkshaper.h>
 #include <zktextbreaks.h>
 
@@ -36,6 +37,7 @@ public:
         run.isKerned = true;
         run.characters = &m_characters;
         run.breaks = m_breaks.flags();
+        run.holder = &m_holder;
     }
     ShapeRun(const ShapeRun &) = delete;
     ShapeRun &operator=(const ShapeRun &) = delete;
@@ -55,6 +57,19 @@ public:
 
     const std::u16string &text() const { return m_text; }
 
+    /// Clusters that begin inside a grapheme cluster, as a non-joiner's does in HarfBuzz,
+    /// are the one that they stand in.
+    std::vector<ZkShapedGlyph> byGraphemes(std::vector<ZkShapedGlyph> glyphs) const
+    {
+        for (ZkShapedGlyph &glyph : glyphs) {
+            while (glyph.cluster > 0 &&
+                   (m_breaks.flags()[glyph.cluster] & ZkTextBreaks::Grapheme) == 0) {
+                --glyph.cluster;
+            }
+        }
+        return glyphs;
+    }
+
     ZkShapeRun run; ///< may be changed: all of the text at first
 
 private:
@@ -62,6 +77,7 @@ private:
     ZkTypeface m_face;
     ZkTextCharacters m_characters;
     ZkTextBreaks m_breaks;
+    ZkGlyphHolder m_holder;
 };
 
 inline bool operator==(const ZkShapedGlyph &a, const ZkShapedGlyph &b)

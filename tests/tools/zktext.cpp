@@ -4,6 +4,7 @@
 #include <zkfontmetrics.h>
 
 #include "pngfile.h"
+#include "tinyfont.h"
 #include "zktextcases.h"
 #include "zktextprogram.h"
 
@@ -18,6 +19,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -297,6 +299,100 @@ TEST(Zktext, WrongOptionsAreOneLineAndStatus2)
     }
 }
 
+TEST(Zktext, TellsItsVersion)
+{
+    const Result result = run({"--version"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.rfind("zktext 0.", 0), 0u) << result.out;
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 1);
+}
+
+// Bytes of a PNG file stood in a.jpg without a word.
+TEST(Zktext, AFormatThatIsNotWrittenIsRefused)
+{
+    const Folder folder;
+    const struct {
+        const char *what;
+        Words command;
+        const char *name;
+        const char *problem; // null when the file is written
+    } kRows[] = {
+        {"render", kRender + Words{"a"}, "x.jpg", "the formats are *.png and *.bmp"},
+        {"render, capitals", kRender + Words{"a"}, "x.GIF", "the formats are *.png and *.bmp"},
+        {"render, told", kRender + Words{"a", "--format", "png"}, "x.jpg", nullptr},
+        {"render, no ending", kRender + Words{"a"}, "picture", nullptr},
+        {"render, a hidden file", kRender + Words{"a"}, ".jpg", nullptr},
+        {"render, capitals of its own", kRender + Words{"a"}, "x.PNG", nullptr},
+        {"glyph", Words{"glyph", "A", "--font", ZK_FONT_DEJAVU}, "x.png",
+         "the formats are text and *.bmp"},
+        {"glyph, text", Words{"glyph", "A", "--font", ZK_FONT_DEJAVU}, "x.md", nullptr},
+        {"bmp", {"bmp", "-"}, "y.jpg", "the format is *.png"},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        const std::string path = folder.path(row.name);
+        const Result result = run(row.command + Words{"-o", path});
+        EXPECT_EQ(result.status, row.problem == nullptr ? 0 : 2) << result.err;
+        EXPECT_EQ(readFile(path).empty(), row.problem != nullptr);
+        if (row.problem != nullptr) {
+            EXPECT_EQ(result.err.rfind(
+                          "zktext: --output: " + path + " is not written: " + row.problem, 0),
+                      0u)
+                << result.err;
+        }
+    }
+}
+
+TEST(Zktext, CharactersThatTheFontLacksAreNamedOnce)
+{
+    const Result result = run(kRender + Words{"\u4E2D\u6587 \u4E2D a\u0E01", "-o", "/dev/null"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "zktext: the font has no U+0E01, U+4E2D, U+6587\n");
+    std::string many;
+    for (int i = 0; i < 30; ++i) {
+        many += "\xE4\xB8" + std::string(1, static_cast<char>(0x80 + i)); // U+4E00 and on
+    }
+    EXPECT_NE(run(kRender + Words{many, "-o", "/dev/null"}).err.find("U+4E13 and 10 more\n"),
+              std::string::npos);
+    EXPECT_EQ(run(kRender + Words{"one\ntwo", "-o", "/dev/null"}).err, "");
+}
+
+// FreeType opens a font that was cut off, and finds out glyph by glyph.
+TEST(Zktext, ADamagedFontIsNamed)
+{
+    const TemporaryFile broken(TinyFont().addBox('A', 0, 0, 4, 4, 5).addBroken('B', 9).bytes());
+    const Result result = run({"render", "AB", "--font", broken.path(), "-o", "/dev/null"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err.rfind(std::string("zktext: the font ") + broken.path() +
+                                   " is damaged: it gives nothing for U+0042\n",
+                               0),
+              0u)
+        << result.err;
+    const std::string whole = readFile(ZK_FONT_DEJAVU);
+    const TemporaryFile cut(whole.substr(0, whole.size() / 2));
+    const Result half = run({"render", "Hello", "--font", cut.path(), "-o", "/dev/null"});
+    EXPECT_TRUE(half.status == 1 || half.err.find("is damaged") != std::string::npos) << half.err;
+}
+
+// A glyph of 30,000 pixels a side out of a size of 16, half a gigabyte and more.
+TEST(Zktext, AHostileFontIsRefused)
+{
+    const TemporaryFile hostile(
+        TinyFont().addBox('A', -15000, -8000, 15000, 9000, 5).addBox('B', 0, 0, 4, 4, 5).bytes());
+    for (const char *command : {"render", "layout", "glyph"}) {
+        SCOPED_TRACE(command);
+        const Result result = run({command, "A", "--size", "16", "--font", hostile.path()});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(
+            result.err.rfind("zktext: the font is damaged or hostile: at size 16 U+0041 would "
+                             "have 300",
+                             0),
+            0u)
+            << result.err;
+    }
+    EXPECT_EQ(run({"layout", "B", "--size", "16", "--font", hostile.path()}).status, 0);
+}
+
 TEST(Zktext, WhatCannotBeDoneIsOneLineAndStatus1)
 {
     const Folder folder;
@@ -319,6 +415,9 @@ TEST(Zktext, WhatCannotBeDoneIsOneLineAndStatus1)
         {"folder as font",
          {"glyph", "a", "--font", testing::TempDir()},
          "cannot read font " + testing::TempDir() + ": not a font file"},
+        {"a folder as a BMP file",
+         {"bmp", testing::TempDir()},
+         "cannot read " + testing::TempDir() + ": Is a directory"},
         {"missing font, coverage",
          {"coverage", "--font", missing},
          "cannot read font " + missing + none},

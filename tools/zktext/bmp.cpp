@@ -1,9 +1,11 @@
+#include "bmpoutput.h"
 #include "options.h"
 #include "output.h"
 #include "temporaryfile.h"
 
 #include <zkbitmap.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -205,11 +207,16 @@ struct BmpCommand {
 
 void convert(const BmpCommand &command)
 {
+    refuseOtherThanPng(command.output);
     const bool isStandardInput = command.input == "-";
     const std::string name = isStandardInput ? "standard input" : command.input;
     const File file(isStandardInput ? stdin : std::fopen(command.input.c_str(), "rb"));
     if (!file) {
         throw Failure("cannot read " + name + ": " + std::strerror(errno));
+    }
+    struct stat status;
+    if (fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
+        throw Failure("cannot read " + name + ": " + std::strerror(EISDIR));
     }
     const std::unique_ptr<ZkBitmap> bitmap = openBitmap(name, file.get());
     refuseTerminal(command.output);

@@ -5,7 +5,6 @@
 
 #include <zkbmpdata.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -36,10 +35,31 @@ void setNumber(std::string &bytes, std::size_t at, std::size_t value)
     }
 }
 
+/// What stands behind the last point of a file's name, in lower case; may be nothing.
+std::string endingOf(const std::string &path)
+{
+    const std::size_t name = path.find_last_of('/') + 1; // npos + 1 is 0
+    const std::size_t point = path.find_last_of('.');
+    if (point == std::string::npos || point <= name) {
+        return std::string();
+    }
+    std::string ending = path.substr(point + 1);
+    for (char &c : ending) {
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    }
+    return ending;
+}
+
+[[noreturn]] void refuse(const std::string &path, const std::string &formats)
+{
+    throw CLI::ValidationError("--output", path + " is not written: " + formats);
+}
+
 } // namespace
 
 void OutputOptions::add(CLI::App &command, const std::string &usual)
 {
+    m_usual = usual;
     command
         .add_option("-o,--output", path,
                     "Output file; '-' is standard output; *.bmp is written as a BMP file")
@@ -53,11 +73,31 @@ bool OutputOptions::isBmp() const
     if (!format.empty()) {
         return format == "bmp";
     }
-    std::string ending = path.substr(path.size() - std::min<std::size_t>(path.size(), 4));
-    for (char &c : ending) {
-        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    return endingOf(path) == "bmp";
+}
+
+void OutputOptions::refuseOtherFormats() const
+{
+    const std::string ending = endingOf(path);
+    if (!format.empty() || isBmp() || ending.empty() || ending == m_usual) {
+        return;
     }
-    return ending == ".bmp";
+    if (m_usual == "png") {
+        refuse(path, "the formats are *.png and *.bmp, or one named with --format");
+    }
+    for (const char *picture : {"png", "jpg", "jpeg", "gif", "webp", "tif", "tiff", "svg", "pdf"}) {
+        if (ending == picture) {
+            refuse(path, "the formats are text and *.bmp, or one named with --format");
+        }
+    }
+}
+
+void refuseOtherThanPng(const std::string &path)
+{
+    const std::string ending = endingOf(path);
+    if (!ending.empty() && ending != "png") {
+        refuse(path, "the format is *.png");
+    }
 }
 
 std::string encodeBmp(const host::Canvas &canvas)

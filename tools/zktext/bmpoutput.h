@@ -21,7 +21,17 @@ struct OutputOptions {
 
     /// Whether a BMP file was asked for.
     bool isBmp() const;
+
+    /// Throws when the name of the file promises a format that is not written, such as
+    /// a.jpg, unless `--format` says which one is meant.
+    void refuseOtherFormats() const;
+
+private:
+    std::string m_usual;
 };
+
+/// Throws unless a PNG file may have the name: *.png, or one without an ending.
+void refuseOtherThanPng(const std::string &path);
 
 /// The bytes of a 24-bit BMP file. Throws `Failure` when there is no room for it.
 std::string encodeBmp(const host::Canvas &canvas);

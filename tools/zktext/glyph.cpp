@@ -1,4 +1,5 @@
 #include "bmpoutput.h"
+#include "fontcheck.h"
 #include "options.h"
 #include "paragraph.h"
 
@@ -82,9 +83,10 @@ std::string describe(const GlyphBitmap &glyph)
 
 void show(const GlyphCommand &command)
 {
-    std::vector<ZkUcs2> codes;
+    command.output.refuseOtherFormats();
+    std::u16string codes;
     for (const std::string &text : command.codes) {
-        codes.push_back(parseCode(text));
+        codes += static_cast<char16_t>(parseCode(text));
     }
     const bool isBmp = command.output.isBmp();
     if (isBmp && codes.size() > 1) {
@@ -94,8 +96,9 @@ void show(const GlyphCommand &command)
         refuseTerminal(command.output.path);
     }
     command.font.open();
+    checkFont(command.font.path(), ZkString(std::u16string_view(codes)), command.font.font());
     std::string out;
-    for (const ZkUcs2 code : codes) {
+    for (const char16_t code : codes) {
         const GlyphBitmap &glyph = *ZkFontCache::glyph(code, command.font.font());
         out += isBmp ? encodeBmp(glyph) : describe(glyph);
     }

@@ -28,6 +28,7 @@ int fail(int status, const std::string &message)
 int run(int argc, char **argv)
 {
     CLI::App program("Draws and measures text with libzk.", "zktext");
+    program.set_version_flag("--version", "zktext " ZK_VERSION);
     program.require_subcommand(0, 1); // none is told below, after unknown words
     zktext::addRender(program);
     zktext::addLayout(program);

@@ -1,8 +1,11 @@
 #include "options.h"
 
 #include "face.h"
+#include "fontcheck.h"
 #include "output.h"
 #include "paragraph.h"
+
+#include <zkfontengine.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -242,6 +245,9 @@ host::TextBlock LayoutOptions::layOutClassic() const
     request.wordWrap = !noWrap;
     request.bare = bare;
     font.open();
+    ZkFontEngine shaped;
+    shaped.lanuguageRules(request.text);
+    checkFont(font.path(), shaped.text(), request.font);
     host::TextBlock block(request);
     block.place(box.left(), box.top(), box.height());
     return block;

@@ -102,6 +102,7 @@ void render(const RenderOptions &options)
     const host::TextColors colors = {colorOf("--color", options.color),
                                      colorOf("--outline-color", options.outlineColor)};
     options.layout.check();
+    options.output.refuseOtherFormats();
     refuseTerminal(options.output.path);
     if (options.layout.classic) {
         const host::TextBlock block = options.layout.layOutClassic();

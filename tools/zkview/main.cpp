@@ -66,6 +66,7 @@ int run(int argc, char **argv)
 {
     Options options;
     CLI::App program("Shows what libzk makes of a text, while you change it.", "zkview");
+    program.set_version_flag("--version", "zkview " ZK_VERSION);
     program.add_option("-f,--font", options.fonts,
                        "Font files to choose from (default: those of the usual packages)");
     program.add_option("--width", options.width, "Width of the window")

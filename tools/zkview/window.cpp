@@ -45,6 +45,13 @@ Window::Window(int width, int height, bool fullScreen)
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         fail("no screen");
     }
+    // Without a display SDL goes on with a driver that shows nothing.
+    const std::string driver = SDL_GetCurrentVideoDriver();
+    if (!SDL_getenv("SDL_VIDEODRIVER") && (driver == "offscreen" || driver == "dummy")) {
+        SDL_Quit();
+        throw std::runtime_error("no screen: neither DISPLAY nor WAYLAND_DISPLAY leads to a "
+                                 "desktop, nor is there a console to draw on (see --help)");
+    }
     const Uint32 flags =
         SDL_WINDOW_RESIZABLE | (fullScreen ? Uint32(SDL_WINDOW_FULLSCREEN_DESKTOP) : 0u);
     m_window = SDL_CreateWindow("zkview", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width,
