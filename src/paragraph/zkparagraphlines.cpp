@@ -120,6 +120,9 @@ int LineBreaker::fit(int first, const ZkHardLine &hard)
     }
     if (m_d.cutsWords) {
         end = over > first ? over : nextCluster(first, hard.last);
+        if (end > first + 1 && m_text[end - 1] == kZkSoftHyphen) {
+            --end; // there is no room for its hyphen
+        }
     } else {
         end = std::max(over, first + 1);
         while (end < hard.last && !m_d.mayEndBefore(end)) {

@@ -168,8 +168,11 @@ inline std::string linesFit(const ZkParagraph &paragraph)
         // What takes no room stays with its line; all that the dots stand for is in one place.
         std::vector<int> places;
         for (const int start : clusterStarts(paragraph, line)) {
-            if (mayHang(paragraph.text().at(start))) {
-                continue;
+            const ZkUcs2 c = paragraph.text().at(start);
+            const bool isAlef = c == 0x622 || c == 0x623 || c == 0x625 || c == 0x627;
+            if (mayHang(c) || (isAlef && start > 0 &&
+                               paragraph.text().at(paragraph.previousCluster(start)) == 0x644)) {
+                continue; // an alef is one glyph with the lam before it
             }
             for (const ZkRect &rect : paragraph.selection(start, paragraph.nextCluster(start))) {
                 places.push_back(rect.left());
@@ -381,7 +384,8 @@ inline std::string extremesAreTrue(ZkParagraph &paragraph)
     if (problem.empty() && paragraph.width() > std::max(1, minimum)) {
         problem = broken("a line is wider than minWidth:", minimum, paragraph.width());
     }
-    if (problem.empty() && minimum > 1) {
+    // A line need not end at a soft hyphen: without its hyphen the word may be narrower.
+    if (problem.empty() && minimum > 1 && paragraph.text().indexOf(ZkUcs2(0xAD)) < 0) {
         paragraph.setWidth(minimum - 1);
         if (paragraph.width() < minimum) {
             problem = broken("minWidth could be less:", minimum, paragraph.width());
