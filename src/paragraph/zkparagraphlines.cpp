@@ -82,9 +82,8 @@ int LineBreaker::skipSpaces(int unit, const ZkHardLine &hard) const
 int LineBreaker::allowedBefore(int first, int unit, const ZkHardLine &hard) const
 {
     for (int i = unit; i > first; --i) {
-        if (m_d.mayEndBefore(i) &&
-            (m_text[i - 1] != kZkSoftHyphen ||
-             extent(first, i, hard) + m_d.hyphenAt(i) <= m_limit)) {
+        if (m_d.mayEndBefore(i) && (m_text[i - 1] != kZkSoftHyphen ||
+                                    extent(first, i, hard) + m_d.hyphenAt(i) <= m_limit)) {
             return i;
         }
     }

@@ -48,8 +48,7 @@ public:
         std::vector<thwchar_t> text(run, run + units);
         text.push_back(0);
         std::vector<int> found(static_cast<std::size_t>(units) + 1);
-        const int count =
-            th_brk_wc_find_breaks(m_breaks, text.data(), found.data(), found.size());
+        const int count = th_brk_wc_find_breaks(m_breaks, text.data(), found.data(), found.size());
         for (int i = 0; i < count; ++i) {
             if (found[static_cast<std::size_t>(i)] < units) {
                 starts[found[static_cast<std::size_t>(i)]] = 1;
@@ -86,9 +85,7 @@ public:
     {
         pango_fc_font_map_set_default_substitute(
             PANGO_FC_FONT_MAP(m_map),
-            [](FcPattern *pattern, gpointer) {
-                FcPatternAddBool(pattern, FC_HINTING, FcFalse);
-            },
+            [](FcPattern *pattern, gpointer) { FcPatternAddBool(pattern, FC_HINTING, FcFalse); },
             nullptr, nullptr);
         PangoFontDescription *font = pango_font_description_new();
         pango_font_description_set_family(font, family);
@@ -215,14 +212,16 @@ TEST(BesidePango, ArticlesBreakAndReadTheSame)
             }
             for (int i = 0; i < paragraph.lineCount(); ++i) {
                 const int first = paragraph.line(i).first;
-                const auto same = std::find_if(theirs.begin(), theirs.end(),
-                                               [&](const Line &line) { return line.first == first; });
+                const auto same = std::find_if(theirs.begin(), theirs.end(), [&](const Line &line) {
+                    return line.first == first;
+                });
                 ++compared;
                 if (same == theirs.end()) {
                     ++differences;
                     if (std::getenv("ZK_SHOW_DIFFERENCES") != nullptr) {
-                        std::printf("%s, %d px: our line %d starts at %d: %s\n", row.language, width,
-                                    i, first, paragraph.text().mid(first, 20).toStdString().c_str());
+                        std::printf("%s, %d px: our line %d starts at %d: %s\n", row.language,
+                                    width, i, first,
+                                    paragraph.text().mid(first, 20).toStdString().c_str());
                     }
                     continue;
                 }

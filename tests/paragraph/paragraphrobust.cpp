@@ -76,11 +76,10 @@ void ask(const ZkParagraph &paragraph)
         const ZkCaret caret = paragraph.caret(index);
         EXPECT_GE(caret.line, 0);
         EXPECT_LT(caret.line, lines);
-        for (const int position :
-             {paragraph.nextCluster(index), paragraph.previousCluster(index),
-              paragraph.nextWord(index), paragraph.previousWord(index),
-              paragraph.left({index, ZkAffinity::Downstream}).index,
-              paragraph.right({index, ZkAffinity::Upstream}).index}) {
+        for (const int position : {paragraph.nextCluster(index), paragraph.previousCluster(index),
+                                   paragraph.nextWord(index), paragraph.previousWord(index),
+                                   paragraph.left({index, ZkAffinity::Downstream}).index,
+                                   paragraph.right({index, ZkAffinity::Upstream}).index}) {
             EXPECT_GE(position, 0);
             EXPECT_LE(position, size);
         }
@@ -168,9 +167,9 @@ TEST(ParagraphRobust, AThousandSpans)
     paragraph.setChain(chain());
     paragraph.setText(repeated(u"abc \u0628\u0633\u0645 ", 3000));
     for (int i = 0; i < 1000; ++i) {
-        paragraph.setSpan(i * 3, i * 3 + 2 + i % 4,
-                          ZkFont(static_cast<unsigned char>(8 + i % 20), false, false, false, false),
-                          i);
+        paragraph.setSpan(
+            i * 3, i * 3 + 2 + i % 4,
+            ZkFont(static_cast<unsigned char>(8 + i % 20), false, false, false, false), i);
     }
     paragraph.setWidth(300);
     EXPECT_EQ(paragraphlaws::linesFollowEachOther(paragraph), "");
@@ -208,15 +207,15 @@ TEST(ParagraphRobust, TimeGrowsWithTheTextAlone)
                 double best = 1e9;
                 for (int round = 0; round < 3; ++round) {
                     best = std::min(best, secondsOf([&] {
-                        ZkParagraph paragraph;
-                        paragraph.setChain(chain());
-                        paragraph.setText(repeated(row.piece, count));
-                        paragraph.setWidth(width);
-                        static_cast<void>(paragraph.height());
-                        const ZkPlacedGlyph *glyphs = nullptr;
-                        paragraph.glyphs(0, &glyphs);
-                        static_cast<void>(paragraph.minWidth());
-                    }));
+                                        ZkParagraph paragraph;
+                                        paragraph.setChain(chain());
+                                        paragraph.setText(repeated(row.piece, count));
+                                        paragraph.setWidth(width);
+                                        static_cast<void>(paragraph.height());
+                                        const ZkPlacedGlyph *glyphs = nullptr;
+                                        paragraph.glyphs(0, &glyphs);
+                                        static_cast<void>(paragraph.minWidth());
+                                    }));
                 }
                 return best;
             };

@@ -65,42 +65,18 @@ ZkString shown(const ZkParagraph &paragraph)
 const struct {
     const char *label, *inLeftToRight, *inRightToLeft;
 } kLabels[] = {
-    {"دمای موتور: ۹۰ درجه",
-     "هجرد ۹۰ :روتوم یامد",
-     "هجرد ۹۰ :روتوم یامد"},
-    {"۲۱٫۵ درجه",
-     "۲۱٫۵ هجرد",
-     "هجرد ۲۱٫۵"},
-    {"الساعة ١٢:٣٠",
-     "١٢:٣٠ ةعاسلا",
-     "١٢:٣٠ ةعاسلا"},
-    {"تاریخ: ۱۴۰۵/۰۹/۰۱",
-     "۱۴۰۵/۰۹/۰۱ :خیرات",
-     "۱۴۰۵/۰۹/۰۱ :خیرات"},
-    {"v2.4.1 (بناء 1207)",
-     "v2.4.1 (1207 ءانب)",
-     ")1207 ءانب( v2.4.1"},
-    {"משרד (5 GHz)",
-     "דרשמ (5 GHz)",
-     ")GHz 5( דרשמ"},
-    {"ל-21.5 מעלות",
-     "תולעמ 21.5-ל",
-     "תולעמ 21.5-ל"},
-    {"Wi-Fi: متصل",
-     "Wi-Fi: لصتم",
-     "لصتم :Wi-Fi"},
-    {"شبكة Wi-Fi متصلة",
-     "ةكبش Wi-Fi ةلصتم",
-     "ةلصتم Wi-Fi ةكبش"},
-    {"درجة الحرارة (خارج) 21°C",
-     "21 )جراخ( ةرارحلا ةجرد°C",
-     "C°21 )جراخ( ةرارحلا ةجرد"},
-    {"دکمهٔ «تأیید» را بزنید.",
-     "دینزب ار »دییأت« هٔمکد.",
-     ".دینزب ار »دییأت« هٔمکد"},
-    {"می‌شود",
-     "دوشیم",
-     "دوشیم"},
+    {"دمای موتور: ۹۰ درجه", "هجرد ۹۰ :روتوم یامد", "هجرد ۹۰ :روتوم یامد"},
+    {"۲۱٫۵ درجه", "۲۱٫۵ هجرد", "هجرد ۲۱٫۵"},
+    {"الساعة ١٢:٣٠", "١٢:٣٠ ةعاسلا", "١٢:٣٠ ةعاسلا"},
+    {"تاریخ: ۱۴۰۵/۰۹/۰۱", "۱۴۰۵/۰۹/۰۱ :خیرات", "۱۴۰۵/۰۹/۰۱ :خیرات"},
+    {"v2.4.1 (بناء 1207)", "v2.4.1 (1207 ءانب)", ")1207 ءانب( v2.4.1"},
+    {"משרד (5 GHz)", "דרשמ (5 GHz)", ")GHz 5( דרשמ"},
+    {"ל-21.5 מעלות", "תולעמ 21.5-ל", "תולעמ 21.5-ל"},
+    {"Wi-Fi: متصل", "Wi-Fi: لصتم", "لصتم :Wi-Fi"},
+    {"شبكة Wi-Fi متصلة", "ةكبش Wi-Fi ةلصتم", "ةلصتم Wi-Fi ةكبش"},
+    {"درجة الحرارة (خارج) 21°C", "21 )جراخ( ةرارحلا ةجرد°C", "C°21 )جراخ( ةرارحلا ةجرد"},
+    {"دکمهٔ «تأیید» را بزنید.", "دینزب ار »دییأت« هٔمکد.", ".دینزب ار »دییأت« هٔمکد"},
+    {"می‌شود", "دوشیم", "دوشیم"},
 };
 
 /// Characters behind which another paragraph begins, as far as direction goes. Not all
@@ -200,8 +176,9 @@ TEST(VisualOrder, IsThatOfIcuOnRandomText)
             bool isTorn = false; // a cluster of two directions, which we keep together
             for (const int cluster : paragraphlaws::clusterStarts(paragraph, line)) {
                 for (int u = cluster + 1; u < paragraph.nextCluster(cluster); ++u) {
-                    isTorn = isTorn || (characters.properties(u).bidi == ZkCharacter::BidiL) !=
-                                           (characters.properties(cluster).bidi == ZkCharacter::BidiL);
+                    isTorn =
+                        isTorn || (characters.properties(u).bidi == ZkCharacter::BidiL) !=
+                                      (characters.properties(cluster).bidi == ZkCharacter::BidiL);
                 }
             }
             if (isTorn) {
@@ -211,8 +188,7 @@ TEST(VisualOrder, IsThatOfIcuOnRandomText)
             std::vector<int> mine = visualClusters(paragraph, i);
             mine.erase(std::remove_if(mine.begin(), mine.end(), isPlacedAtWill), mine.end());
             const std::vector<int> order = icuOrder(text, start, end, line.first, line.last, base);
-            ASSERT_EQ(mine, among(mine, order))
-                << "seed " << seed << ", line " << i;
+            ASSERT_EQ(mine, among(mine, order)) << "seed " << seed << ", line " << i;
             ++compared;
         }
     }
