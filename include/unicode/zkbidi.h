@@ -65,6 +65,10 @@ public:
     void setText(const char32_t *text, int count, Direction direction = Auto);
     /// The same for characters that are looked up already.
     void setText(const ZkTextCharacters &text, Direction direction = Auto);
+    /// The same with `bytes` at `scratch`, aligned as an `int`, to work in: where
+    /// `bufferSize(units)` are given, only the levels stay in memory of this object.
+    void setText(const ZkTextCharacters &text, Direction direction, void *scratch,
+                 std::int64_t bytes);
 
     /// `text` is the text of before, in which `removed` units at `first` have been replaced
     /// by `inserted` others. Resolves only the paragraphs that they touch, unless the whole
@@ -106,8 +110,10 @@ private:
     template <typename Unit>
     void analyse(const Unit *text, int units, Direction direction);
     void setLeftToRight(const ZkTextSource &text, bool separated);
-    void *listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit);
-    void resolve(const ZkTextSource &text, std::uint32_t classes);
+    void *listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit,
+                         void *scratch, std::int64_t bytes);
+    void resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
+                 std::int64_t bytes);
     void resolveParagraphs(const ZkTextSource &text, int first, int last, std::uint32_t classes,
                            void *scratch);
     void replaceParagraphs(const ZkTextCharacters &text, int begin, int end, int change);

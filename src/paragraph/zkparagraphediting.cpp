@@ -217,7 +217,7 @@ int ZkParagraph::nextCluster(int index) const
 {
     d->need(ZkParagraphData::Analysed);
     const int end = d->text.size();
-    int u = std::max(index, -1) + 1;
+    int u = std::clamp(index, -1, end) + 1;
     while (u < end && !d->isCluster(u)) {
         ++u;
     }
@@ -227,14 +227,14 @@ int ZkParagraph::nextCluster(int index) const
 int ZkParagraph::previousCluster(int index) const
 {
     d->need(ZkParagraphData::Analysed);
-    return d->clusterAt(std::max(std::min(index, d->text.size()) - 1, 0));
+    return d->clusterAt(std::max(std::clamp(index, 0, d->text.size()) - 1, 0));
 }
 
 int ZkParagraph::nextWord(int index) const
 {
     d->need(ZkParagraphData::Analysed);
     const int end = d->text.size();
-    int u = std::max(index, -1) + 1;
+    int u = std::clamp(index, -1, end) + 1;
     while (u < end && !((d->breaks.flags()[u] & ZkTextBreaks::Word) != 0 && beginsWord(*d, u))) {
         ++u;
     }
@@ -244,7 +244,7 @@ int ZkParagraph::nextWord(int index) const
 int ZkParagraph::previousWord(int index) const
 {
     d->need(ZkParagraphData::Analysed);
-    int u = std::min(index, d->text.size()) - 1;
+    int u = std::clamp(index, 0, d->text.size()) - 1;
     while (u > 0 && !((d->breaks.flags()[u] & ZkTextBreaks::Word) != 0 && beginsWord(*d, u))) {
         --u;
     }
@@ -274,7 +274,7 @@ ZkTextPosition ZkParagraph::step(const ZkTextPosition &position, bool toRight) c
             const bool isForward = toRight != seen.line().isRightToLeft;
             const int next = number + (isForward ? 1 : -1);
             if (next < 0 || next >= d->lines.size()) {
-                return position;
+                return at;
             }
             const SeenLine other(d, next);
             boundary = toRight ? 0 : other.count();

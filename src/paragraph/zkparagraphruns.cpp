@@ -11,7 +11,7 @@ ZkShapedGlyphs::~ZkShapedGlyphs()
 void ZkShapedGlyphs::grow(int count)
 {
     const std::int64_t needed = std::int64_t{m_size} + count;
-    const std::int64_t capacity = needed + needed / 8;
+    const std::int64_t capacity = needed + (m_capacity == 0 ? 0 : needed / 8);
     m_glyphs = static_cast<ZkShapedGlyph *>(
         zkReallocate(m_glyphs, capacity * static_cast<int>(sizeof(ZkShapedGlyph))));
     m_capacity = static_cast<int>(capacity);

@@ -158,7 +158,8 @@ ZkBidi::~ZkBidi()
 void ZkBidi::allocate(std::int64_t bytes, std::int64_t kept)
 {
     if (bytes > m_bytes) {
-        void *const buffer = zkAllocate(bytes + bytes / 4);
+        bytes += m_bytes > 0 ? bytes / 4 : 0; // texts grow
+        void *const buffer = zkAllocate(bytes);
         if (kept > 0) {
             std::memcpy(buffer, m_buffer, static_cast<std::size_t>(kept));
         }
@@ -166,7 +167,7 @@ void ZkBidi::allocate(std::int64_t bytes, std::int64_t kept)
             std::free(m_buffer);
         }
         m_buffer = buffer;
-        m_bytes = bytes + bytes / 4;
+        m_bytes = bytes;
         m_ownsBuffer = true;
     }
     m_levels = static_cast<std::uint8_t *>(m_buffer);
@@ -184,6 +185,12 @@ void ZkBidi::setText(const char32_t *text, int count, Direction direction)
 
 void ZkBidi::setText(const ZkTextCharacters &text, Direction direction)
 {
+    setText(text, direction, nullptr, 0);
+}
+
+void ZkBidi::setText(const ZkTextCharacters &text, Direction direction, void *scratch,
+                     std::int64_t bytes)
+{
     m_size = text.m_size;
     m_direction = direction;
     const ZkTextSource source = {text.m_units, text.m_points};
@@ -191,8 +198,8 @@ void ZkBidi::setText(const ZkTextCharacters &text, Direction direction)
         setLeftToRight(source, text.m_separated);
         return;
     }
-    allocate(m_size, 0);
-    resolve(source, writeBytes(text.m_records, m_size, m_levels));
+    allocate(aligned(m_size), 0);
+    resolve(source, writeBytes(text.m_records, m_size, m_levels), scratch, bytes);
 }
 
 template <typename Unit>
@@ -207,8 +214,8 @@ void ZkBidi::analyse(const Unit *text, int units, Direction direction)
             return;
         }
     }
-    allocate(units, 0);
-    resolve(zkSourceOf(text), writeBytesOf(text, units, m_levels));
+    allocate(aligned(units), 0);
+    resolve(zkSourceOf(text), writeBytesOf(text, units, m_levels), nullptr, 0);
 }
 
 /// All levels are 0. `separated` when there may be several paragraphs.
@@ -217,7 +224,7 @@ void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
     m_leftToRight = true;
     m_baseLevel = 0;
     if (separated) {
-        listParagraphs(text, 0, 0);
+        listParagraphs(text, 0, 0, nullptr, 0);
     } else {
         m_only = {0, m_size, 0};
         m_paragraphs = &m_only;
@@ -225,28 +232,34 @@ void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
     }
 }
 
-/// Fills the list but for the levels. Behind it there is room for `perUnit` bytes for
-/// each unit of the longest paragraph; its address. The first `kept` bytes stay.
-void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit)
+/// Fills the list but for the levels. Returns `perUnit` bytes for each unit of the longest
+/// paragraph: the `bytes` at `scratch` if they suffice, else room behind the list. The
+/// first `kept` bytes stay.
+void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit,
+                             void *scratch, std::int64_t bytes)
 {
     const ListSize found = sizeOfList(text, 0, m_size);
     const std::int64_t start = aligned(kept);
     const std::int64_t list =
         found.count > 1 ? std::int64_t(found.count) * int(sizeof(Paragraph)) : 0;
-    allocate(start + list + found.longest * perUnit, kept);
+    const std::int64_t work = found.longest * perUnit;
+    const bool isGiven = scratch != nullptr && work <= bytes;
+    allocate(start + list + (isGiven ? 0 : work), kept);
     auto *const memory = static_cast<std::uint8_t *>(m_buffer) + start;
     m_paragraphs = found.count > 1 ? reinterpret_cast<Paragraph *>(memory) : &m_only;
     m_paragraphCount = found.count;
     writeList(text, 0, m_size, m_paragraphs);
-    return memory + list;
+    return isGiven ? scratch : memory + list;
 }
 
 /// Turns the bytes, whose classes are `classes`, into levels.
-void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes)
+void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
+                     std::int64_t bytes)
 {
     m_leftToRight = false;
-    void *const scratch = listParagraphs(text, m_size, ZkBidiParagraph::scratchSize(1, classes));
-    resolveParagraphs(text, 0, m_paragraphCount, classes, scratch);
+    const std::int64_t perUnit = ZkBidiParagraph::scratchSize(1, classes);
+    void *const work = listParagraphs(text, m_size, perUnit, scratch, bytes);
+    resolveParagraphs(text, 0, m_paragraphCount, classes, work);
     m_baseLevel = m_paragraphCount > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
 }
 

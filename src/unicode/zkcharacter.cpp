@@ -100,9 +100,10 @@ void ZkTextCharacters::reserve(int units)
     if (units <= m_capacity) {
         return;
     }
+    // The first text gets what it needs; one that grows gets room to grow on.
     const int capacity =
         static_cast<int>(std::min(std::int64_t(units) * 3 / 2, std::int64_t(INT32_MAX / 2)));
-    m_capacity = std::max(units, capacity);
+    m_capacity = m_capacity == 0 ? units : std::max(units, capacity);
     const std::int64_t bytes = std::int64_t(m_capacity) * 2;
     if (m_ownsRecords) {
         m_records = static_cast<std::uint16_t *>(zkReallocate(m_records, bytes));

@@ -325,8 +325,9 @@ ZkTextBreaks::~ZkTextBreaks()
 void ZkTextBreaks::reserve(int units)
 {
     if (units >= m_capacity) {
-        m_capacity =
-            static_cast<int>(std::min(std::int64_t(units) * 3 / 2 + 16, std::int64_t(INT32_MAX)));
+        // The first text gets what it needs; one that grows gets room to grow on.
+        const std::int64_t slack = m_capacity == 0 ? 1 : std::int64_t(units) / 2 + 16;
+        m_capacity = static_cast<int>(std::min(units + slack, std::int64_t(INT32_MAX)));
         m_flags = static_cast<std::uint8_t *>(zkReallocate(m_flags, m_capacity));
     }
 }
