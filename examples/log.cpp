@@ -5,21 +5,24 @@
 // appends each line of standard input and draws after each, as a device would;
 // prints what that took, and leaves the last state as a picture.
 
+#include "canvas.h"
 #include "output.h"
-#include "paragraph.h"
-#include "textblock.h"
+
+#include <zkparagraph.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <iostream>
+#include <memory>
 #include <string>
 
 namespace
 {
 
 struct LogStyle {
+    ZkFontChain chain;
     ZkFont font;
     host::Color text = {31, 41, 55, 255};
     host::Color paper = {252, 252, 250, 255};
@@ -28,8 +31,8 @@ struct LogStyle {
 /// Lines of text, the newest at the bottom, in a part of a canvas.
 ///
 /// An entry keeps its text and its height; it is laid out to learn the height and
-/// again whenever it is drawn. Layouts hold glyph pixels, which the cache's limit
-/// is to bound: they must not pile up with the lines.
+/// again whenever it is drawn. One paragraph serves them all, copies of the log too:
+/// paragraphs hold glyphs, which the cache's budget is to bound, and must not pile up.
 ///
 /// Rows are counted from the first line ever appended. What the log has drawn stays
 /// on the canvas: `paint` moves it and draws the rest. Each entry is clipped to rows
@@ -44,7 +47,7 @@ public:
     Log(const ZkRect &area, const LogStyle &style, std::size_t most);
 
     /// Adds a line. A view that shows the end goes on showing the end.
-    void append(const ZkString &text);
+    void append(const std::string &utf8);
 
     /// Moves the view by `rows`, negative towards older lines, as far as there are any.
     void scroll(Row rows) { m_top = std::clamp(m_top + rows, firstTop(), lastTop()); }
@@ -61,12 +64,12 @@ public:
 
 private:
     struct Entry {
-        ZkString text;
+        std::string text; ///< UTF-8
         Row top;
         Row bottom; ///< first row of the next
     };
 
-    host::TextBlock layOut(const ZkString &text) const;
+    const ZkParagraph &layOut(const std::string &utf8) const;
     void paintRows(host::Canvas &canvas, Row from, Row to);
 
     Row firstTop() const { return m_entries.empty() ? 0 : m_entries.front().top; }
@@ -76,7 +79,7 @@ private:
     ZkRect m_area;
     LogStyle m_style;
     std::size_t m_most;
-    int m_emptyHeight; ///< of a line without letters
+    std::shared_ptr<ZkParagraph> m_layout;
     std::deque<Entry> m_entries;
     Row m_top = 0;                      ///< the row that the area shows first
     Row m_shownTop = 0, m_shownEnd = 0; ///< rows of entries that the canvas shows
@@ -84,27 +87,23 @@ private:
 };
 
 Log::Log(const ZkRect &area, const LogStyle &style, std::size_t most)
-    : m_area(area),
-      m_style(style),
-      m_most(most),
-      m_emptyHeight(ZkFontMetrics::textPixelSize("Hg", style.font))
+    : m_area(area), m_style(style), m_most(most), m_layout(std::make_shared<ZkParagraph>())
 {
+    m_layout->setChain(style.chain);
+    m_layout->setFont(style.font);
+    m_layout->setWidth(area.width());
 }
 
-host::TextBlock Log::layOut(const ZkString &text) const
+const ZkParagraph &Log::layOut(const std::string &utf8) const
 {
-    host::TextRequest request;
-    request.text = text;
-    request.font = m_style.font;
-    request.width = m_area.width();
-    return host::TextBlock(request);
+    m_layout->setUtf8(utf8.data(), static_cast<int>(utf8.size()));
+    return *m_layout;
 }
 
-void Log::append(const ZkString &text)
+void Log::append(const std::string &utf8)
 {
     const bool follows = m_top == lastTop();
-    const int height = std::max(layOut(text).size().height(), m_emptyHeight);
-    m_entries.push_back({text, end(), end() + height});
+    m_entries.push_back({utf8, end(), end() + layOut(utf8).height()});
     if (m_entries.size() > m_most) {
         m_entries.pop_front();
     }
@@ -126,10 +125,11 @@ void Log::paintRows(host::Canvas &canvas, Row from, Row to)
     auto entry = std::upper_bound(m_entries.begin(), m_entries.end(), from,
                                   [](Row row, const Entry &e) { return row < e.bottom; });
     for (; entry != m_entries.end() && entry->top < to; ++entry) {
-        host::TextBlock block = layOut(entry->text);
-        block.place(m_area.left(), screenRow(entry->top), 0);
         clipTo(std::max(entry->top, from), std::min(entry->bottom, to));
-        block.paint(canvas, {m_style.text, m_style.text});
+        ZkTextPainter painter(canvas.pixels());
+        painter.setClip(canvas.clip());
+        painter.setColors(m_style.text.argb());
+        painter.paint(layOut(entry->text), m_area.left(), screenRow(entry->top));
         ++m_drawn;
     }
 }
@@ -168,17 +168,21 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "usage: example_log OUT.png FONT.ttf <LINES.txt\n");
         return 2;
     }
-    ZkFontMetrics::setFontFile(argv[2], 64 * 1024);
+    const ZkTypeface face = ZkTypeface::fromFile(argv[2]);
+    if (!face.isValid()) {
+        std::fprintf(stderr, "example_log: %s\n", face.errorText());
+        return 1;
+    }
+    ZkGlyphCache::shared().setBudget(64 * 1024);
     host::Canvas canvas(400, 240, {226, 229, 233, 255});
     LogStyle style;
+    style.chain.append(face);
     style.font = ZkFont(18, false, false, false, false);
     Log log(ZkRect(8, 8, 391, 231), style, 1000);
     log.repaint(canvas);
     long lines = 0;
-    for (std::string line, problem; std::getline(std::cin, line); ++lines) {
-        ZkString text;
-        int leftOut = 0;
-        log.append(host::textFromUtf8(line, &text, &leftOut, &problem) ? text : problem.c_str());
+    for (std::string line; std::getline(std::cin, line); ++lines) {
+        log.append(line);
         log.paint(canvas);
     }
     std::printf("%ld lines, %lld drawn\n", lines, static_cast<long long>(log.drawnEntries()));

@@ -23,13 +23,13 @@ const host::Color kDesk = {200, 210, 220, 255};
 const ZkRect kArea(7, 5, 186, 124);
 
 /// The lines of the sample texts that DejaVu Sans has the letters for.
-std::vector<ZkString> sampleLines()
+std::vector<std::string> sampleLines()
 {
-    std::vector<ZkString> lines = {"", "a", "y\u0327\u0301g", "two\nlines"};
+    std::vector<std::string> lines = {"", "a", "y\u0327\u0301g", "two\nlines"};
     for (const char *name : {"english", "arabic", "persian", "hebrew"}) {
         std::ifstream file(std::string(ZK_TEXTS) + '/' + name + ".txt");
         for (std::string line; std::getline(file, line);) {
-            lines.push_back(ZkString(std::string_view(line)));
+            lines.push_back(line);
         }
     }
     return lines;
@@ -44,11 +44,10 @@ protected:
         m_log.repaint(m_kept);
     }
 
-    static void SetUpTestSuite() { ZkFontMetrics::setFontFile(ZK_FONT_DEJAVU, 64 * 1024); }
-
     static LogStyle style()
     {
         LogStyle style;
+        style.chain.append(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
         style.font = ZkFont(14, false, false, false, true);
         return style;
     }
@@ -81,7 +80,7 @@ TEST_F(LogPair, IsEmptyPaperAtFirst)
 
 TEST_F(LogPair, AppendingDrawsTheSamePixelsAsARepaint)
 {
-    for (const ZkString &line : sampleLines()) {
+    for (const std::string &line : sampleLines()) {
         m_log.append(line);
         ASSERT_TRUE(isAsRepainted());
     }
@@ -89,7 +88,7 @@ TEST_F(LogPair, AppendingDrawsTheSamePixelsAsARepaint)
 
 TEST_F(LogPair, AnyScrollingDrawsTheSamePixelsAsARepaint)
 {
-    const std::vector<ZkString> lines = sampleLines();
+    const std::vector<std::string> lines = sampleLines();
     std::mt19937 random(20240229);
     const auto below = [&](int n) { return int(random() % unsigned(n)); };
     const int rounds = std::max(scaledRounds(2000), 300);

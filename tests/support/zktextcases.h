@@ -59,7 +59,7 @@ inline std::vector<Case> cases(const std::string &folder)
             one.arguments.push_back(unescaped(words[i]));
         }
         for (const std::string &font : split(words[1], ',')) {
-            one.arguments = one.arguments + hostprogram::Words{"--font", kFonts.at(font)};
+            one.arguments.insert(one.arguments.end(), {"--font", kFonts.at(font)});
         }
         if (words[2] != ".") {
             one.painting = {words[2]};

@@ -120,9 +120,9 @@ protected:
         m_window.start({"env", "DISPLAY=" + display, "SDL_VIDEODRIVER=x11",
                         "SDL_RENDER_DRIVER=software", "SDL_FRAMEBUFFER_ACCELERATION=0",
                         // What the X libraries leave behind at the end is not ours.
-                        "ASAN_OPTIONS=detect_leaks=0", ZK_ZKVIEW, "--font", ZK_FONT_DEJAVU,
-                        "--font", ZK_FONT_FREESERIF, "--font", ZK_FONT_MICROHEI, "--width",
-                        std::to_string(kWidth), "--height", std::to_string(kHeight)});
+                        "ASAN_OPTIONS=detect_leaks=0", ZK_ZKVIEW, "--classic", "--font",
+                        ZK_FONT_DEJAVU, "--font", ZK_FONT_FREESERIF, "--font", ZK_FONT_MICROHEI,
+                        "--width", std::to_string(kWidth), "--height", std::to_string(kHeight)});
         ASSERT_TRUE(comesTrue([] {
             return xdotool("search --name '^zkview$' windowfocus") &&
                    xdotool("getwindowfocus getwindowname | grep -qx zkview");
@@ -178,7 +178,8 @@ protected:
                    {"FreeSerif", ZK_FONT_FREESERIF},
                    {"wqy-microhei", ZK_FONT_MICROHEI}},
                   kWidth,
-                  kHeight};
+                  kHeight,
+                  true};
     Process m_window;
 
 private:

@@ -38,7 +38,7 @@ protected:
         m_model.type(utf8);
     }
 
-    Model m_model{kFonts, 1060, 690};
+    Model m_model{kFonts, 1060, 690, true};
 };
 
 bool isSame(const host::Canvas &a, const host::Canvas &b)
@@ -292,7 +292,7 @@ TEST_F(ZkviewModel, TheSameEventsGiveTheSamePicture)
         return model.picture();
     };
     const host::Canvas first = play(m_model);
-    Model again(kFonts, 1060, 690);
+    Model again(kFonts, 1060, 690, true);
     EXPECT_TRUE(isSame(first, play(again)));
     again.type("x");
     EXPECT_FALSE(isSame(first, again.picture()));
@@ -331,6 +331,149 @@ TEST_F(ZkviewModel, AnySizeIsDrawn)
     }
     m_model.resize(0, -5);
     EXPECT_EQ(m_model.picture().width(), 1600);
+}
+
+namespace
+{
+
+/// The same program with paragraphs: a small text field.
+class ZkviewField : public testing::Test
+{
+protected:
+    std::string text() const { return m_model.field().text(); }
+    void retype(const char *utf8)
+    {
+        m_model.perform({Action::Clear});
+        m_model.type(utf8);
+    }
+    void move(host::Move move, bool select = false)
+    {
+        m_model.perform({select ? Action::Select : Action::Move, static_cast<int>(move)});
+    }
+
+    Model m_model{kFonts, 1060, 690};
+};
+
+} // namespace
+
+TEST_F(ZkviewField, WritesWhereTheCaretIs)
+{
+    retype("ac");
+    move(host::Move::Left);
+    m_model.type("b\U0001F600");
+    EXPECT_EQ(text(), "ab\U0001F600c");
+    m_model.perform({Action::Backspace});
+    m_model.perform({Action::Newline});
+    m_model.perform({Action::Delete});
+    EXPECT_EQ(text(), "ab\n");
+    m_model.perform({Action::DeleteWord, -1});
+    m_model.perform({Action::DeleteWord, -1});
+    EXPECT_EQ(text(), "");
+    m_model.picture();
+}
+
+TEST_F(ZkviewField, KeysSelectAndTypingReplaces)
+{
+    retype("one two");
+    move(host::Move::WordLeft, true);
+    EXPECT_EQ(m_model.selectedText(), "two");
+    m_model.type("2");
+    EXPECT_EQ(text(), "one 2");
+    m_model.perform({Action::SelectAll});
+    EXPECT_EQ(m_model.selectedText(), "one 2");
+    m_model.picture();
+}
+
+TEST_F(ZkviewField, ClicksPlaceTheCaretAndDragsSelect)
+{
+    retype("pointed at");
+    const ZkRect box = m_model.box();
+    const ZkVector<ZkRect> rects = m_model.field().paragraph().selection(3, 6);
+    const ZkRect part = rects.at(0);
+    const int y = box.top() + part.top() + part.height() / 2;
+    m_model.press(box.left() + part.left() + 1, y);
+    EXPECT_EQ(m_model.field().caretIndex(), 3);
+    m_model.drag(box.left() + part.right() + 1, y);
+    EXPECT_EQ(m_model.selectedText(), "nte");
+    m_model.release();
+    m_model.drag(0, 0);
+    EXPECT_EQ(m_model.selectedText(), "nte") << "let go of";
+    m_model.press(box.left() + 1, y, true);
+    EXPECT_EQ(m_model.selectedText(), "poi") << "from where the selection began";
+    m_model.press(box.left() + 1, y, false, true);
+    EXPECT_EQ(m_model.selectedText(), "pointed ");
+    m_model.picture();
+}
+
+TEST_F(ZkviewField, EverySampleIsShownWithoutAnotherFont)
+{
+    for (int i = 0; i < int(zkview::samples().size()); ++i) {
+        m_model.perform({Action::Sample, i});
+        EXPECT_EQ(m_model.state().font, 0);
+        EXPECT_EQ(text(), zkview::samples()[std::size_t(i)].text);
+        const ZkParagraph &paragraph = m_model.field().paragraph();
+        for (int line = 0; line < paragraph.lineCount(); ++line) {
+            const ZkPlacedGlyph *glyphs = nullptr;
+            const int count = paragraph.glyphs(line, &glyphs);
+            for (int k = 0; k < count; ++k) {
+                EXPECT_NE(reinterpret_cast<const ZkGlyph *>(glyphs[k].glyph)->index(), 0u)
+                    << "no box in line " << line;
+            }
+        }
+        m_model.picture();
+    }
+}
+
+TEST_F(ZkviewField, DotsShortenToTwoLines)
+{
+    m_model.perform({Action::Sample, 0});
+    for (const int ellipsis :
+         {ZkParagraph::EllipsisEnd, ZkParagraph::EllipsisMiddle, ZkParagraph::EllipsisStart}) {
+        m_model.perform({Action::Ellipsis, ellipsis});
+        EXPECT_EQ(m_model.field().paragraph().lineCount(), 2);
+        EXPECT_TRUE(m_model.field().paragraph().line(1).isShortened);
+        m_model.picture();
+    }
+    m_model.perform({Action::NextEllipsis});
+    EXPECT_EQ(m_model.state().ellipsis, ZkParagraph::EllipsisNone);
+    EXPECT_GT(m_model.field().paragraph().lineCount(), 2);
+}
+
+TEST_F(ZkviewField, JustifiedLinesReachTheEdge)
+{
+    m_model.perform({Action::Sample, 0});
+    m_model.perform({Action::Horizontal, zkview::kAlignJustify});
+    const ZkParagraph &paragraph = m_model.field().paragraph();
+    ASSERT_GT(paragraph.lineCount(), 2);
+    const ZkVector<ZkRect> rects =
+        paragraph.selection(paragraph.line(0).first, paragraph.line(0).last - 1);
+    EXPECT_EQ(rects.at(rects.size() - 1).right(), m_model.state().wrapWidth - 1);
+    m_model.perform({Action::NextHorizontal});
+    EXPECT_EQ(m_model.state().alignment & zkview::kHorizontalFlags, host::AlignLeft);
+}
+
+TEST_F(ZkviewField, WordsHaveColoursOfTheirOwn)
+{
+    retype("one two");
+    m_model.perform({Action::Boxes});
+    const std::string plain = m_model.picture().rgb();
+    m_model.perform({Action::Colors});
+    EXPECT_GT(m_model.field().paragraph().spanCount(), 0);
+    EXPECT_NE(m_model.picture().rgb(), plain);
+    m_model.perform({Action::Colors});
+    EXPECT_EQ(m_model.field().paragraph().spanCount(), 0);
+}
+
+TEST_F(ZkviewField, EveryButtonIsHarmless)
+{
+    for (std::size_t i = 0; i < m_model.buttons().size(); ++i) {
+        const zkview::Button button = m_model.buttons()[i];
+        m_model.press((button.rect.left() + button.rect.right()) / 2,
+                      (button.rect.top() + button.rect.bottom()) / 2);
+        m_model.picture();
+    }
+    m_model.resize(480, 320);
+    m_model.picture();
 }
 
 TEST(ZkviewFonts, AChoiceIsNamedAfterItsFile)

@@ -49,6 +49,7 @@ public:
     const ZkParagraph &paragraph() const { return m_paragraph; }
 
     void setOrigin(int x, int y);
+    ZkPoint origin() const { return ZkPoint(m_x, m_y); }
 
     /// Replaces the text; the caret goes to its end.
     void setText(const std::string &utf8);

@@ -56,6 +56,7 @@ void drawAll(const std::string &folder, const std::string &texts, const demo::Fo
     for (const auto &page : pages) {
         save(folder, page.first, page.second.canvas());
     }
+    save(folder, "engines", demo::enginesPage(fonts).canvas());
     save(folder, "curves", demo::curvePage(fonts).canvas());
     save(folder, "regions", demo::regionPage(fonts).canvas());
     save(folder, "sheet", contactSheet(pages).canvas()); // of the pages of text

@@ -37,6 +37,9 @@ Page chainPage(const Fonts &fonts);
 /// The settings of a device, in English and mirrored in Arabic.
 Page settingsPage(const Fonts &fonts);
 
+/// Labels and paragraphs as the classic engine draws them and as paragraphs do.
+Page enginesPage(const Fonts &fonts);
+
 /// Curves of many shapes, each with others beside it at several distances.
 Page curvePage(const Fonts &fonts);
 

@@ -14,8 +14,9 @@ namespace
 struct Options {
     std::vector<std::string> fonts;
     int width = 1060;
-    int height = 690;
+    int height = 700;
     bool fullScreen = false;
+    bool classic = false;
     bool levels = false;
     std::string text;
     std::string picture;
@@ -44,7 +45,7 @@ void start(const Options &options)
         throw std::runtime_error(
             "no font: name one with --font or in the environment variable ZK_FONTLIB");
     }
-    zkview::Model model(fonts, options.width, options.height);
+    zkview::Model model(fonts, options.width, options.height, options.classic);
     if (!options.text.empty()) {
         model.perform({zkview::Action::Clear});
         model.type(options.text);
@@ -68,13 +69,16 @@ int run(int argc, char **argv)
     CLI::App program("Shows what libzk makes of a text, while you change it.", "zkview");
     program.set_version_flag("--version", "zkview " ZK_VERSION);
     program.add_option("-f,--font", options.fonts,
-                       "Font files to choose from (default: those of the usual packages)");
+                       "Font files; the others stand in for the chosen one (default: those of the "
+                       "usual packages)");
     program.add_option("--width", options.width, "Width of the window")
         ->capture_default_str()
         ->check(CLI::Range(480, 16384));
     program.add_option("--height", options.height, "Height of the window")
         ->capture_default_str()
         ->check(CLI::Range(320, 16384));
+    program.add_flag("--classic", options.classic,
+                     "Lay out with the classic engine: one font, text written at its end");
     program.add_flag("--full-screen", options.fullScreen, "Take the whole screen");
     program.add_flag("--levels", options.levels, "Begin with levels and breaks shown");
     program.add_option("--text", options.text, "Begin with this text");

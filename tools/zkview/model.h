@@ -6,6 +6,7 @@
 #include "fonts.h"
 #include "panel.h"
 #include "textblock.h"
+#include "textfield.h"
 
 #include <zkglyphcache.h>
 
@@ -27,18 +28,21 @@ struct State {
     int alignment = host::AlignLeft | host::AlignTop;
     bool boxes = true;
     bool wrap = true;
-    bool levels = false; ///< the text's analysis instead of the text
-    int limit = -1;      ///< pixel bytes of the glyph cache, -1 for none
+    bool levels = false;  ///< the text's analysis instead of the text
+    int limit = -1;       ///< pixel bytes of the glyph cache, -1 for none
+    bool classic = false; ///< the classic engine lays out; what follows is for paragraphs
+    int ellipsis = ZkParagraph::EllipsisNone; ///< another one shows two lines at most
+    bool colors = false;                      ///< words in colours of their own
 };
 
-/// What the glyph cache holds, as far as this program has seen.
+/// What the glyph cache holds, as far as this program has seen: the classic one, or the
+/// shared one of paragraphs.
 struct CacheFigures {
-    int pixelBytes = 0;
+    int pixelBytes = 0; ///< of paragraphs: records and table too
     int glyphs = 0;     ///< records handed out since the font was opened
-    int withPixels = 0; ///< those of them that were not trimmed
+    int withPixels = 0; ///< those of them that were not trimmed; of paragraphs, held ones
 
-    /// Of the cache of typefaces, which holds the same characters from all fonts as one
-    /// chain, under the limit as its budget.
+    /// All that the shared cache tells, under the limit as its budget; of paragraphs alone.
     ZkGlyphCache::Stats chain = {};
 };
 
@@ -48,20 +52,26 @@ struct CacheFigures {
 class Model
 {
 public:
-    /// `fonts` has one font at least. Sizes are those of the picture, in pixels.
-    Model(std::vector<FontChoice> fonts, int width, int height);
+    /// `fonts` has one font at least: the first draws, the others stand in for what it
+    /// lacks. Sizes are those of the picture, in pixels.
+    Model(std::vector<FontChoice> fonts, int width, int height, bool classic = false);
 
-    /// Characters typed or pasted, in UTF-8; put behind the text. What is no UTF-8 is
-    /// left out whole.
+    /// Characters typed or pasted, in UTF-8; put in the place of the selection. The
+    /// classic engine takes them behind the text, and none that are no UTF-8.
     void type(const std::string &utf8);
+
+    /// The selected text, in UTF-8.
+    std::string selectedText() const { return m_field.selectedText(); }
+    const host::TextField &field() const { return m_field; }
 
     void perform(const Command &command);
 
     /// The pointer goes down, moves while it is down, goes up: presses buttons, drags
-    /// the edge of the text box.
-    void press(int x, int y);
+    /// the edge of the text box, places the caret and selects. A second press selects
+    /// a word; with `extend` the selection goes on to the point.
+    void press(int x, int y, bool extend = false, bool isSecond = false);
     void drag(int x, int y);
-    void release() { m_isDragging = false; }
+    void release() { m_isDragging = m_isSelecting = false; }
 
     /// A new size of the picture; nothing is drawn below 1.
     void resize(int width, int height);
@@ -92,7 +102,11 @@ private:
     void changed();
 
     void layOut();
-    void holdChain();
+    void layOutField();
+    void colorWords();
+    void edit(const Command &command);
+    void drawText();
+    int lineCount() const;
     void countCache();
     void draw();
     void drawPanel();
@@ -117,9 +131,9 @@ private:
     std::unique_ptr<host::TextBlock> m_block; ///< the text; gone while the font changes
     std::set<const GlyphBitmap *> m_glyphs;   ///< every record seen of the present font
     CacheFigures m_figures;
-    std::vector<ZkTypeface> m_faces; ///< of the fonts, in their order
-    ZkGlyphHolder m_held;            ///< the glyphs of the text, from the chain
+    host::TextField m_field; ///< the text of a paragraph
     bool m_isDragging = false;
+    bool m_isSelecting = false;
     int m_grip = 0; ///< from the edge to where the pointer took hold of it
     int m_changes = 1;
     int m_drawn = 0; ///< `m_changes` of the picture

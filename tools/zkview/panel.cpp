@@ -108,9 +108,16 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
     const auto align = [&](const char *label, Action action, int flag) {
         return button(label, "", {action, flag}, (state.alignment & flag) != 0);
     };
-    stack.row({align("Left", Action::Horizontal, host::AlignLeft),
-               align("Center", Action::Horizontal, host::AlignHCenter),
-               align("Right", Action::Horizontal, host::AlignRight)});
+    if (state.classic) {
+        stack.row({align("Left", Action::Horizontal, host::AlignLeft),
+                   align("Center", Action::Horizontal, host::AlignHCenter),
+                   align("Right", Action::Horizontal, host::AlignRight)});
+    } else {
+        stack.row({align("Start", Action::Horizontal, host::AlignLeft),
+                   align("Mid", Action::Horizontal, host::AlignHCenter),
+                   align("End", Action::Horizontal, host::AlignRight),
+                   align("Full", Action::Horizontal, kAlignJustify)});
+    }
     stack.row({align("Top", Action::Vertical, host::AlignTop),
                align("Middle", Action::Vertical, host::AlignVCenter),
                align("Bottom", Action::Vertical, host::AlignBottom)});
@@ -119,6 +126,13 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
     stack.row({button("Boxes", "", {Action::Boxes}, state.boxes),
                button("Wrap", "", {Action::Wrap}, state.wrap),
                button("Levels", "", {Action::Levels}, state.levels)});
+
+    if (!state.classic) {
+        static const char *const kDots[] = {"Dots: no", "Dots: end", "Dots: mid", "Dots: start"};
+        stack.row({button(kDots[state.ellipsis], "F12", {Action::NextEllipsis},
+                          state.ellipsis != ZkParagraph::EllipsisNone),
+                   button("Colours", "F11", {Action::Colors}, state.colors)});
+    }
 
     stack.title("Glyph cache limit   F9");
     std::vector<Button> limits;

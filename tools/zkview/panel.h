@@ -32,6 +32,15 @@ enum class Action {
     Backspace,
     Newline,
     Clear,
+    // These do nothing in the classic engine.
+    Move,       ///< `value`: a `host::Move`
+    Select,     ///< the same with the selection
+    Delete,     ///< what is behind the caret
+    DeleteWord, ///< `value`: 1 behind the caret, -1 before it
+    SelectAll,
+    Ellipsis, ///< `value`: a `ZkParagraph::Ellipsis`
+    NextEllipsis,
+    Colors,
 };
 
 struct Command {
@@ -53,6 +62,10 @@ struct Button {
 };
 
 constexpr int kPanelWidth = 232;
+
+/// Beside the flags of `host::Align`, for paragraphs alone.
+constexpr int kAlignJustify = 8;
+constexpr int kHorizontalFlags = 15;
 
 /// What the panel shows, from top to bottom. `fontNames` in the order of the indices.
 std::vector<Button> panelButtons(const State &state, const std::vector<std::string> &fontNames);

@@ -27,6 +27,9 @@ const host::Color kCaret = {220, 38, 38, 255};
 const host::Color kGauge = {203, 213, 225, 255};
 const host::Color kFull = {220, 38, 38, 255};
 
+const host::Color kWords[] = {
+    {31, 41, 55, 255}, {185, 28, 28, 255}, {29, 78, 216, 255}, {21, 128, 61, 255}};
+
 constexpr int kGaugeWidth = 200, kGaugeHeight = 10;
 constexpr int kUnlimitedGauge = 64 * 1024; // bytes that fill the gauge without a limit
 
@@ -90,7 +93,8 @@ void Model::drawPanel()
             continue;
         }
         m_canvas.round(rect, 5, button.on ? kOn : kButton);
-        const ZkRect inner(rect.left() + 8, rect.top(), rect.right() - 8, rect.bottom());
+        const int margin = button.key.empty() ? 4 : 8;
+        const ZkRect inner(rect.left() + margin, rect.top(), rect.right() - margin, rect.bottom());
         if (button.key.empty()) {
             label(inner, button.label, kBright, host::AlignHCenter);
         } else {
@@ -121,11 +125,30 @@ void Model::drawSheet()
 
 void Model::drawText()
 {
-    m_block->paint(m_canvas, {kInk, kHalo});
-    if (m_state.boxes) {
-        m_block->paintGuides(m_canvas);
+    if (m_state.classic) {
+        m_block->paint(m_canvas, {kInk, kHalo});
+        if (m_state.boxes) {
+            m_block->paintGuides(m_canvas);
+        }
+        drawCaret();
+        return;
     }
-    drawCaret();
+    const ZkParagraph &paragraph = m_field.paragraph();
+    const host::FieldColors colors;
+    m_field.paintSelection(m_canvas, colors);
+    ZkTextPainter painter(m_canvas.pixels());
+    painter.setClip(m_canvas.clip());
+    painter.setColors(kInk.argb(), kHalo.argb());
+    for (int i = 0; i < 4; ++i) {
+        painter.setStyle(i + 1, {kWords[i].argb(), kHalo.argb(), ZkTextPainter::NoLine});
+    }
+    const ZkPoint origin = m_field.origin();
+    painter.paint(paragraph, origin.x(), origin.y());
+    if (m_state.boxes) {
+        m_canvas.frame(box(), {120, 120, 120, 160});
+        host::paintGuides(m_canvas, paragraph, origin.x(), origin.y());
+    }
+    m_field.paintCaret(m_canvas, colors);
 }
 
 /// The text as the library analyses it, in the place of the text box.
@@ -134,7 +157,7 @@ void Model::drawLevels()
     if (!m_face) {
         m_face = std::make_unique<host::FaceFile>(m_fonts[std::size_t(m_state.font)].path);
     }
-    const host::Analysis analysis(host::utf16FromUtf8(m_state.text.toUtf8().constData()),
+    const host::Analysis analysis(std::vector<ZkUcs2>(m_state.text.begin(), m_state.text.end()),
                                   ZkBidi::Auto);
     host::AnalysisPicture(analysis, m_face->face(), m_state.attr.size, m_state.wrapWidth)
         .paint(m_canvas, box().left(), box().top());
@@ -177,25 +200,29 @@ void Model::drawStatus()
     label(ZkRect(gauge.right() + 14, top, around.right(), top + 21),
           "Cache: " + grouped(m_figures.pixelBytes) + " bytes, " + most + "; " +
               grouped(m_figures.glyphs) + " glyphs, " + grouped(m_figures.withPixels) +
-              " with pixels",
+              (m_state.classic ? " with pixels" : " in use"),
           kInk, host::AlignLeft, 14);
-    const int lines = static_cast<int>(m_block->lines().size());
-    label(
-        ZkRect(around.left(), top + 22, around.right(), top + 43),
-        std::to_string(m_state.text.size()) + " characters, " + std::to_string(lines) +
-            (lines == 1 ? " line of " : " lines of ") + std::to_string(m_block->lineHeight()) +
-            " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
-            (m_block->isRightToLeft() ? "right to left (Left and Right swapped)" : "left to right"),
-        kSoft, host::AlignLeft, 14);
-    const ZkGlyphCache::Stats &chain = m_figures.chain;
-    label(ZkRect(around.left(), top + 44, around.right(), top + 65),
-          "Font chain: " + grouped(static_cast<int>(chain.bytes)) + " of " +
-              grouped(static_cast<int>(chain.budget)) + " bytes, " + grouped(chain.glyphs) +
-              " glyphs, " + grouped(chain.heldGlyphs) + " in use, " +
-              grouped(static_cast<int>(chain.misses)) + " rendered, " +
-              grouped(static_cast<int>(chain.evictions)) + " evicted, " +
-              grouped(static_cast<int>(chain.refills)) + " of them again",
-          chain.overBytes > 0 ? kFull : kSoft, host::AlignLeft, 14);
+    const int lines = lineCount();
+    const bool rightToLeft =
+        m_state.classic ? m_block->isRightToLeft() : m_field.paragraph().line(0).isRightToLeft;
+    const int lineHeight =
+        m_state.classic ? m_block->lineHeight() : m_field.paragraph().line(0).height();
+    label(ZkRect(around.left(), top + 22, around.right(), top + 43),
+          std::to_string(m_state.text.size()) + " characters, " + std::to_string(lines) +
+              (lines == 1 ? " line of " : " lines of ") + std::to_string(lineHeight) +
+              " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
+              (rightToLeft
+                   ? m_state.classic ? "right to left (Left and Right swapped)" : "right to left"
+                   : "left to right"),
+          kSoft, host::AlignLeft, 14);
+    if (!m_state.classic) {
+        const ZkGlyphCache::Stats &chain = m_figures.chain;
+        label(ZkRect(around.left(), top + 44, around.right(), top + 65),
+              "Since the start: " + grouped(static_cast<int>(chain.misses)) + " rendered, " +
+                  grouped(static_cast<int>(chain.evictions)) + " evicted, " +
+                  grouped(static_cast<int>(chain.refills)) + " of them again",
+              chain.overBytes > 0 ? kFull : kSoft, host::AlignLeft, 14);
+    }
 }
 
 void Model::drawHelp()
@@ -204,8 +231,11 @@ void Model::drawHelp()
                        m_canvas.height() - 1);
     m_canvas.fill(strip, kPanel);
     label(ZkRect(strip.left() + 16, strip.top(), strip.right() - 8, strip.bottom()),
-          "Type to write, Backspace, Ctrl+V paste, Ctrl+L clear   Drag the blue edge or press "
-          "Left Right   Up Down size   Esc quit",
+          m_state.classic
+              ? "Type to write, Backspace, Ctrl+V paste, Ctrl+L clear   Drag the blue edge or "
+                "press Left Right   Up Down size   Esc quit"
+              : "Click, drag, Shift and arrows select, Ctrl+arrows by words, Ctrl+C X V A   "
+                "Ctrl+plus, minus size   F12 dots   Esc quit",
           kBright, host::AlignLeft);
 }
 

@@ -2,7 +2,9 @@
 
 #include <SDL.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 
 namespace zkview
@@ -97,23 +99,58 @@ void Window::showAgain()
     SDL_RenderPresent(m_renderer);
 }
 
-/// The command of a key that is no text; false for other keys.
-bool commandOf(const SDL_Keysym &key, Command *command)
+struct KeyCommand {
+    SDL_Keycode key;
+    Command command;
+};
+
+/// The caret's move of a key, with Ctrl or without; false for other keys.
+bool moveOf(const SDL_Keysym &key, Command *command)
 {
     static const struct {
         SDL_Keycode key;
-        Command command;
-    } kKeys[] = {
+        host::Move plain, control;
+    } kMoves[] = {
+        {SDLK_LEFT, host::Move::Left, host::Move::WordLeft},
+        {SDLK_RIGHT, host::Move::Right, host::Move::WordRight},
+        {SDLK_UP, host::Move::Up, host::Move::Up},
+        {SDLK_DOWN, host::Move::Down, host::Move::Down},
+        {SDLK_HOME, host::Move::LineStart, host::Move::TextStart},
+        {SDLK_END, host::Move::LineEnd, host::Move::TextEnd},
+    };
+    for (const auto &row : kMoves) {
+        if (row.key == key.sym) {
+            const host::Move move = (key.mod & KMOD_CTRL) != 0 ? row.control : row.plain;
+            *command = {(key.mod & KMOD_SHIFT) != 0 ? Action::Select : Action::Move,
+                        static_cast<int>(move)};
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Arrow keys of the classic engine, which has no caret to move.
+constexpr KeyCommand kClassicKeys[] = {
+    {SDLK_UP, {Action::Size, 1}},
+    {SDLK_DOWN, {Action::Size, -1}},
+    {SDLK_LEFT, {Action::Width, -8}},
+    {SDLK_RIGHT, {Action::Width, 8}},
+};
+
+/// The command of a key that is no text; false for other keys.
+bool commandOf(const SDL_Keysym &key, bool classic, Command *command)
+{
+    if (!classic && moveOf(key, command)) {
+        return true;
+    }
+    static const KeyCommand kKeys[] = {
         {SDLK_BACKSPACE, {Action::Backspace}},
         {SDLK_RETURN, {Action::Newline}},
         {SDLK_KP_ENTER, {Action::Newline}},
         {SDLK_PAGEUP, {Action::NextSample, -1}},
         {SDLK_PAGEDOWN, {Action::NextSample, 1}},
         {SDLK_TAB, {Action::NextFont}},
-        {SDLK_UP, {Action::Size, 1}},
-        {SDLK_DOWN, {Action::Size, -1}},
-        {SDLK_LEFT, {Action::Width, -8}},
-        {SDLK_RIGHT, {Action::Width, 8}},
+        {SDLK_DELETE, {Action::Delete}},
         {SDLK_F1, {Action::Style, ZkFontAttr::Slant}},
         {SDLK_F2, {Action::Style, ZkFontAttr::Embolden}},
         {SDLK_F3, {Action::Style, ZkFontAttr::Outline}},
@@ -124,14 +161,19 @@ bool commandOf(const SDL_Keysym &key, Command *command)
         {SDLK_F8, {Action::Wrap}},
         {SDLK_F9, {Action::NextLimit}},
         {SDLK_F10, {Action::Levels}},
+        {SDLK_F11, {Action::Colors}},
+        {SDLK_F12, {Action::NextEllipsis}},
     };
-    for (const auto &row : kKeys) {
-        if (row.key == key.sym) {
-            *command = row.command;
-            return true;
+    const auto find = [&](const KeyCommand *from, const KeyCommand *end) {
+        const KeyCommand *found =
+            std::find_if(from, end, [&](const KeyCommand &row) { return row.key == key.sym; });
+        if (found != end) {
+            *command = found->command;
         }
-    }
-    return false;
+        return found != end;
+    };
+    return find(std::begin(kKeys), std::end(kKeys)) ||
+           (classic && find(std::begin(kClassicKeys), std::end(kClassicKeys)));
 }
 
 void paste(Model &model)
@@ -141,21 +183,47 @@ void paste(Model &model)
     SDL_free(text);
 }
 
+void copy(const Model &model)
+{
+    if (const std::string text = model.selectedText(); !text.empty()) {
+        SDL_SetClipboardText(text.c_str());
+    }
+}
+
 /// Passes a key on; false when the program is to end.
 bool pressKey(Model &model, const SDL_Keysym &key)
 {
     Command command = {Action::Clear};
+    const bool classic = model.state().classic;
     if (key.sym == SDLK_ESCAPE) {
         return false;
     }
     if ((key.mod & KMOD_CTRL) != 0) {
         switch (key.sym) {
         case SDLK_v: paste(model); break;
+        case SDLK_c: copy(model); break;
+        case SDLK_x:
+            copy(model);
+            if (!model.selectedText().empty()) {
+                model.perform({Action::Delete});
+            }
+            break;
+        case SDLK_a: model.perform({Action::SelectAll}); break;
+        case SDLK_PLUS:
+        case SDLK_EQUALS:
+        case SDLK_KP_PLUS: model.perform({Action::Size, 1}); break;
+        case SDLK_MINUS:
+        case SDLK_KP_MINUS: model.perform({Action::Size, -1}); break;
+        case SDLK_BACKSPACE: model.perform({Action::DeleteWord, -1}); break;
+        case SDLK_DELETE: model.perform({Action::DeleteWord, 1}); break;
         case SDLK_l: model.perform({Action::Clear}); break;
         case SDLK_q: return false;
-        default: break;
+        default:
+            if (!classic && moveOf(key, &command)) {
+                model.perform(command);
+            }
         }
-    } else if (commandOf(key, &command)) {
+    } else if (commandOf(key, classic, &command)) {
         model.perform(command);
     }
     return true;
@@ -170,7 +238,8 @@ bool handle(const SDL_Event &event, Model &model, Window &window)
     case SDL_TEXTINPUT: model.type(event.text.text); break;
     case SDL_MOUSEBUTTONDOWN:
         if (event.button.button == SDL_BUTTON_LEFT) {
-            model.press(event.button.x, event.button.y);
+            model.press(event.button.x, event.button.y, (SDL_GetModState() & KMOD_SHIFT) != 0,
+                        event.button.clicks == 2);
         }
         break;
     case SDL_MOUSEMOTION: model.drag(event.motion.x, event.motion.y); break;
