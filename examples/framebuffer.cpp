@@ -1,5 +1,5 @@
 // Text on a Linux framebuffer of 16-bit pixels: five bits of red, six of green, five
-// of blue. The painter of tools/common draws there through a surface of its own.
+// of blue. A surface says where they are; the library paints there.
 //
 //     example_framebuffer /dev/fb0 FONT.ttf [TEXT]
 //     example_framebuffer FILE=320x240 FONT.ttf [TEXT]
@@ -27,11 +27,8 @@ namespace
 {
 
 /// Pixels of 16 bits in memory that somebody else owns: red in the high five bits,
-/// green in six, blue in the low five. Rows are `stride` bytes apart.
-///
-/// A blend goes through 8 bits a part, where the coverage is, and is rounded to the
-/// nearest step once, so a part is off by half a step (4 of 255 for red and blue, 2
-/// for green) for each blend of a pixel, and by nothing where the coverage is 0.
+/// green in six, blue in the low five. Rows are `stride` bytes apart. The library mixes
+/// in 8 bits a part and rounds to the nearest step once for each blend.
 class Rgb565 : public host::Surface
 {
 public:
@@ -40,36 +37,12 @@ public:
     {
     }
 
-    static std::uint16_t packed(int red, int green, int blue)
+    ZkTextSurface pixels() override
     {
-        return static_cast<std::uint16_t>(step(red, 31) << 11 | step(green, 63) << 5 |
-                                          step(blue, 31));
-    }
-
-    static host::Color unpacked(std::uint16_t pixel)
-    {
-        const int red = pixel >> 11, green = pixel >> 5 & 63, blue = pixel & 31;
-        return {static_cast<std::uint8_t>(red << 3 | red >> 2),
-                static_cast<std::uint8_t>(green << 2 | green >> 4),
-                static_cast<std::uint8_t>(blue << 3 | blue >> 2), 255};
+        return {m_memory, width(), height(), m_stride, ZkTextSurface::Rgb565};
     }
 
 private:
-    /// The nearest of the steps 0 to `most` to a part of 0 to 255.
-    static int step(int part, int most) { return (part * most + 127) / 255; }
-
-    void mix(int x, int y, const host::Color &color, int share) override
-    {
-        std::uint8_t *at = m_memory + static_cast<std::ptrdiff_t>(y) * m_stride + x * 2;
-        std::uint16_t pixel;
-        std::memcpy(&pixel, at, sizeof pixel);
-        const host::Color below = unpacked(pixel);
-        pixel = packed(host::mixed(below.red, color.red, share),
-                       host::mixed(below.green, color.green, share),
-                       host::mixed(below.blue, color.blue, share));
-        std::memcpy(at, &pixel, sizeof pixel);
-    }
-
     std::uint8_t *m_memory;
     int m_stride;
 };

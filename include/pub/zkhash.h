@@ -220,7 +220,11 @@ public:
     ZkHash(ZkHash &&other) noexcept : ZkHash() { swap(other); }
     ~ZkHash() { Sharing::leave(d); }
 
-    ZkHash &operator=(const ZkHash &other) { return Sharing::assign(*this, other); }
+    ZkHash &operator=(const ZkHash &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the tables.
     ZkHash &operator=(ZkHash &&other) noexcept
     {
@@ -295,7 +299,7 @@ private:
     ZkHashData *&block() { return d; }
     static ZkHashData *emptyBlock() { return &ZkHashData::shared_null; }
     void copyBlock() { detach_helper(); }
-    static void destroyBlock(ZkHashData *x);
+    static void destroyBlock(ZkHashData *x) __attribute__((noinline));
     bool isAlone() const { return zkIsUnshared(d, &ZkHashData::shared_null); }
     ZkHashData *writable();
     void detach() { Sharing::detach(*this); }
@@ -363,7 +367,7 @@ ZkHash<K, T>::ZkHash(std::initializer_list<std::pair<K, T>> pairs) : ZkHash()
 
 // Destroys keys and values and frees the table.
 template <typename K, typename T>
-inline void ZkHash<K, T>::destroyBlock(ZkHashData *x)
+void ZkHash<K, T>::destroyBlock(ZkHashData *x)
 {
     x->free_helper(kDelete);
 }

@@ -179,7 +179,11 @@ public:
     ZkList(ZkList &&other) noexcept : ZkList() { swap(other); }
     ~ZkList() { Sharing::leave(p.d); }
 
-    ZkList &operator=(const ZkList &other) { return Sharing::assign(*this, other); }
+    ZkList &operator=(const ZkList &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the blocks.
     ZkList &operator=(ZkList &&other) noexcept
     {
@@ -267,7 +271,7 @@ private:
     ZkListData::Data *&block() { return p.d; }
     static ZkListData::Data *emptyBlock() { return &ZkListData::shared_null; }
     void copyBlock() { detach_helper(p.d->alloc); }
-    static void destroyBlock(ZkListData::Data *x);
+    static void destroyBlock(ZkListData::Data *x) __attribute__((noinline));
     // One comparison: size is never negative.
     bool has(int i) const { return static_cast<unsigned>(i) < static_cast<unsigned>(size()); }
     void clearSlots();
@@ -325,7 +329,7 @@ void ZkList<T>::deleteNodes(void **first, void **stop)
 }
 
 template <typename T>
-inline void ZkList<T>::destroyBlock(ZkListData::Data *x)
+void ZkList<T>::destroyBlock(ZkListData::Data *x)
 {
     deleteNodes(x->array + x->begin, x->array + x->end);
     std::free(x);

@@ -145,7 +145,11 @@ public:
     ZkMap(ZkMap &&other) noexcept : ZkMap() { swap(other); }
     ~ZkMap() { Sharing::leave(d); }
 
-    ZkMap &operator=(const ZkMap &other) { return Sharing::assign(*this, other); }
+    ZkMap &operator=(const ZkMap &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the tables.
     ZkMap &operator=(ZkMap &&other) noexcept
     {
@@ -211,7 +215,7 @@ private:
     ZkMapData *&block() { return d; }
     static ZkMapData *emptyBlock() { return &ZkMapData::shared_null; }
     void copyBlock() { detach_helper(); }
-    static void destroyBlock(ZkMapData *x);
+    static void destroyBlock(ZkMapData *x) __attribute__((noinline));
     bool isAlone() const { return zkIsUnshared(d, &ZkMapData::shared_null); }
     ZkMapData::Node *writable();
     template <typename Search>

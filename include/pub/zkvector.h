@@ -120,7 +120,11 @@ public:
     ZkVector(ZkVector &&other) noexcept : ZkVector() { swap(other); }
     ~ZkVector() { Sharing::leave(d); }
 
-    ZkVector &operator=(const ZkVector &other) { return Sharing::assign(*this, other); }
+    ZkVector &operator=(const ZkVector &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     /// Exchanges the blocks.
     ZkVector &operator=(ZkVector &&other) noexcept
     {
@@ -219,7 +223,7 @@ private:
     ZkVectorData *&block() { return d; }
     static ZkVectorData *emptyBlock() { return &ZkVectorData::shared_null; }
     void copyBlock() { realloc(d->size, d->alloc); }
-    static void destroyBlock(ZkVectorData *x);
+    static void destroyBlock(ZkVectorData *x) __attribute__((noinline));
     bool isAlone() const { return zkIsUnshared(d, &ZkVectorData::shared_null); }
     static int grown(int size)
     {
@@ -253,7 +257,7 @@ ZkVector<T>::ZkVector(int size, const T &value) : ZkVector()
 
 // Destroys the elements, the last one first, and frees the block.
 template <typename T>
-inline void ZkVector<T>::destroyBlock(ZkVectorData *x)
+void ZkVector<T>::destroyBlock(ZkVectorData *x)
 {
     if constexpr (!std::is_trivially_destructible<T>::value) {
         for (T *element = array(x) + x->size; element != array(x);) {

@@ -65,9 +65,9 @@ public:
     static constexpr int kMostFaces = 254;
 
     /// An empty chain of its own.
-    ZkFontChain() noexcept = default;
+    ZkFontChain() noexcept;
     /// A chain of one.
-    explicit ZkFontChain(const ZkTypeface &face) { append(face); }
+    explicit ZkFontChain(const ZkTypeface &face);
     ZkFontChain(const ZkFontChain &other) noexcept;
     ZkFontChain(ZkFontChain &&other) noexcept : d(other.d) { other.d = nullptr; }
     ~ZkFontChain();
@@ -80,7 +80,8 @@ public:
     std::uint32_t serial() const { return faces().serial(); }
 
     /// These change the chain for all its handles. False, and nothing changed, for an
-    /// index out of range, more than `kMostFaces` typefaces, or without memory.
+    /// index out of range, more than `kMostFaces` typefaces, or without memory. A handle
+    /// that was moved from, or made without memory, has no chain to change.
     bool append(const ZkTypeface &face) { return insert(-1, face); }
     /// Before the typeface at `index`; -1 or `size()` is behind the last.
     bool insert(int index, const ZkTypeface &face);

@@ -7,23 +7,31 @@
 #include "zktypeface.h"
 
 struct ZkGlyphCacheData;
+struct ZkGlyphCacheStripe;
 
 /// A rendered glyph of a typeface, as the cache keeps it: the record that painters know,
 /// the same pixels as the classic rasteriser makes, and what it is found by. `pixels` is
-/// never null; `unicode` and `useCount` are 0 and mean nothing here. In `font` slant,
-/// embolden and outline count; an underline is not the glyph's.
+/// never null; `useCount` is 0 and means nothing here. In `font` slant, embolden and
+/// outline count; an underline is not the glyph's.
 struct ZkGlyph {
     GlyphBitmap bitmap;  ///< first, so that a pointer to it serves the classic painters
-    std::uint32_t bytes; ///< that the glyph takes in the cache, this record included
-    std::uint64_t key;   ///< of `ZkGlyphCache::key`
-    ZkGlyph *next;       ///< the cache's own, as are the next two
-    std::uint32_t mark;
-    mutable std::uint32_t stamp; ///< the cache's clock when it was last looked up
+    std::uint32_t bytes; ///< the cache's own, as are the next two
+    mutable std::uint32_t stamp;
+    ZkGlyph *next;
+    std::uint32_t low, high; ///< of the key
 
-    std::uint32_t index() const { return static_cast<std::uint32_t>(key) & 0xFFFFFFu; }
-    unsigned pixelSize() const { return static_cast<unsigned>(key >> 24) & 0xFFu; }
-    std::uint32_t typefaceId() const { return static_cast<std::uint32_t>(key >> 35); }
+    std::uint64_t key() const { return std::uint64_t(high) << 32 | low; }
+    std::uint32_t index() const { return low & 0xFFFFFFu; }
+    unsigned pixelSize() const { return low >> 24; }
+    std::uint32_t typefaceId() const { return high >> 3; }
+
+    /// True for a glyph that FreeType could not load or render, or that is larger than
+    /// any sane one: it is empty.
+    bool isFailed() const { return bitmap.unicode == 0xFFFF; }
 };
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(sizeof(ZkGlyph) == 48, "a glyph without its pixels is 48 bytes on the device");
+#endif
 static_assert(offsetof(ZkGlyph, bitmap) == 0, "a glyph is a glyph record and more");
 
 class ZkGlyphHolder;
@@ -48,12 +56,13 @@ class ZkGlyphHolder;
 /// rendered once, even when several threads miss it, outside every lock but its
 /// typeface's.
 ///
-/// When the last handle of a typeface goes, its glyphs leave every cache, those that are
-/// held as soon as they are let go. Destroying a cache leaves its holders what they hold.
+/// When the last handle of a typeface goes, its glyphs leave every cache; those that are
+/// held stay good and are the first to go once they are let go. Destroying a cache leaves
+/// its holders what they hold.
 class ZK_EXPORT ZkGlyphCache
 {
 public:
-    enum { DefaultBudget = 2 << 20 };
+    enum { DefaultBudget = 2 << 20, LeastBudget = 8 << 10 };
 
     /// Bytes and counts at one moment. The bytes add up to `bytes`.
     struct Stats {
@@ -76,10 +85,10 @@ public:
         std::uint64_t failures; ///< glyphs that came out empty because something failed
         std::uint64_t trims;    ///< times that room was made
         std::uint32_t longestLockMicroseconds; ///< that look-ups had to wait
-        std::uint32_t clock;                   ///< now; the age of a glyph is the difference
+        std::uint32_t clock; ///< ticks with every miss, and now and then while there is none
     };
 
-    /// Takes `budget` bytes at most, 0 is no bound.
+    /// Takes `budget` bytes at most; 0 is no bound, less than `LeastBudget` counts as that.
     explicit ZkGlyphCache(std::size_t budget = DefaultBudget);
     ~ZkGlyphCache();
     ZkGlyphCache(const ZkGlyphCache &) = delete;
@@ -88,8 +97,8 @@ public:
     /// The one of the process, made on the first call and never destroyed.
     static ZkGlyphCache &shared();
 
-    /// What a glyph is found by: glyph index in bits 0 to 23, size in 24 to 31, style in
-    /// 32 to 34 (as `ZkFonteUnitCache::fontFlag`), typeface above.
+    /// What a glyph is found by: glyph index in bits 0 to 23, size in 24 to 31, slant,
+    /// embolden and outline in 32 to 34, typeface above.
     static std::uint64_t key(const ZkTypeface &face, std::uint32_t index, const ZkFont &font);
 
     std::size_t budget() const;
@@ -100,8 +109,12 @@ public:
     /// Starts the counts and the peak anew.
     void resetStats();
 
-    /// Calls `visit` for every glyph, in no order. It must not use the cache.
-    void walk(void (*visit)(const ZkGlyph &glyph, bool isHeld, void *context), void *context) const;
+    /// What `walk` calls: whether a holder holds the glyph, and how many ticks of the
+    /// clock ago it was last looked up. It must not use the cache.
+    typedef void (*Visit)(const ZkGlyph &glyph, bool isHeld, std::uint32_t age, void *context);
+
+    /// Calls `visit` for every glyph, in no order.
+    void walk(Visit visit, void *context) const;
 
     /// Drops all glyphs that nobody holds and gives their memory back.
     void clear();
@@ -139,7 +152,7 @@ private:
 ///
 /// An object belongs to one thread at a time, several may hold the same glyphs. Asking
 /// for a glyph that is held already costs a look into the holder alone. Up to twelve
-/// distinct glyphs need no memory.
+/// distinct glyphs need no memory of its own.
 class ZK_EXPORT ZkGlyphHolder
 {
 public:
@@ -170,29 +183,21 @@ private:
 
     enum { InlineSlots = 16 };
 
-    const ZkGlyph *find(std::uint64_t key, std::uint32_t hash) const;
-    bool grow();
-    void add(const ZkGlyph *glyph, std::uint32_t hash);
+    const ZkGlyph *find(std::uint32_t low, std::uint32_t high, std::uint32_t hash) const;
+    bool lookUp(std::uint32_t size, std::uint32_t high, const std::uint32_t *indices, int n,
+                const ZkGlyph **out);
     bool makeRoom();
-    void enter();
+    void add(const ZkGlyph *glyph, std::uint32_t hash);
+    void enroll(ZkGlyphCacheStripe *stripe);
+    void touchAll() const;
 
     ZkGlyphCacheData *m_cache;
     const ZkGlyph **m_slots; ///< open addressing, null is free
     std::uint32_t m_mask;    ///< slots less one
     int m_count = 0;
-    ZkGlyphHolder *m_next = nullptr, **m_link = nullptr; ///< among those of a stripe
+    ZkGlyphHolder *m_next = nullptr, **m_link = nullptr; ///< among those of `m_stripe`
     unsigned m_stripe = 0;
     const ZkGlyph *m_inline[InlineSlots] = {};
 };
-
-inline const ZkGlyph *ZkGlyphHolder::find(std::uint64_t key, std::uint32_t hash) const
-{
-    for (std::uint32_t i = hash & m_mask; m_slots[i] != nullptr; i = (i + 1) & m_mask) {
-        if (m_slots[i]->key == key) {
-            return m_slots[i];
-        }
-    }
-    return nullptr;
-}
 
 #endif

@@ -114,6 +114,10 @@ public:
     /// at least a pixel. Null when there is no such glyph.
     ZkRect underline(const ZkFont &font) const;
 
+    /// The same for glyphs and cells that somebody else keeps.
+    static ZkRect underline(const ZkLineCell *cells, int cellCount, const ZkPlacedGlyph *glyphs,
+                            int baseline, const ZkFont &font, int charSpacing);
+
 private:
     void makeCells(const PaintInfo &record, const ZkLineStyle &style);
     void settleArabicMarks();

@@ -62,8 +62,8 @@ struct ZkTextPosition {
 /// Where a caret stands.
 struct ZkCaret {
     int line;
-    int x;      ///< column of the caret. In right-to-left text it is the last column of the
-                ///< character that is about to be read, else the first one
+    int x; ///< column of the caret. In right-to-left text it is the last column of the
+           ///< character that is about to be read, else the first one
     int top;
     int height;
     bool isRightToLeft; ///< of the character that it belongs to
@@ -235,6 +235,8 @@ public:
 
 private:
     friend struct ZkInspector;
+
+    ZK_HIDDEN ZkTextPosition step(const ZkTextPosition &position, bool toRight) const;
 
     ZkParagraphData *d;
 };

@@ -4,6 +4,9 @@
 #include "zkfont.h"
 #include "zktypeface.h"
 
+#include <cstddef>
+#include <cstdint>
+
 class ZkGlyphHolder;
 class ZkTextCharacters;
 
@@ -59,6 +62,10 @@ public:
     }
     /// Keeps the first `size` glyphs, and all memory.
     void truncate(int size) { m_size = size; }
+    std::size_t memoryBytes() const
+    {
+        return static_cast<std::size_t>(m_capacity) * sizeof(ZkShapedGlyph);
+    }
 
 private:
     void grow(int count);
@@ -71,20 +78,20 @@ private:
 /// script and direction. It never cuts a grapheme cluster. Pointers are the caller's and
 /// good for the call.
 struct ZkShapeRun {
-    const ZkUcs2 *text;        ///< the whole text, from its unit 0
-    int first, last;           ///< to shape
-    int contextFirst;          ///< units before `first` and from `last` on that may be looked
-    int contextLast;           ///< at, for letters that join; no others
+    const ZkUcs2 *text; ///< the whole text, from its unit 0
+    int first, last;    ///< to shape
+    int contextFirst;   ///< units before `first` and from `last` on that may be looked
+    int contextLast;    ///< at, for letters that join; no others
     const ZkTypeface *face;
-    ZkFont font;               ///< size and style; letters are as wide as its glyphs
-    int script;                ///< a `ZkCharacter::Script`; `ScriptCommon` when not asked for
+    ZkFont font; ///< size and style; letters are as wide as its glyphs
+    int script;  ///< a `ZkCharacter::Script`; `ScriptCommon` when not asked for
     bool isRightToLeft;
-    bool isKerned;             ///< pairs of letters are to be kerned
-    bool isSpaced;             ///< there is letter spacing: no ligatures that could be left out
-    int tag;                   ///< of the span
+    bool isKerned; ///< pairs of letters are to be kerned
+    bool isSpaced; ///< there is letter spacing: no ligatures that could be left out
+    int tag;       ///< of the span
     const ZkTextCharacters *characters; ///< of the whole text
     const std::uint8_t *breaks;         ///< `ZkTextBreaks::flags()` of the whole text
-    ZkGlyphHolder *holder;     ///< where the layout keeps its glyphs: ask it for records
+    ZkGlyphHolder *holder;              ///< where the layout keeps its glyphs: ask it for records
 };
 
 /// Turns characters into glyphs and their places: the stage of layout between analysis and
@@ -125,9 +132,6 @@ class ZK_EXPORT ZkSimpleShaper : public ZkShaper
 public:
     void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override;
     bool needsScripts() const override;
-
-    /// The one that layouts use when no other is set.
-    static ZkSimpleShaper &shared();
 };
 
 #endif

@@ -67,7 +67,8 @@ public:
     void setText(const ZkTextCharacters &text, Direction direction = Auto);
 
     /// `text` is the text of before, in which `removed` units at `first` have been replaced
-    /// by `inserted` others. Resolves only the paragraphs that they touch.
+    /// by `inserted` others. Resolves only the paragraphs that they touch, unless the whole
+    /// text runs from left to right now or did before.
     void edit(const ZkTextCharacters &text, int first, int removed, int inserted);
 
     int size() const { return m_size; }
@@ -107,6 +108,10 @@ private:
     void setLeftToRight(const ZkTextSource &text, bool separated);
     void *listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit);
     void resolve(const ZkTextSource &text, std::uint32_t classes);
+    void resolveParagraphs(const ZkTextSource &text, int first, int last, std::uint32_t classes,
+                           void *scratch);
+    void replaceParagraphs(const ZkTextCharacters &text, int begin, int end, int change);
+    int paragraphNumber(int i) const;
     int contentEnd(int first, int last) const;
     void allocate(std::int64_t bytes, std::int64_t kept);
 

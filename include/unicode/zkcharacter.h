@@ -407,7 +407,8 @@ public:
     void setText(const char32_t *text, int count);
 
     /// `text` is the text of before with `removed` units at `first` replaced by `inserted`
-    /// others. Looks up those only; O(inserted) and a move of what is behind.
+    /// others. Looks up those only; O(inserted), a move of what is behind and a glance at all
+    /// of the text.
     void edit(const ZkUcs2 *text, int first, int removed, int inserted);
     void edit(const char32_t *text, int first, int removed, int inserted);
 
@@ -427,6 +428,12 @@ private:
     friend class ZkTextBreaks;
 
     void reserve(int units);
+    template <typename Unit>
+    void set(const Unit *text, int units);
+    template <typename Unit>
+    void replace(const Unit *text, int first, int removed, int inserted);
+    template <typename Unit>
+    void keep(const Unit *text);
 
     const ZkUcs2 *m_units;    // the text when it is UTF-16, else null
     const char32_t *m_points; // the text when it is code points, else null

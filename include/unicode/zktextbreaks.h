@@ -84,6 +84,8 @@ public:
                      Unspaced unspaced = BetweenClusters, ZkWordBreaker *breaker = nullptr);
 
 private:
+    static void findRange(const ZkTextCharacters &text, int first, int last, std::uint8_t *flags,
+                          Unspaced unspaced, ZkWordBreaker *breaker);
     void reserve(int units);
 
     std::uint8_t *m_flags;

@@ -3,7 +3,7 @@
 
 #include "zktextbreaks.h"
 
-struct ZkThaiWordsData;
+struct _ThBrk; // of libthai
 
 /// Thai words by the dictionary of libthai, so that lines end between them.
 ///
@@ -23,21 +23,21 @@ public:
     /// The dictionary that is installed with libthai, or the one in the folder that the
     /// environment names in LIBTHAI_DICTDIR.
     ZkThaiWords();
-    /// The dictionary `thbrk.tri` of a folder.
-    explicit ZkThaiWords(const char *folder);
+    /// A dictionary in libthai's format; the installed one is called `thbrk.tri`.
+    explicit ZkThaiWords(const char *file);
     ~ZkThaiWords() override;
     ZkThaiWords(const ZkThaiWords &) = delete;
     ZkThaiWords &operator=(const ZkThaiWords &) = delete;
 
     /// False when there is no dictionary or no memory for it: Thai lines then end between
     /// clusters too.
-    bool isValid() const { return d != nullptr; }
+    bool isValid() const { return m_dictionary != nullptr; }
 
-    /// O(n); five bytes a letter of the longest stretch without a space are kept.
+    /// O(n). More than 2,048 letters without a space are looked at piece by piece.
     void findWords(const ZkUcs2 *run, int units, std::uint8_t *starts) override;
 
 private:
-    ZkThaiWordsData *d; // the dictionary of libthai
+    _ThBrk *m_dictionary; // null without one
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include "zkcharacter.h"
 #include "zkopentype.h"
 #include "zkshapedwords.h"
+#include "zktextbreaks.h"
 
 #include <algorithm>
 
@@ -49,6 +50,11 @@ bool isMarkOrFormat(char32_t c)
            category == ZkCharacter::CategoryCf;
 }
 
+std::int16_t cutTo16(int value)
+{
+    return static_cast<std::int16_t>(std::clamp(value, -0x7FFF, 0x7FFF));
+}
+
 /// True when a character outside of a run can change its neighbour inside.
 bool reachesOver(char32_t c)
 {
@@ -64,32 +70,32 @@ ZkRunShaper::ZkRunShaper(ZkShapedWordsData *shared) : m_shared(shared), m_buffer
     }
 }
 
-bool ZkRunShaper::shape(ZkShapeStyle &style, const ZkRunText &run,
-                        const std::vector<hb_feature_t> &ranged)
+bool ZkRunShaper::shape(ZkShapeStyle &style, const ZkShapeRun &run,
+                        const std::vector<hb_feature_t> &ranged, ZkShapedGlyphs *glyphs)
 {
-    m_glyphs.clear();
-    if (run.first >= run.last) {
-        return true;
-    }
+    m_glyphs = glyphs;
+    const int before = glyphs->size();
+    bool shaped = false;
     if (m_shared == nullptr || !ranged.empty()) {
-        return shapeDirectly(style, run, run.first, run.last, ranged);
+        shaped = shapeDirectly(style, run, run.first, run.last, ranged);
+    } else {
+        const bool byWords = style.isSpaceFree.load(std::memory_order_relaxed);
+        Outcome outcome = shapeByWords(style, run, byWords);
+        if (outcome == Joined) {
+            // The font joins words after all.
+            style.isSpaceFree.store(false, std::memory_order_relaxed);
+            glyphs->truncate(before);
+            outcome = shapeByWords(style, run, false);
+        }
+        shaped = outcome == Shaped;
     }
-    struct Unlocking {
-        ZkRunShaper &shaper;
-        ~Unlocking() { shaper.unlock(); }
-    } const atTheEnd{*this};
-    const bool byWords = style.isSpaceFree.load(std::memory_order_relaxed);
-    Outcome outcome = shapeByWords(style, run, byWords);
-    if (outcome == Joined && byWords) {
-        // The font joins words after all.
-        style.isSpaceFree.store(false, std::memory_order_relaxed);
-        m_glyphs.clear();
-        outcome = shapeByWords(style, run, false);
+    if (!shaped) {
+        glyphs->truncate(before);
     }
-    return outcome == Shaped;
+    return shaped;
 }
 
-ZkRunShaper::Piece ZkRunShaper::nextPiece(const ZkRunText &run, int first, bool byWords)
+ZkRunShaper::Piece ZkRunShaper::nextPiece(const ZkShapeRun &run, int first, bool byWords)
 {
     int last = run.last;
     for (int i = first; byWords && i + 1 < run.last; ++i) {
@@ -111,7 +117,7 @@ ZkRunShaper::Piece ZkRunShaper::nextPiece(const ZkRunText &run, int first, bool 
 }
 
 /// Appends a word that is known; false when it is not. No word waits.
-bool ZkRunShaper::appendKnown(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece)
+bool ZkRunShaper::appendKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece)
 {
     const ZkWordKey key(run.text + piece.first, piece.last - piece.first, style.words);
     const ZkKnownWord *const word = lockedWords().find(key);
@@ -120,10 +126,10 @@ bool ZkRunShaper::appendKnown(const ZkShapeStyle &style, const ZkRunText &run, c
         return false;
     }
     ++m_shared->hits;
-    const std::size_t at = m_glyphs.size();
-    m_glyphs.insert(m_glyphs.end(), word->glyphs(), word->glyphs() + word->glyphCount);
-    for (std::size_t i = at; i < m_glyphs.size(); ++i) {
-        m_glyphs[i].cluster += piece.first;
+    ZkShapedGlyph *const glyphs = m_glyphs->extend(word->glyphCount);
+    for (int i = 0; i < word->glyphCount; ++i) {
+        glyphs[i] = word->glyphs()[i];
+        glyphs[i].cluster += piece.first;
     }
     return true;
 }
@@ -150,7 +156,7 @@ void ZkRunShaper::unlock()
     }
 }
 
-ZkRunShaper::Outcome ZkRunShaper::shapeByWords(const ZkShapeStyle &style, const ZkRunText &run,
+ZkRunShaper::Outcome ZkRunShaper::shapeByWords(const ZkShapeStyle &style, const ZkShapeRun &run,
                                                bool byWords)
 {
     m_pending.clear();
@@ -181,7 +187,7 @@ ZkRunShaper::Outcome ZkRunShaper::shapeByWords(const ZkShapeStyle &style, const 
     return flush(style, run);
 }
 
-bool ZkRunShaper::isKnown(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece)
+bool ZkRunShaper::isKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece)
 {
     const ZkWordKey key(run.text + piece.first, piece.last - piece.first, style.words);
     const bool known = lockedWords().find(key) != nullptr;
@@ -190,30 +196,29 @@ bool ZkRunShaper::isKnown(const ZkShapeStyle &style, const ZkRunText &run, const
 }
 
 /// Shapes the words that wait, as one, and keeps them.
-ZkRunShaper::Outcome ZkRunShaper::flush(const ZkShapeStyle &style, const ZkRunText &run)
+ZkRunShaper::Outcome ZkRunShaper::flush(const ZkShapeStyle &style, const ZkShapeRun &run)
 {
     unlock();
     if (m_pending.empty()) {
         return Shaped;
     }
-    const std::size_t firstGlyph = m_glyphs.size();
+    int glyph = m_glyphs->size();
     if (!shapeDirectly(style, run, m_pending.front().first, m_pending.back().last, {})) {
         return Failed;
     }
     m_starts.clear();
-    std::size_t glyph = firstGlyph;
     for (const Piece &piece : m_pending) {
-        while (glyph < m_glyphs.size() && m_glyphs[glyph].cluster < piece.first) {
+        while (glyph < m_glyphs->size() && (*m_glyphs)[glyph].cluster < piece.first) {
             ++glyph;
         }
-        const bool apart = glyph < m_glyphs.size() && m_glyphs[glyph].cluster == piece.first &&
-                           !m_glyphs[glyph].unsafeToBreak;
+        const bool apart = glyph < m_glyphs->size() && (*m_glyphs)[glyph].cluster == piece.first &&
+                           ((*m_glyphs)[glyph].flags & ZkShapedGlyph::UnsafeToBreak) == 0;
         if (!apart && piece.first != m_pending.front().first) {
             return Joined;
         }
         m_starts.push_back(glyph);
     }
-    m_starts.push_back(m_glyphs.size());
+    m_starts.push_back(m_glyphs->size());
     for (std::size_t i = 0; i < m_pending.size(); ++i) {
         if (m_pending[i].isKept) {
             keep(style, run, m_pending[i], m_starts[i], m_starts[i + 1]);
@@ -225,12 +230,11 @@ ZkRunShaper::Outcome ZkRunShaper::flush(const ZkShapeStyle &style, const ZkRunTe
 }
 
 /// Adds a word to those that are known, unless another thread, or the same text, has.
-void ZkRunShaper::keep(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece,
-                       std::size_t first, std::size_t last)
+void ZkRunShaper::keep(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece,
+                       int first, int last)
 {
-    m_word.assign(m_glyphs.begin() + static_cast<std::ptrdiff_t>(first),
-                  m_glyphs.begin() + static_cast<std::ptrdiff_t>(last));
-    for (ZkWordGlyph &glyph : m_word) {
+    m_word.assign(&(*m_glyphs)[first], &(*m_glyphs)[first] + (last - first));
+    for (ZkShapedGlyph &glyph : m_word) {
         glyph.cluster -= piece.first;
     }
     const ZkWordKey key(run.text + piece.first, piece.last - piece.first, style.words);
@@ -242,7 +246,7 @@ void ZkRunShaper::keep(const ZkShapeStyle &style, const ZkRunText &run, const Pi
 
 /// Shapes units `[first, last)` of the run and appends their glyphs. `ranged` features
 /// come after the style's own.
-bool ZkRunShaper::shapeDirectly(const ZkShapeStyle &style, const ZkRunText &run, int first,
+bool ZkRunShaper::shapeDirectly(const ZkShapeStyle &style, const ZkShapeRun &run, int first,
                                 int last, const std::vector<hb_feature_t> &ranged)
 {
     // HarfBuzz counts from the start of what it is given.
@@ -263,12 +267,14 @@ bool ZkRunShaper::shapeDirectly(const ZkShapeStyle &style, const ZkRunText &run,
                         static_cast<unsigned>(first - origin), last - first);
     return hb_shape_full(style.font, m_buffer, m_features.data(),
                          static_cast<unsigned>(m_features.size()), kZkShapers) != 0 &&
-           appendShaped(first, last, origin);
+           appendShaped(style, run, first, last);
 }
 
 /// Appends what HarfBuzz has shaped, which it has from left to right.
-bool ZkRunShaper::appendShaped(int first, int last, int origin)
+bool ZkRunShaper::appendShaped(const ZkShapeStyle &style, const ZkShapeRun &run, int first,
+                               int last)
 {
+    const int origin = run.contextFirst;
     unsigned count = 0;
     const hb_glyph_info_t *const infos = hb_buffer_get_glyph_infos(m_buffer, &count);
     const hb_glyph_position_t *const places = hb_buffer_get_glyph_positions(m_buffer, &count);
@@ -276,25 +282,36 @@ bool ZkRunShaper::appendShaped(int first, int last, int origin)
         hb_buffer_get_content_type(m_buffer) != HB_BUFFER_CONTENT_TYPE_GLYPHS) {
         return false;
     }
-    const bool backward = HB_DIRECTION_IS_BACKWARD(hb_buffer_get_direction(m_buffer));
+    const bool backward = HB_DIRECTION_IS_BACKWARD(style.segment.direction);
+    const unsigned start = backward ? count - 1 : 0;
+    if (count == 0 || static_cast<int>(infos[start].cluster) + origin != first) {
+        // What comes first shows nothing, in a font without a space for it.
+        ZkShapedGlyph *const nothing = m_glyphs->extend(1);
+        *nothing = {};
+        nothing->flags = ZkShapedGlyph::Invisible;
+        nothing->cluster = first;
+    }
     int previous = first;
-    m_glyphs.reserve(m_glyphs.size() + count);
-    for (unsigned i = 0; i < count; ++i) {
+    ZkShapedGlyph *glyph = m_glyphs->extend(static_cast<int>(count));
+    for (unsigned i = 0; i < count; ++i, ++glyph) {
         const unsigned k = backward ? count - 1 - i : i;
-        const int cluster = static_cast<int>(infos[k].cluster) + origin;
+        int cluster = static_cast<int>(infos[k].cluster) + origin;
         if (cluster < previous || cluster >= last) {
             return false; // out of order: it has given up in the middle
         }
+        // A non-joiner is a cluster of its own to HarfBuzz.
+        while (cluster > previous && (run.breaks[cluster] & ZkTextBreaks::Grapheme) == 0) {
+            --cluster;
+        }
         previous = cluster;
-        ZkWordGlyph glyph = {};
-        glyph.index = infos[k].codepoint & 0xFFFFFFu;
-        glyph.unsafeToBreak =
-            (hb_glyph_info_get_glyph_flags(infos + k) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0 ? 1 : 0;
-        glyph.cluster = cluster;
-        glyph.advance = places[k].x_advance;
-        glyph.x = places[k].x_offset;
-        glyph.y = -places[k].y_offset;
-        m_glyphs.push_back(glyph);
+        const bool unsafe =
+            (hb_glyph_info_get_glyph_flags(infos + k) & HB_GLYPH_FLAG_UNSAFE_TO_BREAK) != 0;
+        glyph->index = infos[k].codepoint & 0xFFFFFFu;
+        glyph->flags = unsafe ? ZkShapedGlyph::UnsafeToBreak : 0u;
+        glyph->advance = std::max(places[k].x_advance, 0);
+        glyph->x = cutTo16(places[k].x_offset);
+        glyph->y = cutTo16(-places[k].y_offset);
+        glyph->cluster = cluster;
     }
     return true;
 }

@@ -23,16 +23,6 @@ struct ZkShapedWordsData {
     }
 };
 
-/// Units `[first, last)` of a text of one style, and the stretch around them that a reader
-/// of the line sees: letters outside of it join nothing.
-struct ZkRunText {
-    const ZkUcs2 *text;
-    int contextFirst;
-    int first;
-    int last;
-    int contextLast;
-};
-
 /// Shapes runs word by word, through the words that are known. An object belongs to one
 /// thread; it keeps its memory for the next run.
 class ZkRunShaper
@@ -44,13 +34,11 @@ public:
     ZkRunShaper(const ZkRunShaper &) = delete;
     ZkRunShaper &operator=(const ZkRunShaper &) = delete;
 
-    /// Shapes a run. `ranged` are features of units of the text, besides the style's own.
-    /// False when HarfBuzz has no memory or gives up on a font; throws `std::bad_alloc`.
-    bool shape(ZkShapeStyle &style, const ZkRunText &run, const std::vector<hb_feature_t> &ranged);
-
-    /// The glyphs in the order of the text; those of one cluster in the order in which
-    /// they are drawn, from the right in right-to-left text. Clusters are units of the text.
-    std::vector<ZkWordGlyph> &glyphs() { return m_glyphs; }
+    /// Appends the glyphs of a run. `ranged` are features of units of the text, besides
+    /// the style's own. False, and nothing appended, when HarfBuzz has no memory or gives
+    /// up on a font; throws `std::bad_alloc`.
+    bool shape(ZkShapeStyle &style, const ZkShapeRun &run, const std::vector<hb_feature_t> &ranged,
+               ZkShapedGlyphs *glyphs);
 
 private:
     struct Piece {
@@ -64,16 +52,16 @@ private:
         Failed,
     };
 
-    static Piece nextPiece(const ZkRunText &run, int first, bool byWords);
-    Outcome shapeByWords(const ZkShapeStyle &style, const ZkRunText &run, bool byWords);
-    bool isKnown(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece);
-    bool appendKnown(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece);
-    Outcome flush(const ZkShapeStyle &style, const ZkRunText &run);
-    void keep(const ZkShapeStyle &style, const ZkRunText &run, const Piece &piece,
-              std::size_t first, std::size_t last);
-    bool shapeDirectly(const ZkShapeStyle &style, const ZkRunText &run, int first, int last,
+    static Piece nextPiece(const ZkShapeRun &run, int first, bool byWords);
+    Outcome shapeByWords(const ZkShapeStyle &style, const ZkShapeRun &run, bool byWords);
+    bool isKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece);
+    bool appendKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece);
+    Outcome flush(const ZkShapeStyle &style, const ZkShapeRun &run);
+    void keep(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece, int first,
+              int last);
+    bool shapeDirectly(const ZkShapeStyle &style, const ZkShapeRun &run, int first, int last,
                        const std::vector<hb_feature_t> &ranged);
-    bool appendShaped(int first, int last, int origin);
+    bool appendShaped(const ZkShapeStyle &style, const ZkShapeRun &run, int first, int last);
     ZkWordTable &lockedWords();
     void unlock();
 
@@ -81,10 +69,10 @@ private:
     std::unique_lock<std::mutex> m_lock; // of *m_shared; held through words that are known
     int m_inOneLock = 0;                 // words looked up since it was taken
     hb_buffer_t *m_buffer;
-    std::vector<ZkWordGlyph> m_glyphs;
-    std::vector<Piece> m_pending;      // words that are not known and follow each other
-    std::vector<std::size_t> m_starts; // their first glyphs
-    std::vector<ZkWordGlyph> m_word;
+    ZkShapedGlyphs *m_glyphs = nullptr; // of the caller
+    std::vector<Piece> m_pending;       // words that are not known and follow each other
+    std::vector<int> m_starts;          // their first glyphs
+    std::vector<ZkShapedGlyph> m_word;
     std::vector<hb_feature_t> m_features;
 };
 

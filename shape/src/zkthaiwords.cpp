@@ -4,13 +4,6 @@
 
 #include <thai/thbrk.h>
 
-struct ZkThaiWordsData {
-    ThBrk *dictionary;
-    thchar_t *letters; // of one stretch, as libthai reads them, with a 0 behind them
-    int *places;       // where its words begin
-    int capacity;      // letters that have room, the 0 not among them
-};
-
 namespace
 {
 
@@ -18,49 +11,44 @@ namespace
 constexpr ZkUcs2 kFirstThai = 0x0E01, kLastThai = 0x0E5B;
 constexpr int kFirstByte = 0xA1;
 
+/// libthai takes time with the square of the length beyond some thousand letters, so a
+/// longer stretch is read through a window. The last words in it are looked at again in
+/// the next one, which shows what follows them.
+constexpr int kWindow = 2048, kAgain = 128;
+
 bool isThai(ZkUcs2 unit)
 {
     return unit >= kFirstThai && unit <= kLastThai;
 }
 
-/// Room for a stretch of `units`; false without memory.
-bool reserve(ZkThaiWordsData &data, int units)
+/// Words of at most kWindow Thai letters. Returns their number; `places` has room for each.
+int findInWindow(ThBrk *dictionary, const ZkUcs2 *text, int units, int *places)
 {
-    if (units <= data.capacity) {
-        return true;
+    thchar_t letters[kWindow + 1];
+    for (int i = 0; i < units; ++i) {
+        letters[i] = static_cast<thchar_t>(text[i] - kFirstThai + kFirstByte);
     }
-    const std::size_t count = static_cast<std::size_t>(units);
-    void *const letters = std::malloc(count + 1);
-    void *const places = std::malloc(count * sizeof(int));
-    if (letters == nullptr || places == nullptr) {
-        std::free(letters);
-        std::free(places);
-        return false;
-    }
-    std::free(data.letters);
-    std::free(data.places);
-    data.letters = static_cast<thchar_t *>(letters);
-    data.places = static_cast<int *>(places);
-    data.capacity = units;
-    return true;
+    letters[units] = 0;
+    return th_brk_find_breaks(dictionary, letters, places, static_cast<std::size_t>(units));
 }
 
-/// Words of a stretch of Thai letters; false without memory.
-bool findThai(ZkThaiWordsData &data, const ZkUcs2 *text, int units, std::uint8_t *starts)
+/// Words of a stretch of Thai letters.
+void findThai(ThBrk *dictionary, const ZkUcs2 *text, int units, std::uint8_t *starts)
 {
-    if (!reserve(data, units)) {
-        return false;
+    int places[kWindow];
+    for (int first = 0, next; first < units; first = next) {
+        const bool last = units - first <= kWindow;
+        const int count =
+            findInWindow(dictionary, text + first, last ? units - first : kWindow, places);
+        next = last ? units : first + kWindow;
+        for (int i = 0; i < count; ++i) {
+            starts[first + places[i]] = 1;
+            if (!last && places[i] >= kWindow - kAgain) {
+                next = first + places[i];
+                break;
+            }
+        }
     }
-    for (int i = 0; i < units; ++i) {
-        data.letters[i] = static_cast<thchar_t>(text[i] - kFirstThai + kFirstByte);
-    }
-    data.letters[units] = 0;
-    const int count = th_brk_find_breaks(data.dictionary, data.letters, data.places,
-                                         static_cast<std::size_t>(units));
-    for (int i = 0; i < count; ++i) {
-        starts[data.places[i]] = 1;
-    }
-    return true;
 }
 
 /// What the library does where nobody knows the words: lines end between clusters.
@@ -90,27 +78,14 @@ ZkThaiWords::ZkThaiWords() : ZkThaiWords(nullptr)
 {
 }
 
-ZkThaiWords::ZkThaiWords(const char *folder) : d(nullptr)
+ZkThaiWords::ZkThaiWords(const char *file) : m_dictionary(th_brk_new(file))
 {
-    ThBrk *const dictionary = th_brk_new(folder);
-    if (dictionary == nullptr) {
-        return;
-    }
-    d = static_cast<ZkThaiWordsData *>(std::calloc(1, sizeof(ZkThaiWordsData)));
-    if (d == nullptr) {
-        th_brk_delete(dictionary);
-        return;
-    }
-    d->dictionary = dictionary;
 }
 
 ZkThaiWords::~ZkThaiWords()
 {
-    if (d != nullptr) {
-        th_brk_delete(d->dictionary);
-        std::free(d->letters);
-        std::free(d->places);
-        std::free(d);
+    if (m_dictionary != nullptr) {
+        th_brk_delete(m_dictionary);
     }
 }
 
@@ -123,7 +98,9 @@ void ZkThaiWords::findWords(const ZkUcs2 *run, int units, std::uint8_t *starts)
         if (first > 0) {
             starts[first] = 1;
         }
-        if (!thai || d == nullptr || !findThai(*d, run + first, last - first, starts + first)) {
+        if (thai && isValid()) {
+            findThai(m_dictionary, run + first, last - first, starts + first);
+        } else {
             findClusters(run + first, last - first, starts + first);
         }
     }

@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr std::size_t kFirstBuckets = 64;
+constexpr std::size_t kFirstBuckets = 16;
 /// What malloc writes before a block, and to what it rounds the sum.
 constexpr std::size_t kBlockHead = sizeof(std::size_t), kBlockUnit = 2 * sizeof(std::size_t);
 
@@ -41,7 +41,7 @@ ZkWordKey::ZkWordKey(const ZkUcs2 *word, int length, std::uint32_t inStyle)
 
 std::size_t ZkKnownWord::bytesOf(std::size_t units, std::size_t glyphCount)
 {
-    return blockBytes(sizeof(ZkKnownWord) + glyphCount * sizeof(ZkWordGlyph) +
+    return blockBytes(sizeof(ZkKnownWord) + glyphCount * sizeof(ZkShapedGlyph) +
                       units * sizeof(ZkUcs2));
 }
 
@@ -64,7 +64,7 @@ const ZkKnownWord *ZkWordTable::find(const ZkWordKey &key)
     return word;
 }
 
-void ZkWordTable::add(const ZkWordKey &key, const ZkWordGlyph *glyphs, int count)
+void ZkWordTable::add(const ZkWordKey &key, const ZkShapedGlyph *glyphs, int count)
 {
     const std::size_t glyphCount = static_cast<std::size_t>(count);
     const std::size_t units = static_cast<std::size_t>(key.units);
@@ -88,8 +88,8 @@ void ZkWordTable::add(const ZkWordKey &key, const ZkWordGlyph *glyphs, int count
     word->units = static_cast<std::uint16_t>(units);
     word->glyphCount = static_cast<std::uint16_t>(glyphCount);
     char *const behind = reinterpret_cast<char *>(word + 1);
-    std::memcpy(behind, glyphs, glyphCount * sizeof(ZkWordGlyph));
-    std::memcpy(behind + glyphCount * sizeof(ZkWordGlyph), key.text, units * sizeof(ZkUcs2));
+    std::memcpy(behind, glyphs, glyphCount * sizeof(ZkShapedGlyph));
+    std::memcpy(behind + glyphCount * sizeof(ZkShapedGlyph), key.text, units * sizeof(ZkUcs2));
     ZkKnownWord **const bucket = m_buckets + (key.hash & (m_bucketCount - 1));
     word->next = *bucket;
     *bucket = word;

@@ -1,23 +1,12 @@
 #ifndef ZKWORDTABLE_H
 #define ZKWORDTABLE_H
 
-#include "zkglobal.h"
+#include "zkshaper.h"
 
 #include <cstddef>
 #include <cstdint>
 
-/// A glyph of a shaped word. Lengths are 1/64 pixel, y grows down.
-struct ZkWordGlyph {
-    std::uint32_t index : 24;
-    std::uint32_t unsafeToBreak : 1;
-    std::uint32_t : 7;
-    std::int32_t cluster; ///< unit of the word
-    std::int32_t advance;
-    std::int32_t x;
-    std::int32_t y;
-};
-
-/// A word of the table: this head, its glyphs, its text.
+/// A word of the table: this head, its glyphs, its text. Clusters are units of the word.
 struct ZkKnownWord {
     ZkKnownWord *next;  // in its bucket
     ZkKnownWord *newer; // used after this one
@@ -27,7 +16,10 @@ struct ZkKnownWord {
     std::uint16_t units;
     std::uint16_t glyphCount;
 
-    const ZkWordGlyph *glyphs() const { return reinterpret_cast<const ZkWordGlyph *>(this + 1); }
+    const ZkShapedGlyph *glyphs() const
+    {
+        return reinterpret_cast<const ZkShapedGlyph *>(this + 1);
+    }
     const ZkUcs2 *text() const { return reinterpret_cast<const ZkUcs2 *>(glyphs() + glyphCount); }
     std::size_t bytes() const { return bytesOf(units, glyphCount); }
 
@@ -61,7 +53,7 @@ public:
 
     /// Adds a word that is not in the table, unless there is no memory or it alone takes
     /// more than an eighth of the budget. The oldest ones make room.
-    void add(const ZkWordKey &key, const ZkWordGlyph *glyphs, int count);
+    void add(const ZkWordKey &key, const ZkShapedGlyph *glyphs, int count);
 
     void setBudget(std::size_t budget);
     void clear();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 // Evaluation, parts, lengths and levels; offset curves are in zkbezieroffset.cpp.
 
@@ -108,6 +109,104 @@ void addLength(ZkBezier piece, float error, int depth, float *sum)
     }
 }
 
+/// A curve cut in pieces in order, for a length that need not be known to the end.
+/// A piece is done when addLength would add its polygon.
+class Pieces
+{
+public:
+    Pieces(const ZkBezier &curve, float error) : m_error(error), m_count(1)
+    {
+        m_pieces[0].curve = curve;
+        measure(&m_pieces[0]);
+    }
+
+    /// What addLength would sum up, as it would, where that is within `near` of `len`,
+    /// and else a number on the same side of `len` and as far from it. NaN when there
+    /// are more pieces than fit here.
+    float lengthNear(float len, float near)
+    {
+        for (;;) {
+            double least = 0, most = 0; // of the sum, but for its rounding
+            float sum = 0;
+            bool isDone = true;
+            for (int i = 0; i < m_count; ++i) {
+                const Piece &piece = m_pieces[i];
+                sum += piece.polygon;
+                most += static_cast<double>(piece.polygon);
+                least += static_cast<double>(piece.isDone ? piece.polygon : piece.chord);
+                isDone = isDone && piece.isDone;
+            }
+            if (isDone) {
+                return sum;
+            }
+            // Of the pieces that are to come, a thousand leave the sum so exact.
+            const double wide = static_cast<double>(near) + most * 0.0001220703125; // 2^-13
+            if (most < static_cast<double>(len) - wide) {
+                return static_cast<float>(most);
+            }
+            if (least > static_cast<double>(len) + wide) {
+                return static_cast<float>(least);
+            }
+            if (!halve()) {
+                return std::numeric_limits<float>::quiet_NaN();
+            }
+        }
+    }
+
+private:
+    struct Piece {
+        ZkBezier curve;
+        float polygon, chord;
+        bool isDone;
+    };
+    static constexpr int kMost = 64;
+
+    void measure(Piece *piece) const
+    {
+        piece->polygon = polygonLength(piece->curve);
+        piece->chord = chordLength(piece->curve);
+        piece->isDone = !(piece->polygon - piece->chord > m_error);
+    }
+
+    // Halves each piece that is not done; false when there is no room.
+    bool halve()
+    {
+        int room = 0;
+        for (int i = 0; i < m_count; ++i) {
+            room += m_pieces[i].isDone ? 1 : 2;
+        }
+        if (room > kMost) {
+            return false;
+        }
+        for (int from = m_count - 1, to = room - 1; from >= 0; --from) {
+            const Piece whole = m_pieces[from];
+            if (whole.isDone) {
+                m_pieces[to--] = whole;
+                continue;
+            }
+            whole.curve.split(&m_pieces[to - 1].curve, &m_pieces[to].curve);
+            measure(&m_pieces[to--]);
+            measure(&m_pieces[to--]);
+        }
+        m_count = room;
+        return true;
+    }
+
+    float m_error;
+    int m_count;
+    Piece m_pieces[kMost];
+};
+
+// The length of `curve` as ZkBezier::length gives it, where that is within kLengthError
+// of `len`; else a number on the same side of `len` that is no nearer. A search compares
+// most lengths with one that is far off, for which a few pieces suffice.
+float lengthNear(const ZkBezier &curve, float len)
+{
+    const float length =
+        Pieces(curve, std::max(kLengthError, leastExcess(curve))).lengthNear(len, kLengthError);
+    return std::isnan(length) ? curve.length(kLengthError) : length;
+}
+
 // Of the two, `at` or `other`, the one whose y is nearer to `y`.
 float nearerInY(const ZkBezier &curve, float at, float other, float y)
 {
@@ -163,7 +262,7 @@ float ZkBezier::tAtLength(float len) const
     float t = 0.5F;
     float high = 1;
     for (;;) {
-        const float part = getSubRange(0, t).length(kLengthError);
+        const float part = lengthNear(getSubRange(0, t), len);
         if (std::fabs(part - len) < kLengthError) {
             return t;
         }

@@ -54,6 +54,9 @@ public:
     /// style a frame of one pixel counts; a shape of 65,536 columns or rows has none.
     void measure(GlyphBitmap *record);
 
+    /// Leaves the glyph its advance alone.
+    void dropPixels() { m_grey = GreyRows(); }
+
     /// Writes the rows, top first and without gaps, with the halo where it was asked for.
     void copyPixels(std::uint8_t *pixels) const;
 

@@ -1,6 +1,6 @@
 #include "zkfontengine.h"
 
-#include "layout/zkthai.h"
+#include "glyph/zkthai.h"
 #include "zkfontcache.h"
 #include "zkscriptrules.h"
 

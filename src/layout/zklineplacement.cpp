@@ -74,11 +74,11 @@ int markX(const GlyphBitmap &base, const GlyphBitmap &mark, std::int64_t pen,
 
 std::int64_t lastColumn(const ZkPlacedGlyph &placed)
 {
-    return std::int64_t(placed.x) + placed.glyph->width - 1;
+    return static_cast<std::int64_t>(placed.x) + placed.glyph->width - 1;
 }
 std::int64_t lastRow(const ZkPlacedGlyph &placed)
 {
-    return std::int64_t(placed.y) + placed.glyph->height - 1;
+    return static_cast<std::int64_t>(placed.y) + placed.glyph->height - 1;
 }
 
 bool shareColumns(const ZkPlacedGlyph &a, const ZkPlacedGlyph &b)
@@ -115,9 +115,9 @@ std::int64_t stemShift(const ZkPlacedGlyph &mark, const ZkPlacedGlyph &base)
     }
     for (int column = 0; column < glyph.width; ++column) {
         for (int row = 0; row < rows; ++row) {
-            if (glyph.pixels[std::ptrdiff_t(row) * glyph.pitch + column] != 0) {
+            if (glyph.pixels[static_cast<std::ptrdiff_t>(row) * glyph.pitch + column] != 0) {
                 const bool isStem = column >= glyph.width / 2;
-                const std::int64_t stem = std::int64_t(base.x) + column;
+                const std::int64_t stem = static_cast<std::int64_t>(base.x) + column;
                 return isStem ? std::max<std::int64_t>(0, lastColumn(mark) + 1 - stem) : 0;
             }
         }
@@ -131,8 +131,8 @@ void settleThaiMarks(ZkPlacedGlyph *placed, const ThaiMarks &marks, const ZkLine
 {
     ZkPlacedGlyph &base = placed[0];
     for (int k = 1; k < cell.count; ++k) {
-        placed[k].x =
-            markX(*base.glyph, *placed[k].glyph, cell.x, std::int64_t(cell.width) - charSpacing);
+        placed[k].x = markX(*base.glyph, *placed[k].glyph, cell.x,
+                            static_cast<std::int64_t>(cell.width) - charSpacing);
     }
     ZkPlacedGlyph &first = placed[1];
     if (marks.lower) {
@@ -173,7 +173,7 @@ std::int64_t indent(const PaintInfo &record, const ZkLineCell *cells, int cellCo
         const GlyphBitmap &glyph = *record.glyphs.at(cells[i].first);
         isTrailing = isTrailing && glyph.unicode == kSpace;
         if (isTrailing || cells[i].leftOut) {
-            missing += std::int64_t(glyph.advance) + style.charSpacing;
+            missing += static_cast<std::int64_t>(glyph.advance) + style.charSpacing;
         }
     }
     switch (style.anchor) {
@@ -199,8 +199,8 @@ ZkTextMetrics ZkTextMetrics::of(const Glyphs &glyphs, int lineHeight)
 
 int ZkTextMetrics::baseline(int bottom) const
 {
-    const std::int64_t room = std::int64_t(lineHeight) - ascent - descent;
-    return zkWrapped(std::int64_t(bottom) + 1 - descent - room / 2);
+    const std::int64_t room = static_cast<std::int64_t>(lineHeight) - ascent - descent;
+    return zkWrapped(static_cast<std::int64_t>(bottom) + 1 - descent - room / 2);
 }
 
 /// The cells of a line from x = 0 on.
@@ -217,22 +217,23 @@ void ZkLinePlacement::makeCells(const PaintInfo &record, const ZkLineStyle &styl
             for (int k = 1; k < cell.count; ++k) {
                 advance = std::max<int>(advance, glyphs.at(i + k)->advance);
             }
-            cell.width = zkWrapped(std::int64_t(advance) + style.charSpacing);
+            cell.width = zkWrapped(static_cast<std::int64_t>(advance) + style.charSpacing);
         }
         m_cells.append(cell);
-        x = zkWrapped(std::int64_t(x) + cell.width);
+        x = zkWrapped(static_cast<std::int64_t>(x) + cell.width);
         i += cell.count;
     }
 }
 
 ZkLinePlacement::ZkLinePlacement(const PaintInfo &record, const ZkLineStyle &style)
-    : m_rect(record.left, zkWrapped(std::int64_t(record.bottom) - style.metrics.lineHeight + 1),
+    : m_rect(record.left,
+             zkWrapped(static_cast<std::int64_t>(record.bottom) - style.metrics.lineHeight + 1),
              record.right, record.bottom),
       m_baseline(0),
       m_charSpacing(style.charSpacing)
 {
     const int origin = style.metrics.baseline(record.bottom);
-    m_baseline = zkWrapped(std::int64_t(origin) + (style.outlined ? 2 : 0));
+    m_baseline = zkWrapped(static_cast<std::int64_t>(origin) + (style.outlined ? 2 : 0));
     makeCells(record, style);
     for (int i = 0; i < record.glyphs.size(); ++i) {
         m_glyphs.append({record.glyphs.at(i), 0, 0, i, 0});
@@ -242,8 +243,8 @@ ZkLinePlacement::ZkLinePlacement(const PaintInfo &record, const ZkLineStyle &sty
         cell.x = zkWrapped(start + cell.x);
         ZkPlacedGlyph *placed = m_glyphs.begin() + cell.first;
         for (int k = 0; k < cell.count; ++k) {
-            placed[k].x = zkWrapped(std::int64_t(cell.x) + placed[k].glyph->left);
-            placed[k].y = zkWrapped(std::int64_t(origin) - placed[k].glyph->top);
+            placed[k].x = zkWrapped(static_cast<std::int64_t>(cell.x) + placed[k].glyph->left);
+            placed[k].y = zkWrapped(static_cast<std::int64_t>(origin) - placed[k].glyph->top);
         }
         if (cell.count > 1) {
             settleThaiMarks(placed, thaiMarks(record.glyphs, cell.first), cell, style.charSpacing);
@@ -269,8 +270,8 @@ void ZkLinePlacement::settleArabicMarks()
             letter = above = below = &placed;
             continue;
         }
-        placed.x =
-            zkWrapped(std::int64_t(letter->x) + (letter->glyph->width - placed.glyph->width) / 2);
+        placed.x = zkWrapped(static_cast<std::int64_t>(letter->x) +
+                             (letter->glyph->width - placed.glyph->width) / 2);
         if (isBelowLetter(*placed.glyph)) {
             dropBelow(placed, *below);
             below = &placed;
@@ -283,19 +284,27 @@ void ZkLinePlacement::settleArabicMarks()
 
 ZkRect ZkLinePlacement::underline(const ZkFont &font) const
 {
+    return underline(cells(), cellCount(), glyphs(), m_baseline, font, m_charSpacing);
+}
+
+ZkRect ZkLinePlacement::underline(const ZkLineCell *cells, int cellCount,
+                                  const ZkPlacedGlyph *glyphs, int baseline, const ZkFont &font,
+                                  int charSpacing)
+{
     const int size = font.fontSize();
     ZkRect strip;
     bool found = false;
-    for (const ZkLineCell &cell : m_cells) {
-        if (m_glyphs[cell.first].glyph->unicode == kSpace || cell.leftOut) {
+    for (const ZkLineCell *at = cells; at != cells + cellCount; ++at) {
+        const ZkLineCell &cell = *at;
+        if (glyphs[cell.first].glyph->unicode == kSpace || cell.leftOut) {
             continue;
         }
         strip.setLeft(found ? strip.left() : cell.x);
-        strip.setRight(zkWrapped(std::int64_t(cell.x) + cell.width - m_charSpacing - 1));
+        strip.setRight(zkWrapped(static_cast<std::int64_t>(cell.x) + cell.width - charSpacing - 1));
         found = true;
     }
     if (found) {
-        const std::int64_t top = std::int64_t(m_baseline) + std::max(1, size / 12);
+        const std::int64_t top = static_cast<std::int64_t>(baseline) + std::max(1, size / 12);
         strip.setTop(zkWrapped(top));
         strip.setBottom(zkWrapped(top + std::max(1, size / 16) - 1));
     }

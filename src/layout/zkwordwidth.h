@@ -1,7 +1,7 @@
 #ifndef ZKWORDWIDTH_H
 #define ZKWORDWIDTH_H
 
-#include "layout/zkthai.h"
+#include "glyph/zkthai.h"
 
 #include "zkfont.h"
 #include "zkglobal.h"

@@ -62,6 +62,11 @@ void appendInteger(ZkTextBuffer *out, const ZkNumberSymbols &symbols, std::uint6
     ZkUcs2 *const end = room + kZkMostDigits;
     ZkUcs2 *const digits = zkWriteInteger(end, magnitude, base);
     const int count = static_cast<int>(end - digits);
+    if (flags == 0 && style.precision <= 1 && symbols.zero == '0') { // digits are all there is
+        zkAppendSign(out, negative, symbols, flags);
+        out->append(digits, count);
+        return;
+    }
     const ZkUcs2 zero = decimal ? symbols.zero : ZkUcs2('0');
     shiftDigits(digits, count, zero);
 

@@ -23,7 +23,13 @@ struct Escape {
 
 int digitOf(const ZkUcs2 *at, const ZkUcs2 *end)
 {
-    return at < end ? zkUnicodeRecord(*at).digitValue : -1;
+    if (at >= end) {
+        return -1;
+    }
+    if (*at < 0x80) {
+        return *at >= '0' && *at <= '9' ? *at - '0' : -1;
+    }
+    return zkUnicodeRecord(*at).digitValue;
 }
 
 /// Finds the first escape that begins at or behind `at`. After a '%' (or "%L") and
@@ -52,26 +58,55 @@ bool findEscape(const ZkUcs2 *at, const ZkUcs2 *end, Escape *escape)
 
 /// The escapes of the lowest number in a text.
 struct LowestEscapes {
-    int minEscape;         // that number
-    int occurrences;       // how many there are; 0 when the text has no escape
-    int localeOccurrences; // how many of them are marked 'L'
-    int escapeLength;      // the units they take
+    static constexpr int kKept = 4;
+
+    int minEscape = INT_MAX;   // that number
+    int occurrences = 0;       // how many there are; 0 when the text has no escape
+    int localeOccurrences = 0; // how many of them are marked 'L'
+    int escapeLength = 0;      // the units they take
+    Escape kept[kKept];        // the first of them, which need not be looked for again
+
+    void add(const Escape &escape)
+    {
+        if (escape.number < minEscape) {
+            minEscape = escape.number;
+            occurrences = localeOccurrences = escapeLength = 0;
+        }
+        if (occurrences < kKept) {
+            kept[occurrences] = escape;
+        }
+        ++occurrences;
+        localeOccurrences += escape.locale;
+        escapeLength += static_cast<int>(escape.end - escape.begin);
+    }
+
+    /// Calls `use` with each of them in order.
+    template <typename Use>
+    void forEach(const ZkUcs2 *end, Use use) const
+    {
+        for (int i = 0; i < std::min<int>(occurrences, kKept); ++i) {
+            use(kept[i]);
+        }
+        if (occurrences > kKept) {
+            Escape escape = {};
+            for (const ZkUcs2 *at = kept[kKept - 1].end; findEscape(at, end, &escape);
+                 at = escape.end) {
+                if (escape.number == minEscape) {
+                    use(escape);
+                }
+            }
+        }
+    }
 };
 
 LowestEscapes findLowest(const ZkString &text)
 {
-    LowestEscapes lowest = {INT_MAX, 0, 0, 0};
+    LowestEscapes lowest;
     Escape escape = {};
     for (const ZkUcs2 *at = text.begin(); findEscape(at, text.end(), &escape); at = escape.end) {
-        if (escape.number > lowest.minEscape) {
-            continue;
+        if (escape.number <= lowest.minEscape) {
+            lowest.add(escape);
         }
-        if (escape.number < lowest.minEscape) {
-            lowest = {escape.number, 0, 0, 0};
-        }
-        ++lowest.occurrences;
-        lowest.localeOccurrences += escape.locale;
-        lowest.escapeLength += static_cast<int>(escape.end - escape.begin);
     }
     if (lowest.occurrences == 0) {
         printMissingArgument();
@@ -100,36 +135,44 @@ ZkUcs2 *copyTo(ZkUcs2 *to, const ZkUcs2 *from, const ZkUcs2 *end)
     return std::copy(from, end, to);
 }
 
-/// Puts a padded argument in place of each of the escapes found: `plain`, or
-/// `locale` where the escape is marked.
-ZkString replaceLowest(const ZkString &text, const LowestEscapes &lowest, const Field &field,
-                       const Argument &plain, const Argument &locale)
+/// Writes the text with a padded argument in place of each of the escapes found: `plain`,
+/// or `locale` where the escape is marked.
+void writeReplaced(ZkUcs2 *to, const ZkString &text, const LowestEscapes &lowest,
+                   const Field &field, const Argument &plain, const Argument &locale)
 {
-    const std::int64_t total =
-        static_cast<std::int64_t>(text.size()) - lowest.escapeLength +
-        (lowest.occurrences - lowest.localeOccurrences) * (plain.size + field.padding(plain)) +
-        lowest.localeOccurrences * (locale.size + field.padding(locale));
-    // Filled with the padding, which the rest then overwrites around. A size that
-    // no int holds is more memory than a block may have.
-    ZkString result(static_cast<int>(std::min<std::int64_t>(total, INT_MAX)), field.fill);
-    if (result.isEmpty()) {
-        return result;
-    }
-    ZkUcs2 *to = result.data();
     const ZkUcs2 *from = text.begin();
-    Escape escape = {};
-    for (const ZkUcs2 *at = from; findEscape(at, text.end(), &escape); at = escape.end) {
-        if (escape.number != lowest.minEscape) {
-            continue;
-        }
+    lowest.forEach(text.end(), [&](const Escape &escape) {
         to = copyTo(to, from, escape.begin);
         from = escape.end;
         const Argument &a = escape.locale ? locale : plain;
         const std::int64_t padding = field.padding(a);
-        to = copyTo(to + (field.width > 0 ? padding : 0), a.units, a.units + a.size);
-        to += field.width > 0 ? 0 : padding;
-    }
+        if (field.width > 0) {
+            to = std::fill_n(to, padding, field.fill);
+        }
+        to = copyTo(to, a.units, a.units + a.size);
+        if (field.width < 0) {
+            to = std::fill_n(to, padding, field.fill);
+        }
+    });
     copyTo(to, from, text.end());
+}
+
+ZkString replaceLowest(const ZkString &text, const LowestEscapes &lowest, const Field &field,
+                       const Argument &plain, const Argument &locale)
+{
+    constexpr int kShort = 128; // units that are written beside and copied into the string
+    const std::int64_t total =
+        static_cast<std::int64_t>(text.size()) - lowest.escapeLength +
+        (lowest.occurrences - lowest.localeOccurrences) * (plain.size + field.padding(plain)) +
+        lowest.localeOccurrences * (locale.size + field.padding(locale));
+    if (total <= kShort) {
+        ZkUcs2 room[kShort];
+        writeReplaced(room, text, lowest, field, plain, locale);
+        return ZkString(room, static_cast<int>(total));
+    }
+    // A size that no int holds is more memory than a block may have.
+    ZkString result(static_cast<int>(std::min<std::int64_t>(total, INT_MAX)), field.fill);
+    writeReplaced(result.data(), text, lowest, field, plain, locale);
     return result;
 }
 

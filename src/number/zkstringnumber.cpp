@@ -26,6 +26,28 @@ Narrow within(Wide value, Wide least, Wide most, bool *ok)
     return static_cast<Narrow>(value);
 }
 
+/// Reads what most integers are, up to nine decimal digits and nothing else: they fit 32
+/// bits, whatever they are. False, and nothing told, for any other text.
+bool readSmall(const ZkString &text, int base, int *value)
+{
+    const int n = text.size();
+    // A locale may have its digits elsewhere.
+    if (n < 1 || n > 9 || base != 10 || ZkLocale::mZeroDigit != '0') {
+        return false;
+    }
+    const ZkUcs2 *at = text.constData();
+    unsigned sum = 0;
+    for (const ZkUcs2 *const end = at + n; at != end; ++at) {
+        const unsigned digit = *at - unsigned('0');
+        if (digit > 9) {
+            return false;
+        }
+        sum = sum * 10 + digit;
+    }
+    *value = static_cast<int>(sum);
+    return true;
+}
+
 /// An integer without anything around it: the digits are all there is to lay out.
 ZkString integerText(std::uint64_t magnitude, bool negative, int base)
 {
@@ -104,6 +126,11 @@ unsigned long long ZkString::toULongLong(bool *ok, int base) const
 
 int ZkString::toInt(bool *ok, int base) const
 {
+    int small = 0;
+    if (readSmall(*this, base, &small)) {
+        report(true, ok);
+        return small;
+    }
     return within<int, long long>(toLongLong(ok, base), INT_MIN, INT_MAX, ok);
 }
 

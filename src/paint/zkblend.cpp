@@ -69,11 +69,12 @@ void mixRows(const Mix &mix, const ZkBlendArea &area)
     const int whole = area.width - rest;
     for (int row = area.height; row > 0; --row) {
         for (int x = 0; x < whole; x += N) {
-            mixGroup<N>(mix, to + std::ptrdiff_t(x) * Mix::kBytes, loadShares<N>(shares + x));
+            mixGroup<N>(mix, to + static_cast<std::ptrdiff_t>(x) * Mix::kBytes,
+                        loadShares<N>(shares + x));
         }
         if (rest != 0) {
             const int x = area.width - N;
-            mixGroup<N>(mix, to + std::ptrdiff_t(x) * Mix::kBytes,
+            mixGroup<N>(mix, to + static_cast<std::ptrdiff_t>(x) * Mix::kBytes,
                         withoutFirst<N>(loadShares<N>(shares + x), N - rest));
         }
         to += area.pixelStep;

@@ -27,7 +27,7 @@ inline void zkEachShare(std::uint8_t *to, Shares shares, Mix mix)
     std::memcpy(each, &shares, N);
     for (int i = 0; i < N; ++i) {
         if (each[i] != 0) {
-            mix(to + i * kBytes, std::uint32_t(each[i]));
+            mix(to + i * kBytes, static_cast<std::uint32_t>(each[i]));
         }
     }
 }

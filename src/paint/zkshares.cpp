@@ -51,14 +51,15 @@ void zkBlendCoverage(ZkTextSurface::Format format, const ZkBlendArea &area, std:
         const int most = kBytes / step;
         for (int y = 0; y < area.height; y += most) {
             const int rows = std::min(most, area.height - y);
-            std::memset(shares, 0, std::size_t(rows * step));
+            std::memset(shares, 0, static_cast<std::size_t>(rows * step));
             for (int row = 0; row < rows; ++row) {
                 std::memcpy(shares + row * step, area.shares + (y + row) * area.shareStep + x,
-                            std::size_t(width));
+                            static_cast<std::size_t>(width));
             }
             toShares(shares, rows * step, color >> 24, kind);
             zkBlend(format,
-                    {area.pixels + y * area.pixelStep + std::ptrdiff_t(x) * zkPixelBytes(format),
+                    {area.pixels + y * area.pixelStep +
+                         static_cast<std::ptrdiff_t>(x) * zkPixelBytes(format),
                      area.pixelStep, shares, step, width, rows},
                     color);
         }

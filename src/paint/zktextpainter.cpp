@@ -25,7 +25,8 @@ ZkRect overlap(const ZkRect &a, const ZkRect &b)
 
 ZkRect boundsOf(const ZkTextSurface &surface)
 {
-    const std::int64_t rowBytes = std::int64_t(surface.width) * zkPixelBytes(surface.format);
+    const std::int64_t rowBytes =
+        static_cast<std::int64_t>(surface.width) * zkPixelBytes(surface.format);
     const std::int64_t pitch = surface.pitch;
     if (!surface.pixels || surface.width < 1 || surface.height < 1 ||
         (surface.height > 1 && std::max(pitch, -pitch) < rowBytes)) {
@@ -136,8 +137,9 @@ void ZkTextPainter::eachPiece(const ZkRect &rect, Paint paint) const
 
 std::uint8_t *ZkTextPainter::address(int x, int y) const
 {
-    return static_cast<std::uint8_t *>(m_surface.pixels) + std::ptrdiff_t(y) * m_surface.pitch +
-           std::ptrdiff_t(x) * zkPixelBytes(m_surface.format);
+    return static_cast<std::uint8_t *>(m_surface.pixels) +
+           static_cast<std::ptrdiff_t>(y) * m_surface.pitch +
+           static_cast<std::ptrdiff_t>(x) * zkPixelBytes(m_surface.format);
 }
 
 void ZkTextPainter::fill(const ZkRect &rect, std::uint32_t color) const
@@ -156,8 +158,8 @@ void ZkTextPainter::fill(const ZkRect &rect, std::uint32_t color) const
 
 void ZkTextPainter::blend(int x, int y, std::uint32_t color, int coverage) const
 {
-    const auto share =
-        static_cast<std::uint8_t>(zkShare(unsigned(std::clamp(coverage, 0, 255)), alphaOf(color)));
+    const auto share = static_cast<std::uint8_t>(
+        zkShare(static_cast<unsigned>(std::clamp(coverage, 0, 255)), alphaOf(color)));
     eachPiece(ZkRect(x, y, x, y), [&](const ZkRect &) {
         zkBlend(m_surface.format, {address(x, y), 0, &share, 0, 1, 1}, color);
     });
@@ -178,7 +180,8 @@ void ZkTextPainter::paintGlyph(const ZkPlacedGlyph &placed, int x, int y, std::u
     const ZkRect rect(left, top, left + glyph.width - 1, top + glyph.height - 1);
     eachPiece(rect, [&](const ZkRect &piece) {
         const std::uint8_t *coverage =
-            glyph.pixels + std::ptrdiff_t(piece.top() - top) * glyph.pitch + (piece.left() - left);
+            glyph.pixels + static_cast<std::ptrdiff_t>(piece.top() - top) * glyph.pitch +
+            (piece.left() - left);
         const ZkBlendArea area = {address(piece.left(), piece.top()),
                                   m_surface.pitch,
                                   coverage,
@@ -223,10 +226,10 @@ void ZkTextPainter::paintStrips(const Strip *strips, int count, int x, int y, Pa
         }
         const Style &colors = style(strip.tag);
         const int grown = pass == HaloPass ? 1 : 0;
-        fill(ZkRect(moved(strip.rect.left(), std::int64_t(x) - grown),
-                    moved(strip.rect.top(), std::int64_t(y) - grown),
-                    moved(strip.rect.right(), std::int64_t(x) + grown),
-                    moved(strip.rect.bottom(), std::int64_t(y) + grown)),
+        fill(ZkRect(moved(strip.rect.left(), static_cast<std::int64_t>(x) - grown),
+                    moved(strip.rect.top(), static_cast<std::int64_t>(y) - grown),
+                    moved(strip.rect.right(), static_cast<std::int64_t>(x) + grown),
+                    moved(strip.rect.bottom(), static_cast<std::int64_t>(y) + grown)),
              pass == HaloPass ? colors.halo : colors.ink);
     }
 }

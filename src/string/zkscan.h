@@ -6,7 +6,8 @@
 #include <cstring>
 
 /// The scans behind every search, written once with vector lanes
-/// (zkscanlanes.cpp) and once without (zkscanplain.cpp); the build takes one.
+/// (zkscanlanes.cpp) and once without (zkscanplain.cpp); the build takes one, or both
+/// (base/zkneon.h).
 /// A range is given by its start and length; -1 means "not found".
 
 /// The first index of `from` to hl - 1 that holds one of `units`.
@@ -18,6 +19,11 @@ int zkScanExact(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
 
 /// The same without regard to case.
 int zkScanFolded(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
+
+/// The first three for processors with NEON, where that is found out at run time.
+int zkScanUnitsNeon(const ZkUcs2 *h, int hl, int from, const ZkFoldClass &units);
+int zkScanExactNeon(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
+int zkScanFoldedNeon(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl);
 
 /// Folds a character of ASCII without a look into the table.
 inline ZkUcs2 zkFoldedAscii(unsigned c)

@@ -1,4 +1,5 @@
 #include "base/zklanes.h"
+#include "base/zkneon.h"
 #include "string/zkfind.h"
 #include "string/zkscan.h"
 
@@ -179,7 +180,7 @@ __attribute__((noinline)) int scanAnyFolded(const ZkUcs2 *h, int hl, int from, c
 
 } // namespace
 
-int zkScanUnits(const ZkUcs2 *h, int hl, int from, const ZkFoldClass &units)
+int ZK_VARIANT(zkScanUnits)(const ZkUcs2 *h, int hl, int from, const ZkFoldClass &units)
 {
     const auto isOneOf = [&](int at) {
         return std::find(units.units, units.units + units.count, h[at]) !=
@@ -195,7 +196,7 @@ int zkScanUnits(const ZkUcs2 *h, int hl, int from, const ZkFoldClass &units)
         from, hl - 1, [&](int p) { return wanted.contains(ZkLanes::load(h + p)); }, isOneOf);
 }
 
-int zkScanExact(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
+int ZK_VARIANT(zkScanExact)(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
 {
     // Two different units of the needle sift the places; the rest is compared
     // where both stand.
@@ -213,7 +214,7 @@ int zkScanExact(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
         [&](int at) { return zkEqualExact(h + at, n, nl); });
 }
 
-int zkScanFolded(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
+int ZK_VARIANT(zkScanFolded)(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
 {
     int first = 0;
     int second = nl - 1;

@@ -1,4 +1,5 @@
 #include "base/zklanes.h"
+#include "base/zkneon.h"
 #include "string/zkfind.h"
 #include "string/zkscan.h"
 
@@ -82,6 +83,11 @@ int scan(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
 
 int zkScanUnits(const ZkUcs2 *h, int hl, int from, const ZkFoldClass &units)
 {
+    if constexpr (kZkChoosesNeon) {
+        if (zkHasNeon()) {
+            return zkScanUnitsNeon(h, hl, from, units);
+        }
+    }
     const ZkUcs2 *end = h + hl;
     const ZkUcs2 *found = std::find_first_of(h + from, end, units.units, units.units + units.count);
     return found == end ? -1 : static_cast<int>(found - h);
@@ -89,11 +95,21 @@ int zkScanUnits(const ZkUcs2 *h, int hl, int from, const ZkFoldClass &units)
 
 int zkScanExact(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
 {
+    if constexpr (kZkChoosesNeon) {
+        if (zkHasNeon()) {
+            return zkScanExactNeon(h, hl, from, n, nl);
+        }
+    }
     return scan<Exact>(h, hl, from, n, nl);
 }
 
 int zkScanFolded(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n, int nl)
 {
+    if constexpr (kZkChoosesNeon) {
+        if (zkHasNeon()) {
+            return zkScanFoldedNeon(h, hl, from, n, nl);
+        }
+    }
     return scan<Folded>(h, hl, from, n, nl);
 }
 

@@ -89,7 +89,7 @@ inline Decoded decodeTriplesSingly(Decoded at, const Byte *end)
     return at;
 }
 
-#if ZK_HAS_LANES
+#if ZK_HAS_BLOCKS
 
 /// Decodes a text of 8 to 16 bytes that is nothing but ASCII; false for any other.
 inline bool decodeFewAscii(ZkUcs2 *out, const Byte *in, int len)
@@ -110,12 +110,24 @@ inline Decoded decodeTriples(Decoded at, const Byte *end)
 
 #else
 
-inline bool decodeFewAscii(ZkUcs2 *, const Byte *, int)
+inline bool decodeFewAscii(ZkUcs2 *out, const Byte *in, int len)
 {
+    if constexpr (kZkMayHaveNeon) {
+        return len >= 8 && len <= 16 && *in < 0x80 && zkHasNeon() && zkWidenFew(out, in, len);
+    }
     return false;
 }
+
+/// Decodes sequences of three bytes, as many as follow each other.
 inline Decoded decodeTriples(Decoded at, const Byte *end)
 {
+    constexpr std::ptrdiff_t kWorth = 3 * 16; // bytes that are worth a call
+    if constexpr (kZkMayHaveNeon) {
+        if (end - at.in >= kWorth && isTripleLead(at.in[3]) && zkHasNeon()) {
+            const std::ptrdiff_t done = zkDecodeTriples(at.out, at.in, end - at.in);
+            at = {at.in + 3 * done, at.out + done};
+        }
+    }
     return decodeTriplesSingly(at, end);
 }
 
@@ -147,7 +159,7 @@ __attribute__((always_inline)) inline Decoded decodeSingly(Decoded at, const Byt
     return at;
 }
 
-#if ZK_HAS_LANES
+#if ZK_HAS_BLOCKS
 
 /// Decodes from a block of ASCII to the first that is not.
 inline Decoded decodeAscii(Decoded at, const Byte *end)
@@ -213,13 +225,33 @@ inline bool decodeTwoPairs(ZkUcs2 *out, const Byte *in)
     return true;
 }
 
+/// Decodes ASCII in blocks after some words of it.
+inline Decoded decodeRun(Decoded at, const Byte *end)
+{
+    if constexpr (kZkMayHaveNeon) {
+        if (zkHasNeon()) {
+            const std::ptrdiff_t done = zkWidenAscii(at.out, at.in, end - at.in);
+            return {at.in + done, at.out + done};
+        }
+    }
+    return at;
+}
+
 /// Decodes by words of four bytes, as long as there are some.
 inline Decoded decodeBlocks(Decoded at, const Byte *end)
 {
+    int words = 0; // of ASCII, one behind the other
     while (end - at.in >= 4) {
         if (decodeFourAscii(at.out, at.in)) {
             at = {at.in + 4, at.out + 4};
-        } else if (decodeTwoPairs(at.out, at.in)) {
+            if (kZkMayHaveNeon && ++words == kZkRunWords) {
+                at = decodeRun(at, end);
+                words = 0;
+            }
+            continue;
+        }
+        words = 0;
+        if (decodeTwoPairs(at.out, at.in)) {
             at = {at.in + 4, at.out + 2};
         } else {
             at = decodeSingly(at, at.in + 1, end);

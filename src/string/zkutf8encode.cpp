@@ -32,7 +32,7 @@ inline Encoded encodeOne(Encoded at)
     return at;
 }
 
-#if ZK_HAS_LANES
+#if ZK_HAS_BLOCKS
 
 /// Encodes a text of 8 to 16 units that is nothing but ASCII; false for any other.
 inline bool encodeFewAscii(Byte *out, const ZkUcs2 *in, int n)
@@ -79,9 +79,41 @@ inline Encoded encodeBlocks(Encoded at, const ZkUcs2 *end)
 
 #else
 
-inline bool encodeFewAscii(Byte *, const ZkUcs2 *, int)
+inline bool encodeFewAscii(Byte *out, const ZkUcs2 *in, int n)
 {
+    if constexpr (kZkMayHaveNeon) {
+        return n >= 8 && n <= 16 && *in < 0x80 && zkHasNeon() && zkNarrowFew(out, in, n);
+    }
     return false;
+}
+
+/// Encodes ASCII in blocks after some words of it.
+inline Encoded encodeRun(Encoded at, const ZkUcs2 *end)
+{
+    if constexpr (kZkMayHaveNeon) {
+        if (zkHasNeon()) {
+            const std::ptrdiff_t done = zkNarrowAscii(at.out, at.in, end - at.in);
+            return {at.in + done, at.out + done};
+        }
+    }
+    return at;
+}
+
+/// Encodes one unit or, of 800 or more, as many as follow each other.
+inline Encoded encodeOthers(Encoded at, const ZkUcs2 *end)
+{
+    constexpr std::ptrdiff_t kWorth = 16; // units that are worth a call
+    if constexpr (kZkMayHaveNeon) {
+        if (*at.in >= 0x800 && at.in[1] >= 0x800 && end - at.in >= kWorth && zkHasNeon()) {
+            const std::ptrdiff_t done = zkEncodeTriples(at.out, at.in, end - at.in);
+            at = {at.in + done, at.out + 3 * done};
+            while (at.in < end && *at.in >= 0x800) {
+                at = encodeOne(at);
+            }
+            return at;
+        }
+    }
+    return encodeOne(at);
 }
 
 /// Encodes four units of ASCII; false if one is not.
@@ -115,13 +147,21 @@ inline bool encodeTwoPairs(Byte *out, const ZkUcs2 *in)
 /// Encodes by words of two or four units, as long as there are some.
 inline Encoded encodeBlocks(Encoded at, const ZkUcs2 *end)
 {
+    int words = 0; // of ASCII, one behind the other
     while (end - at.in >= 4) {
         if (encodeFourAscii(at.out, at.in)) {
             at = {at.in + 4, at.out + 4};
-        } else if (encodeTwoPairs(at.out, at.in)) {
+            if (kZkMayHaveNeon && ++words == kZkRunWords) {
+                at = encodeRun(at, end);
+                words = 0;
+            }
+            continue;
+        }
+        words = 0;
+        if (encodeTwoPairs(at.out, at.in)) {
             at = {at.in + 2, at.out + 4};
         } else {
-            at = encodeOne(at);
+            at = encodeOthers(at, end);
         }
     }
     return at;

@@ -80,41 +80,8 @@ public:
         return vget_lane_u64(vreinterpret_u64_u8(vshr_n_u8(lead, 4)), 0) == 0;
     }
 
-    /// Decodes eight sequences of two bytes, and nothing else; returns the bytes
-    /// taken.
-    static constexpr int kDecode = 16;
-
-    static int decode(ZkUcs2 *&out, const unsigned char *in)
-    {
-        const uint8x8x2_t bytes = vld2_u8(in);
-        const uint8x8_t lead = veor_u8(bytes.val[0], vdup_n_u8(0xC0));
-        // With the bits of a lead byte taken away no more than five may be left.
-        if (vget_lane_u64(vreinterpret_u64_u8(vshr_n_u8(lead, 5)), 0) != 0) {
-            return 0;
-        }
-        const uint8x8_t rest = vand_u8(bytes.val[1], vdup_n_u8(0x3F));
-        vst1q_u16(out, vorrq_u16(vshlq_n_u16(vmovl_u8(lead), 6), vmovl_u8(rest)));
-        out += 8;
-        return 16;
-    }
-
-    /// Encodes eight units of 80 to 7FF, and nothing else, to 16 bytes.
+    /// Units of a block of such sequences to encode.
     static constexpr int kEncode = 8;
-
-    static int encode(unsigned char *out, const ZkUcs2 *in)
-    {
-        const uint16x8_t units = vld1q_u16(in);
-        const uint16x8_t high = vshrq_n_u16(units, 7); // 1 to 15 when all is well
-        const uint16x8_t wrong = vcgtq_u16(vsubq_u16(high, vdupq_n_u16(1)), vdupq_n_u16(14));
-        if (!allZero(vreinterpretq_u8_u16(wrong))) {
-            return 0;
-        }
-        uint8x8x2_t bytes;
-        bytes.val[0] = vorr_u8(vmovn_u16(vshrq_n_u16(units, 6)), vdup_n_u8(0xC0));
-        bytes.val[1] = continuation(vmovn_u16(units));
-        vst2_u8(out, bytes);
-        return 16;
-    }
 
     /// Encodes 8 units of 800 and above to 24 bytes.
     static bool encodeTriples(unsigned char *out, const ZkUcs2 *in)

@@ -69,14 +69,36 @@ int paragraphEnd(const ZkTextSource &text, int first, int size)
     return std::min(i + 1, size);
 }
 
-ZkTextSource sourceOf(const ZkUcs2 *text)
+/// The paragraphs of a text.
+struct ListSize {
+    int count;
+    int longest;
+};
+
+ListSize sizeOfList(const ZkTextSource &text, int first, int last)
 {
-    return {text, nullptr};
+    ListSize found = {0, 0};
+    while (first < last) {
+        const int end = paragraphEnd(text, first, last);
+        found = {found.count + 1, std::max(found.longest, end - first)};
+        first = end;
+    }
+    return found;
 }
 
-ZkTextSource sourceOf(const char32_t *text)
+/// Writes them, but for their levels.
+void writeList(const ZkTextSource &text, int first, int last, ZkBidi::Paragraph *list)
 {
-    return {nullptr, text};
+    while (first < last) {
+        const int end = paragraphEnd(text, first, last);
+        *list++ = {first, end, 0};
+        first = end;
+    }
+}
+
+int defaultLevel(ZkBidi::Direction direction)
+{
+    return direction == ZkBidi::RightToLeft || direction == ZkBidi::AutoRightToLeft ? 1 : 0;
 }
 
 bool mayBeLeftToRight(ZkBidi::Direction direction)
@@ -181,12 +203,12 @@ void ZkBidi::analyse(const Unit *text, int units, Direction direction)
     if (mayBeLeftToRight(direction)) {
         const ZkDirectionScan scan = zkScanDirection(text, units);
         if (scan.isLeftToRight) {
-            setLeftToRight(sourceOf(text), scan.isSeparated);
+            setLeftToRight(zkSourceOf(text), scan.isSeparated);
             return;
         }
     }
     allocate(units, 0);
-    resolve(sourceOf(text), writeBytesOf(text, units, m_levels));
+    resolve(zkSourceOf(text), writeBytesOf(text, units, m_levels));
 }
 
 /// All levels are 0. `separated` when there may be several paragraphs.
@@ -196,9 +218,6 @@ void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
     m_baseLevel = 0;
     if (separated) {
         listParagraphs(text, 0, 0);
-        for (int i = 0; i < m_paragraphCount; ++i) {
-            m_paragraphs[i].level = 0;
-        }
     } else {
         m_only = {0, m_size, 0};
         m_paragraphs = &m_only;
@@ -210,25 +229,15 @@ void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
 /// each unit of the longest paragraph; its address. The first `kept` bytes stay.
 void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit)
 {
-    std::int64_t count = 0;
-    int longest = 0;
-    for (int first = 0; first < m_size; ++count) {
-        const int end = paragraphEnd(text, first, m_size);
-        longest = std::max(longest, end - first);
-        first = end;
-    }
+    const ListSize found = sizeOfList(text, 0, m_size);
     const std::int64_t start = aligned(kept);
-    const std::int64_t list = count > 1 ? count * int(sizeof(Paragraph)) : 0;
-    allocate(start + list + longest * perUnit, kept);
+    const std::int64_t list =
+        found.count > 1 ? std::int64_t(found.count) * int(sizeof(Paragraph)) : 0;
+    allocate(start + list + found.longest * perUnit, kept);
     auto *const memory = static_cast<std::uint8_t *>(m_buffer) + start;
-    m_paragraphs = count > 1 ? reinterpret_cast<Paragraph *>(memory) : &m_only;
-    m_paragraphCount = static_cast<int>(count);
-    int first = 0;
-    for (int i = 0; i < m_paragraphCount; ++i) {
-        const int end = paragraphEnd(text, first, m_size);
-        m_paragraphs[i] = {first, end, 0};
-        first = end;
-    }
+    m_paragraphs = found.count > 1 ? reinterpret_cast<Paragraph *>(memory) : &m_only;
+    m_paragraphCount = found.count;
+    writeList(text, 0, m_size, m_paragraphs);
     return memory + list;
 }
 
@@ -237,27 +246,91 @@ void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes)
 {
     m_leftToRight = false;
     void *const scratch = listParagraphs(text, m_size, ZkBidiParagraph::scratchSize(1, classes));
-    m_baseLevel = m_direction == RightToLeft || m_direction == AutoRightToLeft ? 1 : 0;
-    for (int i = 0; i < m_paragraphCount; ++i) {
+    resolveParagraphs(text, 0, m_paragraphCount, classes, scratch);
+    m_baseLevel = m_paragraphCount > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
+}
+
+void ZkBidi::resolveParagraphs(const ZkTextSource &text, int first, int last, std::uint32_t classes,
+                               void *scratch)
+{
+    for (int i = first; i < last; ++i) {
         Paragraph &paragraph = m_paragraphs[i];
         ZkBidiParagraph resolver(m_levels + paragraph.first, paragraph.last - paragraph.first,
                                  text.from(paragraph.first), classes);
-        paragraph.level = m_direction == LeftToRight || m_direction == RightToLeft
-                              ? m_baseLevel
-                              : resolver.strongLevel(m_baseLevel);
+        paragraph.level = defaultLevel(m_direction);
+        if (m_direction == Auto || m_direction == AutoRightToLeft) {
+            paragraph.level = resolver.strongLevel(paragraph.level);
+        }
         resolver.resolve(paragraph.level, scratch);
     }
-    if (m_paragraphCount > 0) {
-        m_baseLevel = m_paragraphs[0].level;
+}
+
+void ZkBidi::edit(const ZkTextCharacters &text, int first, int removed, int inserted)
+{
+    if (m_leftToRight || m_size == removed ||
+        (text.m_leftToRight && mayBeLeftToRight(m_direction))) {
+        setText(text, m_direction);
+        return;
     }
+    // The unit before the edit may have been a separator that is none now, and the unit
+    // behind it the second half of one.
+    const int begin = paragraphNumber(std::max(first - 1, 0));
+    const int end = paragraphNumber(std::min(first + removed, m_size - 1)) + 1;
+    replaceParagraphs(text, begin, end, inserted - removed);
+}
+
+/// Resolves anew what stood in the paragraphs `[begin, end)`, now `change` units more. The
+/// others keep their levels; a new block takes them.
+void ZkBidi::replaceParagraphs(const ZkTextCharacters &text, int begin, int end, int change)
+{
+    const ZkTextSource source = {text.m_units, text.m_points};
+    const int first = m_paragraphs[begin].first;
+    const int oldLast = m_paragraphs[end - 1].last, last = oldLast + change;
+    const ListSize found = sizeOfList(source, first, last);
+    const int behind = m_paragraphCount - end;
+    const int count = begin + found.count + behind;
+    const std::int64_t start = aligned(text.m_size);
+    const std::int64_t list = start + std::int64_t(count) * int(sizeof(Paragraph));
+    const std::int64_t bytes = list + ZkBidiParagraph::scratchSize(found.longest, ~0U);
+    auto *const block = static_cast<std::uint8_t *>(zkAllocate(bytes));
+    auto *const paragraphs = reinterpret_cast<Paragraph *>(block + start);
+    std::copy_n(m_levels, first, block);
+    std::copy_n(m_levels + oldLast, m_size - oldLast, block + last);
+    std::copy_n(m_paragraphs, begin, paragraphs);
+    writeList(source, first, last, paragraphs + begin);
+    for (int i = 0; i < behind; ++i) {
+        const Paragraph &old = m_paragraphs[end + i];
+        paragraphs[begin + found.count + i] = {old.first + change, old.last + change, old.level};
+    }
+    if (m_ownsBuffer) {
+        std::free(m_buffer);
+    }
+    m_buffer = block;
+    m_bytes = bytes;
+    m_ownsBuffer = true;
+    m_levels = block;
+    m_paragraphs = paragraphs;
+    m_paragraphCount = count;
+    m_size = text.m_size;
+    const ZkBidiClasses classes =
+        writeBytes(text.m_records + first, last - first, m_levels + first);
+    resolveParagraphs(source, begin, begin + found.count, classes, block + list);
+    m_baseLevel = count > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
+}
+
+/// The number of the paragraph that unit `i` belongs to.
+int ZkBidi::paragraphNumber(int i) const
+{
+    const Paragraph *const begin = m_paragraphs;
+    const Paragraph *const end = begin + m_paragraphCount;
+    const Paragraph *const found = std::upper_bound(
+        begin, end, i, [](int unit, const Paragraph &paragraph) { return unit < paragraph.last; });
+    return static_cast<int>(found - begin);
 }
 
 ZkBidi::Paragraph ZkBidi::paragraphOf(int i) const
 {
-    const Paragraph *const begin = m_paragraphs;
-    const Paragraph *const end = begin + m_paragraphCount;
-    return *std::upper_bound(
-        begin, end, i, [](int unit, const Paragraph &paragraph) { return unit < paragraph.last; });
+    return m_paragraphs[paragraphNumber(i)];
 }
 
 /// Where the white space at the end of a line begins.

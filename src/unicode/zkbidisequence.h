@@ -1,22 +1,8 @@
 #ifndef ZKBIDISEQUENCE_H
 #define ZKBIDISEQUENCE_H
 
+#include "unicode/zktextsource.h"
 #include "zkcharacter.h"
-
-/// A text as UTF-16 or as code points, whichever is not null.
-struct ZkTextSource {
-    const ZkUcs2 *units;
-    const char32_t *points;
-
-    /// The unit or code point at `i`.
-    char32_t at(int i) const { return units != nullptr ? char32_t(units[i]) : points[i]; }
-    /// The same text from `i` on.
-    ZkTextSource from(int i) const
-    {
-        return units != nullptr ? ZkTextSource{units + i, nullptr}
-                                : ZkTextSource{nullptr, points + i};
-    }
-};
 
 /// What is known of a character while its level is sought, in one byte: its class, or
 /// what the class has been resolved to; its bracket type; and whether the end of a line

@@ -2,9 +2,11 @@
 
 #include "unicode/zkcharactertables.h"
 #include "unicode/zkdirectionscan.h"
+#include "unicode/zktextsource.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace
 {
@@ -114,28 +116,61 @@ void ZkTextCharacters::reserve(int units)
 
 void ZkTextCharacters::setText(const ZkUcs2 *text, int units)
 {
-    m_size = 0;
-    reserve(units);
-    m_units = text;
-    m_points = nullptr;
-    m_size = units;
-    zkLookUp(text, 0, units, units, m_records);
-    const ZkDirectionScan scan = zkScanDirection(text, units);
-    m_leftToRight = scan.isLeftToRight;
-    m_separated = scan.isSeparated;
+    set(text, units);
 }
 
 void ZkTextCharacters::setText(const char32_t *text, int count)
 {
+    set(text, count);
+}
+
+template <typename Unit>
+void ZkTextCharacters::set(const Unit *text, int units)
+{
     m_size = 0;
-    reserve(count);
-    m_units = nullptr;
-    m_points = text;
-    m_size = count;
-    zkLookUp(text, 0, count, count, m_records);
-    const ZkDirectionScan scan = zkScanDirection(text, count);
+    reserve(units);
+    m_size = units;
+    zkLookUp(text, 0, units, units, m_records);
+    keep(text);
+}
+
+/// Remembers the text, and what one glance at it tells.
+template <typename Unit>
+void ZkTextCharacters::keep(const Unit *text)
+{
+    const ZkTextSource source = zkSourceOf(text);
+    m_units = source.units;
+    m_points = source.points;
+    const ZkDirectionScan scan = zkScanDirection(text, m_size);
     m_leftToRight = scan.isLeftToRight;
     m_separated = scan.isSeparated;
+}
+
+void ZkTextCharacters::edit(const ZkUcs2 *text, int first, int removed, int inserted)
+{
+    replace(text, first, removed, inserted);
+}
+
+void ZkTextCharacters::edit(const char32_t *text, int first, int removed, int inserted)
+{
+    replace(text, first, removed, inserted);
+}
+
+template <typename Unit>
+void ZkTextCharacters::replace(const Unit *text, int first, int removed, int inserted)
+{
+    const int size = m_size - removed + inserted;
+    reserve(size);
+    std::memmove(m_records + first + inserted, m_records + first + removed,
+                 static_cast<std::size_t>(m_size - first - removed) * sizeof *m_records);
+    m_size = size;
+    // A surrogate beside the new units may have found or lost its partner.
+    int from = std::max(first - 1, 0);
+    if (from > 0 && zkIsTrailSurrogate(text[from]) && zkIsLeadSurrogate(text[from - 1])) {
+        --from;
+    }
+    zkLookUp(text, from, std::min(first + inserted + 1, size), size, m_records + from);
+    keep(text);
 }
 
 char32_t ZkTextCharacters::character(int i) const

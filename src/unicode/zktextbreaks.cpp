@@ -289,15 +289,22 @@ void ZkTextBreaks::find(const char32_t *text, int count, std::uint8_t *flags, Un
 void ZkTextBreaks::find(const ZkTextCharacters &text, std::uint8_t *flags, Unspaced unspaced,
                         ZkWordBreaker *breaker)
 {
+    findRange(text, 0, text.m_size, flags, unspaced, breaker);
+}
+
+/// The flags of the units `[first, last)`, as of a text of their own.
+void ZkTextBreaks::findRange(const ZkTextCharacters &text, int first, int last, std::uint8_t *flags,
+                             Unspaced unspaced, ZkWordBreaker *breaker)
+{
     Divider divider(flags, unspaced == BetweenClusters && breaker == nullptr);
-    divider.read(text.m_records, 0, text.m_size);
-    finish(flags, text.m_size);
+    divider.read(text.m_records + first, 0, last - first);
+    finish(flags, last - first);
     if (breaker != nullptr) {
-        Asking asking(breaker, flags, text.m_size);
+        Asking asking(breaker, flags, last - first);
         if (text.m_units != nullptr) {
-            asking.read(text.m_units);
+            asking.read(text.m_units + first);
         } else {
-            asking.read(text.m_points);
+            asking.read(text.m_points + first);
         }
     }
 }
@@ -343,4 +350,27 @@ void ZkTextBreaks::setText(const ZkTextCharacters &text)
     reserve(text.size());
     m_size = text.size();
     find(text, m_flags, m_unspaced, m_breaker);
+}
+
+void ZkTextBreaks::edit(const ZkTextCharacters &text, int first, int removed, int inserted)
+{
+    // A paragraph's end may join what is set behind it (a carriage return and a line
+    // feed), so the ends beside the edit do not count.
+    int begin = std::max(first - 1, 0);
+    while (begin > 0 && (m_flags[begin] & LineMandatory) == 0) {
+        --begin;
+    }
+    int end = std::min(first + removed + 1, m_size);
+    while (end < m_size && (m_flags[end] & LineMandatory) == 0) {
+        ++end;
+    }
+    const int change = inserted - removed;
+    reserve(text.size());
+    std::memmove(m_flags + end + change, m_flags + end, static_cast<std::size_t>(m_size - end) + 1);
+    m_size = text.size();
+    const std::uint8_t before = m_flags[begin];
+    findRange(text, begin, end + change, m_flags + begin, m_unspaced, m_breaker);
+    if (begin > 0) {
+        m_flags[begin] = before;
+    }
 }

@@ -24,7 +24,11 @@ public:
     explicit Number(int value) : d(new Block{{1}, true, value}) {}
     Number(const Number &other) : Number(other.d) { Sharing::join(*this); }
     ~Number() { Sharing::leave(d); }
-    Number &operator=(const Number &other) { return Sharing::assign(*this, other); }
+    Number &operator=(const Number &other)
+    {
+        Sharing::assign(this, other);
+        return *this;
+    }
     void swap(Number &other) noexcept { Sharing::swap(*this, other); }
     bool isSharedWith(const Number &other) const { return d == other.d; }
     void setSharable(bool on) { Sharing::setSharable(*this, on); }

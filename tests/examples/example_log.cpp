@@ -61,7 +61,7 @@ protected:
         m_anew = host::Canvas(200, 140, kDesk);
         copy.repaint(m_anew);
         for (int y = 0; y < m_kept.height(); ++y) {
-            if (std::memcmp(m_kept.row(y), m_anew.row(y), std::size_t(m_kept.width()) * 3) != 0) {
+            if (std::memcmp(m_kept.row(y), m_anew.row(y), std::size_t(m_kept.width()) * 4) != 0) {
                 return testing::AssertionFailure() << "row " << y << " differs";
             }
         }
@@ -139,11 +139,11 @@ TEST_F(LogPair, TheViewFollowsTheEndUntilItIsScrolledAway)
     const host::Canvas before = m_kept;
     m_log.append("new");
     m_log.paint(m_kept);
-    EXPECT_EQ(std::memcmp(before.row(0), m_kept.row(0), std::size_t(3 * 200 * 140)), 0);
+    EXPECT_EQ(std::memcmp(before.row(0), m_kept.row(0), std::size_t(4 * 200 * 140)), 0);
     m_log.scroll(1000);
     m_log.append("newer");
     ASSERT_TRUE(isAsRepainted());
-    EXPECT_NE(std::memcmp(before.row(0), m_kept.row(0), std::size_t(3 * 200 * 140)), 0);
+    EXPECT_NE(std::memcmp(before.row(0), m_kept.row(0), std::size_t(4 * 200 * 140)), 0);
 }
 
 TEST(ExampleLog, TheProgramDrawsEachLineOnce)

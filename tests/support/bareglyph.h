@@ -34,19 +34,23 @@ public:
     };
 
     bool has(unsigned code) const { return FT_Get_Char_Index(m_face, code) != 0; }
-    Glyph render(unsigned code, const ZkFont &font) const;
+    Glyph render(unsigned code, const ZkFont &font) const
+    {
+        return renderGlyph(FT_Get_Char_Index(m_face, code), font);
+    }
+    Glyph renderGlyph(unsigned index, const ZkFont &font) const;
 
 private:
     FT_Library m_library = nullptr;
     FT_Face m_face = nullptr;
 };
 
-inline BareFont::Glyph BareFont::render(unsigned code, const ZkFont &font) const
+inline BareFont::Glyph BareFont::renderGlyph(unsigned index, const ZkFont &font) const
 {
     FT_Set_Pixel_Sizes(m_face, 0, font.fontSize());
     FT_Matrix shear = {0x10000, 0x4000, 0, 0x10000};
     FT_Set_Transform(m_face, font.isBoldFace() ? &shear : nullptr, nullptr);
-    EXPECT_EQ(FT_Load_Glyph(m_face, FT_Get_Char_Index(m_face, code), 0x20), 0);
+    EXPECT_EQ(FT_Load_Glyph(m_face, index, 0x20), 0);
     const FT_GlyphSlot slot = m_face->glyph;
     if (font.isEmbolden()) {
         FT_Outline_Embolden(&slot->outline, 64);

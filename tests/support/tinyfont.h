@@ -50,6 +50,9 @@ public:
     /// A glyph that claims five contours and ends there: it cannot be loaded.
     TinyFont &addBroken(int code, int advance);
 
+    /// A glyph that consists of `count` times the glyph number `part`, one over the other.
+    TinyFont &addParts(int code, int part, int count, int advance);
+
     /// A glyph without outline.
     TinyFont &addEmpty(int code, int advance) { return add(code, std::string(), advance); }
 
@@ -116,6 +119,20 @@ inline TinyFont &TinyFont::addBroken(int code, int advance)
     std::string data;
     for (const int value : {5, 0, 0, 8, 8}) {
         put(data, value, 2);
+    }
+    return add(code, data, advance);
+}
+
+inline TinyFont &TinyFont::addParts(int code, int part, int count, int advance)
+{
+    std::string data;
+    for (const int value : {-1, 0, 0, 8, 8}) {
+        put(data, value, 2);
+    }
+    for (int i = 0; i < count; ++i) {
+        put(data, i + 1 < count ? 0x22 : 0x02, 2); // offsets in bytes; more components
+        put(data, part, 2);
+        put(data, 0, 2);
     }
     return add(code, data, advance);
 }

@@ -162,9 +162,7 @@ protected:
     /// Waits for the screen to show what the model draws.
     testing::AssertionResult isShown()
     {
-        const host::Canvas &picture = m_model.picture();
-        const std::string want(reinterpret_cast<const char *>(picture.row(0)),
-                               std::size_t(kWidth) * kHeight * 3);
+        const std::string want = m_model.picture().rgb();
         std::string got;
         if (comesTrue([&] {
                 got = screenshot();
@@ -355,13 +353,13 @@ TEST_F(ZkviewWindow, AnotherSizeOfTheWindowIsFilled)
 {
     EXPECT_TRUE(xdotool("search --name '^zkview$' windowsize 700 500"));
     m_model.resize(700, 500);
-    const host::Canvas &picture = m_model.picture();
+    const std::string picture = m_model.picture().rgb();
     EXPECT_TRUE(comesTrue([&] {
         const std::string got = screenshot();
         // Where the window stands is the server's choice; the panel's dark strip and
         // the sheet beside it are found by their colours.
         const std::size_t row = std::size_t(kWidth) * 3;
-        const std::string first(reinterpret_cast<const char *>(picture.row(60)), 700 * 3);
+        const std::string first = picture.substr(60 * 700 * 3, 700 * 3);
         return got.size() == row * kHeight && got.find(first) != std::string::npos;
     }));
 }

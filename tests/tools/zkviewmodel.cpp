@@ -1,5 +1,6 @@
 // The interactive host without its window: events, state, picture.
 
+#include "analysispicture.h"
 #include "model.h"
 #include "samples.h"
 
@@ -43,7 +44,7 @@ protected:
 bool isSame(const host::Canvas &a, const host::Canvas &b)
 {
     return a.width() == b.width() && a.height() == b.height() &&
-           std::memcmp(a.row(0), b.row(0), std::size_t(a.width() * a.height()) * 3) == 0;
+           std::memcmp(a.row(0), b.row(0), std::size_t(a.width() * a.height()) * 4) == 0;
 }
 
 TEST_F(ZkviewModel, TypingAndBackspaceWorkByCharacter)
@@ -140,6 +141,8 @@ TEST_F(ZkviewModel, CommandsChangeTheStateTheyName)
     EXPECT_EQ(after(Action::NextVertical).alignment & 0x70, host::AlignTop);
     EXPECT_FALSE(after(Action::Boxes).boxes);
     EXPECT_FALSE(after(Action::Wrap).wrap);
+    EXPECT_TRUE(after(Action::Levels).levels);
+    EXPECT_FALSE(after(Action::Levels).levels);
     EXPECT_EQ(after(Action::NextLimit).limit, 64 * 1024);
     EXPECT_EQ(after(Action::Limit, 8 * 1024).limit, 8 * 1024);
     EXPECT_EQ(after(Action::NextLimit).limit, -1);
@@ -170,6 +173,7 @@ TEST_F(ZkviewModel, EveryButtonDoesWhatItsCommandDoes)
         case Action::Limit: EXPECT_EQ(state.limit, button.command.value); break;
         case Action::Boxes: EXPECT_FALSE(state.boxes); break;
         case Action::Wrap: EXPECT_FALSE(state.wrap); break;
+        case Action::Levels: EXPECT_TRUE(state.levels); break;
         default: break;
         }
     }
@@ -247,6 +251,32 @@ TEST_F(ZkviewModel, TheTextIsDrawnAsTheCommonPainterDrawsIt)
         EXPECT_GT(differing, 0);
         EXPECT_LE(differing, 2 * block.lineHeight());
     }
+}
+
+TEST_F(ZkviewModel, LevelsAreDrawnInTheirColours)
+{
+    start("ab שלום");
+    m_model.perform({Action::Levels});
+    const host::Canvas &picture = m_model.picture();
+    const ZkRect box = m_model.box();
+    const auto share = [&](int level) {
+        const host::Color wanted = host::AnalysisPicture::levelColor(level);
+        int count = 0;
+        for (int y = box.top(); y < box.top() + 60; ++y) {
+            for (int x = box.left(); x < box.left() + 200; ++x) {
+                const host::Color got = picture.pixel(x, y);
+                count +=
+                    got.red == wanted.red && got.green == wanted.green && got.blue == wanted.blue;
+            }
+        }
+        return count;
+    };
+    EXPECT_GT(share(0), 1000);
+    EXPECT_GT(share(1), 1000);
+    EXPECT_EQ(share(2), 0);
+    m_model.perform({Action::Levels});
+    m_model.picture();
+    EXPECT_EQ(share(1), 0) << "the text again";
 }
 
 TEST_F(ZkviewModel, TheSameEventsGiveTheSamePicture)

@@ -1,12 +1,15 @@
 #include <zkbidi.h>
 
 #include "conformancefile.h"
+#include "mallochook.h"
 #include "rounds.h"
 #include "utf16.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -159,4 +162,161 @@ TEST(ZkBidi, LevelsAndOrderFollowEveryLineOfTheCharacterTest)
         }
     });
     EXPECT_EQ(failures, 0);
+}
+
+namespace
+{
+
+typedef std::vector<ZkUcs2> Units;
+
+Units unitsOf(const char16_t *text)
+{
+    return Units(text, text + std::char_traits<char16_t>::length(text));
+}
+
+std::vector<int> levelsOf(const ZkBidi &bidi)
+{
+    std::vector<int> levels;
+    for (int i = 0; i < bidi.size(); ++i) {
+        levels.push_back(bidi.level(i));
+    }
+    return levels;
+}
+
+} // namespace
+
+TEST(ZkBidi, TextFromLeftToRightNeedsNoMemory)
+{
+    const Units text = unitsOf(u"Plain text, 12 \u201eZeichen\u201c \u4eba\u4eba. And more of it.");
+    const int before = mallochook::allocations;
+    ZkBidi bidi;
+    bidi.setText(text.data(), static_cast<int>(text.size()));
+    EXPECT_TRUE(bidi.isLeftToRight());
+    EXPECT_EQ(bidi.paragraphCount(), 1);
+    ZkBidi::Run run;
+    EXPECT_EQ(bidi.visualRuns(3, 9, &run, 1), 1);
+    EXPECT_EQ(run.first, 3);
+    EXPECT_EQ(run.last, 9);
+    EXPECT_EQ(run.level, 0);
+    EXPECT_EQ(mallochook::allocations - before, 0);
+}
+
+TEST(ZkBidi, ACallersBufferSufficesForAnyText)
+{
+    for (const char16_t *const piece : {u"\u05d0(1)", u"\n\u05d0", u"\u2067a", u"\u200c\u0628"}) {
+        Units text;
+        while (text.size() < 300) {
+            const Units more = unitsOf(piece);
+            text.insert(text.end(), more.begin(), more.end());
+        }
+        const int size = static_cast<int>(text.size());
+        std::vector<int> buffer(static_cast<std::size_t>(ZkBidi::bufferSize(size) / 4));
+        const int before = mallochook::allocations;
+        ZkBidi bidi(buffer.data(), ZkBidi::bufferSize(size));
+        bidi.setText(text.data(), size);
+        EXPECT_FALSE(bidi.isLeftToRight());
+        EXPECT_EQ(mallochook::allocations - before, 0);
+    }
+}
+
+TEST(ZkBidi, ParagraphsAreSeparatedAndFindTheirOwnDirection)
+{
+    const Units text = unitsOf(u"ab\n\u05d0\r\n1\u2029\u05d0");
+    ZkBidi bidi;
+    bidi.setText(text.data(), static_cast<int>(text.size()));
+    const ZkBidi::Paragraph kExpected[] = {{0, 3, 0}, {3, 6, 1}, {6, 8, 0}, {8, 9, 1}};
+    ASSERT_EQ(bidi.paragraphCount(), 4);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(bidi.paragraph(i).first, kExpected[i].first);
+        EXPECT_EQ(bidi.paragraph(i).last, kExpected[i].last);
+        EXPECT_EQ(bidi.paragraph(i).level, kExpected[i].level);
+    }
+    EXPECT_EQ(bidi.paragraphOf(2).first, 0);
+    EXPECT_EQ(bidi.paragraphOf(3).first, 3);
+    EXPECT_EQ(levelsOf(bidi), (std::vector<int>{0, 0, 0, 1, 1, 1, 0, 0, 1}));
+    bidi.setText(text.data(), static_cast<int>(text.size()), ZkBidi::AutoRightToLeft);
+    EXPECT_EQ(bidi.paragraph(2).level, 1) << "no strong character";
+    bidi.setText(text.data(), 0, ZkBidi::RightToLeft);
+    EXPECT_EQ(bidi.paragraphCount(), 0);
+    EXPECT_EQ(bidi.baseLevel(), 1);
+    const Units plain = unitsOf(u"a\nb\r\n");
+    bidi.setText(plain.data(), 5);
+    EXPECT_EQ(bidi.paragraphCount(), 2) << "also where all runs from left to right";
+    EXPECT_EQ(bidi.paragraph(1).last, 5);
+}
+
+TEST(ZkBidi, WhiteSpaceAtTheEndOfALineHasTheLevelOfTheParagraph)
+{
+    const Units text = unitsOf(u"ab \u05d0\u05d1 \u05d2");
+    ZkBidi bidi;
+    bidi.setText(text.data(), 7);
+    EXPECT_EQ(levelsOf(bidi), (std::vector<int>{0, 0, 0, 1, 1, 1, 1}));
+    std::uint8_t levels[6];
+    bidi.lineLevels(0, 6, levels);
+    EXPECT_EQ(levels[5], 0);
+    ZkBidi::Run runs[3];
+    ASSERT_EQ(bidi.visualRuns(0, 6, runs, 3), 3);
+    EXPECT_EQ(runs[1].level, 1);
+    EXPECT_EQ(runs[2].first, 5);
+    EXPECT_EQ(runs[2].level, 0);
+    EXPECT_EQ(bidi.visualRuns(0, 6, runs, 1), 3) << "how many there are";
+    EXPECT_EQ(bidi.visualRuns(2, 2, runs, 3), 0);
+}
+
+TEST(ZkBidi, AnEditIsTheSameAsTheNewText)
+{
+    std::mt19937 random(5);
+    const auto below = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
+    const ZkUcs2 kAlphabet[] = {'a',    '1',    '\r', '\n', ' ',    0x0301, 0xD802, 0xDC00,
+                                0x05D0, 0x0628, '(',  ')',  0x2067, 0x2069, 0x202B, '\t'};
+    for (const ZkBidi::Direction direction : {ZkBidi::Auto, ZkBidi::RightToLeft}) {
+        Units units;
+        ZkTextCharacters characters;
+        ZkBidi edited, fresh;
+        characters.setText(units.data(), 0);
+        edited.setText(characters, direction);
+        for (int round = 0; round < 5000; ++round) {
+            const int size = static_cast<int>(units.size());
+            const int first = below(size + 1);
+            const int removed = below(std::min(size - first, 4) + 1);
+            const int inserted = below(size > 40 ? 2 : 5);
+            units.erase(units.begin() + first, units.begin() + first + removed);
+            for (int i = 0; i < inserted; ++i) {
+                units.insert(units.begin() + first, kAlphabet[below(16)]);
+            }
+            characters.edit(units.data(), first, removed, inserted);
+            edited.edit(characters, first, removed, inserted);
+            fresh.setText(units.data(), static_cast<int>(units.size()), direction);
+            ASSERT_EQ(edited.isLeftToRight(), fresh.isLeftToRight());
+            ASSERT_EQ(edited.baseLevel(), fresh.baseLevel());
+            ASSERT_EQ(levelsOf(edited), levelsOf(fresh)) << ::testing::PrintToString(units);
+            ASSERT_EQ(edited.paragraphCount(), fresh.paragraphCount());
+            for (int i = 0; i < fresh.paragraphCount(); ++i) {
+                ASSERT_EQ(edited.paragraph(i).first, fresh.paragraph(i).first);
+                ASSERT_EQ(edited.paragraph(i).last, fresh.paragraph(i).last);
+                ASSERT_EQ(edited.paragraph(i).level, fresh.paragraph(i).level);
+            }
+        }
+    }
+}
+
+TEST(ZkBidi, NestingByTheTenThousandTakesLinearTime)
+{
+    // Four times the text may take some eight times as long on a busy machine; were the
+    // time quadratic, it would be sixteen times and hours in the end.
+    for (const char16_t *const piece :
+         {u"(", u"\u05d0(", u"[)", u"\u2068", u"\u2067\u05d0", u"\u2068\u05d0\u2069",
+          u"\u202b\u05d0", u"\u202b\u202c", u"\u2067(", u"1,\u05d0%", u"\u2069\u202e"}) {
+        Units text;
+        while (text.size() < 200000) {
+            const Units more = unitsOf(piece);
+            text.insert(text.end(), more.begin(), more.end());
+        }
+        ZkBidi bidi;
+        const auto start = std::chrono::steady_clock::now();
+        bidi.setText(text.data(), static_cast<int>(text.size()));
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+        EXPECT_LT(time.count(), 2) << "200,000 units";
+        EXPECT_EQ(bidi.paragraphCount(), 1);
+    }
 }

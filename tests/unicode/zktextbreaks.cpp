@@ -1,10 +1,12 @@
 #include <zktextbreaks.h>
 
 #include "conformancefile.h"
+#include "mallochook.h"
 #include "utf16.h"
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -81,4 +83,196 @@ TEST(ZkTextBreaks, GraphemeClustersFollowEveryLineOfTheConformanceTest)
 TEST(ZkTextBreaks, WordsFollowEveryLineOfTheConformanceTest)
 {
     checkFile("auxiliary/WordBreakTest.txt", 1823, ZkTextBreaks::Word);
+}
+
+namespace
+{
+
+typedef std::vector<ZkUcs2> Units;
+
+Units unitsOf(const char16_t *text)
+{
+    return Units(text, text + std::char_traits<char16_t>::length(text));
+}
+
+/// The units before which a flag is set, without the two ends.
+std::vector<int> placesOf(const ZkTextBreaks &breaks, unsigned flag)
+{
+    std::vector<int> places;
+    for (int i = 1; i < breaks.size(); ++i) {
+        if ((breaks.flags()[i] & flag) != 0) {
+            places.push_back(i);
+        }
+    }
+    return places;
+}
+
+/// Begins a word before each of some letters.
+class LetterBreaker : public ZkWordBreaker
+{
+public:
+    explicit LetterBreaker(ZkUcs2 letter) : m_letter(letter) {}
+
+    void findWords(const ZkUcs2 *run, int units, std::uint8_t *starts) override
+    {
+        runs.emplace_back(run, run + units);
+        for (int i = 0; i < units; ++i) {
+            starts[i] = run[i] == m_letter ? 1 : 0;
+        }
+    }
+
+    std::vector<Units> runs;
+
+private:
+    ZkUcs2 m_letter;
+};
+
+} // namespace
+
+TEST(ZkTextBreaks, AtBothEndsOfAText)
+{
+    ZkTextBreaks breaks;
+    EXPECT_EQ(breaks.size(), 0);
+    EXPECT_EQ(breaks.flags()[0], 0);
+    const Units text = unitsOf(u"a");
+    breaks.setText(text.data(), 1);
+    EXPECT_EQ(breaks.flags()[0], ZkTextBreaks::Grapheme | ZkTextBreaks::Word);
+    EXPECT_EQ(breaks.flags()[1], 15);
+    breaks.setText(text.data(), 0);
+    EXPECT_EQ(breaks.flags()[0], 0) << "an empty text";
+}
+
+TEST(ZkTextBreaks, LinesMustEndBehindTheirSeparators)
+{
+    for (const char16_t *const separator :
+         {u"\n", u"\r", u"\r\n", u"\v", u"\f", u"\u0085", u"\u2028", u"\u2029"}) {
+        const Units end = unitsOf(separator);
+        Units text = {'a'};
+        text.insert(text.end(), end.begin(), end.end());
+        text.push_back('b');
+        ZkTextBreaks breaks;
+        breaks.setText(text.data(), static_cast<int>(text.size()));
+        const int behind = 1 + static_cast<int>(end.size());
+        EXPECT_EQ(placesOf(breaks, ZkTextBreaks::LineMandatory), std::vector<int>{behind});
+        EXPECT_EQ(placesOf(breaks, ZkTextBreaks::LineAllowed), std::vector<int>{behind});
+    }
+}
+
+TEST(ZkTextBreaks, WithoutABreakerThaiIsDividedBetweenClusters)
+{
+    // Letters with vowels before and behind them, and a mark above.
+    const Units text = unitsOf(u"\u0e40\u0e01\u0e34\u0e14\u0e21\u0e32 \u0e01a");
+    ZkTextBreaks breaks;
+    breaks.setText(text.data(), static_cast<int>(text.size()));
+    EXPECT_EQ(placesOf(breaks, ZkTextBreaks::LineAllowed), (std::vector<int>{3, 4, 7}));
+    breaks.setUnspaced(ZkTextBreaks::AsLetters);
+    breaks.setText(text.data(), static_cast<int>(text.size()));
+    EXPECT_EQ(placesOf(breaks, ZkTextBreaks::LineAllowed), std::vector<int>{7});
+    // A stacked consonant of Khmer stays with the one above.
+    const Units khmer = unitsOf(u"\u1780\u17d2\u1781\u1782");
+    breaks.setUnspaced(ZkTextBreaks::BetweenClusters);
+    breaks.setText(khmer.data(), 4);
+    EXPECT_EQ(placesOf(breaks, ZkTextBreaks::LineAllowed), std::vector<int>{3});
+}
+
+TEST(ZkTextBreaks, ABreakerDecidesInsideRunsOfScriptsWithoutSpaces)
+{
+    const Units text = unitsOf(u"a \u0e01\u0e02\u0e34\u0e01\u0e03, \u0e01");
+    LetterBreaker breaker(0x0E01);
+    ZkTextBreaks breaks;
+    breaks.setWordBreaker(&breaker);
+    breaks.setText(text.data(), static_cast<int>(text.size()));
+    ASSERT_EQ(breaker.runs.size(), 2U);
+    EXPECT_EQ(breaker.runs[0], unitsOf(u"\u0e01\u0e02\u0e34\u0e01\u0e03"));
+    EXPECT_EQ(breaker.runs[1], unitsOf(u"\u0e01"));
+    EXPECT_EQ(placesOf(breaks, ZkTextBreaks::LineAllowed), (std::vector<int>{2, 5, 9}));
+    EXPECT_EQ(placesOf(breaks, ZkTextBreaks::Word), (std::vector<int>{1, 2, 5, 7, 8, 9}));
+    LetterBreaker atMark(0x0E34);
+    breaks.setWordBreaker(&atMark);
+    breaks.setText(text.data(), static_cast<int>(text.size()));
+    EXPECT_EQ(placesOf(breaks, ZkTextBreaks::LineAllowed), (std::vector<int>{2, 9}))
+        << "nothing within a cluster";
+}
+
+TEST(ZkTextBreaks, ABreakerIsAskedInUnitsForCodePointsToo)
+{
+    // Ahom lies beyond the Basic Multilingual Plane.
+    const char32_t text[] = {0x0E01, 0x11700, 0x11701, 'x', 0x11702};
+    LetterBreaker breaker(0xD805);
+    std::uint8_t flags[6];
+    ZkTextBreaks::find(text, 5, flags, ZkTextBreaks::BetweenClusters, &breaker);
+    ASSERT_EQ(breaker.runs.size(), 2U);
+    EXPECT_EQ(breaker.runs[0], (Units{0x0E01, 0xD805, 0xDF00, 0xD805, 0xDF01}));
+    EXPECT_NE(flags[1] & ZkTextBreaks::LineAllowed, 0);
+    EXPECT_NE(flags[2] & ZkTextBreaks::LineAllowed, 0);
+    EXPECT_EQ(flags[3] & ZkTextBreaks::LineAllowed, 0);
+}
+
+TEST(ZkTextBreaks, NothingEndsWithinASurrogatePair)
+{
+    Units text;
+    for (int i = 0; i < 700; ++i) { // pairs at every place of what is looked up at once
+        text.push_back(0xD83D);
+        text.push_back(0xDE00);
+        if (i % 255 == 7) {
+            text.push_back('a');
+        }
+    }
+    ZkTextBreaks breaks;
+    breaks.setText(text.data(), static_cast<int>(text.size()));
+    for (int i = 1; i < breaks.size(); ++i) {
+        if (text[static_cast<std::size_t>(i)] == 0xDE00) {
+            EXPECT_EQ(breaks.flags()[i], 0) << i;
+        } else {
+            EXPECT_NE(breaks.flags()[i] & ZkTextBreaks::Grapheme, 0) << i;
+        }
+    }
+}
+
+TEST(ZkTextBreaks, ACallersBufferNeedsNoMemory)
+{
+    const Units text(1000, 0x0628);
+    std::vector<std::uint8_t> flags(1001);
+    ZkTextBreaks breaks;
+    breaks.setText(text.data(), 1000);
+    const int before = mallochook::allocations;
+    ZkTextBreaks::find(text.data(), 1000, flags.data());
+    breaks.setText(text.data(), 999);
+    EXPECT_EQ(mallochook::allocations - before, 0);
+}
+
+TEST(ZkTextBreaks, AnEditIsTheSameAsTheNewText)
+{
+    std::mt19937 random(4);
+    const auto below = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
+    const ZkUcs2 kAlphabet[] = {'a',    '.',    '1',    '\r', '\n',   ' ',    0x0301, 0xD83C,
+                                0xDDE6, 0x0E01, 0x0E40, '\'', 0x2028, 0x200D, '(',    '$'};
+    LetterBreaker breaker(0x0E01);
+    for (const bool asks : {false, true}) {
+        Units units;
+        ZkTextCharacters characters;
+        ZkTextBreaks edited, fresh;
+        edited.setWordBreaker(asks ? &breaker : nullptr);
+        fresh.setWordBreaker(asks ? &breaker : nullptr);
+        characters.setText(units.data(), 0);
+        edited.setText(characters);
+        for (int round = 0; round < 4000; ++round) {
+            const int size = static_cast<int>(units.size());
+            const int first = below(size + 1);
+            const int removed = below(std::min(size - first, 4) + 1);
+            const int inserted = below(size > 40 ? 2 : 5);
+            units.erase(units.begin() + first, units.begin() + first + removed);
+            for (int i = 0; i < inserted; ++i) {
+                units.insert(units.begin() + first, kAlphabet[below(16)]);
+            }
+            characters.edit(units.data(), first, removed, inserted);
+            edited.edit(characters, first, removed, inserted);
+            fresh.setText(units.data(), static_cast<int>(units.size()));
+            ASSERT_EQ(edited.size(), fresh.size());
+            ASSERT_EQ(Units(edited.flags(), edited.flags() + edited.size() + 1),
+                      Units(fresh.flags(), fresh.flags() + fresh.size() + 1))
+                << round << ": " << ::testing::PrintToString(units) << " at " << first << ", "
+                << removed << " removed, " << inserted << " inserted";
+        }
+    }
 }

@@ -5,12 +5,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace host
 {
 
-/// An opaque picture of 24-bit pixels in memory. A copy has pixels of its own.
+/// An opaque picture in memory, a word 0x00RRGGBB for each pixel. A copy has pixels
+/// of its own.
 class Canvas : public Surface
 {
 public:
@@ -18,8 +20,16 @@ public:
     /// does not count.
     Canvas(int width, int height, const Color &background);
 
-    /// The red, green and blue bytes of row `y`, which must lie inside.
-    const std::uint8_t *row(int y) const { return m_pixels.data() + offset(0, y); }
+    ZkTextSurface pixels() override
+    {
+        return {m_pixels.data(), width(), height(), width() * 4, ZkTextSurface::Xrgb8888};
+    }
+
+    /// The pixels of row `y`, which must lie inside.
+    const std::uint32_t *row(int y) const { return m_pixels.data() + offset(0, y); }
+
+    /// The red, green and blue byte of every pixel, row by row.
+    std::string rgb() const;
 
     /// The pixel at (x, y), which must lie inside.
     Color pixel(int x, int y) const;
@@ -32,16 +42,13 @@ public:
     Canvas zoomed(int factor) const;
 
 private:
-    void mix(int x, int y, const Color &color, int share) override;
-
     std::size_t offset(int x, int y) const
     {
-        return (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) +
-                static_cast<std::size_t>(x)) *
-               3;
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) +
+               static_cast<std::size_t>(x);
     }
 
-    std::vector<std::uint8_t> m_pixels;
+    std::vector<std::uint32_t> m_pixels;
 };
 
 } // namespace host

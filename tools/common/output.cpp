@@ -86,7 +86,7 @@ bool writeByRename(const std::string &path, const std::string &bytes)
 }
 
 /// The bytes of a PNG file; empty without pixels or memory.
-std::string encode(png_uint_32 format, int width, int height, const std::uint8_t *pixels)
+std::string encode(png_uint_32 format, int width, int height, const void *pixels)
 {
     std::string bytes;
     if (width < 1 || height < 1) {
@@ -134,7 +134,7 @@ bool writeOutput(const std::string &path, const std::string &bytes, std::string 
 
 std::string encodePng(const Canvas &canvas)
 {
-    return encode(PNG_FORMAT_RGB, canvas.width(), canvas.height(), canvas.row(0));
+    return encode(PNG_FORMAT_RGB, canvas.width(), canvas.height(), canvas.rgb().data());
 }
 
 std::string encodePng(int width, int height, const std::uint8_t *pixels)

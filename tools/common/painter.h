@@ -4,17 +4,13 @@
 #include "placement.h"
 #include "surface.h"
 
-/// From positions to pixels: the other half of painting.
+#include <zkparagraph.h>
+
+/// From positions to pixels: the other half of painting, by the library's
+/// `ZkTextPainter`.
 ///
-/// A glyph's pixels are coverage: 0 leaves the picture as it is, 255 is the text
-/// colour, what is between mixes the two. In the outlined style a coverage of 1
-/// is the halo around the glyph, drawn in a colour of its own; ink is mixed with
-/// that colour then, not with the picture, so that no gap shows between the two.
-/// All halos of a line are drawn before any ink, or the halo of one letter would
-/// cut into the letter it joins.
-///
-/// Underline is the host's affair. It is taken from the font that the host asked
-/// with: `GlyphBitmap::font` remembers whoever asked for the glyph first.
+/// Underline is taken from the font that the host asked with: `GlyphBitmap::font`
+/// remembers whoever asked for the glyph first.
 namespace host
 {
 
@@ -31,6 +27,14 @@ ZkRect underlineOf(const PlacedLine &line, const ZkFont &font, int charSpacing);
 /// null are passed over. Nothing is drawn outside the surface's clip rectangle.
 void paintLine(Surface &surface, const PlacedLine &line, const ZkFont &font, int charSpacing,
                const TextColors &colors);
+
+/// Paints a paragraph whose box has its corner at (x, y).
+void paintParagraph(Surface &surface, const ZkParagraph &paragraph, int x, int y,
+                    const TextColors &colors);
+
+/// Draws what its layout did over it: lines (blue), a tick at each caret (green),
+/// baselines (red).
+void paintGuides(Surface &surface, const ZkParagraph &paragraph, int x, int y);
 
 /// Draws what the layout did over the text: the line rectangle (blue), the cells
 /// (green, a tick at each boundary) and the baseline (red).

@@ -76,20 +76,16 @@ Surface::Surface(int width, int height)
 
 void Surface::blend(int x, int y, const Color &color, int coverage)
 {
-    if (x < m_clip.left() || x > m_clip.right() || y < m_clip.top() || y > m_clip.bottom()) {
-        return;
-    }
-    mix(x, y, color, (coverage * color.alpha + 127) / 255);
+    ZkTextPainter painter(pixels());
+    painter.setClip(m_clip);
+    painter.blend(x, y, color.argb(), coverage);
 }
 
 void Surface::fill(const ZkRect &rect, const Color &color)
 {
-    const ZkRect inside = overlap(rect, m_clip);
-    for (int y = inside.top(); y <= inside.bottom(); ++y) {
-        for (int x = inside.left(); x <= inside.right(); ++x) {
-            mix(x, y, color, color.alpha);
-        }
-    }
+    ZkTextPainter painter(pixels());
+    painter.setClip(m_clip);
+    painter.fill(rect, color.argb());
 }
 
 void Surface::frame(const ZkRect &rect, const Color &color)
@@ -110,13 +106,17 @@ void Surface::frame(const ZkRect &rect, const Color &color)
 
 void Surface::round(const ZkRect &rect, int radius, const Color &color)
 {
+    const int left = rect.left(), top = rect.top(), right = rect.right(), bottom = rect.bottom();
     const ZkRect inside = overlap(rect, m_clip);
     for (int y = inside.top(); y <= inside.bottom(); ++y) {
-        const bool isCornerRow = y < rect.top() + radius || y > rect.bottom() - radius;
+        const bool isCornerRow = y < top + radius || y > bottom - radius;
         for (int x = inside.left(); x <= inside.right(); ++x) {
-            const bool isCorner =
-                isCornerRow && (x < rect.left() + radius || x > rect.right() - radius);
-            blend(x, y, color, isCorner ? roundCoverage(rect, radius, x, y) : 255);
+            if (x >= left + radius && x <= right - radius) {
+                fill(ZkRect(x, y, right - radius, y), color);
+                x = right - radius;
+            } else {
+                blend(x, y, color, isCornerRow ? roundCoverage(rect, radius, x, y) : 255);
+            }
         }
     }
 }

@@ -1,7 +1,7 @@
 #ifndef HOST_SURFACE_H
 #define HOST_SURFACE_H
 
-#include <zkrect.h>
+#include <zktextpainter.h>
 
 #include <cstdint>
 #include <string>
@@ -15,6 +15,13 @@ struct Color {
     std::uint8_t green = 0;
     std::uint8_t blue = 0;
     std::uint8_t alpha = 255;
+
+    /// The same as one number, as `ZkTextPainter` takes it.
+    std::uint32_t argb() const
+    {
+        return static_cast<std::uint32_t>(alpha) << 24 | static_cast<std::uint32_t>(red) << 16 |
+               static_cast<std::uint32_t>(green) << 8 | blue;
+    }
 };
 
 /// Reads "#RRGGBB" or "#RRGGBBAA", the '#' optional. False, with `color` as it
@@ -25,16 +32,10 @@ bool parseColor(const std::string &text, Color *color);
 /// its top, has no pixels, and so has the result.
 ZkRect overlap(const ZkRect &a, const ZkRect &b);
 
-/// `below` and `above` in the ratio (255 - share) : share, rounded to the nearest:
-/// one part of a colour, 0 to 255.
-inline std::uint8_t mixed(int below, int above, int share)
-{
-    return static_cast<std::uint8_t>((below * (255 - share) + above * share + 127) / 255);
-}
-
-/// Something to draw on: all that a painter of text asks of pixels. A host that
-/// has pixels of its own derives from it and writes `mix`; the painter in
-/// painter.h then draws there. `Canvas` is such a one, with 24-bit pixels in memory.
+/// Something to draw on: pixels in memory with a clip rectangle, and the few shapes
+/// that a screen is made of beside text. A host that has pixels of its own derives
+/// from it and says where they are; `Canvas` is such a one. Colours are mixed as
+/// `ZkTextPainter` mixes them.
 ///
 /// Every call draws inside the clip rectangle only, so no coordinate is out of
 /// range; at first the clip rectangle is the whole surface.
@@ -46,6 +47,9 @@ public:
     int width() const { return m_width; }
     int height() const { return m_height; }
     ZkRect bounds() const { return ZkRect(0, 0, m_width - 1, m_height - 1); }
+
+    /// Where the pixels are, for the library's painter.
+    virtual ZkTextSurface pixels() = 0;
 
     /// Restricts drawing to the part of `clip` that lies on the surface.
     void setClip(const ZkRect &clip) { m_clip = overlap(clip, bounds()); }
@@ -71,10 +75,6 @@ protected:
     Surface &operator=(const Surface &) = default;
 
 private:
-    /// Mixes the three parts of `color` into the pixel at (x, y), which lies
-    /// inside, as `mixed` does with `share`.
-    virtual void mix(int x, int y, const Color &color, int share) = 0;
-
     int m_width;
     int m_height;
     ZkRect m_clip;

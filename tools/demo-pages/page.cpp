@@ -72,16 +72,17 @@ void Page::label(const ZkRect &box, int baseline, const std::string &utf8, const
 void Page::halved(int x, int y, const host::Canvas &page)
 {
     for (int row = 0; row < page.height() / 2; ++row) {
-        const std::uint8_t *above = page.row(2 * row);
-        const std::uint8_t *below = page.row(2 * row + 1);
+        const std::uint32_t *above = page.row(2 * row);
+        const std::uint32_t *below = page.row(2 * row + 1);
         for (int column = 0; column < page.width() / 2; ++column) {
-            std::uint8_t mean[3];
-            for (int part = 0; part < 3; ++part) {
-                const int at = 6 * column + part;
-                mean[part] = static_cast<std::uint8_t>(
-                    (above[at] + above[at + 3] + below[at] + below[at + 3] + 2) / 4);
-            }
-            m_canvas.blend(x + column, y + row, {mean[0], mean[1], mean[2], 255});
+            const int at = 2 * column;
+            const auto mean = [&](int shift) {
+                const auto part = [&](std::uint32_t pixel) { return pixel >> shift & 255; };
+                return static_cast<std::uint8_t>((part(above[at]) + part(above[at + 1]) +
+                                                  part(below[at]) + part(below[at + 1]) + 2) /
+                                                 4);
+            };
+            m_canvas.blend(x + column, y + row, {mean(16), mean(8), mean(0), 255});
         }
     }
 }

@@ -236,10 +236,6 @@ def word_verdict(state, name, pictographic):
         return NO, None
     if before in WORD_ENDS or name in WORD_ENDS:
         return YES, None
-    if state.last == "ZWJ" and pictographic:
-        return NO, None
-    if state.last == name == "WSegSpace":
-        return NO, None
     if state.middle == "letters" and name in WORD_LETTERS:
         return REVOKE, None
     if state.middle == "quoted" and name in WORD_LETTERS:
@@ -248,6 +244,8 @@ def word_verdict(state, name, pictographic):
         return REVOKE, None
     if state.middle == "numbers" and name == "Numeric":
         return REVOKE, None
+    if (state.last == "ZWJ" and pictographic) or state.last == name == "WSegSpace":
+        return NO, None
     joined = WORD_LETTERS + ("Numeric", "Katakana", "ExtendNumLet")
     together = (
         (before in WORD_LETTERS + ("Numeric",) and name in WORD_LETTERS + ("Numeric",)) or

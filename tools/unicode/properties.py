@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Writes src/unicode/zkcharactertables.cpp from the Unicode Character Database 15.0.0.
 
-    tools/unicode/properties.py [FOLDER [OUTPUT]]
+    tools/unicode/properties.py [FOLDER [OUTPUT [NAMES]]]
 
 FOLDER is where Debian's package unicode-data keeps the files, /usr/share/unicode
-unless told. The values are numbered as include/unicode/zkcharacter.h declares them.
+unless told. The values are numbered as include/unicode/zkcharacter.h declares them;
+NAMES, tools/common/characternames.cpp, has their names for hosts that show them.
 The same input gives the same bytes on every machine.
 
 Each distinct combination of properties is a record, stored once. The number of the
@@ -39,6 +40,10 @@ BITS = (0, 1, 2, 4, 8)
 HERE = os.path.dirname(os.path.abspath(__file__))
 HEADER = os.path.join(HERE, "..", "..", "include", "unicode", "zkcharacter.h")
 OUTPUT = os.path.join(HERE, "..", "..", "src", "unicode", "zkcharactertables.cpp")
+NAMES = os.path.join(HERE, "..", "common", "characternames.cpp")
+
+# The enumerations whose values have names to show.
+NAMED = "Category Bidi Line Grapheme Word Joining Width Script".split()
 
 # The fields of ZkCharacter, in its order.
 FIELDS = ("bidi bracket line variant grapheme pictographic word category joining script "
@@ -297,11 +302,37 @@ def mirror_arrays(mirrors):
             array("std::int16_t", "kZkMirrorDistances", distances, 2)], len(sources)
 
 
+def name_tables():
+    """The source of the names: each value without the prefix of its enumeration."""
+    functions = []
+    for kind in NAMED:
+        names = database.enumerators(HEADER, kind)
+        quoted = in_lines([f'"{name}"' for name in names])
+        functions.append(f"""\
+const char *host::{kind.lower()}Name(unsigned value)
+{{
+    static const char *const kNames[{len(names)}] = {{
+{quoted}
+    }};
+    return value < {len(names)} ? kNames[value] : "";
+}}
+""")
+    return f"""\
+// Made by tools/unicode/properties.py from include/unicode/zkcharacter.h. Do not edit.
+
+#include "characternames.h"
+
+// clang-format off
+
+{chr(10).join(functions)}"""
+
+
 def main(arguments):
-    if len(arguments) > 2:
+    if len(arguments) > 3:
         sys.exit(__doc__)
     folder = arguments[0] if arguments else database.FOLDER
-    output = arguments[1] if len(arguments) == 2 else OUTPUT
+    output = arguments[1] if len(arguments) > 1 else OUTPUT
+    database.write(arguments[2] if len(arguments) > 2 else NAMES, name_tables())
 
     mirrors = read_mirrors(folder)
     characters = read_characters(folder, mirrors)

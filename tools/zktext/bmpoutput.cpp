@@ -106,11 +106,11 @@ std::string encodeBmp(const host::Canvas &canvas)
     std::vector<unsigned char> pixels(rowBytes * static_cast<std::size_t>(canvas.height()));
     unsigned char *to = pixels.data();
     for (int y = 0; y < canvas.height(); ++y) {
-        const std::uint8_t *from = canvas.row(y);
-        for (std::size_t x = 0; x < rowBytes; x += 3, to += 3) {
-            to[0] = from[x + 2];
-            to[1] = from[x + 1];
-            to[2] = from[x];
+        const std::uint32_t *from = canvas.row(y);
+        for (int x = 0; x < canvas.width(); ++x, to += 3) {
+            to[0] = static_cast<unsigned char>(from[x]);
+            to[1] = static_cast<unsigned char>(from[x] >> 8);
+            to[2] = static_cast<unsigned char>(from[x] >> 16);
         }
     }
     const BmpData::Image image = {canvas.width(), canvas.height(), 3, pixels.data()};

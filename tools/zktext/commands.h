@@ -20,6 +20,7 @@ void addLayout(CLI::App &program);
 void addGlyph(CLI::App &program);
 void addCoverage(CLI::App &program);
 void addBmp(CLI::App &program);
+void addAnalyse(CLI::App &program);
 
 } // namespace zktext
 

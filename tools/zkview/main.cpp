@@ -16,6 +16,8 @@ struct Options {
     int width = 1060;
     int height = 690;
     bool fullScreen = false;
+    bool levels = false;
+    std::string text;
     std::string picture;
 };
 
@@ -43,6 +45,13 @@ void start(const Options &options)
             "no font: name one with --font or in the environment variable ZK_FONTLIB");
     }
     zkview::Model model(fonts, options.width, options.height);
+    if (!options.text.empty()) {
+        model.perform({zkview::Action::Clear});
+        model.type(options.text);
+    }
+    if (options.levels) {
+        model.perform({zkview::Action::Levels});
+    }
     if (options.picture.empty()) {
         zkview::show(model, options.fullScreen);
         return;
@@ -67,6 +76,8 @@ int run(int argc, char **argv)
         ->capture_default_str()
         ->check(CLI::Range(320, 16384));
     program.add_flag("--full-screen", options.fullScreen, "Take the whole screen");
+    program.add_flag("--levels", options.levels, "Begin with levels and breaks shown");
+    program.add_option("--text", options.text, "Begin with this text");
     program.add_option("--picture", options.picture,
                        "Write the first picture to a PNG file, open no window");
     program.footer(kFooter + zkview::videoDrivers() +

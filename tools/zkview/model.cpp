@@ -57,6 +57,7 @@ void Model::openFont(int index)
 {
     m_block.reset(); // its glyphs go with the font
     m_glyphs.clear();
+    m_face.reset();
     m_state.font = index;
     ZkFontMetrics::setFontFile(m_fonts[static_cast<std::size_t>(index)].path.c_str(),
                                m_state.limit);
@@ -135,6 +136,7 @@ void Model::perform(const Command &command)
         break;
     case Action::Boxes: m_state.boxes = !m_state.boxes; break;
     case Action::Wrap: m_state.wrap = !m_state.wrap; break;
+    case Action::Levels: m_state.levels = !m_state.levels; break;
     case Action::Limit: setLimit(value); break;
     case Action::NextLimit: setLimit(following(kLimits, m_state.limit)); break;
     case Action::Backspace: m_state.text.resize(std::max(m_state.text.size() - 1, 0)); break;

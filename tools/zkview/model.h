@@ -2,6 +2,7 @@
 #define ZKVIEW_MODEL_H
 
 #include "canvas.h"
+#include "face.h"
 #include "fonts.h"
 #include "panel.h"
 #include "textblock.h"
@@ -24,7 +25,8 @@ struct State {
     int alignment = host::AlignLeft | host::AlignTop;
     bool boxes = true;
     bool wrap = true;
-    int limit = -1; ///< pixel bytes of the glyph cache, -1 for none
+    bool levels = false; ///< the text's analysis instead of the text
+    int limit = -1;      ///< pixel bytes of the glyph cache, -1 for none
 };
 
 /// What the glyph cache holds, as far as this program has seen.
@@ -88,6 +90,8 @@ private:
     void draw();
     void drawPanel();
     void drawSheet();
+    void drawText();
+    void drawLevels();
     void drawCaret();
     void drawStatus();
     void drawHelp();
@@ -102,6 +106,7 @@ private:
     State m_state;
     std::vector<Button> m_buttons;
     host::Canvas m_canvas;
+    std::unique_ptr<host::FaceFile> m_face;   ///< the font file, for levels
     std::unique_ptr<host::TextBlock> m_block; ///< the text; gone while the font changes
     std::set<const GlyphBitmap *> m_glyphs;   ///< every record seen of the present font
     CacheFigures m_figures;

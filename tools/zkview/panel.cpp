@@ -115,9 +115,10 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
                align("Middle", Action::Vertical, host::AlignVCenter),
                align("Bottom", Action::Vertical, host::AlignBottom)});
 
-    stack.title("Show");
-    stack.row({button("Boxes", "F7", {Action::Boxes}, state.boxes),
-               button("Wrap", "F8", {Action::Wrap}, state.wrap)});
+    stack.title("Show   F7 F8 F10");
+    stack.row({button("Boxes", "", {Action::Boxes}, state.boxes),
+               button("Wrap", "", {Action::Wrap}, state.wrap),
+               button("Levels", "", {Action::Levels}, state.levels)});
 
     stack.title("Glyph cache limit   F9");
     std::vector<Button> limits;

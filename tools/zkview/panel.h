@@ -26,6 +26,7 @@ enum class Action {
     NextVertical,
     Boxes,
     Wrap,
+    Levels,
     Limit, ///< `value`: bytes, -1 for none
     NextLimit,
     Backspace,

@@ -1,5 +1,6 @@
 // How the model looks.
 
+#include "analysispicture.h"
 #include "model.h"
 
 #include <algorithm>
@@ -104,11 +105,11 @@ void Model::drawSheet()
     const ZkRect around = sheet();
     m_canvas.round(around, 8, kPaper);
     m_canvas.setClip(around);
-    m_block->paint(m_canvas, {kInk, kHalo});
-    if (m_state.boxes) {
-        m_block->paintGuides(m_canvas);
+    if (m_state.levels) {
+        drawLevels();
+    } else {
+        drawText();
     }
-    drawCaret();
     const int x = edge(), middle = (around.top() + around.bottom()) / 2;
     m_canvas.fill(ZkRect(x, around.top(), x + 1, around.bottom()), kEdge);
     m_canvas.round(ZkRect(x - 4, middle - 22, x + 5, middle + 21), 5, kEdge);
@@ -116,6 +117,27 @@ void Model::drawSheet()
         m_canvas.fill(ZkRect(x - 1, middle + row - 1, x + 2, middle + row), kPaper);
     }
     m_canvas.setClip(m_canvas.bounds());
+}
+
+void Model::drawText()
+{
+    m_block->paint(m_canvas, {kInk, kHalo});
+    if (m_state.boxes) {
+        m_block->paintGuides(m_canvas);
+    }
+    drawCaret();
+}
+
+/// The text as the library analyses it, in the place of the text box.
+void Model::drawLevels()
+{
+    if (!m_face) {
+        m_face = std::make_unique<host::FaceFile>(m_fonts[std::size_t(m_state.font)].path);
+    }
+    const host::Analysis analysis(host::utf16FromUtf8(m_state.text.toUtf8().constData()),
+                                  ZkBidi::Auto);
+    host::AnalysisPicture(analysis, m_face->face(), m_state.attr.size, m_state.wrapWidth)
+        .paint(m_canvas, box().left(), box().top());
 }
 
 void Model::drawCaret()

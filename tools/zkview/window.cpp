@@ -79,13 +79,13 @@ void Window::show(const host::Canvas &picture)
         SDL_DestroyTexture(m_texture);
         m_width = picture.width();
         m_height = picture.height();
-        m_texture = SDL_CreateTexture(m_renderer, SDL_PIXELFORMAT_RGB24,
+        m_texture = SDL_CreateTexture(m_renderer, SDL_PIXELFORMAT_RGB888,
                                       SDL_TEXTUREACCESS_STREAMING, m_width, m_height);
         if (!m_texture) {
             fail("no texture");
         }
     }
-    SDL_UpdateTexture(m_texture, nullptr, picture.row(0), m_width * 3);
+    SDL_UpdateTexture(m_texture, nullptr, picture.row(0), m_width * 4);
     showAgain();
 }
 
@@ -123,6 +123,7 @@ bool commandOf(const SDL_Keysym &key, Command *command)
         {SDLK_F7, {Action::Boxes}},
         {SDLK_F8, {Action::Wrap}},
         {SDLK_F9, {Action::NextLimit}},
+        {SDLK_F10, {Action::Levels}},
     };
     for (const auto &row : kKeys) {
         if (row.key == key.sym) {

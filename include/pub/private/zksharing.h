@@ -34,12 +34,11 @@ struct ZkSharing {
         }
     }
 
-    static Container &assign(Container &self, const Container &other)
+    static void assign(Container *self, const Container &other)
     {
-        if (!self.isSharedWith(other)) {
-            Container(other).swap(self);
+        if (!self->isSharedWith(other)) {
+            Container(other).swap(*self);
         }
-        return self;
     }
 
     static void swap(Container &a, Container &b) noexcept { std::swap(a.block(), b.block()); }

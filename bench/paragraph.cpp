@@ -1,0 +1,390 @@
+// Whole paragraphs by the Unicode path: analysed, shaped, divided into lines. Glyphs are
+// warm, 16 px, 400 px wide; times are per character.
+//
+//   whole    a paragraph of 10,000 characters, constructed, laid out and destroyed
+//   placed   the same and the place of every glyph
+//   width    another width for a paragraph that is there
+//   label    12 characters from nothing, shortened with an ellipsis
+
+#include "texts.h"
+#include "textstack.h"
+
+#include <zkfontmetrics.h>
+#include <zkparagraph.h>
+
+#include <SDL_ttf.h>
+#include <benchmark/benchmark.h>
+#include <fribidi.h>
+#include <hb-ft.h>
+#include <hb.h>
+#include <linebreak.h>
+#include <pango/pangoft2.h>
+#include <unicode/brkiter.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr int kPixels = 16, kWrapWidth = 400, kOtherWidth = 300, kLabelWidth = 60;
+constexpr std::size_t kParagraph = 10000;
+const char *const kLabel = "Settings 24%"; // 12 characters
+
+void countCharacters(benchmark::State &state, std::size_t characters)
+{
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * characters));
+}
+
+// Ours
+
+ZkFontChain chainOf(const BenchText &text)
+{
+    return ZkFontChain(ZkTypeface::fromFile(text.font));
+}
+
+void wholeZk(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    const ZkFontChain chain = chainOf(text);
+    ZkParagraph warm; // holds the glyphs
+    warm.setChain(chain);
+    warm.setUtf8(utf8.c_str());
+    benchmark::DoNotOptimize(warm.height());
+    for (auto _ : state) {
+        ZkParagraph paragraph;
+        paragraph.setChain(chain);
+        paragraph.setText(warm.text());
+        paragraph.setWidth(kWrapWidth);
+        benchmark::DoNotOptimize(paragraph.height());
+    }
+    countCharacters(state, static_cast<std::size_t>(warm.text().size()));
+}
+
+void placedZk(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    ZkParagraph paragraph;
+    paragraph.setChain(chainOf(text));
+    paragraph.setUtf8(utf8.c_str());
+    const ZkString units = paragraph.text();
+    paragraph.setWidth(kWrapWidth);
+    for (auto _ : state) {
+        paragraph.setText(ZkString());
+        paragraph.setText(units);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        for (int line = 0; line < paragraph.lineCount(); ++line) {
+            benchmark::DoNotOptimize(paragraph.glyphs(line, &glyphs));
+        }
+    }
+    countCharacters(state, static_cast<std::size_t>(units.size()));
+}
+
+void widthZk(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    ZkParagraph paragraph;
+    paragraph.setChain(chainOf(text));
+    paragraph.setUtf8(utf8.c_str());
+    int width = kWrapWidth;
+    for (auto _ : state) {
+        width = kWrapWidth + kOtherWidth - width;
+        paragraph.setWidth(width);
+        benchmark::DoNotOptimize(paragraph.height());
+    }
+    countCharacters(state, static_cast<std::size_t>(paragraph.text().size()));
+}
+
+void labelZk(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    const ZkFontChain chain = chainOf(text);
+    const ZkString units(utf8.c_str());
+    for (auto _ : state) {
+        ZkParagraph label;
+        label.setChain(chain);
+        label.setText(units);
+        label.setWidth(kLabelWidth);
+        label.setMaximumLines(1);
+        label.setEllipsis(ZkParagraph::EllipsisEnd);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        benchmark::DoNotOptimize(label.glyphs(0, &glyphs));
+    }
+    countCharacters(state, static_cast<std::size_t>(units.size()));
+}
+
+// Our classic path: no direction, no marks, no fonts that stand in.
+
+void layOutClassic(const ZkString &text)
+{
+    ZkFontMetrics layout(text, ZkFont());
+    layout.setWorpWrap(true);
+    layout.setTextMinRect(0, 0, kWrapWidth, 1000);
+    benchmark::DoNotOptimize(layout.paintInfoList().size());
+}
+
+void wholeClassic(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    ZkFontMetrics::setFontFile(text.font);
+    const ZkString units(utf8.c_str());
+    layOutClassic(units);
+    for (auto _ : state) {
+        layOutClassic(units);
+    }
+    countCharacters(state, static_cast<std::size_t>(units.size()));
+}
+
+// Pango
+
+class PangoText
+{
+public:
+    explicit PangoText(const BenchText &text)
+        : m_map(pango_ft2_font_map_new()),
+          m_context(pango_font_map_create_context(m_map)),
+          m_font(pango_font_description_new())
+    {
+        pango_font_description_set_family(m_font, text.family);
+        pango_font_description_set_absolute_size(m_font, kPixels * PANGO_SCALE);
+    }
+    ~PangoText()
+    {
+        pango_font_description_free(m_font);
+        g_object_unref(m_context);
+        g_object_unref(m_map);
+    }
+    PangoText(const PangoText &) = delete;
+    PangoText &operator=(const PangoText &) = delete;
+
+    PangoLayout *layout(const std::string &utf8, int width) const
+    {
+        PangoLayout *made = pango_layout_new(m_context);
+        pango_layout_set_font_description(made, m_font);
+        pango_layout_set_width(made, width * PANGO_SCALE);
+        pango_layout_set_text(made, utf8.data(), static_cast<int>(utf8.size()));
+        return made;
+    }
+
+    static int height(PangoLayout *layout)
+    {
+        PangoRectangle extents;
+        pango_layout_get_pixel_extents(layout, nullptr, &extents);
+        return extents.height;
+    }
+
+private:
+    PangoFontMap *m_map;
+    PangoContext *m_context;
+    PangoFontDescription *m_font;
+};
+
+void wholePango(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    const PangoText pango(text);
+    for (auto _ : state) {
+        PangoLayout *layout = pango.layout(utf8, kWrapWidth);
+        benchmark::DoNotOptimize(PangoText::height(layout));
+        g_object_unref(layout);
+    }
+    countCharacters(state, unitCount(utf8));
+}
+
+void widthPango(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    const PangoText pango(text);
+    PangoLayout *layout = pango.layout(utf8, kWrapWidth);
+    int width = kWrapWidth;
+    for (auto _ : state) {
+        width = kWrapWidth + kOtherWidth - width;
+        pango_layout_set_width(layout, width * PANGO_SCALE);
+        benchmark::DoNotOptimize(PangoText::height(layout));
+    }
+    g_object_unref(layout);
+    countCharacters(state, unitCount(utf8));
+}
+
+void labelPango(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    const PangoText pango(text);
+    for (auto _ : state) {
+        PangoLayout *layout = pango.layout(utf8, kLabelWidth);
+        pango_layout_set_ellipsize(layout, PANGO_ELLIPSIZE_END);
+        benchmark::DoNotOptimize(PangoText::height(layout));
+        g_object_unref(layout);
+    }
+    countCharacters(state, unitCount(utf8));
+}
+
+// HarfBuzz, FriBidi and libunibreak with a loop.
+
+class Stack
+{
+public:
+    explicit Stack(const char *font)
+    {
+        FT_Init_FreeType(&m_library);
+        FT_New_Face(m_library, font, 0, &m_face);
+        FT_Set_Pixel_Sizes(m_face, 0, kPixels);
+        m_font = hb_ft_font_create(m_face, nullptr);
+        m_buffer = hb_buffer_create();
+        init_linebreak();
+    }
+    ~Stack()
+    {
+        hb_buffer_destroy(m_buffer);
+        hb_font_destroy(m_font);
+        FT_Done_Face(m_face);
+        FT_Done_FreeType(m_library);
+    }
+    Stack(const Stack &) = delete;
+    Stack &operator=(const Stack &) = delete;
+
+    void shape(const std::vector<FriBidiChar> &text)
+    {
+        advances.assign(text.size(), 0);
+        breaks.resize(text.size());
+        const BidiRuns runs(text);
+        for (std::size_t start = 0; start < text.size();) {
+            const std::size_t end = runs.end(start);
+            shapeRun(m_font, m_buffer, text, start, end, runs.levels[start] & 1, advances);
+            start = end;
+        }
+        set_linebreaks_utf32(text.data(), text.size(), "", breaks.data());
+    }
+
+    int lines(int width) const
+    {
+        int count = 1, used = 0, word = 0;
+        for (std::size_t i = 0; i < advances.size(); ++i) {
+            word += advances[i];
+            if (breaks[i] <= LINEBREAK_ALLOWBREAK) {
+                if (used + word > width * 64) {
+                    ++count;
+                    used = 0;
+                }
+                used += word;
+                word = 0;
+            }
+        }
+        return count;
+    }
+
+    std::vector<int> advances;
+    std::vector<char> breaks; // behind each character
+
+private:
+    FT_Library m_library = nullptr;
+    FT_Face m_face = nullptr;
+    hb_font_t *m_font = nullptr;
+    hb_buffer_t *m_buffer = nullptr;
+};
+
+void wholeStack(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    Stack stack(text.font);
+    const std::vector<FriBidiChar> units = codePoints(utf8);
+    for (auto _ : state) {
+        stack.shape(units);
+        benchmark::DoNotOptimize(stack.lines(kWrapWidth));
+    }
+    countCharacters(state, units.size());
+}
+
+void widthStack(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    Stack stack(text.font);
+    const std::vector<FriBidiChar> units = codePoints(utf8);
+    stack.shape(units);
+    int width = kWrapWidth;
+    for (auto _ : state) {
+        width = kWrapWidth + kOtherWidth - width;
+        benchmark::DoNotOptimize(stack.lines(width));
+    }
+    countCharacters(state, units.size());
+}
+
+// ICU's line breaks over known advances with a loop.
+void widthIcu(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    Stack stack(text.font);
+    stack.shape(codePoints(utf8));
+    UErrorCode error = U_ZERO_ERROR;
+    const std::unique_ptr<icu::BreakIterator> breaks(
+        icu::BreakIterator::createLineInstance(icu::Locale::getRoot(), error));
+    if (U_FAILURE(error)) {
+        throw std::runtime_error(u_errorName(error));
+    }
+    breaks->setText(icu::UnicodeString::fromUTF8(utf8));
+    int width = kWrapWidth;
+    for (auto _ : state) {
+        width = kWrapWidth + kOtherWidth - width;
+        int lines = 1, used = 0, at = breaks->first();
+        for (int next = breaks->next(); next != icu::BreakIterator::DONE; next = breaks->next()) {
+            int word = 0;
+            for (; at < next; ++at) {
+                word += stack.advances[static_cast<std::size_t>(at)];
+            }
+            if (used + word > width * 64) {
+                ++lines;
+                used = 0;
+            }
+            used += word;
+        }
+        benchmark::DoNotOptimize(lines);
+    }
+    countCharacters(state, stack.advances.size());
+}
+
+// SDL_ttf: the size of the text as one line, which is the least it can be asked.
+void measureSdlTtf(benchmark::State &state, const BenchText &text, const std::string &utf8)
+{
+    TTF_Init();
+    TTF_Font *font = TTF_OpenFont(text.font, kPixels);
+    for (auto _ : state) {
+        int width = 0, height = 0;
+        TTF_SizeUTF8(font, utf8.c_str(), &width, &height);
+        benchmark::DoNotOptimize(width);
+    }
+    countCharacters(state, unitCount(utf8));
+    TTF_CloseFont(font);
+    TTF_Quit();
+}
+
+using Run = void (*)(benchmark::State &, const BenchText &, const std::string &);
+
+const struct {
+    const char *kind, *who;
+    Run run;
+} kRows[] = {
+    {"whole", "zk", wholeZk},        {"whole", "classic", wholeClassic},
+    {"whole", "pango", wholePango},  {"whole", "stack", wholeStack},
+    {"whole", "sdl_ttf", measureSdlTtf},
+    {"placed", "zk", placedZk},      {"width", "zk", widthZk},
+    {"width", "pango", widthPango},  {"width", "stack", widthStack},
+    {"width", "icu", widthIcu},      {"label", "zk", labelZk},
+    {"label", "classic", wholeClassic}, {"label", "pango", labelPango},
+    {"label", "sdl_ttf", measureSdlTtf},
+};
+
+void registerAll()
+{
+    for (const BenchText &text : kBenchTexts) {
+        const std::string whole = repeated(text, kParagraph);
+        for (const auto &row : kRows) {
+            const bool isLabel = std::string(row.kind) == "label";
+            if (isLabel && &text != &kBenchTexts[0]) {
+                continue;
+            }
+            benchmark::RegisterBenchmark(
+                (std::string(row.kind) + '/' + text.name + '/' + row.who).c_str(), row.run, text,
+                isLabel ? std::string(kLabel) : whole);
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    registerAll();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}

@@ -1,0 +1,258 @@
+#ifndef ZKPARAGRAPHDATA_H
+#define ZKPARAGRAPHDATA_H
+
+#include "zkbidi.h"
+#include "zkparagraph.h"
+
+#include "paragraph/zkplainarray.h"
+
+/// Lengths inside the layout are in 1/64 pixel and 64 bits wide, so that a million of the
+/// widest letters in one line are still told apart.
+typedef std::int64_t ZkPen;
+
+inline int zkPixels(ZkPen length)
+{
+    const ZkPen rounded = (length + 32) >> 6;
+    return rounded > 0x7FFFFFFF    ? 0x7FFFFFFF
+           : rounded < -0x7FFFFFFF ? -0x7FFFFFFF
+                                   : static_cast<int>(rounded);
+}
+
+/// Spaces that hang behind a soft line end instead of being pushed to the next line.
+constexpr bool zkHangs(ZkUcs2 c)
+{
+    return c == 0x20 || c == 0x3000 || (c >= 0x2000 && c <= 0x200A && c != 0x2007) || c == 0x205F ||
+           c == 0x1680;
+}
+
+constexpr bool zkEndsLine(ZkUcs2 c)
+{
+    return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+constexpr ZkUcs2 kZkTab = 0x09, kZkSoftHyphen = 0xAD;
+
+/// The glyph that a soft hyphen shows where a line ends behind it.
+inline std::uint32_t zkHyphenOf(const ZkTypeface &face)
+{
+    const std::uint32_t hyphen = face.glyphIndex(0x2010);
+    return hyphen != 0 ? hyphen : face.glyphIndex('-');
+}
+
+/// What the host set for units `[first, last)`. Spans are sorted and do not overlap.
+struct ZkSpan {
+    int first, last;
+    ZkFont font;
+    int tag;
+};
+
+/// Text of one typeface, font, level and (if the shaper asks for it) script, inside one
+/// hard line. Its glyphs end where those of the next run begin.
+struct ZkRun {
+    int first, last;
+    int glyphFirst;
+    std::int16_t face; ///< in the chain's list; -1 in an empty one
+    std::int16_t script;
+    std::uint8_t level;
+    ZkFont font;
+    int tag;
+};
+
+/// What stands between two mandatory line ends.
+struct ZkHardLine {
+    int first, last;
+    int glyphFirst;
+    bool hasTabs;
+    std::uint8_t level; ///< base level
+};
+
+/// Text that was shaped again because a line ends inside a piece whose letters depend on
+/// each other: the glyphs of units `[first, last)` in one line.
+struct ZkPatch {
+    int first, last;
+    int line;
+    int glyphFirst, glyphLast; ///< in `ZkParagraphData::patchGlyphs`, advances as shaped
+};
+
+/// A cluster at its place: what editing asks for. In order from left to right.
+struct ZkTextCell {
+    int first, last;
+    int left, right; ///< columns `[left, right)`
+    bool isRightToLeft;
+};
+
+/// A part of a line that is reordered as a whole: glyphs of one run, a tab, or what is
+/// shown that is not in the text.
+struct ZkLineItem {
+    enum Kind : std::uint8_t { Text, Again, Tab, Dots, Hyphen };
+
+    int first, last;           ///< units
+    int glyphFirst, glyphLast; ///< in `glyphs`, or of `Again` in `patchGlyphs`
+    int run;
+    int spaces; ///< stretched spaces of the line before it, in the order of the text
+    Kind kind;
+    std::uint8_t level;
+    ZkPen length;
+};
+
+/// What is shown in place of text that is left out.
+struct ZkDots {
+    int hiddenFirst = 0, hiddenLast = 0; ///< units
+    int count = 0;                       ///< of glyphs; 0 is no ellipsis
+    std::uint32_t index = 0;
+    std::int16_t face = -1;
+    ZkFont font;
+    ZkPen advance = 0; ///< of one of the glyphs
+};
+
+/// All that a paragraph knows, stage by stage. A stage is valid when `done` has reached it.
+struct ZkParagraphData {
+    /// Stages in the order of computation.
+    enum Stage { TextSet, Analysed, Shaped, Divided };
+
+    explicit ZkParagraphData(ZkGlyphCache &cache) : holder(cache) {}
+
+    void invalidate(Stage stage)
+    {
+        placedLine = -1;
+        if (done > stage) {
+            done = stage;
+        }
+    }
+
+    /// Computes what is missing up to `stage`.
+    void need(Stage stage);
+    void analyse();                       // zkparagraph.cpp
+    void shape();                         // zkparagraphruns.cpp
+    void divide();                        // zkparagraphlines.cpp
+    void stack();                         // zkparagraphlines.cpp: lines under each other
+    void shorten();                       // zkparagraphdots.cpp
+    void place(int line, bool withCells); // zkparagraphplaces.cpp
+
+    // Shaped text. Positions count from the start of the text.
+
+    /// Pen behind glyph `i` and before it.
+    ZkPen endOf(int i) const
+    {
+        return penBases[i >> kPenShift] + static_cast<std::uint32_t>(glyphs[i].advance);
+    }
+    ZkPen startOf(int i) const { return i == 0 ? 0 : endOf(i - 1); }
+    ZkPen advanceOf(int i) const { return endOf(i) - startOf(i); }
+    /// First glyph of the cluster at or before unit `u`; the number of glyphs for the end.
+    int glyphAt(int u) const;
+    /// Places in `runs`, `hardLines` of a unit.
+    int runAt(int u) const;
+    int hardLineAt(int u) const;
+    /// Start of the grapheme cluster that holds `u`, at most the end of the text.
+    int clusterAt(int u) const;
+
+    /// True where a line may end before unit `u`: between clusters, which the rules of lines
+    /// alone do not promise (a mark behind a space).
+    bool mayEndBefore(int u) const
+    {
+        constexpr unsigned kBoth = ZkTextBreaks::LineAllowed | ZkTextBreaks::Grapheme;
+        return (breaks.flags()[u] & kBoth) == kBoth;
+    }
+    bool isCluster(int u) const { return (breaks.flags()[u] & ZkTextBreaks::Grapheme) != 0; }
+    const ZkSpan *spanAt(int u) const;
+    ZkFont fontAt(int u) const;
+    ZkTypefaceMetrics metricsOf(ZkFont font) const;
+    ZkShaper &shaperInUse() { return shaper != nullptr ? *shaper : simpleShaper; }
+
+    /// Turns the advances of glyphs `[first, glyphs.size())` into pens.
+    void finishRun(int first);
+    void settleAdvances(ZkShapedGlyphs *shaped, int first) const;
+    /// Appends the glyphs of units `[first, last)` of `run`.
+    void shapeRange(const ZkRun &run, int first, int last, int contextFirst, int contextLast,
+                    ZkShapedGlyphs *shaped);
+    /// Shapes units `[first, last)` again as they stand in a line that looks at
+    /// `[contextFirst, contextLast)` alone; their length. Adds patches of `line`.
+    ZkPen shapeAgain(int first, int last, int contextFirst, int contextLast, int line);
+
+    // Lines.
+
+    int tabPixels() const;
+    /// Length of units `[first, last)` of one line that starts at `first`.
+    ZkPen extent(int first, int last, const ZkHardLine &hard) const;
+    /// The first cluster from `first` on that does not fit into `room`, `hard.last` when
+    /// all do. O(log n) without tabs.
+    int overflow(int first, const ZkHardLine &hard, ZkPen room) const;
+    bool isTab(int glyph) const { return text.constData()[glyphs[glyph].cluster] == kZkTab; }
+    /// The last unit of `[first, last)` that is neither a space nor a line end, plus one.
+    int contentEnd(int first, int last) const;
+    ZkPen hyphenAt(int end) const;
+
+    // What the host set.
+    ZkString text;
+    ZkFontChain chain;
+    ZkFont font;
+    ZkPlainArray<ZkSpan> spans;
+    ZkShaper *shaper = nullptr; ///< null: the built-in one
+    ZkSimpleShaper simpleShaper;
+    ZkParagraph::Direction direction = ZkParagraph::DirectionAuto;
+    ZkParagraph::Alignment alignment = ZkParagraph::AlignStart;
+    ZkParagraph::Ellipsis ellipsis = ZkParagraph::EllipsisNone;
+    int boxWidth = 0;
+    int lineSpacing = 0;
+    int letterSpacing = 0;
+    int tabWidth = 0;
+    int maximumLines = 0;
+    bool isKerned = true;
+    bool cutsWords = true;
+
+    int done = TextSet;
+
+    // Analysed.
+    ZkTextCharacters characters;
+    ZkBidi bidi;
+    ZkTextBreaks breaks;
+    ZkParagraph::Direction analysedDirection = ZkParagraph::DirectionAuto;
+    bool areBreaksFound = false; ///< so that a direction analyses levels alone
+
+    // Shaped.
+    static constexpr int kPenShift = 10;
+    ZkFontList faces;
+    std::uint32_t chainSerial = 0;
+    std::uint32_t shaperSerial = 0;
+    ZkPlainArray<ZkRun> runs;
+    ZkPlainArray<ZkHardLine> hardLines;
+    ZkShapedGlyphs glyphs;        ///< `advance` is the pen behind a glyph less its base
+    ZkPlainArray<ZkPen> penBases; ///< of 1,024 glyphs each
+    mutable ZkGlyphHolder holder; ///< whatever is shown; a question may add to it
+
+    // Divided.
+    ZkPlainArray<ZkTextLine> lines;
+    ZkPlainArray<ZkPatch> patches;
+    ZkShapedGlyphs patchGlyphs;
+    ZkDots dots; ///< of the last line
+    int widest = 0;
+    int minimum = -1, maximum = -1; ///< not yet asked for: -1
+
+    // One line placed.
+    int placedLine = -1;
+    bool hasCells = false; ///< of that line
+    ZkPlainArray<ZkPlacedGlyph> placed;
+    ZkPlainArray<ZkTextStretch> stretches;
+    ZkPlainArray<ZkTextCell> cells;
+    ZkPlainArray<std::uint8_t> levels;
+    ZkPlainArray<ZkLineItem> items;
+
+    /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
+    /// index: most letters of a line were shown a moment ago.
+    struct Shown {
+        std::uint32_t index;
+        const GlyphBitmap *bitmap; ///< null is none
+    };
+    static constexpr std::uint32_t kShown = 64;
+    Shown shown[kShown] = {};
+    int shownFace = -1;
+    ZkFont shownFont;
+    void forgetShown()
+    {
+        for (Shown &glyph : shown) {
+            glyph.bitmap = nullptr;
+        }
+    }
+};
+
+#endif

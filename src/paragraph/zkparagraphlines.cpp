@@ -1,0 +1,357 @@
+#include "paragraph/zkparagraphdata.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int kSpacesOfTab = 8;
+
+/// Divides the hard lines of a text into the lines of a box.
+class LineBreaker
+{
+public:
+    explicit LineBreaker(ZkParagraphData *d)
+        : m_d(*d),
+          m_text(d->text.constData()),
+          m_limit(d->boxWidth > 0 ? ZkPen{d->boxWidth} * 64 + 31 : INT64_MAX / 4)
+    {
+    }
+
+    void breakAll();
+
+private:
+    bool breakHard(const ZkHardLine &hard);
+    int fit(int first, const ZkHardLine &hard);
+    int overflowAt(int first, const ZkHardLine &hard) const;
+    int allowedBefore(int first, int unit, const ZkHardLine &hard) const;
+    int skipSpaces(int unit, const ZkHardLine &hard) const;
+    bool isUnsafe(int unit) const;
+    int settle(int first, int end, const ZkHardLine &hard);
+    ZkPen extent(int first, int last, const ZkHardLine &hard) const;
+    void addLine(int first, int last, const ZkHardLine &hard);
+    int nextCluster(int unit, int end) const;
+
+    ZkParagraphData &m_d;
+    const ZkUcs2 *m_text;
+    ZkPen m_limit;
+    // The start of the line at work that was shaped again, and what that took.
+    int m_headEnd = 0;
+    ZkPen m_headLength = 0;
+    ZkPen m_tailDifference = 0; // by which shaping its end again changed its length
+};
+
+int LineBreaker::nextCluster(int unit, int end) const
+{
+    const int glyph = m_d.glyphAt(unit);
+    int next = glyph;
+    while (next < m_d.glyphs.size() && m_d.glyphs[next].cluster == m_d.glyphs[glyph].cluster) {
+        ++next;
+    }
+    return next < m_d.glyphs.size() ? std::min(m_d.glyphs[next].cluster, end) : end;
+}
+
+ZkPen LineBreaker::extent(int first, int last, const ZkHardLine &hard) const
+{
+    if (m_headEnd > first && last >= m_headEnd) {
+        return m_headLength + m_d.extent(m_headEnd, last, hard);
+    }
+    return m_d.extent(first, last, hard);
+}
+
+// The first cluster that does not fit into a line from `first` on, `hard.last` when all do.
+int LineBreaker::overflowAt(int first, const ZkHardLine &hard) const
+{
+    if (m_headEnd <= first) {
+        return m_d.overflow(first, hard, m_limit);
+    }
+    return m_headLength > m_limit ? first : m_d.overflow(m_headEnd, hard, m_limit - m_headLength);
+}
+
+// The first unit from `unit` on that is no hanging space; a line end counts as one.
+int LineBreaker::skipSpaces(int unit, const ZkHardLine &hard) const
+{
+    while (unit < hard.last && (zkHangs(m_text[unit]) || zkEndsLine(m_text[unit]))) {
+        ++unit;
+    }
+    return unit;
+}
+
+// The last place in `(first, unit]` where the line may end, `first` when there is none. A
+// soft hyphen needs room for the hyphen that it shows.
+int LineBreaker::allowedBefore(int first, int unit, const ZkHardLine &hard) const
+{
+    for (int i = unit; i > first; --i) {
+        if (m_d.mayEndBefore(i) &&
+            (m_text[i - 1] != kZkSoftHyphen ||
+             extent(first, i, hard) + m_d.hyphenAt(i) <= m_limit)) {
+            return i;
+        }
+    }
+    return first;
+}
+
+// True when the letters on both sides of `unit` depend on each other.
+bool LineBreaker::isUnsafe(int unit) const
+{
+    const int glyph = m_d.glyphAt(unit);
+    if (glyph >= m_d.glyphs.size() || m_d.glyphs[glyph].cluster != unit) {
+        return false;
+    }
+    return (m_d.glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) != 0 &&
+           m_d.runs[m_d.runAt(unit)].first != unit;
+}
+
+// Where the line from `first` on ends.
+int LineBreaker::fit(int first, const ZkHardLine &hard)
+{
+    const int over = overflowAt(first, hard);
+    const int behind = skipSpaces(over, hard);
+    if (behind == hard.last) {
+        return hard.last;
+    }
+    if (behind > first && m_d.mayEndBefore(behind) &&
+        (behind > over || m_text[behind - 1] != kZkSoftHyphen)) {
+        return behind;
+    }
+    int end = allowedBefore(first, over, hard);
+    if (end > first) {
+        return end;
+    }
+    if (m_d.cutsWords) {
+        end = over > first ? over : nextCluster(first, hard.last);
+    } else {
+        end = std::max(over, first + 1);
+        while (end < hard.last && !m_d.mayEndBefore(end)) {
+            ++end;
+        }
+    }
+    const int next = skipSpaces(end, hard);
+    return next == hard.last || m_d.mayEndBefore(next) ? next : end;
+}
+
+// Shapes the letters on both sides of `end` again where they depend on each other. When the
+// line gets too long by that, it ends earlier: the place where it does end.
+int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
+{
+    m_tailDifference = 0;
+    const int line = m_d.lines.size();
+    while (end < hard.last && isUnsafe(end)) {
+        int safe = end;
+        while (safe > first && isUnsafe(safe)) {
+            safe = m_d.glyphs[m_d.glyphAt(safe) - 1].cluster;
+        }
+        const bool isWhole = safe <= std::max(first, m_headEnd);
+        if (isWhole) {
+            safe = first;
+        }
+        const int patch = m_d.patches.size(), glyph = m_d.patchGlyphs.size();
+        const ZkPen before = isWhole ? 0 : extent(first, safe, hard);
+        const ZkPen length = before + m_d.shapeAgain(safe, end, first, end, line);
+        const int earlier = length <= m_limit ? first : allowedBefore(first, end - 1, hard);
+        const int cluster = m_d.glyphs[m_d.glyphAt(end) - 1].cluster;
+        if (length <= m_limit || (earlier <= first && (!m_d.cutsWords || cluster <= first))) {
+            m_tailDifference = length - extent(first, end, hard);
+            if (isWhole) { // and the head with it
+                int kept = patch;
+                while (kept > 0 && m_d.patches[kept - 1].line == line) {
+                    --kept;
+                }
+                std::copy(m_d.patches.begin() + patch, m_d.patches.end(),
+                          m_d.patches.begin() + kept);
+                m_d.patches.truncate(m_d.patches.size() - (patch - kept));
+            }
+            return end;
+        }
+        m_d.patches.truncate(patch);
+        m_d.patchGlyphs.truncate(glyph);
+        end = earlier > first ? earlier : cluster;
+    }
+    return end;
+}
+
+bool LineBreaker::breakHard(const ZkHardLine &hard)
+{
+    int first = hard.first;
+    m_headEnd = first;
+    m_headLength = 0;
+    do {
+        const int end = settle(first, fit(first, hard), hard);
+        addLine(first, end, hard);
+        if (m_d.maximumLines > 0 && m_d.lines.size() == m_d.maximumLines) {
+            return false;
+        }
+        m_headEnd = end;
+        m_headLength = 0;
+        if (end < hard.last && isUnsafe(end)) {
+            int safe = end;
+            do {
+                safe = nextCluster(safe, hard.last);
+            } while (safe < hard.last && isUnsafe(safe));
+            m_headEnd = safe;
+            m_headLength = m_d.shapeAgain(end, safe, end, safe, m_d.lines.size());
+        }
+        first = end;
+    } while (first < hard.last);
+    return true;
+}
+
+void LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
+{
+    const int content = m_d.contentEnd(first, last);
+    ZkTextLine line = {};
+    line.first = first;
+    line.last = last;
+    line.isRightToLeft = (hard.level & 1) != 0;
+    line.endsHard = last == hard.last;
+    ZkPen width = extent(first, content, hard) + m_tailDifference;
+    if (line.endsHard) { // spaces at the end count as far as there is room for them
+        const ZkPen full = extent(first, last, hard) + m_tailDifference;
+        width = std::max(width, std::min(full, m_limit - 31));
+    } else if (m_text[last - 1] == kZkSoftHyphen) {
+        width += m_d.hyphenAt(last);
+    }
+    line.width = zkPixels(width);
+    m_d.lines.append(line);
+}
+
+void LineBreaker::breakAll()
+{
+    for (const ZkHardLine &hard : m_d.hardLines) {
+        if (!breakHard(hard)) {
+            break;
+        }
+    }
+}
+
+} // namespace
+
+int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) const
+{
+    int low = glyphAt(first);
+    const int end = glyphAt(hard.last);
+    if (hard.hasTabs) {
+        const ZkPen tab = ZkPen{tabPixels()} * 64;
+        ZkPen pen = 0;
+        for (; low < end; ++low) {
+            pen = isTab(low) ? (pen / tab + 1) * tab : pen + advanceOf(low);
+            if (pen > room) {
+                return glyphs[low].cluster;
+            }
+        }
+        return hard.last;
+    }
+    const ZkPen most = startOf(low) + room;
+    // Twice as far each time, then halving: a line is short, the text may be long.
+    int step = 16;
+    while (low + step < end && endOf(low + step) <= most) {
+        low += step;
+        step *= 2;
+    }
+    int high = std::min(low + step, end);
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (endOf(middle) <= most) {
+            low = middle + 1;
+        } else {
+            high = middle;
+        }
+    }
+    return low == end ? hard.last : glyphs[low].cluster;
+}
+
+int ZkParagraphData::tabPixels() const
+{
+    if (tabWidth > 0) {
+        return tabWidth;
+    }
+    const ZkTypeface &face = faces.at(0);
+    const ZkGlyph *const space = holder.glyph(face, face.glyphIndex(' '), font);
+    return std::max(space->bitmap.advance * kSpacesOfTab, 1);
+}
+
+ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
+{
+    const int from = glyphAt(first), to = glyphAt(last);
+    if (!hard.hasTabs) {
+        return startOf(to) - startOf(from);
+    }
+    const ZkPen tab = ZkPen{tabPixels()} * 64;
+    ZkPen pen = 0;
+    for (int i = from; i < to; ++i) {
+        pen = isTab(i) ? (pen / tab + 1) * tab : pen + advanceOf(i);
+    }
+    return pen;
+}
+
+int ZkParagraphData::contentEnd(int first, int last) const
+{
+    const ZkUcs2 *const units = text.constData();
+    while (last > first && (zkHangs(units[last - 1]) || zkEndsLine(units[last - 1]))) {
+        --last;
+    }
+    return last;
+}
+
+// What the hyphen of a soft hyphen before `end` takes.
+ZkPen ZkParagraphData::hyphenAt(int end) const
+{
+    const ZkRun &run = runs[runAt(end - 1)];
+    const ZkTypeface &face = faces.at(run.face);
+    const std::uint32_t index = zkHyphenOf(face);
+    return ZkPen{holder.glyph(face, index, run.font)->bitmap.advance} * 64;
+}
+
+void ZkParagraphData::divide()
+{
+    lines.truncate(0);
+    patches.truncate(0);
+    patchGlyphs.truncate(0);
+    dots = ZkDots();
+    LineBreaker(this).breakAll();
+    shorten();
+    stack();
+    done = Divided;
+}
+
+// Sets the lines under each other and aligns them.
+void ZkParagraphData::stack()
+{
+    widest = 0;
+    std::int64_t top = 0;
+    const ZkTypefaceMetrics plain = metricsOf(font);
+    const ZkSpan *span = spans.begin();
+    for (int i = 0; i < lines.size(); ++i) {
+        ZkTextLine &line = lines[i];
+        int ascent = 0, descent = 0, covered = line.first;
+        while (span != spans.end() && span->last <= line.first) {
+            ++span;
+        }
+        for (const ZkSpan *s = span; s != spans.end() && s->first < line.last; ++s) {
+            const ZkTypefaceMetrics metrics = metricsOf(s->font);
+            ascent = std::max(ascent, metrics.ascent);
+            descent = std::max(descent, metrics.descent + metrics.gap);
+            covered = s->first <= covered ? std::max(covered, s->last) : covered;
+        }
+        if (covered < line.last || line.first == line.last) { // some text is in no span
+            ascent = std::max(ascent, plain.ascent);
+            descent = std::max(descent, plain.descent + plain.gap);
+        }
+        line.ascent = ascent;
+        line.descent = descent;
+        line.baseline =
+            static_cast<int>(std::clamp<std::int64_t>(top + ascent, INT32_MIN / 2, INT32_MAX / 2));
+        top += ascent + descent + lineSpacing;
+        widest = std::max(widest, line.width);
+    }
+    const int box = boxWidth > 0 ? boxWidth : widest;
+    for (ZkTextLine &line : lines) {
+        const bool isStart =
+            alignment == ZkParagraph::AlignStart || alignment == ZkParagraph::AlignJustify;
+        const bool isRight = alignment == ZkParagraph::AlignRight ||
+                             (isStart && line.isRightToLeft) ||
+                             (alignment == ZkParagraph::AlignEnd && !line.isRightToLeft);
+        const int room = box - line.width;
+        line.x = isRight ? room : alignment == ZkParagraph::AlignCenter ? room / 2 : 0;
+    }
+}

@@ -1,0 +1,453 @@
+#include "paragraph/zkparagraphdata.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// Places one line: its items in the order of the text, then as they are seen, then each
+/// glyph and each cluster of them.
+class LinePlacer
+{
+public:
+    LinePlacer(ZkParagraphData *d, int line, bool withCells)
+        : m_d(*d),
+          m_line(d->lines[line]),
+          m_number(line),
+          m_hard(d->hardLines[d->hardLineAt(m_line.first)]),
+          m_withCells(withCells)
+    {
+    }
+
+    void place();
+
+private:
+    void addRange(int first, int last);
+    void addPiece(int run, int first, int last, std::uint8_t level);
+    void addItem(ZkLineItem::Kind kind, int run, int first, int last, int glyphFirst, int glyphLast,
+                 std::uint8_t level);
+    void addDots();
+    void addHyphen();
+    void findLevels(int first, int last);
+    void stretchSpaces();
+    ZkPen stretchBefore(int spaces) const
+    {
+        return m_spaces == 0 ? 0 : ZkPen{m_extra} * spaces / m_spaces * 64;
+    }
+    bool isStretched(int unit) const
+    {
+        const ZkUcs2 c = m_d.text.constData()[unit];
+        return (c == 0x20 || c == 0xA0) && unit >= m_stretchFirst && unit < m_stretchLast;
+    }
+    void reorder();
+    void placeItem(const ZkLineItem &item, ZkPen left);
+    void placeText(const ZkLineItem &item, ZkPen left);
+    void addCells(const ZkLineItem &item, int first, int last, ZkPen left, ZkPen right);
+    void addGlyph(const ZkTypeface &face, std::uint32_t index, ZkFont font, ZkPen x, ZkPen y,
+                  int cluster, int tag);
+    void show(int face, ZkFont font);
+    void addPlain(const ZkLineItem &item, ZkPen left);
+    void addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right);
+
+    ZkParagraphData &m_d;
+    const ZkTextLine &m_line;
+    int m_number;
+    const ZkHardLine &m_hard;
+    bool m_withCells;
+    int m_levelsFirst = 0; // unit of `levels[0]`
+    ZkPen m_pen = 0;       // behind the last item, in the order of the text
+    int m_extra = 0;       // pixels that spaces are stretched by
+    int m_spaces = 0;      // and how many of them
+    int m_stretchFirst = 0, m_stretchLast = 0;
+};
+
+// The levels of `[first, last)` as this line shows them; a line may hold several paragraphs
+// of the direction algorithm, for separators that end no line.
+void LinePlacer::findLevels(int first, int last)
+{
+    m_d.levels.truncate(0);
+    m_d.levels.extend(last - first);
+    m_levelsFirst = first;
+    for (int from = first; from < last;) {
+        const int to = std::min(m_d.bidi.paragraphOf(from).last, last);
+        m_d.bidi.lineLevels(from, to, m_d.levels.begin() + (from - first));
+        from = to;
+    }
+}
+
+void LinePlacer::addRange(int first, int last)
+{
+    if (first >= last) {
+        return;
+    }
+    const bool isLeftToRight = m_d.bidi.isLeftToRight();
+    if (!isLeftToRight) {
+        findLevels(first, last);
+    }
+    for (int r = m_d.runAt(first); r < m_d.runs.size() && m_d.runs[r].first < last; ++r) {
+        const ZkRun &run = m_d.runs[r];
+        int from = std::max(first, run.first);
+        const int to = std::min(last, run.last);
+        while (from < to) {
+            int end = to;
+            std::uint8_t level = 0;
+            if (!isLeftToRight) {
+                const std::uint8_t *const levels = m_d.levels.begin() - m_levelsFirst;
+                level = levels[from];
+                end = from + 1;
+                while (end < to && (levels[end] == level || !m_d.isCluster(end))) {
+                    ++end;
+                }
+            }
+            addPiece(r, from, end, level);
+            from = end;
+        }
+    }
+}
+
+// A piece of one level: divided at tabs and where it was shaped again.
+void LinePlacer::addPiece(int run, int first, int last, std::uint8_t level)
+{
+    while (first < last) {
+        int end = last;
+        for (const ZkPatch &patch : m_d.patches) {
+            if (patch.line != m_number || patch.last <= first || patch.first >= end) {
+                continue;
+            }
+            if (patch.first <= first) {
+                addItem(ZkLineItem::Again, run, first, patch.last, patch.glyphFirst,
+                        patch.glyphLast, level);
+                first = patch.last;
+            } else {
+                end = patch.first;
+            }
+        }
+        if (first >= end) {
+            continue;
+        }
+        const int glyphEnd = m_d.glyphAt(end);
+        int glyph = m_d.glyphAt(first);
+        if (m_hard.hasTabs) {
+            int tab = glyph;
+            while (tab < glyphEnd && !m_d.isTab(tab)) {
+                ++tab;
+            }
+            if (tab == glyph && tab < glyphEnd) {
+                addItem(ZkLineItem::Tab, run, first, first + 1, tab, tab + 1, level);
+                ++first;
+                continue;
+            }
+            if (tab < glyphEnd) {
+                end = m_d.glyphs[tab].cluster;
+            }
+        }
+        addItem(ZkLineItem::Text, run, first, end, glyph, m_d.glyphAt(end), level);
+        first = end;
+    }
+}
+
+void LinePlacer::addItem(ZkLineItem::Kind kind, int run, int first, int last, int glyphFirst,
+                         int glyphLast, std::uint8_t level)
+{
+    ZkLineItem item = {first, last, glyphFirst, glyphLast, run, m_spaces, kind, level, 0};
+    switch (kind) {
+    case ZkLineItem::Text: item.length = m_d.startOf(glyphLast) - m_d.startOf(glyphFirst); break;
+    case ZkLineItem::Again:
+        for (int i = glyphFirst; i < glyphLast; ++i) {
+            item.length += m_d.patchGlyphs[i].advance;
+        }
+        break;
+    case ZkLineItem::Tab: {
+        const ZkPen tab = ZkPen{m_d.tabPixels()} * 64;
+        item.length = m_line.isShortened && first >= m_d.dots.hiddenLast
+                          ? 0
+                          : (m_pen / tab + 1) * tab - m_pen;
+        break;
+    }
+    case ZkLineItem::Dots: item.length = m_d.dots.advance * m_d.dots.count; break;
+    case ZkLineItem::Hyphen: item.length = m_d.hyphenAt(last); break;
+    }
+    m_pen += item.length;
+    m_d.items.append(item);
+}
+
+void LinePlacer::addDots()
+{
+    const ZkDots &dots = m_d.dots;
+    const int run =
+        std::min(m_d.runAt(std::min(dots.hiddenFirst, m_d.text.size() - 1)), m_d.runs.size() - 1);
+    addItem(ZkLineItem::Dots, run, dots.hiddenFirst, dots.hiddenLast, 0, dots.count, m_hard.level);
+}
+
+void LinePlacer::addHyphen()
+{
+    const int end = m_line.last;
+    if (m_line.endsHard || m_d.text.constData()[end - 1] != kZkSoftHyphen) {
+        return;
+    }
+    const int run = m_d.runAt(end - 1);
+    addItem(ZkLineItem::Hyphen, run, end - 1, end, 0, 1, m_d.runs[run].level);
+}
+
+// Spreads what is left of the width over the spaces behind the last tab.
+void LinePlacer::stretchSpaces()
+{
+    if (m_d.alignment != ZkParagraph::AlignJustify || m_line.endsHard || m_d.boxWidth <= 0) {
+        return;
+    }
+    m_extra = m_d.boxWidth - m_line.width;
+    m_stretchLast = m_d.contentEnd(m_line.first, m_line.last);
+    m_stretchFirst = m_line.first;
+    for (int u = m_line.first; m_hard.hasTabs && u < m_stretchLast; ++u) {
+        if (m_d.text.constData()[u] == kZkTab) {
+            m_stretchFirst = u + 1;
+        }
+    }
+    for (ZkLineItem &item : m_d.items) {
+        item.spaces = m_spaces;
+        for (int u = item.first; item.kind <= ZkLineItem::Again && u < item.last; ++u) {
+            m_spaces += isStretched(u) ? 1 : 0;
+        }
+    }
+    if (m_extra <= 0) {
+        m_spaces = 0;
+    }
+    for (int i = 0; m_spaces > 0 && i < m_d.items.size(); ++i) {
+        ZkLineItem &item = m_d.items[i];
+        const int behind = i + 1 < m_d.items.size() ? m_d.items[i + 1].spaces : m_spaces;
+        item.length += stretchBefore(behind) - stretchBefore(item.spaces);
+    }
+}
+
+// From the order of the text to what is seen: whatever is at a level or above is turned
+// round, from the highest level down to the lowest odd one.
+void LinePlacer::reorder()
+{
+    int highest = 0, lowestOdd = 255;
+    for (const ZkLineItem &item : m_d.items) {
+        highest = std::max<int>(highest, item.level);
+        if ((item.level & 1) != 0) {
+            lowestOdd = std::min<int>(lowestOdd, item.level);
+        }
+    }
+    for (int level = highest; level >= lowestOdd; --level) {
+        for (int i = 0; i < m_d.items.size();) {
+            int end = i;
+            while (end < m_d.items.size() && m_d.items[end].level >= level) {
+                ++end;
+            }
+            std::reverse(m_d.items.begin() + i, m_d.items.begin() + end);
+            i = std::max(end, i + 1);
+        }
+    }
+}
+
+void LinePlacer::addGlyph(const ZkTypeface &face, std::uint32_t index, ZkFont font, ZkPen x,
+                          ZkPen y, int cluster, int tag)
+{
+    ZkParagraphData::Shown &shown = m_d.shown[index % ZkParagraphData::kShown];
+    if (shown.bitmap == nullptr || shown.index != index) {
+        shown = {index, &m_d.holder.glyph(face, index, font)->bitmap};
+    }
+    const GlyphBitmap &bitmap = *shown.bitmap;
+    if (bitmap.width == 0 || bitmap.height == 0) {
+        return;
+    }
+    // An outlined record tells a top that is two rows too low; its ink belongs where the
+    // plain glyph has it.
+    const int top = bitmap.top + (font.isOutline() ? 2 : 0);
+    m_d.placed.append(
+        {&bitmap, zkPixels(x) + bitmap.left, m_line.baseline + zkPixels(y) - top, cluster, tag});
+}
+
+// Readies the records that are remembered for glyphs of another typeface or font.
+void LinePlacer::show(int face, ZkFont font)
+{
+    if (face != m_d.shownFace || !(font == m_d.shownFont)) {
+        m_d.forgetShown();
+        m_d.shownFace = face;
+        m_d.shownFont = font;
+    }
+}
+
+void LinePlacer::addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right)
+{
+    const int x = zkPixels(left), width = zkPixels(right) - x;
+    ZkPlainArray<ZkTextStretch> &stretches = m_d.stretches;
+    if (!stretches.isEmpty()) {
+        ZkTextStretch &last = stretches.last();
+        if (last.tag == run.tag && last.font == font && last.x + last.width == x) {
+            last.width += width;
+            return;
+        }
+    }
+    const ZkTypefaceMetrics metrics = m_d.metricsOf(font);
+    stretches.append({x, width, m_line.baseline, font, run.tag,
+                      m_line.baseline + metrics.underlineTop, metrics.underlineThickness,
+                      m_line.baseline + metrics.strikeTop, metrics.strikeThickness});
+}
+
+// The cells of the clusters in `[first, last)`, which share the room between `left` and
+// `right` evenly.
+void LinePlacer::addCells(const ZkLineItem &item, int first, int last, ZkPen left, ZkPen right)
+{
+    if (!m_withCells) {
+        return;
+    }
+    const bool isRightToLeft = (item.level & 1) != 0;
+    int count = 1;
+    for (int u = first + 1; u < last; ++u) {
+        count += m_d.isCluster(u) ? 1 : 0;
+    }
+    const ZkPen width = right - left;
+    int from = first;
+    for (int i = 0; i < count; ++i) {
+        int to = from + 1;
+        while (to < last && !m_d.isCluster(to)) {
+            ++to;
+        }
+        const ZkPen start = width * i / count, end = width * (i + 1) / count;
+        m_d.cells.append({from, to, zkPixels(isRightToLeft ? right - end : left + start),
+                          zkPixels(isRightToLeft ? right - start : left + end), isRightToLeft});
+        from = to;
+    }
+}
+
+// The glyphs of left-to-right text as it was shaped: their pens are known.
+void LinePlacer::addPlain(const ZkLineItem &item, ZkPen left)
+{
+    const ZkRun &run = m_d.runs[item.run];
+    const ZkTypeface &face = m_d.faces.at(run.face);
+    const ZkPen start = left - m_d.startOf(item.glyphFirst);
+    ZkPen pen = left;
+    for (int i = item.glyphFirst; i < item.glyphLast; ++i) {
+        const ZkShapedGlyph &glyph = m_d.glyphs[i];
+        if ((glyph.flags & ZkShapedGlyph::Invisible) == 0) {
+            addGlyph(face, glyph.index, run.font, pen + glyph.x, glyph.y, glyph.cluster, run.tag);
+        }
+        pen = start + m_d.endOf(i);
+    }
+}
+
+void LinePlacer::placeText(const ZkLineItem &item, ZkPen left)
+{
+    const bool isRightToLeft = (item.level & 1) != 0;
+    const bool isAgain = item.kind == ZkLineItem::Again;
+    const ZkShapedGlyphs &glyphs = isAgain ? m_d.patchGlyphs : m_d.glyphs;
+    const ZkRun &run = m_d.runs[item.run];
+    const ZkTypeface &face = m_d.faces.at(run.face);
+    const int firstCell = m_d.cells.size(), firstGlyph = m_d.placed.size();
+    show(run.face, run.font);
+    if (!m_withCells && !isRightToLeft && !isAgain && m_spaces == 0) {
+        addPlain(item, left);
+        addStretch(run, run.font, left, left + item.length);
+        return;
+    }
+    int spaces = item.spaces;
+    ZkPen pen = isRightToLeft ? left + item.length : left;
+    for (int i = item.glyphFirst; i < item.glyphLast;) {
+        const int cluster = std::max(glyphs[i].cluster, item.first);
+        const ZkPen start = pen;
+        int next = i;
+        for (; next < item.glyphLast && glyphs[next].cluster == glyphs[i].cluster; ++next) {
+            const ZkShapedGlyph &glyph = glyphs[next];
+            const ZkPen advance = isAgain ? ZkPen{glyph.advance} : m_d.advanceOf(next);
+            if (isRightToLeft) {
+                pen -= advance;
+            }
+            if ((glyph.flags & ZkShapedGlyph::Invisible) == 0) {
+                addGlyph(face, glyph.index, run.font, pen + glyph.x, glyph.y, cluster, run.tag);
+            }
+            if (!isRightToLeft) {
+                pen += advance;
+            }
+        }
+        if (m_spaces > 0 && isStretched(cluster)) {
+            const ZkPen stretch = stretchBefore(spaces + 1) - stretchBefore(spaces);
+            pen += isRightToLeft ? -stretch : stretch;
+            ++spaces;
+        }
+        const int end = next < item.glyphLast ? glyphs[next].cluster : item.last;
+        addCells(item, cluster, end, std::min(start, pen), std::max(start, pen));
+        i = next;
+    }
+    if (isRightToLeft) {
+        std::reverse(m_d.cells.begin() + firstCell, m_d.cells.end());
+        std::reverse(m_d.placed.begin() + firstGlyph, m_d.placed.end());
+    }
+    addStretch(run, run.font, left, left + item.length);
+}
+
+void LinePlacer::placeItem(const ZkLineItem &item, ZkPen left)
+{
+    const ZkRun &run = m_d.runs[item.run];
+    const ZkPen right = left + item.length;
+    const bool isRightToLeft = (item.level & 1) != 0;
+    switch (item.kind) {
+    case ZkLineItem::Text:
+    case ZkLineItem::Again: placeText(item, left); break;
+    case ZkLineItem::Tab:
+        m_d.cells.append({item.first, item.last, zkPixels(left), zkPixels(right), isRightToLeft});
+        addStretch(run, run.font, left, right);
+        break;
+    case ZkLineItem::Dots: {
+        const ZkDots &dots = m_d.dots;
+        show(dots.face, dots.font);
+        for (int i = 0; i < dots.count; ++i) {
+            addGlyph(m_d.faces.at(dots.face), dots.index, dots.font, left + dots.advance * i, 0,
+                     item.first, run.tag);
+        }
+        m_d.cells.append({item.first, item.last, zkPixels(left), zkPixels(right), isRightToLeft});
+        addStretch(run, dots.font, left, right);
+        break;
+    }
+    case ZkLineItem::Hyphen: {
+        const ZkTypeface &face = m_d.faces.at(run.face);
+        show(run.face, run.font);
+        addGlyph(face, zkHyphenOf(face), run.font, left, 0, item.first, run.tag);
+        addStretch(run, run.font, left, right);
+        break;
+    }
+    }
+}
+
+void LinePlacer::place()
+{
+    m_d.items.truncate(0);
+    m_d.placed.truncate(0);
+    m_d.stretches.truncate(0);
+    m_d.cells.truncate(0);
+    if (m_line.isShortened) {
+        addRange(m_line.first, m_d.dots.hiddenFirst);
+        addDots();
+        addRange(m_d.dots.hiddenLast, m_line.last);
+    } else {
+        addRange(m_line.first, m_line.last);
+        addHyphen();
+        stretchSpaces();
+    }
+    ZkPen length = 0;
+    for (const ZkLineItem &item : m_d.items) {
+        length += item.length;
+    }
+    reorder();
+    // Spaces at the end hang over the edge where a reader finds the line's end.
+    ZkPen pen = m_line.isRightToLeft ? (ZkPen{m_line.x} + m_line.width) * 64 - length
+                                     : ZkPen{m_line.x} * 64;
+    for (const ZkLineItem &item : m_d.items) {
+        placeItem(item, pen);
+        pen += item.length;
+    }
+}
+
+} // namespace
+
+void ZkParagraphData::place(int line, bool withCells)
+{
+    need(Divided);
+    if (line != placedLine || (withCells && !hasCells)) {
+        LinePlacer(this, line, withCells).place();
+        placedLine = line;
+        hasCells = withCells;
+    }
+}

@@ -1,0 +1,608 @@
+#include "zkcharacter.h"
+#include "zkglyphcache.h"
+#include "zkshaper.h"
+#include "zktextbreaks.h"
+
+#include "glyph/zkmarks.h"
+#include "glyph/zkthai.h"
+#include "paragraph/zkarabicforms.h"
+#include "paragraph/zkunseen.h"
+#include "unicode/zkcharactertables.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr char32_t kReplacement = 0xFFFD;
+constexpr char32_t kLam = 0x0644;
+constexpr char32_t kSaraAm = 0x0E33;
+// Letters that joining looks at across the ends of a run, marks between them included.
+constexpr int kMostContext = 64;
+// Marks of one cluster that are composed and placed together; more stand as they are.
+constexpr int kMostMarks = 24;
+
+bool isMark(const ZkCharacter &c)
+{
+    return c.category == ZkCharacter::CategoryMn || c.category == ZkCharacter::CategoryMe;
+}
+
+bool joinsForward(unsigned joining)
+{
+    return joining == ZkCharacter::JoiningDual || joining == ZkCharacter::JoiningLeft ||
+           joining == ZkCharacter::JoiningCausing;
+}
+
+bool joinsBackward(unsigned joining)
+{
+    return joining == ZkCharacter::JoiningDual || joining == ZkCharacter::JoiningRight ||
+           joining == ZkCharacter::JoiningCausing;
+}
+
+const ZkArabicForms *formsOf(char32_t letter)
+{
+    const ZkArabicForms *const end = kZkArabicForms + kZkArabicFormCount;
+    const ZkArabicForms *const found =
+        std::lower_bound(kZkArabicForms, end, letter,
+                         [](const ZkArabicForms &row, char32_t c) { return row.letter < c; });
+    return found != end && found->letter == letter ? found : nullptr;
+}
+
+/// Where a mark stands on its letter.
+enum class MarkPlace {
+    AsDrawn, ///< where the font draws it behind the letter
+    Above,
+    Below,
+    Inside,     ///< over the middle, in its own rows
+    AboveLeft,  ///< over the left edge of the letter
+    AboveRight, ///< over the right one
+};
+
+MarkPlace placeOf(char32_t c, unsigned combiningClass)
+{
+    if (c == 0x0EB1 || (c >= 0x0EB4 && c <= 0x0EB7) || c == 0x0EBB || c == 0x0ECD) {
+        return MarkPlace::Above; // LAO vowels and NIGGAHITA
+    }
+    if (c == 0x0EBC || c == 0x0EBA) {
+        return MarkPlace::Below; // LAO SEMIVOWEL SIGN LO, PALI VIRAMA
+    }
+    switch (combiningClass) {
+    case 10: // HEBREW SHEVA to QUBUTS
+    case 11:
+    case 12:
+    case 13:
+    case 14:
+    case 15:
+    case 16:
+    case 17:
+    case 18:
+    case 20:
+    case 22:  // METEG
+    case 29:  // ARABIC KASRATAN
+    case 32:  // KASRA
+    case 118: // LAO SIGN U, UU
+    case 220:
+    case 240: return MarkPlace::Below;
+    case 21: return MarkPlace::Inside;     // HEBREW DAGESH
+    case 19:                               // HOLAM
+    case 25: return MarkPlace::AboveLeft;  // SIN DOT
+    case 24: return MarkPlace::AboveRight; // SHIN DOT
+    case 23:                               // RAFE
+    case 26:                               // VARIKA
+    case 27:                               // ARABIC FATHATAN, DAMMATAN
+    case 28:
+    case 30: // FATHA, DAMMA, SHADDA, SUKUN, SUPERSCRIPT ALEF
+    case 31:
+    case 33:
+    case 34:
+    case 35:
+    case 122: // LAO tones
+    case 230: return MarkPlace::Above;
+    case 1: return MarkPlace::Inside; // strokes through the letter
+    default: return MarkPlace::AsDrawn;
+    }
+}
+
+/// A character of a cluster.
+struct Part {
+    char32_t c;
+    unsigned combiningClass;
+};
+
+/// What was found out about the characters and pairs of a long run, so that text, which
+/// repeats its letters, asks typeface and cache once for most of them.
+struct Known {
+    struct Letter {
+        char32_t character; // 0 is none
+        std::uint32_t index;
+        int advance;
+    };
+    struct Pair {
+        std::uint32_t glyphs; // low 16 bits of both; 0 is none
+        int distance;
+    };
+
+    Letter letters[128] = {};
+    Pair pairs[256] = {};
+};
+
+// Runs that are worth the clearing of `Known`.
+constexpr int kLongRun = 192;
+
+/// Shapes one run, cluster by cluster.
+class Shaping
+{
+public:
+    Shaping(const ZkShapeRun &run, ZkShapedGlyphs *glyphs, Known *known)
+        : m_run(run),
+          m_glyphs(glyphs),
+          m_known(known),
+          m_isKerned(run.isKerned && run.face->hasKerning())
+    {
+    }
+
+    void shape();
+
+private:
+    char32_t characterAt(int u, int *units) const;
+    int clusterEnd(int u) const;
+    bool isPlain(char32_t c) const;
+    void plain(int u, char32_t c);
+    int cluster(int u, int end);
+    int compose(Part *parts, int count) const;
+    int gather(int u, int end, Part *parts, int *rest) const;
+    bool joinsBefore(int u) const;
+    bool joinsAfter(int u) const;
+    char32_t joined(char32_t letter, unsigned joining, bool before, bool after) const;
+    char32_t ligature(char32_t letter, int end, bool before, int *alefEnd);
+    ZkShapedGlyph *add(int u, std::uint32_t index, int advance);
+    const ZkGlyph *record(std::uint32_t index) const
+    {
+        return m_run.holder->glyph(*m_run.face, index, m_run.font);
+    }
+    int distance(std::uint32_t left, std::uint32_t right) const;
+    void kern(std::uint32_t index);
+    void setLetter(const ZkGlyph *glyph);
+    void setMark(int u, const Part &part);
+    void setThaiMark(ZkPlacedGlyph *mark, const Part &part);
+    void setBare(int u, const ZkGlyph *glyph);
+
+    const ZkShapeRun &m_run;
+    ZkShapedGlyphs *m_glyphs;
+    Known *m_known; // null in a short run
+    bool m_isKerned;
+    bool m_joinsForward = false; // the last letter that counts for joining does
+    std::uint32_t m_left = 0;    // glyph that the next one may be kerned with
+    int m_kernedAt = 0;          // its place
+
+    // The letter that marks are being set on, its pen at (0, 0).
+    ZkPlacedGlyph m_letter = {};
+    ZkPlacedGlyph m_above = {}, m_below = {};
+    int m_advance = 0;
+    char32_t m_character = 0;
+    ZkUcs2 m_thai[3] = {};
+    int m_thaiMarks = 0;
+    std::int64_t m_thaiShift = 0;
+    int m_tone = -1; // index of the glyph of a tone mark without a vowel
+};
+
+char32_t Shaping::characterAt(int u, int *units) const
+{
+    const char32_t c = m_run.text[u];
+    *units = 1;
+    if ((c & 0xF800) != 0xD800) {
+        return c;
+    }
+    if (zkIsLeadSurrogate(c) && u + 1 < m_run.last && zkIsTrailSurrogate(m_run.text[u + 1])) {
+        *units = 2;
+        return zkPairOf(c, m_run.text[u + 1]);
+    }
+    return kReplacement;
+}
+
+inline int Shaping::clusterEnd(int u) const
+{
+    do {
+        ++u;
+    } while (u < m_run.last && (m_run.breaks[u] & ZkTextBreaks::Grapheme) == 0);
+    return u;
+}
+
+// True for a character that is one glyph and looks at no other. The ranges come first
+// because they need no look-up.
+inline bool Shaping::isPlain(char32_t c) const
+{
+    if ((c >= 0x20 && c < 0x7F) || (c >= 0xA0 && c < 0x300 && c != 0xAD) ||
+        (c >= 0x4E00 && c < 0xA000) || (c >= 0xAC00 && c < 0xD7A4)) {
+        return true;
+    }
+    const ZkCharacter &properties = zkCharacter(c);
+    return properties.joining == ZkCharacter::JoiningNone && !isMark(properties) &&
+           !zkIsUnseen(c, properties);
+}
+
+void Shaping::shape()
+{
+    m_joinsForward = joinsBefore(m_run.first);
+    for (int u = m_run.first; u < m_run.last;) {
+        const int end = clusterEnd(u);
+        const char32_t c = m_run.text[u];
+        if (end == u + 1 && (c & 0xF800) != 0xD800 && isPlain(c)) {
+            plain(u, c);
+            u = end;
+        } else {
+            u = cluster(u, end);
+        }
+    }
+}
+
+inline void Shaping::plain(int u, char32_t c)
+{
+    m_joinsForward = false;
+    Known::Letter fresh;
+    Known::Letter *letter = m_known != nullptr ? &m_known->letters[c & 127] : &fresh;
+    if (letter == &fresh || letter->character != c) {
+        letter->character = c;
+        letter->index = m_run.face->glyphIndex(m_run.isRightToLeft ? zkMirrored(c) : c);
+        letter->advance = record(letter->index)->bitmap.advance;
+    }
+    kern(letter->index);
+    add(u, letter->index, letter->advance);
+}
+
+inline ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
+{
+    ZkShapedGlyph *const glyph = m_glyphs->extend(1);
+    glyph->index = index & 0xFFFFFF;
+    glyph->flags = 0;
+    glyph->advance = std::max(advance, 0) * 64;
+    glyph->x = glyph->y = 0;
+    glyph->cluster = u;
+    return glyph;
+}
+
+int Shaping::distance(std::uint32_t left, std::uint32_t right) const
+{
+    const int size = m_run.font.fontSize();
+    if (m_known == nullptr || (left | right) > 0xFFFF || (left | right) == 0) {
+        return m_run.face->kerning(left, right, size);
+    }
+    const std::uint32_t glyphs = left << 16 | right;
+    Known::Pair &pair = m_known->pairs[(left * 31 + right) & 255];
+    if (pair.glyphs != glyphs) {
+        pair = {glyphs, m_run.face->kerning(left, right, size)};
+    }
+    return pair.distance;
+}
+
+// Moves the glyph `index`, which is about to be added, nearer to the one before it.
+void Shaping::kern(std::uint32_t index)
+{
+    if (!m_isKerned) {
+        return;
+    }
+    if (m_left != 0) {
+        const bool swaps = m_run.isRightToLeft;
+        const int nearer = distance(swaps ? index : m_left, swaps ? m_left : index);
+        if (nearer != 0) {
+            ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
+            before.advance = std::max(before.advance + nearer * 64, 0);
+        }
+    }
+    m_left = index;
+    m_kernedAt = m_glyphs->size();
+}
+
+// Whether a letter before unit `u`, marks passed over, joins what follows.
+bool Shaping::joinsBefore(int u) const
+{
+    const int least = std::max(m_run.contextFirst, u - kMostContext);
+    for (int i = u; i-- > least;) {
+        char32_t c = m_run.text[i];
+        if (zkIsTrailSurrogate(c) && i > least && zkIsLeadSurrogate(m_run.text[i - 1])) {
+            c = zkPairOf(m_run.text[--i], c);
+        }
+        const unsigned joining = zkCharacter(c).joining;
+        if (joining != ZkCharacter::JoiningTransparent) {
+            return joinsForward(joining);
+        }
+    }
+    return false;
+}
+
+// Whether a letter from unit `u` on, marks passed over, joins what is before it.
+bool Shaping::joinsAfter(int u) const
+{
+    const int most =
+        u < m_run.last ? m_run.contextLast : std::min(m_run.contextLast, m_run.last + kMostContext);
+    for (int i = u; i < most; ++i) {
+        char32_t c = m_run.text[i];
+        if (zkIsLeadSurrogate(c) && i + 1 < most && zkIsTrailSurrogate(m_run.text[i + 1])) {
+            c = zkPairOf(c, m_run.text[++i]);
+        }
+        const unsigned joining = zkCharacter(c).joining;
+        if (joining != ZkCharacter::JoiningTransparent) {
+            return joinsBackward(joining);
+        }
+    }
+    return false;
+}
+
+// The presentation form of a letter, the letter itself where the face has none.
+char32_t Shaping::joined(char32_t letter, unsigned joining, bool before, bool after) const
+{
+    before = before && joinsBackward(joining);
+    after = after && joinsForward(joining);
+    if (!before && !after) {
+        return letter;
+    }
+    const ZkArabicForms *const row = formsOf(letter);
+    if (row == nullptr) {
+        return letter;
+    }
+    const char32_t form = row->forms[before && after ? ZkArabicForms::Medial
+                                     : before        ? ZkArabicForms::Final
+                                                     : ZkArabicForms::Initial];
+    return form != 0 && m_run.face->hasGlyph(form) ? form : letter;
+}
+
+// The lam-alef of a lam whose cluster ends at `end`, 0 when no alef follows or the face has
+// none. `*alefEnd` is the end of the alef's cluster then.
+char32_t Shaping::ligature(char32_t letter, int end, bool before, int *alefEnd)
+{
+    if (letter != kLam || end >= m_run.last) {
+        return 0;
+    }
+    for (int i = end; i-- > m_run.first && m_run.text[i] != kLam;) {
+        if (zkCharacter(m_run.text[i]).joining != ZkCharacter::JoiningTransparent) {
+            return 0; // a joiner keeps them apart
+        }
+    }
+    const ZkArabicForms *const row = formsOf(m_run.text[end]);
+    if (row == nullptr || row->ligature == 0) {
+        return 0;
+    }
+    const char32_t form = row->ligature + (before ? 1U : 0U);
+    *alefEnd = clusterEnd(end);
+    return m_run.face->hasGlyph(form) ? form : 0;
+}
+
+// The characters of a cluster that are seen, at most `kMostMarks`; `*rest` is the unit behind.
+int Shaping::gather(int u, int end, Part *parts, int *rest) const
+{
+    int count = 0, units = 0;
+    for (; u < end && count < kMostMarks; u += units) {
+        const char32_t c = characterAt(u, &units);
+        const ZkCharacter &properties = zkCharacter(c);
+        if (!zkIsUnseen(c, properties)) {
+            parts[count++] = {c, properties.combiningClass};
+        }
+    }
+    *rest = u;
+    return count;
+}
+
+// Puts marks into the letter where the face has the composed character. A mark is in the
+// way of those behind it that do not come later in the canonical order.
+int Shaping::compose(Part *parts, int count) const
+{
+    int kept = 1;
+    unsigned last = 0;
+    for (int i = 1; i < count; ++i) {
+        const bool isBlocked = kept > 1 && last >= parts[i].combiningClass;
+        const char32_t composed = isBlocked ? 0 : zkCompose(parts[0].c, parts[i].c);
+        if (composed != 0 && m_run.face->hasGlyph(composed)) {
+            parts[0].c = composed;
+            parts[0].combiningClass = 0;
+        } else {
+            last = parts[i].combiningClass;
+            parts[kept++] = parts[i];
+        }
+    }
+    return kept;
+}
+
+// Shapes the cluster `[u, end)`, and the alef behind a lam with it; the unit to go on from.
+int Shaping::cluster(int u, int end)
+{
+    Part parts[2 * kMostMarks];
+    int rest = end;
+    int count = gather(u, end, parts, &rest);
+    if (count == 0) {
+        int units = 0;
+        const unsigned joining = zkCharacter(characterAt(u, &units)).joining;
+        if (joining != ZkCharacter::JoiningTransparent) {
+            m_joinsForward = joinsForward(joining);
+        }
+        add(u, 0, 0)->flags = ZkShapedGlyph::Invisible;
+        m_left = 0;
+        return end;
+    }
+    count = compose(parts, count);
+    const ZkCharacter &first = zkCharacter(parts[0].c);
+    char32_t shown = parts[0].c;
+    int next = end;
+    if (first.joining != ZkCharacter::JoiningNone &&
+        first.joining != ZkCharacter::JoiningTransparent) {
+        int alefEnd = end;
+        const bool before = m_joinsForward && joinsBackward(first.joining);
+        const char32_t both = ligature(shown, end, before, &alefEnd);
+        if (both != 0) {
+            int units = 0;
+            characterAt(end, &units);
+            count += gather(end + units, alefEnd, parts + count, &rest);
+            shown = both;
+            next = alefEnd;
+            m_joinsForward = false;
+        } else {
+            shown = joined(shown, first.joining, before, joinsAfter(u + 1));
+            m_joinsForward = joinsForward(first.joining);
+        }
+    } else if (first.joining == ZkCharacter::JoiningNone) {
+        m_joinsForward = false;
+    }
+    // A joiner or non-joiner at the end of the cluster has the last word.
+    for (int i = next; i-- > u;) {
+        if (m_run.text[i] == 0x200C || m_run.text[i] == 0x200D) {
+            m_joinsForward = m_run.text[i] == 0x200D;
+        }
+        if (zkCharacter(m_run.text[i]).joining != ZkCharacter::JoiningTransparent) {
+            break;
+        }
+    }
+
+    if (m_run.isRightToLeft) {
+        shown = zkMirrored(shown);
+    }
+    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    const ZkGlyph *const glyph = record(index);
+    m_character = parts[0].c;
+    if (isMark(first)) {
+        setBare(u, glyph);
+        return next;
+    }
+    kern(index);
+    add(u, index, glyph->bitmap.advance);
+    setLetter(glyph);
+    for (int i = 1; i < count; ++i) {
+        setMark(u, parts[i]);
+    }
+    if (count > 1) {
+        m_left = 0;
+    }
+    return next;
+}
+
+// Marks that follow are set on `glyph`, which has just been added.
+void Shaping::setLetter(const ZkGlyph *glyph)
+{
+    const GlyphBitmap &bitmap = glyph->bitmap;
+    m_letter = {&bitmap, bitmap.left, -bitmap.top, 0, 0};
+    m_above = m_below = m_letter;
+    m_advance = std::max<int>(bitmap.advance, 0);
+    m_thai[0] = m_character < 0x10000 ? static_cast<ZkUcs2>(m_character) : ZkUcs2(0);
+    m_thai[1] = m_thai[2] = 0;
+    m_thaiMarks = 0;
+    m_thaiShift = 0;
+    m_tone = -1;
+}
+
+// A mark with nothing to stand on takes the room of its ink.
+void Shaping::setBare(int u, const ZkGlyph *glyph)
+{
+    const GlyphBitmap &bitmap = glyph->bitmap;
+    m_left = 0;
+    if (bitmap.advance > 0) {
+        add(u, glyph->index(), bitmap.advance);
+    } else {
+        add(u, glyph->index(), bitmap.width)->x = static_cast<std::int16_t>(-bitmap.left * 64);
+    }
+    setLetter(glyph);
+}
+
+// Adds what stands behind a letter in its cluster: a mark over or under it, or another
+// letter beside it.
+void Shaping::setMark(int u, const Part &part)
+{
+    const std::uint32_t index = m_run.face->glyphIndex(part.c);
+    const ZkGlyph *const glyph = record(index);
+    const GlyphBitmap &bitmap = glyph->bitmap;
+    const ZkCharacter &properties = zkCharacter(part.c);
+    ZkPlacedGlyph mark = {&bitmap, 0, -bitmap.top, 0, 0};
+    const bool isThai = zkThaiClass(m_thai[0]) == ZkThaiClass::Consonant && m_thaiMarks < 2 &&
+                        part.c < 0x10000 &&
+                        zkThaiClass(static_cast<ZkUcs2>(part.c)) > ZkThaiClass::Consonant;
+    const MarkPlace place = placeOf(part.c, part.combiningClass);
+    if (!isMark(properties) || (place == MarkPlace::AsDrawn && !isThai && bitmap.advance > 0)) {
+        if (part.c == kSaraAm && m_tone >= 0) { // its ring stands under the tone mark
+            ZkShapedGlyph &tone = (*m_glyphs)[m_tone];
+            const ZkGlyph *const toneGlyph = record(tone.index);
+            ZkPlacedGlyph raised = {&toneGlyph->bitmap,
+                                    tone.x / 64 + toneGlyph->bitmap.left + m_advance,
+                                    tone.y / 64 - toneGlyph->bitmap.top, 0, 0};
+            mark.x = m_advance + bitmap.left;
+            zkRaiseAbove(raised, mark);
+            tone.y = static_cast<std::int16_t>((raised.y + toneGlyph->bitmap.top) * 64);
+        }
+        add(u, index, bitmap.advance);
+        m_character = part.c;
+        setLetter(glyph);
+        return;
+    }
+    const int inkLeft = m_letter.x;
+    const int inkWidth = m_letter.glyph->width != 0 ? int{m_letter.glyph->width} : m_advance;
+    mark.x = inkLeft + (inkWidth - bitmap.width) / 2;
+    if (isThai) {
+        setThaiMark(&mark, part);
+    } else if (place == MarkPlace::AsDrawn) {
+        mark.x = m_advance + bitmap.left;
+    } else if (place == MarkPlace::Below) {
+        zkDropBelow(mark, m_below);
+        m_below = mark;
+    } else if (place != MarkPlace::Inside) {
+        if (place == MarkPlace::AboveLeft) {
+            mark.x = inkLeft;
+        } else if (place == MarkPlace::AboveRight) {
+            mark.x = inkLeft + inkWidth - bitmap.width;
+        }
+        zkRaiseAbove(mark, m_above);
+        m_above = mark;
+    }
+    const int pen = m_run.isRightToLeft ? 0 : m_advance;
+    ZkShapedGlyph *const added = add(u, index, 0);
+    added->x = static_cast<std::int16_t>((mark.x - bitmap.left - pen) * 64);
+    added->y = static_cast<std::int16_t>((mark.y + bitmap.top) * 64);
+}
+
+// The stack of a Thai consonant: a vowel or sign, then a tone or sign on top of it.
+void Shaping::setThaiMark(ZkPlacedGlyph *mark, const Part &part)
+{
+    m_thai[++m_thaiMarks] = static_cast<ZkUcs2>(part.c);
+    const ZkThaiMarks marks(m_thai);
+    mark->x = zkThaiMarkX(*m_letter.glyph, *mark->glyph, 0, m_advance);
+    if (m_thaiMarks == 1 && marks.lower) {
+        zkDropBelow(*mark, m_letter);
+        m_below = *mark;
+        return;
+    }
+    if (m_thaiMarks == 1 || marks.lower) {
+        m_thaiShift = zkStemShift(*mark, m_letter);
+    }
+    mark->x = zkWrapped(mark->x - m_thaiShift); // those on top move with the first
+    if (m_thaiMarks == 2 && marks.upper) {
+        zkRaiseAbove(*mark, m_above);
+    }
+    m_above = *mark;
+    if (m_thaiMarks == 1 && marks.tone == 1) {
+        m_tone = m_glyphs->size();
+    }
+}
+
+} // namespace
+
+ZkShaper::~ZkShaper() = default;
+
+bool ZkShaper::needsScripts() const
+{
+    return true;
+}
+
+std::uint32_t ZkShaper::serial() const
+{
+    return 0;
+}
+
+void ZkSimpleShaper::shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
+{
+    if (run.last - run.first < kLongRun) {
+        Shaping(run, glyphs, nullptr).shape();
+    } else {
+        Known known;
+        Shaping(run, glyphs, &known).shape();
+    }
+}
+
+bool ZkSimpleShaper::needsScripts() const
+{
+    return false;
+}

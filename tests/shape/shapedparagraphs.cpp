@@ -1,0 +1,238 @@
+#include <zkharfbuzzshaper.h>
+#include <zkparagraph.h>
+#include <zkthaiwords.h>
+
+#include <gtest/gtest.h>
+
+#include "paragraphlaws.h"
+#include "scripttexts.h"
+#include "shaperun.h"
+
+// What is true of every paragraph stays true when HarfBuzz shapes it.
+
+namespace
+{
+
+ZkString string(const std::u16string &text)
+{
+    return ZkString(reinterpret_cast<const ZkUcs2 *>(text.data()), static_cast<int>(text.size()));
+}
+
+/// One typeface after the other for what all the texts have.
+ZkFontChain chainOfAll()
+{
+    ZkFontChain chain;
+    std::string last;
+    for (const ScriptText &text : kScriptTexts) {
+        if (last != text.path()) {
+            chain.append(ZkTypeface::fromFile(text.path().c_str()));
+        }
+        last = text.path();
+    }
+    return chain;
+}
+
+std::string printLines(const ZkParagraph &paragraph)
+{
+    std::string out;
+    for (int i = 0; i < paragraph.lineCount(); ++i) {
+        const ZkTextLine &line = paragraph.line(i);
+        out += std::to_string(line.first) + ".." + std::to_string(line.last) + " " +
+               std::to_string(line.width) + ":";
+        const ZkPlacedGlyph *glyphs = nullptr;
+        const int count = paragraph.glyphs(i, &glyphs);
+        for (int k = 0; k < count; ++k) {
+            out += " " + std::to_string(glyphs[k].cluster) + "@" + std::to_string(glyphs[k].x) +
+                   "," + std::to_string(glyphs[k].y);
+        }
+        out += "\n";
+    }
+    return out;
+}
+
+} // namespace
+
+TEST(ShapedParagraphs, KeepTheLawsOfParagraphsInEveryScript)
+{
+    ZkHarfBuzzShaper shaper;
+    ZkThaiWords words;
+    for (const ScriptText &text : kScriptTexts) {
+        SCOPED_TRACE(text.what);
+        const ZkFontChain chain(ZkTypeface::fromFile(text.path().c_str()));
+        for (const int width : {0, 1, 40, 97, 200}) {
+            SCOPED_TRACE(width);
+            ZkParagraph paragraph;
+            paragraph.setChain(chain);
+            paragraph.setShaper(&shaper);
+            paragraph.setWordBreaker(&words);
+            paragraph.setText(string(text.text));
+            paragraph.setWidth(width);
+            for (const auto law : {paragraphlaws::linesFollowEachOther, paragraphlaws::glyphsBelong,
+                                   paragraphlaws::stepsAreUndone}) {
+                EXPECT_EQ(law(paragraph), "");
+            }
+            if (width != 1) { // a ligature may be wider, and is not cut
+                EXPECT_EQ(paragraphlaws::linesFit(paragraph), "");
+            }
+            EXPECT_EQ(paragraphlaws::breaksAreAllowed(paragraph, &words), "");
+            EXPECT_EQ(paragraphlaws::caretsAreHit(paragraph), "");
+            EXPECT_EQ(paragraphlaws::widthsLeaveNoTrace(paragraph, 60), "");
+            EXPECT_EQ(paragraphlaws::extremesAreTrue(paragraph), "");
+        }
+    }
+}
+
+TEST(ShapedParagraphs, KeepThemWithRandomSettingsAndScriptsMixed)
+{
+    ZkHarfBuzzShaper shaper;
+    const ZkFontChain chain = chainOfAll();
+    paragraphlaws::Dice dice(4);
+    for (int round = 0; round < 60; ++round) {
+        SCOPED_TRACE(round);
+        std::u16string text;
+        for (int i = 0; i < 5; ++i) {
+            const std::u16string part =
+                kScriptTexts[dice.roll(static_cast<int>(std::size(kScriptTexts)))].text;
+            const std::size_t first =
+                static_cast<std::size_t>(dice.roll(static_cast<int>(part.size())));
+            text += part.substr(first, static_cast<std::size_t>(1 + dice.roll(30)));
+            text += dice.chance(50) ? u" " : u"";
+        }
+        ZkParagraph paragraph;
+        paragraph.setChain(chain);
+        paragraph.setShaper(&shaper);
+        paragraph.setText(string(text));
+        paragraphlaws::setRandomly(paragraph, dice);
+        EXPECT_EQ(paragraphlaws::check(paragraph), "");
+        EXPECT_EQ(paragraphlaws::widthsLeaveNoTrace(paragraph, dice.roll(200)), "");
+    }
+}
+
+// The width of a line is the sum of its advances rounded once, whatever letters it has.
+TEST(ShapedParagraphs, WidthsAreRoundedOnce)
+{
+    ZkHarfBuzzShaper shaper;
+    for (const ScriptText &text : kScriptTexts) {
+        SCOPED_TRACE(text.what);
+        const ZkTypeface face = ZkTypeface::fromFile(text.path().c_str());
+        for (const int size : {11, 16}) {
+            const ShapeRun run(text.text, face, size, text.isRightToLeft);
+            int sum = 0;
+            for (const ZkShapedGlyph &glyph : run.shapedBy(shaper)) {
+                sum += glyph.advance;
+            }
+            ZkParagraph paragraph;
+            paragraph.setChain(ZkFontChain(face));
+            paragraph.setShaper(&shaper);
+            paragraph.setFont(ZkFont(static_cast<unsigned char>(size), false, false, false, false));
+            paragraph.setDirection(text.isRightToLeft ? ZkParagraph::RightToLeft
+                                                      : ZkParagraph::LeftToRight);
+            paragraph.setText(string(text.text));
+            EXPECT_NEAR(paragraph.width(), sum / 64.0, 1.0);
+        }
+    }
+}
+
+TEST(ShapedParagraphs, ALineEndInAWordShapesBothSidesAnew)
+{
+    const ZkTypeface face =
+        ZkTypeface::fromFile("/usr/share/fonts/truetype/noto/NotoNaskhArabic-Regular.ttf");
+    ZkHarfBuzzShaper shaper;
+    ZkParagraph whole;
+    whole.setChain(ZkFontChain(face));
+    whole.setShaper(&shaper);
+    whole.setText(string(u"بببببببب"));
+    const int wide = whole.width();
+    whole.setWidth(wide / 2);
+    ASSERT_GE(whole.lineCount(), 2);
+    for (int i = 0; i < whole.lineCount(); ++i) {
+        const ZkTextLine &line = whole.line(i);
+        ZkParagraph part;
+        part.setChain(ZkFontChain(face));
+        part.setShaper(&shaper);
+        part.setText(whole.text().mid(line.first, line.last - line.first));
+        EXPECT_EQ(part.width(), line.width) << "as if the line were all of the text";
+    }
+}
+
+TEST(ShapedParagraphs, ThaiLinesEndBetweenWords)
+{
+    ZkHarfBuzzShaper shaper;
+    ZkThaiWords words;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(
+        ZkTypeface::fromFile("/usr/share/fonts/truetype/noto/NotoSansThai-Regular.ttf")));
+    paragraph.setShaper(&shaper);
+    paragraph.setWordBreaker(&words);
+    const std::u16string text = u"มนุษย์ทั้งหลายเกิดมามีอิสระและเสมอภาคกัน";
+    paragraph.setText(string(text));
+    std::vector<std::uint8_t> starts(text.size());
+    words.findWords(reinterpret_cast<const ZkUcs2 *>(text.data()), static_cast<int>(text.size()),
+                    starts.data());
+    const int least = paragraph.minWidth();
+    for (int width = least; width < paragraph.maxWidth(); width += 7) {
+        paragraph.setWidth(width);
+        for (int i = 0; i + 1 < paragraph.lineCount(); ++i) {
+            EXPECT_EQ(starts[static_cast<std::size_t>(paragraph.line(i).last)], 1) << width;
+        }
+    }
+}
+
+TEST(ShapedParagraphs, ACharacterThatTheFirstTypefaceLacksComesFromTheChain)
+{
+    ZkHarfBuzzShaper shaper;
+    ZkFontChain chain;
+    chain.append(ZkTypeface::fromFile("/usr/share/fonts/truetype/noto/NotoSans-Regular.ttf"));
+    chain.append(
+        ZkTypeface::fromFile("/usr/share/fonts/truetype/noto/NotoSansDevanagari-Regular.ttf"));
+    ZkParagraph mixed;
+    mixed.setChain(chain);
+    mixed.setShaper(&shaper);
+    mixed.setText(string(u"ab क्षि cd"));
+    const ZkPlacedGlyph *glyphs = nullptr;
+    const int count = mixed.glyphs(0, &glyphs);
+    int second = 0;
+    for (int i = 0; i < count; ++i) {
+        const ZkGlyph *const glyph = reinterpret_cast<const ZkGlyph *>(glyphs[i].glyph);
+        EXPECT_NE(glyph->index(), 0u) << "no box";
+        second += glyph->typefaceId() == chain.at(1).id() ? 1 : 0;
+    }
+    EXPECT_EQ(second, 2) << "the vowel and the conjunct";
+}
+
+TEST(ShapedParagraphs, AnotherLanguageOrFeatureIsSeenByTheNextQuestion)
+{
+    ZkHarfBuzzShaper shaper;
+    ZkParagraph paragraph;
+    paragraph.setChain(
+        ZkFontChain(ZkTypeface::fromFile("/usr/share/fonts/truetype/noto/NotoSans-Regular.ttf")));
+    paragraph.setShaper(&shaper);
+    paragraph.setFont(ZkFont(40, false, false, false, false));
+    paragraph.setText(string(u"AVATAR"));
+    const int kerned = paragraph.width();
+    shaper.setFeature(ZkHarfBuzzShaper::tag("kern"), 0);
+    EXPECT_GT(paragraph.width(), kerned);
+    shaper.clearFeatures();
+    EXPECT_EQ(paragraph.width(), kerned);
+}
+
+TEST(ShapedParagraphs, KnownWordsChangeNothing)
+{
+    for (const ScriptText &text : kScriptTexts) {
+        SCOPED_TRACE(text.what);
+        ZkShapedWords words, none(0);
+        ZkHarfBuzzShaper warm(words), cold(none);
+        ZkParagraph paragraph;
+        paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(text.path().c_str())));
+        paragraph.setWidth(90);
+        paragraph.setText(string(text.text));
+        paragraph.setShaper(&cold);
+        const std::string expected = printLines(paragraph);
+        for (int i = 0; i < 2; ++i) {
+            paragraph.setShaper(&warm);
+            EXPECT_EQ(printLines(paragraph), expected);
+            paragraph.setShaper(nullptr);
+            paragraph.height();
+        }
+    }
+}

@@ -1,0 +1,223 @@
+#include <zkshapedwords.h>
+
+#include <zkharfbuzzshaper.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "scripttexts.h"
+#include "shaperun.h"
+
+namespace
+{
+
+ZkTypeface dejaVu()
+{
+    return ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+}
+
+} // namespace
+
+TEST(ZkShapedWords, CountsWordsThatWereKnownAndThoseThatWereNot)
+{
+    ZkShapedWords words;
+    ZkHarfBuzzShaper shaper(words);
+    const ShapeRun run(u"one two one three ", dejaVu(), 16);
+    run.shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 3u);
+    EXPECT_EQ(words.stats().misses, 4u) << "one was not yet known the second time";
+    EXPECT_EQ(words.stats().hits, 0u);
+    run.shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 3u);
+    EXPECT_EQ(words.stats().misses, 4u);
+    EXPECT_EQ(words.stats().hits, 4u);
+    EXPECT_EQ(words.stats().evicted, 0u);
+}
+
+TEST(ZkShapedWords, AWordIsKnownWithItsSpace)
+{
+    ZkShapedWords words;
+    ZkHarfBuzzShaper shaper(words);
+    const ZkTypeface face = dejaVu();
+    ShapeRun(u"one two", face, 16).shapedBy(shaper);
+    ShapeRun(u"two one ", face, 16).shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 3u) << "one with its space, two with and without";
+}
+
+TEST(ZkShapedWords, AnotherSizeTypefaceFeatureOrLanguageIsAnotherWord)
+{
+    ZkShapedWords words;
+    ZkHarfBuzzShaper shaper(words);
+    const ZkTypeface face = dejaVu();
+    const ShapeRun run(u"word", face, 16);
+    run.shapedBy(shaper);
+    ShapeRun(u"word", face, 17).shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 2u);
+    ShapeRun(u"word", dejaVu(), 16).shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 3u) << "the same file opened again";
+    shaper.setFeature(ZkHarfBuzzShaper::tag("liga"), 0);
+    run.shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 4u);
+    shaper.setLanguage("tr");
+    run.shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 5u);
+    shaper.clearFeatures();
+    shaper.setLanguage(nullptr);
+    run.shapedBy(shaper);
+    EXPECT_EQ(words.stats().words, 5u) << "as at first";
+    EXPECT_EQ(words.stats().hits, 1u);
+}
+
+TEST(ZkShapedWords, ShapersShareWords)
+{
+    ZkShapedWords words;
+    ZkHarfBuzzShaper one(words), other(words);
+    const ShapeRun run(u"some words", dejaVu(), 16);
+    const std::string first = print(run.shapedBy(one));
+    EXPECT_EQ(print(run.shapedBy(other)), first);
+    EXPECT_EQ(words.stats().hits, 2u);
+    EXPECT_EQ(words.stats().faces, 1);
+    EXPECT_EQ(words.stats().styles, 1);
+}
+
+TEST(ZkShapedWords, TheBudgetHoldsAtEveryMoment)
+{
+    ZkShapedWords words(4000);
+    ZkHarfBuzzShaper shaper(words);
+    const ZkTypeface face = dejaVu();
+    for (int i = 0; i < 500; ++i) {
+        std::u16string text = u"word ";
+        text[0] = static_cast<char16_t>(u'a' + i % 26);
+        text[1] = static_cast<char16_t>(u'a' + i / 26);
+        ShapeRun(text, face, 16).shapedBy(shaper);
+        ASSERT_LE(words.stats().bytes, 4000u);
+    }
+    EXPECT_LE(words.stats().peakBytes, 4000u);
+    EXPECT_GT(words.stats().evicted, 400u);
+    EXPECT_GT(words.stats().words, 10u);
+    words.setBudget(1000);
+    EXPECT_LE(words.stats().bytes, 1000u);
+    EXPECT_EQ(words.stats().budget, 1000u);
+}
+
+TEST(ZkShapedWords, WordsTooLongAreShapedEachTime)
+{
+    ZkShapedWords words;
+    ZkHarfBuzzShaper shaper(words);
+    const ShapeRun run(std::u16string(ZkShapedWords::kMostUnits + 1, u'x'), dejaVu(), 16);
+    const std::string first = print(run.shapedBy(shaper));
+    EXPECT_EQ(print(run.shapedBy(shaper)), first);
+    EXPECT_EQ(words.stats().words, 0u);
+    EXPECT_EQ(words.stats().misses, 0u);
+}
+
+TEST(ZkShapedWords, ClearForgetsWordsAndFontsThatNobodyUses)
+{
+    ZkShapedWords words;
+    {
+        ZkHarfBuzzShaper shaper(words);
+        ShapeRun(u"word", dejaVu(), 16).shapedBy(shaper);
+        words.clear();
+        EXPECT_EQ(words.stats().words, 0u);
+        EXPECT_EQ(words.stats().bytes, 0u);
+        EXPECT_EQ(words.stats().misses, 0u);
+        EXPECT_EQ(words.stats().faces, 1) << "in use";
+    }
+    EXPECT_EQ(words.stats().faces, 1) << "kept for the next shaper";
+    words.clear();
+    EXPECT_EQ(words.stats().faces, 0);
+    EXPECT_EQ(words.stats().styles, 0);
+}
+
+TEST(ZkShapedWords, FontsThatNobodyUsesAreLimited)
+{
+    ZkShapedWords words;
+    const ZkTypeface face = dejaVu();
+    for (int size = 1; size <= 200; ++size) {
+        ZkHarfBuzzShaper shaper(words);
+        ShapeRun(u"word", face, size).shapedBy(shaper);
+    }
+    EXPECT_EQ(words.stats().styles, ZkShapedWords::kMostIdleStyles);
+    EXPECT_EQ(words.stats().faces, 1);
+}
+
+// The bytes of a borrowed font must live as long as HarfBuzz may read them.
+TEST(ZkShapedWords, AFontIsLetGoWhenItsLastUserIs)
+{
+    std::FILE *const file = std::fopen(ZK_FONT_DEJAVU, "rb");
+    ASSERT_NE(file, nullptr);
+    std::vector<unsigned char> bytes(1 << 20);
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
+    std::fclose(file);
+    int released = 0;
+    ZkShapedWords words;
+    {
+        ZkTypeface face = ZkTypeface::fromBorrowed(
+            bytes.data(), bytes.size(),
+            [](const void *, void *count) { ++*static_cast<int *>(count); }, &released);
+        ZkHarfBuzzShaper shaper(words);
+        const ShapeRun run(u"word", face, 16);
+        face = ZkTypeface();
+        run.shapedBy(shaper);
+    }
+    EXPECT_EQ(released, 0);
+    words.clear();
+    EXPECT_EQ(released, 1);
+}
+
+TEST(ZkShapedWords, TheSharedOneIsOne)
+{
+    EXPECT_EQ(&ZkShapedWords::shared(), &ZkShapedWords::shared());
+    EXPECT_EQ(ZkShapedWords::shared().stats().budget, ZkShapedWords::kUsualBudget);
+}
+
+TEST(ZkShapedWords, EightThreadsShapeAsOneDoes)
+{
+    struct Case {
+        std::unique_ptr<ShapeRun> run;
+        std::string expected;
+    };
+    std::vector<Case> cases;
+    for (const ScriptText &text : kScriptTexts) {
+        const ZkTypeface face = ZkTypeface::fromFile(text.path().c_str());
+        Case one;
+        one.run.reset(new ShapeRun(text.text, face, 14, text.isRightToLeft));
+        ZkShapedWords own;
+        ZkHarfBuzzShaper shaper(own);
+        one.expected = print(one.run->shapedBy(shaper));
+        cases.push_back(std::move(one));
+    }
+    ZkShapedWords words(20000); // too small: words are pushed out all the time
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (unsigned id = 0; id < 8; ++id) {
+        threads.emplace_back([&cases, &words, &wrong, id] {
+            unsigned seed = id;
+            for (int round = 0; round < 3; ++round) {
+                ZkHarfBuzzShaper shaper(words);
+                for (int i = 0; i < 60; ++i) {
+                    seed = seed * 1664525u + 1013904223u;
+                    const Case &one = cases[(seed >> 16) % cases.size()];
+                    wrong += print(one.run->shapedBy(shaper)) != one.expected ? 1 : 0;
+                }
+            }
+        });
+    }
+    std::thread watcher([&words] {
+        for (int i = 0; i < 200; ++i) {
+            words.setBudget(i % 7 == 0 ? 0 : 20000);
+            EXPECT_LE(words.stats().bytes, 20000u);
+            std::this_thread::yield();
+        }
+    });
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    watcher.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(words.stats().hits, 0u);
+    EXPECT_LE(words.stats().peakBytes, 20000u);
+}

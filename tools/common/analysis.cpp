@@ -1,0 +1,115 @@
+#include "analysis.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace host
+{
+
+namespace
+{
+
+/// Reads one sequence at `*at`, which moves behind it.
+char32_t decoded(const std::string &bytes, std::size_t *at)
+{
+    constexpr char32_t kIllFormed = 0xFFFD;
+    const auto byteAt = [&](std::size_t i) {
+        return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U;
+    };
+    const unsigned lead = byteAt((*at)++);
+    if (lead < 0x80) {
+        return lead;
+    }
+    const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
+    if (lead < 0xC2 || lead > 0xF4) {
+        return kIllFormed;
+    }
+    // What may follow the first byte, so that nothing is longer than need be, a
+    // surrogate, or above U+10FFFF.
+    unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    char32_t c = lead & (0x3FU >> more);
+    for (int i = 0; i < more; ++i) {
+        const unsigned byte = byteAt(*at);
+        if (byte < least || byte > most) {
+            return kIllFormed;
+        }
+        c = c << 6 | (byte & 0x3F);
+        ++*at;
+        least = 0x80;
+        most = 0xBF;
+    }
+    return c;
+}
+
+} // namespace
+
+std::vector<ZkUcs2> utf16FromUtf8(const std::string &bytes)
+{
+    std::vector<ZkUcs2> units;
+    for (std::size_t at = 0; at < bytes.size();) {
+        const char32_t c = decoded(bytes, &at);
+        if (c >= 0x10000) {
+            units.push_back(static_cast<ZkUcs2>(0xD7C0 + (c >> 10)));
+            units.push_back(static_cast<ZkUcs2>(0xDC00 + (c & 0x3FF)));
+        } else {
+            units.push_back(static_cast<ZkUcs2>(c));
+        }
+    }
+    return units;
+}
+
+Analysis::Analysis(std::vector<ZkUcs2> text, ZkBidi::Direction direction) : m_text(std::move(text))
+{
+    m_characters.setText(m_text.data(), size());
+    m_bidi.setText(m_characters, direction);
+    m_breaks.setText(m_characters);
+    int first = 0;
+    for (int i = 1; i <= size(); ++i) {
+        const unsigned flags = m_breaks.flags()[i];
+        if ((flags & ZkTextBreaks::Grapheme) != 0) {
+            m_clusters.push_back({first, i, m_bidi.level(first), flags});
+            first = i;
+        }
+    }
+}
+
+std::vector<char32_t> Analysis::characters(const Cluster &cluster) const
+{
+    std::vector<char32_t> characters;
+    for (int i = cluster.first; i < cluster.last; ++i) {
+        const char32_t c = m_characters.character(i);
+        characters.push_back(c);
+        i += c >= 0x10000 ? 1 : 0;
+    }
+    return characters;
+}
+
+std::string invisibleName(char32_t c)
+{
+    static const struct {
+        char32_t character;
+        const char *name;
+    } kNames[] = {{0x09, "TAB"},   {0x0A, "LF"},     {0x0B, "VT"},     {0x0C, "FF"},
+                  {0x0D, "CR"},    {0x85, "NEL"},    {0xA0, "NBSP"},   {0xAD, "SHY"},
+                  {0x061C, "ALM"}, {0x200B, "ZWSP"}, {0x200C, "ZWNJ"}, {0x200D, "ZWJ"},
+                  {0x200E, "LRM"}, {0x200F, "RLM"},  {0x2028, "LS"},   {0x2029, "PS"},
+                  {0x202A, "LRE"}, {0x202B, "RLE"},  {0x202C, "PDF"},  {0x202D, "LRO"},
+                  {0x202E, "RLO"}, {0x2060, "WJ"},   {0x2066, "LRI"},  {0x2067, "RLI"},
+                  {0x2068, "FSI"}, {0x2069, "PDI"},  {0xFEFF, "BOM"}};
+    for (const auto &entry : kNames) {
+        if (entry.character == c) {
+            return entry.name;
+        }
+    }
+    const unsigned category = zkCharacter(c).category;
+    if (category != ZkCharacter::CategoryCc && category != ZkCharacter::CategoryCf &&
+        category != ZkCharacter::CategoryCs) {
+        return "";
+    }
+    char name[16];
+    std::snprintf(name, sizeof name, "%04X", static_cast<unsigned>(c));
+    return name;
+}
+
+} // namespace host
