@@ -3,7 +3,7 @@
 
 #include <zkfontcache.h>
 #include <zkglyphcache.h>
-#include <zkglyphlease.h>
+#include "private/zkglyphlease.h"
 
 #include <benchmark/benchmark.h>
 
