@@ -10,6 +10,7 @@
 
 #include <cstdint>
 
+class ZkParagraph;
 class ZkRegion;
 
 /// Pixels in memory that somebody else owns: a frame buffer, a window's picture, a
@@ -34,7 +35,7 @@ struct ZkTextSurface {
 ///     ZkTextPainter painter({memory, 320, 240, 640, ZkTextSurface::Rgb565});
 ///     painter.setColors(0xFF1F2937);
 ///     painter.setStyle(7, {0xFF2563EB, 0, ZkTextPainter::Underline}); // links
-///     painter.paint(glyphs, count, 8, 8);
+///     painter.paint(paragraph, 8, 8);
 ///
 /// Colours are 0xAARRGGBB, red, green and blue as they are, not multiplied. An 8-bit
 /// surface takes only their alpha.
@@ -115,6 +116,11 @@ public:
     void paint(const ZkPlacedGlyph *glyphs, int count, int x, int y, const Strip *strips = nullptr,
                int stripCount = 0) const;
 
+    /// Paints a paragraph whose box has its upper left corner at (x, y): the lines that
+    /// reach into the clip, each stretch with the underline of its font and the lines of its
+    /// style, by the typeface's measures. Halos of all lines come before any ink.
+    void paint(const ZkParagraph &paragraph, int x, int y) const;
+
     /// Paints a line of the classic engine in the style of tag 0. `font` is the one that
     /// was asked with and says whether there is an underline.
     void paint(const ZkLinePlacement &line, const ZkFont &font) const;
@@ -133,6 +139,8 @@ private:
     void paintGlyph(const ZkPlacedGlyph &placed, int x, int y, std::uint32_t color,
                     Pass pass) const;
     void paintGlyphs(const ZkPlacedGlyph *glyphs, int count, int x, int y, Pass pass) const;
+    void paintLines(const ZkParagraph &paragraph, int x, int y, Pass pass) const;
+    void paintStretches(const ZkParagraph &paragraph, int line, int x, int y, Pass pass) const;
     void paintStrips(const Strip *strips, int count, int x, int y, Pass pass) const;
 
     ZkTextSurface m_surface;

@@ -7,6 +7,7 @@
 //
 // Numbers stand as the machine has them: a pack is made for its like.
 
+#include "glyph/zkdigest.h"
 #include "glyph/zkglyphcachedata.h"
 
 #include <algorithm>

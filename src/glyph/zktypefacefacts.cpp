@@ -1,5 +1,6 @@
 // What a typeface tells about itself once it is open.
 
+#include "glyph/zkdigest.h"
 #include "glyph/zktypefacedata.h"
 
 #include FT_MULTIPLE_MASTERS_H
@@ -68,31 +69,7 @@ void scaleStrokes(const ZkOpenTypeface &open, FT_Fixed scale, ZkTypefaceMetrics 
     }
 }
 
-// Part of a digest; not the bytes' order but their place counts.
-std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
-{
-    hash = (hash ^ word) * 0x9E3779B97F4A7C15u;
-    return hash ^ hash >> 29;
-}
-
 } // namespace
-
-std::uint64_t zkDigest(const void *bytes, std::size_t size, std::uint64_t seed)
-{
-    const auto *p = static_cast<const std::uint8_t *>(bytes);
-    std::uint64_t hash[2] = {mixed(seed, size), ~seed};
-    std::uint64_t words[2];
-    for (; size >= sizeof words; size -= sizeof words, p += sizeof words) {
-        std::memcpy(words, p, sizeof words);
-        hash[0] = mixed(hash[0], words[0]);
-        hash[1] = mixed(hash[1], words[1]);
-    }
-    words[0] = words[1] = 0;
-    if (size > 0) {
-        std::memcpy(words, p, size);
-    }
-    return mixed(mixed(mixed(hash[0], words[0]), words[1]), hash[1]);
-}
 
 int ZkOpenTypeface::strikeSize(int index) const
 {

@@ -446,14 +446,14 @@ int ZkParagraph::height() const
 
 int ZkParagraph::glyphs(int line, const ZkPlacedGlyph **glyphs) const
 {
-    d->place(line);
+    d->place(line, false);
     *glyphs = d->placed.begin();
     return d->placed.size();
 }
 
 int ZkParagraph::stretches(int line, const ZkTextStretch **stretches) const
 {
-    d->place(line);
+    d->place(line, false);
     *stretches = d->stretches.begin();
     return d->stretches.size();
 }

@@ -122,12 +122,12 @@ struct ZkParagraphData {
 
     /// Computes what is missing up to `stage`.
     void need(Stage stage);
-    void analyse();       // zkparagraph.cpp
-    void shape();         // zkparagraphruns.cpp
-    void divide();        // zkparagraphlines.cpp
-    void stack();         // zkparagraphlines.cpp: lines under each other
-    void shorten();       // zkparagraphdots.cpp
-    void place(int line); // zkparagraphplaces.cpp
+    void analyse();                       // zkparagraph.cpp
+    void shape();                         // zkparagraphruns.cpp
+    void divide();                        // zkparagraphlines.cpp
+    void stack();                         // zkparagraphlines.cpp: lines under each other
+    void shorten();                       // zkparagraphdots.cpp
+    void place(int line, bool withCells); // zkparagraphplaces.cpp
 
     // Shaped text. Positions count from the start of the text.
 
@@ -230,11 +230,29 @@ struct ZkParagraphData {
 
     // One line placed.
     int placedLine = -1;
+    bool hasCells = false; ///< of that line
     ZkPlainArray<ZkPlacedGlyph> placed;
     ZkPlainArray<ZkTextStretch> stretches;
     ZkPlainArray<ZkTextCell> cells;
     ZkPlainArray<std::uint8_t> levels;
     ZkPlainArray<ZkLineItem> items;
+
+    /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
+    /// index: most letters of a line were shown a moment ago.
+    struct Shown {
+        std::uint32_t index;
+        const GlyphBitmap *bitmap; ///< null is none
+    };
+    static constexpr std::uint32_t kShown = 64;
+    Shown shown[kShown] = {};
+    int shownFace = -1;
+    ZkFont shownFont;
+    void forgetShown()
+    {
+        for (Shown &glyph : shown) {
+            glyph.bitmap = nullptr;
+        }
+    }
 };
 
 #endif

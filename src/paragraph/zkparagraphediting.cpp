@@ -18,7 +18,7 @@ bool hasRoom(const ZkTextCell &cell)
 class SeenLine
 {
 public:
-    SeenLine(ZkParagraphData *d, int line) : m_d(*d), m_line(line) { d->place(line); }
+    SeenLine(ZkParagraphData *d, int line) : m_d(*d), m_line(line) { d->place(line, true); }
 
     const ZkTextLine &line() const { return m_d.lines[m_line]; }
     int count() const

@@ -10,11 +10,12 @@ namespace
 class LinePlacer
 {
 public:
-    LinePlacer(ZkParagraphData *d, int line)
+    LinePlacer(ZkParagraphData *d, int line, bool withCells)
         : m_d(*d),
           m_line(d->lines[line]),
           m_number(line),
-          m_hard(d->hardLines[d->hardLineAt(m_line.first)])
+          m_hard(d->hardLines[d->hardLineAt(m_line.first)]),
+          m_withCells(withCells)
     {
     }
 
@@ -44,12 +45,15 @@ private:
     void addCells(const ZkLineItem &item, int first, int last, ZkPen left, ZkPen right);
     void addGlyph(const ZkTypeface &face, std::uint32_t index, ZkFont font, ZkPen x, ZkPen y,
                   int cluster, int tag);
+    void show(int face, ZkFont font);
+    void addPlain(const ZkLineItem &item, ZkPen left);
     void addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right);
 
     ZkParagraphData &m_d;
     const ZkTextLine &m_line;
     int m_number;
     const ZkHardLine &m_hard;
+    bool m_withCells;
     int m_levelsFirst = 0; // unit of `levels[0]`
     ZkPen m_pen = 0;       // behind the last item, in the order of the text
     int m_extra = 0;       // pixels that spaces are stretched by
@@ -241,7 +245,11 @@ void LinePlacer::reorder()
 void LinePlacer::addGlyph(const ZkTypeface &face, std::uint32_t index, ZkFont font, ZkPen x,
                           ZkPen y, int cluster, int tag)
 {
-    const GlyphBitmap &bitmap = m_d.holder.glyph(face, index, font)->bitmap;
+    ZkParagraphData::Shown &shown = m_d.shown[index % ZkParagraphData::kShown];
+    if (shown.bitmap == nullptr || shown.index != index) {
+        shown = {index, &m_d.holder.glyph(face, index, font)->bitmap};
+    }
+    const GlyphBitmap &bitmap = *shown.bitmap;
     if (bitmap.width == 0 || bitmap.height == 0) {
         return;
     }
@@ -250,6 +258,16 @@ void LinePlacer::addGlyph(const ZkTypeface &face, std::uint32_t index, ZkFont fo
     const int top = bitmap.top + (font.isOutline() ? 2 : 0);
     m_d.placed.append(
         {&bitmap, zkPixels(x) + bitmap.left, m_line.baseline + zkPixels(y) - top, cluster, tag});
+}
+
+// Readies the records that are remembered for glyphs of another typeface or font.
+void LinePlacer::show(int face, ZkFont font)
+{
+    if (face != m_d.shownFace || !(font == m_d.shownFont)) {
+        m_d.forgetShown();
+        m_d.shownFace = face;
+        m_d.shownFont = font;
+    }
 }
 
 void LinePlacer::addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right)
@@ -273,6 +291,9 @@ void LinePlacer::addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen rig
 // `right` evenly.
 void LinePlacer::addCells(const ZkLineItem &item, int first, int last, ZkPen left, ZkPen right)
 {
+    if (!m_withCells) {
+        return;
+    }
     const bool isRightToLeft = (item.level & 1) != 0;
     int count = 1;
     for (int u = first + 1; u < last; ++u) {
@@ -292,6 +313,22 @@ void LinePlacer::addCells(const ZkLineItem &item, int first, int last, ZkPen lef
     }
 }
 
+// The glyphs of left-to-right text as it was shaped: their pens are known.
+void LinePlacer::addPlain(const ZkLineItem &item, ZkPen left)
+{
+    const ZkRun &run = m_d.runs[item.run];
+    const ZkTypeface &face = m_d.faces.at(run.face);
+    const ZkPen start = left - m_d.startOf(item.glyphFirst);
+    ZkPen pen = left;
+    for (int i = item.glyphFirst; i < item.glyphLast; ++i) {
+        const ZkShapedGlyph &glyph = m_d.glyphs[i];
+        if ((glyph.flags & ZkShapedGlyph::Invisible) == 0) {
+            addGlyph(face, glyph.index, run.font, pen + glyph.x, glyph.y, glyph.cluster, run.tag);
+        }
+        pen = start + m_d.endOf(i);
+    }
+}
+
 void LinePlacer::placeText(const ZkLineItem &item, ZkPen left)
 {
     const bool isRightToLeft = (item.level & 1) != 0;
@@ -300,6 +337,12 @@ void LinePlacer::placeText(const ZkLineItem &item, ZkPen left)
     const ZkRun &run = m_d.runs[item.run];
     const ZkTypeface &face = m_d.faces.at(run.face);
     const int firstCell = m_d.cells.size(), firstGlyph = m_d.placed.size();
+    show(run.face, run.font);
+    if (!m_withCells && !isRightToLeft && !isAgain && m_spaces == 0) {
+        addPlain(item, left);
+        addStretch(run, run.font, left, left + item.length);
+        return;
+    }
     int spaces = item.spaces;
     ZkPen pen = isRightToLeft ? left + item.length : left;
     for (int i = item.glyphFirst; i < item.glyphLast;) {
@@ -349,6 +392,7 @@ void LinePlacer::placeItem(const ZkLineItem &item, ZkPen left)
         break;
     case ZkLineItem::Dots: {
         const ZkDots &dots = m_d.dots;
+        show(dots.face, dots.font);
         for (int i = 0; i < dots.count; ++i) {
             addGlyph(m_d.faces.at(dots.face), dots.index, dots.font, left + dots.advance * i, 0,
                      item.first, run.tag);
@@ -359,6 +403,7 @@ void LinePlacer::placeItem(const ZkLineItem &item, ZkPen left)
     }
     case ZkLineItem::Hyphen: {
         const ZkTypeface &face = m_d.faces.at(run.face);
+        show(run.face, run.font);
         addGlyph(face, zkHyphenOf(face), run.font, left, 0, item.first, run.tag);
         addStretch(run, run.font, left, right);
         break;
@@ -397,11 +442,12 @@ void LinePlacer::place()
 
 } // namespace
 
-void ZkParagraphData::place(int line)
+void ZkParagraphData::place(int line, bool withCells)
 {
     need(Divided);
-    if (line != placedLine) {
-        LinePlacer(this, line).place();
+    if (line != placedLine || (withCells && !hasCells)) {
+        LinePlacer(this, line, withCells).place();
         placedLine = line;
+        hasCells = withCells;
     }
 }

@@ -211,11 +211,14 @@ void ZkParagraphData::settleAdvances(ZkShapedGlyphs *shaped, int first) const
             glyph.advance = 0;
         }
         glyph.advance = std::clamp(glyph.advance, 0, kMostAdvance);
+    }
+    for (int i = first; spacing != 0 && i < count; ++i) {
+        ZkShapedGlyph &glyph = (*shaped)[i];
         // Behind the last glyph of a cluster, unless the cluster takes no room.
         const bool hasRoom =
             glyph.advance != 0 || (i > first && (*shaped)[i - 1].cluster == glyph.cluster);
         const bool endsCluster = i + 1 == count || (*shaped)[i + 1].cluster != glyph.cluster;
-        if (spacing != 0 && endsCluster && hasRoom) {
+        if (endsCluster && hasRoom) {
             glyph.advance = std::max(glyph.advance + spacing, 0);
         }
     }
@@ -225,14 +228,19 @@ void ZkParagraphData::finishRun(int first)
 {
     settleAdvances(&glyphs, first);
     const int count = glyphs.size();
+    constexpr int kPart = 1 << kPenShift;
     ZkPen pen = startOf(first);
-    for (int i = first; i < count; ++i) {
-        if ((i & ((1 << kPenShift) - 1)) == 0) {
+    for (int i = first; i < count;) {
+        if (i % kPart == 0) {
             penBases.append(pen);
         }
-        pen += glyphs[i].advance;
-        glyphs[i].advance =
-            static_cast<std::int32_t>(static_cast<std::uint32_t>(pen - penBases.last()));
+        const int end = std::min(count, i / kPart * kPart + kPart);
+        auto part = static_cast<std::uint32_t>(pen - penBases.last());
+        for (; i < end; ++i) {
+            part += static_cast<std::uint32_t>(glyphs[i].advance);
+            glyphs[i].advance = static_cast<std::int32_t>(part);
+        }
+        pen = penBases.last() + part;
     }
 }
 
@@ -246,6 +254,7 @@ void ZkParagraphData::shape()
     glyphs.truncate(0);
     penBases.truncate(0);
     holder.clear();
+    forgetShown();
     minimum = maximum = -1;
 
     const int end = text.size();

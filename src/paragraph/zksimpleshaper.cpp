@@ -109,12 +109,35 @@ struct Part {
     unsigned combiningClass;
 };
 
+/// What was found out about the characters and pairs of a long run, so that text, which
+/// repeats its letters, asks typeface and cache once for most of them.
+struct Known {
+    struct Letter {
+        char32_t character; // 0 is none
+        std::uint32_t index;
+        int advance;
+    };
+    struct Pair {
+        std::uint32_t glyphs; // low 16 bits of both; 0 is none
+        int distance;
+    };
+
+    Letter letters[128] = {};
+    Pair pairs[256] = {};
+};
+
+// Runs that are worth the clearing of `Known`.
+constexpr int kLongRun = 192;
+
 /// Shapes one run, cluster by cluster.
 class Shaping
 {
 public:
-    Shaping(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
-        : m_run(run), m_glyphs(glyphs), m_isKerned(run.isKerned && run.face->hasKerning())
+    Shaping(const ZkShapeRun &run, ZkShapedGlyphs *glyphs, Known *known)
+        : m_run(run),
+          m_glyphs(glyphs),
+          m_known(known),
+          m_isKerned(run.isKerned && run.face->hasKerning())
     {
     }
 
@@ -137,6 +160,7 @@ private:
     {
         return m_run.holder->glyph(*m_run.face, index, m_run.font);
     }
+    int distance(std::uint32_t left, std::uint32_t right) const;
     void kern(std::uint32_t index);
     void setLetter(const ZkGlyph *glyph);
     void setMark(int u, const Part &part);
@@ -145,6 +169,7 @@ private:
 
     const ZkShapeRun &m_run;
     ZkShapedGlyphs *m_glyphs;
+    Known *m_known; // null in a short run
     bool m_isKerned;
     bool m_joinsForward = false; // the last letter that counts for joining does
     std::uint32_t m_left = 0;    // glyph that the next one may be kerned with
@@ -175,7 +200,7 @@ char32_t Shaping::characterAt(int u, int *units) const
     return kReplacement;
 }
 
-int Shaping::clusterEnd(int u) const
+inline int Shaping::clusterEnd(int u) const
 {
     do {
         ++u;
@@ -185,7 +210,7 @@ int Shaping::clusterEnd(int u) const
 
 // True for a character that is one glyph and looks at no other. The ranges come first
 // because they need no look-up.
-bool Shaping::isPlain(char32_t c) const
+inline bool Shaping::isPlain(char32_t c) const
 {
     if ((c >= 0x20 && c < 0x7F) || (c >= 0xA0 && c < 0x300 && c != 0xAD) ||
         (c >= 0x4E00 && c < 0xA000) || (c >= 0xAC00 && c < 0xD7A4)) {
@@ -211,16 +236,21 @@ void Shaping::shape()
     }
 }
 
-void Shaping::plain(int u, char32_t c)
+inline void Shaping::plain(int u, char32_t c)
 {
     m_joinsForward = false;
-    const std::uint32_t index = m_run.face->glyphIndex(m_run.isRightToLeft ? zkMirrored(c) : c);
-    const ZkGlyph *const glyph = record(index);
-    kern(index);
-    add(u, index, glyph->bitmap.advance);
+    Known::Letter fresh;
+    Known::Letter *letter = m_known != nullptr ? &m_known->letters[c & 127] : &fresh;
+    if (letter == &fresh || letter->character != c) {
+        letter->character = c;
+        letter->index = m_run.face->glyphIndex(m_run.isRightToLeft ? zkMirrored(c) : c);
+        letter->advance = record(letter->index)->bitmap.advance;
+    }
+    kern(letter->index);
+    add(u, letter->index, letter->advance);
 }
 
-ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
+inline ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
 {
     ZkShapedGlyph *const glyph = m_glyphs->extend(1);
     glyph->index = index & 0xFFFFFF;
@@ -231,6 +261,20 @@ ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
     return glyph;
 }
 
+int Shaping::distance(std::uint32_t left, std::uint32_t right) const
+{
+    const int size = m_run.font.fontSize();
+    if (m_known == nullptr || (left | right) > 0xFFFF || (left | right) == 0) {
+        return m_run.face->kerning(left, right, size);
+    }
+    const std::uint32_t glyphs = left << 16 | right;
+    Known::Pair &pair = m_known->pairs[(left * 31 + right) & 255];
+    if (pair.glyphs != glyphs) {
+        pair = {glyphs, m_run.face->kerning(left, right, size)};
+    }
+    return pair.distance;
+}
+
 // Moves the glyph `index`, which is about to be added, nearer to the one before it.
 void Shaping::kern(std::uint32_t index)
 {
@@ -239,10 +283,11 @@ void Shaping::kern(std::uint32_t index)
     }
     if (m_left != 0) {
         const bool swaps = m_run.isRightToLeft;
-        const int distance = m_run.face->kerning(swaps ? index : m_left, swaps ? m_left : index,
-                                                 m_run.font.fontSize());
-        ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
-        before.advance = std::max(before.advance + distance * 64, 0);
+        const int nearer = distance(swaps ? index : m_left, swaps ? m_left : index);
+        if (nearer != 0) {
+            ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
+            before.advance = std::max(before.advance + nearer * 64, 0);
+        }
     }
     m_left = index;
     m_kernedAt = m_glyphs->size();
@@ -549,7 +594,12 @@ std::uint32_t ZkShaper::serial() const
 
 void ZkSimpleShaper::shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
 {
-    Shaping(run, glyphs).shape();
+    if (run.last - run.first < kLongRun) {
+        Shaping(run, glyphs, nullptr).shape();
+    } else {
+        Known known;
+        Shaping(run, glyphs, &known).shape();
+    }
 }
 
 bool ZkSimpleShaper::needsScripts() const

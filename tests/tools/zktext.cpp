@@ -4,6 +4,7 @@
 #include <zkfontmetrics.h>
 
 #include "pngfile.h"
+#include "zktextcases.h"
 #include "zktextprogram.h"
 
 #include <ft2build.h>
@@ -36,8 +37,8 @@ using namespace zktextprogram;
 namespace
 {
 
-const Words kRender = {"render", "--font", ZK_FONT_DEJAVU};
-const Words kLayout = {"layout", "--json", "--font", ZK_FONT_DEJAVU};
+const Words kRender = {"render", "--classic", "--font", ZK_FONT_DEJAVU};
+const Words kLayout = {"layout", "--classic", "--json", "--font", ZK_FONT_DEJAVU};
 
 struct Picture {
     int width = 0;
@@ -309,9 +310,11 @@ TEST(Zktext, WhatCannotBeDoneIsOneLineAndStatus1)
         Words arguments;
         std::string message;
     } kRows[] = {
-        {"missing font", {"render", "a", "--font", missing}, "cannot read font " + missing + none},
+        {"missing font",
+         {"render", "--classic", "a", "--font", missing},
+         "cannot read font " + missing + none},
         {"text as font",
-         {"layout", "a", "--font", text},
+         {"layout", "--classic", "a", "--font", text},
          "cannot read font " + text + ": not a font file"},
         {"folder as font",
          {"glyph", "a", "--font", testing::TempDir()},
@@ -353,13 +356,13 @@ TEST(Zktext, WhatCannotBeDoneIsOneLineAndStatus1)
 
 TEST(Zktext, AFontMustBeNamed)
 {
-    const std::string command = "env -u ZK_FONTLIB " + zktext({"render", "a"});
+    const std::string command = "env -u ZK_FONTLIB " + zktext({"render", "--classic", "a"});
     const Result none = shell(command);
     EXPECT_EQ(none.status, 1);
     EXPECT_EQ(none.err,
               "zktext: no font: name one with --font or in the environment variable ZK_FONTLIB\n");
     const Result named =
-        shell("ZK_FONTLIB=" + quoted(ZK_FONT_DEJAVU) + ' ' + zktext({"render", "a"}));
+        shell("ZK_FONTLIB=" + quoted(ZK_FONT_DEJAVU) + ' ' + zktext({"render", "--classic", "a"}));
     EXPECT_EQ(named.status, 0) << named.err;
     EXPECT_EQ(named.out, run(kRender + Words{"a"}).out);
 }
@@ -699,7 +702,7 @@ TEST(ZktextLayout, JsonEscapesWhatItMust)
 TEST(ZktextLayout, TheTableHoldsTheSameNumbers)
 {
     const Json found = layout({"Hi"});
-    const Result table = run({"layout", "--font", ZK_FONT_DEJAVU, "Hi"});
+    const Result table = run({"layout", "--classic", "--font", ZK_FONT_DEJAVU, "Hi"});
     EXPECT_EQ(table.status, 0);
     std::ostringstream expected;
     expected << "size hint " << found["sizeHint"]["width"].text << " x "
@@ -854,48 +857,12 @@ TEST(ZktextCoverage, LongListsOfGapsAreCutUnlessAllAreWanted)
     EXPECT_GE(all.out.size(), some.out.size());
 }
 
-namespace
-{
-
-struct Case {
-    std::string name;
-    Words arguments;
-    Words painting; ///< of `render` alone
-};
-
-/// The lines of tests/data/zktext/cases: a name, a font, an option for `render`
-/// alone or '.', and arguments, separated by tabs.
-std::vector<Case> cases()
-{
-    const std::map<std::string, std::string> kFonts = {{"DejaVuSans.ttf", ZK_FONT_DEJAVU},
-                                                       {"FreeSerif.ttf", ZK_FONT_FREESERIF},
-                                                       {"wqy-microhei.ttc", ZK_FONT_MICROHEI}};
-    std::vector<Case> all;
-    std::ifstream file(ZK_TEST_DATA "/zktext/cases");
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream fields(line);
-        Words words;
-        for (std::string word; std::getline(fields, word, '\t');) {
-            words.push_back(word);
-        }
-        if (words.size() < 4 || words[0][0] == '#') {
-            continue;
-        }
-        const std::string font = kFonts.at(words[1]);
-        all.push_back({words[0], Words(words.begin() + 3, words.end()) + Words{"--font", font},
-                       words[2] == "." ? Words{} : Words{words[2]}});
-    }
-    return all;
-}
-
-} // namespace
-
 TEST(ZktextReference, LayoutsAreExactlyThoseOnFile)
 {
-    ASSERT_GE(cases().size(), 5u);
-    for (const Case &one : cases()) {
+    ASSERT_GE(cases("zktext").size(), 5u);
+    for (const Case &one : cases("zktext")) {
         SCOPED_TRACE(one.name);
-        const Result result = run(Words{"layout", "--json"} + one.arguments);
+        const Result result = run(Words{"layout", "--classic", "--json"} + one.arguments);
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.out, readFile(ZK_TEST_DATA "/zktext/" + one.name + ".json"));
     }
@@ -903,19 +870,14 @@ TEST(ZktextReference, LayoutsAreExactlyThoseOnFile)
 
 TEST(ZktextReference, PicturesLookLikeThoseOnFile)
 {
-    for (const Case &one : cases()) {
+    for (const Case &one : cases("zktext")) {
         SCOPED_TRACE(one.name);
-        const Picture picture = decode(run(Words{"render"} + one.painting + one.arguments).out);
+        const Picture picture =
+            decode(run(Words{"render", "--classic"} + one.painting + one.arguments).out);
         const Picture wanted = decode(readFile(ZK_TEST_DATA "/zktext/" + one.name + ".png"));
         ASSERT_EQ(picture.width, wanted.width);
         ASSERT_EQ(picture.height, wanted.height);
-        double difference = 0;
-        for (std::size_t i = 0; i < picture.rgb.size(); ++i) {
-            difference += std::abs(int(picture.rgb[i]) - int(wanted.rgb[i]));
-        }
-        // Another FreeType may grey an edge differently; a glyph that is missing
-        // or a pixel off changes far more.
-        EXPECT_LT(difference / double(picture.rgb.size()), 1.0);
+        EXPECT_LT(difference(picture.rgb, wanted.rgb), kAlike);
     }
 }
 

@@ -25,11 +25,41 @@ void paintLine(Surface &surface, const PlacedLine &line, const ZkFont &font, int
     painter.paint(seen.data(), static_cast<int>(seen.size()), 0, 0, &strip, 1);
 }
 
+namespace
+{
+
+const Color kRectangle = {40, 110, 230, 150};
+const Color kCell = {20, 150, 60, 150};
+const Color kBaseline = {220, 40, 40, 170};
+
+} // namespace
+
+void paintParagraph(Surface &surface, const ZkParagraph &paragraph, int x, int y,
+                    const TextColors &colors)
+{
+    ZkTextPainter painter(surface.pixels());
+    painter.setClip(surface.clip());
+    painter.setColors(colors.text.argb(), colors.outline.argb());
+    painter.paint(paragraph, x, y);
+}
+
+void paintGuides(Surface &surface, const ZkParagraph &paragraph, int x, int y)
+{
+    for (int i = 0; i < paragraph.lineCount(); ++i) {
+        const ZkTextLine &line = paragraph.line(i);
+        const int left = x + line.x, right = left + line.width - 1;
+        const int top = y + line.top(), bottom = top + line.height() - 1;
+        surface.frame(ZkRect(left, top, right, bottom), kRectangle);
+        for (int at = line.first; at < line.last; at = paragraph.nextCluster(at)) {
+            const int tick = x + paragraph.caret(at).x;
+            surface.fill(ZkRect(tick, top + 1, tick, bottom - 1), kCell);
+        }
+        surface.fill(ZkRect(left, y + line.baseline, right, y + line.baseline), kBaseline);
+    }
+}
+
 void paintGuides(Surface &surface, const PlacedLine &line)
 {
-    const Color kRectangle = {40, 110, 230, 150};
-    const Color kCell = {20, 150, 60, 150};
-    const Color kBaseline = {220, 40, 40, 170};
     surface.frame(line.rect, kRectangle);
     for (const Cell &cell : line.cells) {
         if (!cell.leftOut) {

@@ -4,6 +4,8 @@
 #include "placement.h"
 #include "surface.h"
 
+#include <zkparagraph.h>
+
 /// From positions to pixels: the other half of painting, by the library's
 /// `ZkTextPainter`.
 ///
@@ -25,6 +27,14 @@ ZkRect underlineOf(const PlacedLine &line, const ZkFont &font, int charSpacing);
 /// null are passed over. Nothing is drawn outside the surface's clip rectangle.
 void paintLine(Surface &surface, const PlacedLine &line, const ZkFont &font, int charSpacing,
                const TextColors &colors);
+
+/// Paints a paragraph whose box has its corner at (x, y).
+void paintParagraph(Surface &surface, const ZkParagraph &paragraph, int x, int y,
+                    const TextColors &colors);
+
+/// Draws what its layout did over it: lines (blue), a tick at each caret (green),
+/// baselines (red).
+void paintGuides(Surface &surface, const ZkParagraph &paragraph, int x, int y);
 
 /// Draws what the layout did over the text: the line rectangle (blue), the cells
 /// (green, a tick at each boundary) and the baseline (red).

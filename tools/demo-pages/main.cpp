@@ -51,6 +51,7 @@ void drawAll(const std::string &folder, const std::string &texts, const demo::Fo
         {"alignment", demo::alignmentPage(texts, fonts)},
         {"scripts", demo::scriptsPage(fonts)},
         {"settings", demo::settingsPage(fonts)},
+        {"chain", demo::chainPage(fonts)},
     };
     for (const auto &page : pages) {
         save(folder, page.first, page.second.canvas());

@@ -1,3 +1,4 @@
+#include "flow.h"
 #include "json.h"
 #include "options.h"
 #include "paragraph.h"
@@ -124,8 +125,14 @@ void addLayout(CLI::App &program)
     command->add_option("-o,--output", options->output, "File; '-' is standard output")
         ->capture_default_str();
     command->callback([options] {
-        const host::TextBlock block = options->layout.layOut();
-        write(options->output, options->json ? toJson(block) : toTable(block));
+        options->layout.check();
+        if (options->layout.classic) {
+            const host::TextBlock block = options->layout.layOutClassic();
+            write(options->output, options->json ? toJson(block) : toTable(block));
+        } else {
+            const Flow flow(options->layout);
+            write(options->output, options->json ? flow.toJson() : flow.toTable());
+        }
     });
 }
 

@@ -48,9 +48,9 @@ ZkRect parseBox(const std::string &text)
 
 int horizontal(const std::string &name)
 {
-    return name == "left"    ? host::AlignLeft
+    return name == "center"  ? host::AlignHCenter
            : name == "right" ? host::AlignRight
-                             : host::AlignHCenter;
+                             : host::AlignLeft;
 }
 
 int vertical(const std::string &name)
@@ -95,12 +95,17 @@ std::string readText(const std::string &path)
 
 void FontOptions::addFile(CLI::App &command)
 {
-    command.add_option("-f,--font", file, "Font file (default: the file in ZK_FONTLIB)");
+    command.add_option("-f,--font", files, "Font file (default: the file in ZK_FONTLIB)")
+        ->expected(1);
 }
 
 void FontOptions::add(CLI::App &command)
 {
-    addFile(command);
+    command
+        .add_option("-f,--font", files,
+                    "Font file (default: the file in ZK_FONTLIB); more stand in for characters "
+                    "that the first lacks")
+        ->allow_extra_args(false);
     command.add_option("-s,--size", size, "Size in pixels")
         ->capture_default_str()
         ->check(CLI::Range(1, 255));
@@ -115,16 +120,16 @@ ZkFont FontOptions::font() const
     return ZkFont(static_cast<unsigned char>(size), boldFace, embolden, outline, underline);
 }
 
-std::string FontOptions::path() const
+std::vector<std::string> FontOptions::paths() const
 {
-    if (!file.empty()) {
-        return file;
+    if (!files.empty()) {
+        return files;
     }
     const char *fromEnvironment = std::getenv("ZK_FONTLIB");
     if (!fromEnvironment || !*fromEnvironment) {
         throw Failure("no font: name one with --font or in the environment variable ZK_FONTLIB");
     }
-    return fromEnvironment;
+    return {fromEnvironment};
 }
 
 void FontOptions::open() const
@@ -151,35 +156,84 @@ void LayoutOptions::add(CLI::App &command)
     command.add_option("--box", boxText, "The text box as X,Y,WIDTH,HEIGHT")
         ->excludes("--width")
         ->excludes("--height");
-    command.add_option("--align", align, "left, center or right (swapped for right-to-left text)")
+    command.add_flag("--classic", classic,
+                     "Lay out with the classic engine: one font, characters up to U+FFFF, "
+                     "right-to-left order by runs");
+    command
+        .add_option("--align", align,
+                    "start, end, left, center, right or justify (default: start); with --classic "
+                    "left, center or right, swapped for right-to-left text")
+        ->check(CLI::IsMember({"start", "end", "left", "center", "right", "justify"}));
+    command.add_option("--direction", direction, "Base direction: auto, ltr or rtl")
         ->capture_default_str()
-        ->check(CLI::IsMember({"left", "center", "right"}));
+        ->check(CLI::IsMember({"auto", "ltr", "rtl"}));
+    command.add_option("--max-lines", maximumLines, "Leave out the lines behind (0: none)")
+        ->check(CLI::Range(0, 1000000));
+    command
+        .add_option("--ellipsis", ellipsis, "Dots for what is left out: none, end, middle, start")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"none", "end", "middle", "start"}));
+    command.add_option("--tab-width", tabWidth, "Pixels between tab stops (0: eight spaces)")
+        ->check(CLI::Range(0, kFarthest));
+    command.add_flag("--no-kerning", noKerning, "Let no pair of letters move together");
+    command.add_flag("--no-cutting", noCutting, "Leave words whole that are wider than the box");
+    command.add_option("--span", spans, "Colour and size of a part: FIRST,LAST,#RRGGBB[,SIZE]")
+        ->allow_extra_args(false);
     command.add_option("--valign", valign, "top, center or bottom")
         ->capture_default_str()
         ->check(CLI::IsMember({"top", "center", "bottom"}));
-    command.add_option("--line-spacing", lineSpacing, "Twice the pixels added to each line")
+    command
+        .add_option("--line-spacing", lineSpacing,
+                    "Pixels added to each line; with --classic twice that")
         ->check(CLI::Range(-1024, 1024));
     command.add_option("--char-spacing", charSpacing, "Pixels added after each character")
         ->check(CLI::Range(-255, 255));
     command.add_flag("--no-wrap", noWrap, "End lines at newlines alone");
     command.add_flag("--bare", bare,
-                     "The library's own result: right-to-left paragraphs wrapped in display order, "
+                     "With --classic, the library's own result: right-to-left paragraphs wrapped "
+                     "in display order, "
                      "the alef drawn beside lam-alef");
 }
 
-host::TextBlock LayoutOptions::layOut() const
+std::string LayoutOptions::readText() const
 {
     if (textOption->count() == 0 && file.empty()) {
         throw CLI::RequiredError("TEXT or --file");
     }
-    ZkRect box(margin, margin, margin + width - 1, margin + height - 1);
-    if (!boxText.empty()) {
-        box = parseBox(boxText);
-    }
     const bool fromFile = !file.empty() || words == "-";
-    const std::string bytes = fromFile ? readText(file.empty() ? words : file) : words;
+    return fromFile ? ::readText(file.empty() ? words : file) : words;
+}
+
+ZkRect LayoutOptions::textBox() const
+{
+    return boxText.empty() ? ZkRect(margin, margin, margin + width - 1, margin + height - 1)
+                           : parseBox(boxText);
+}
+
+void LayoutOptions::check() const
+{
+    const bool isOther = align == "start" || align == "end" || align == "justify";
+    if (classic && isOther) {
+        throw CLI::ValidationError("--align", align + " is not for --classic");
+    }
+    if (classic && (direction != "auto" || ellipsis != "none" || maximumLines != 0 ||
+                    tabWidth != 0 || noKerning || noCutting || !spans.empty())) {
+        throw CLI::ValidationError("--classic", "has no direction, ellipsis, limit of lines, tab "
+                                                "stops, kerning, cutting or spans");
+    }
+    if (classic && font.files.size() > 1) {
+        throw CLI::ValidationError("--font", "--classic takes one font");
+    }
+    if (!classic && bare) {
+        throw CLI::ValidationError("--bare", "is for --classic");
+    }
+}
+
+host::TextBlock LayoutOptions::layOutClassic() const
+{
+    const ZkRect box = textBox();
     host::TextRequest request;
-    request.text = toText(bytes);
+    request.text = toText(readText());
     request.font = font.font();
     request.lineSpacing = lineSpacing;
     request.charSpacing = charSpacing;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace zktext
 {
@@ -15,14 +16,14 @@ constexpr std::int64_t kMostPixels = 64 * 1024 * 1024;
 
 /// The font and its style, as every subcommand that draws takes them.
 struct FontOptions {
-    std::string file;
+    std::vector<std::string> files; ///< the first, and those that stand in for what it lacks
     int size = 24;
     bool boldFace = false;
     bool embolden = false;
     bool outline = false;
     bool underline = false;
 
-    /// `--font` alone.
+    /// `--font` alone, which may be given once.
     void addFile(CLI::App &command);
     /// `--font`, `--size` and the style flags.
     void add(CLI::App &command);
@@ -33,9 +34,11 @@ struct FontOptions {
     /// missing or no font, where the library itself would end the process.
     void open() const;
 
-    /// The file named by `--font`, else by the environment variable ZK_FONTLIB;
-    /// throws `Failure` without either.
-    std::string path() const;
+    /// The files named by `--font`, else the one in the environment variable
+    /// ZK_FONTLIB; throws `Failure` without either.
+    std::vector<std::string> paths() const;
+    /// The first of them.
+    std::string path() const { return paths().front(); }
 };
 
 /// The text and its layout: everything that `render` and `layout` share.
@@ -47,19 +50,36 @@ struct LayoutOptions {
     int height = 0;
     int margin = 8;
     std::string boxText;
-    std::string align = "left";
+    bool classic = false;
+    std::string align; ///< empty: start, in the classic engine left
     std::string valign = "top";
     int lineSpacing = 0;
     int charSpacing = 0;
     bool noWrap = false;
     bool bare = false;
+    std::string direction = "auto";
+    std::string ellipsis = "none";
+    int maximumLines = 0;
+    int tabWidth = 0;
+    bool noKerning = false;
+    bool noCutting = false;
+    std::vector<std::string> spans;
 
     void add(CLI::App &command);
 
     CLI::Option *textOption = nullptr; ///< tells an empty text from none
 
-    /// Opens the font, reads the text, lays it out and places it. Throws `Failure`.
-    host::TextBlock layOut() const;
+    /// Opens the font, reads the text, lays it out with the classic engine and places
+    /// it. Throws `Failure`.
+    host::TextBlock layOutClassic() const;
+
+    /// The bytes that the text options name.
+    std::string readText() const;
+    /// The box that the options ask for; without columns or rows where they leave them open.
+    ZkRect textBox() const;
+
+    /// Throws for an option that only the other engine has.
+    void check() const;
 };
 
 /// Everything in a file, or in standard input for "-", without the line end behind its

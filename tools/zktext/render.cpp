@@ -1,4 +1,5 @@
 #include "bmpoutput.h"
+#include "flow.h"
 #include "options.h"
 #include "output.h"
 
@@ -76,25 +77,39 @@ std::string encoded(const host::Canvas &canvas, const OutputOptions &output)
     return png;
 }
 
+/// Draws what was laid out, by either engine, and writes the picture.
+template <typename Text>
+void draw(const RenderOptions &options, const Text &text, const ZkRect &box,
+          const host::Color &background, const host::TextColors &colors)
+{
+    const ZkSize size = pictureSize(options, box);
+    host::Canvas canvas(size.width(), size.height(), background);
+    if (options.clip) {
+        canvas.setClip(box);
+    }
+    text.paint(canvas, colors);
+    canvas.setClip(canvas.bounds());
+    if (options.guides) {
+        text.paintGuides(canvas);
+    }
+    write(options.output.path,
+          encoded(options.zoom == 1 ? canvas : canvas.zoomed(options.zoom), options.output));
+}
+
 void render(const RenderOptions &options)
 {
     const host::Color background = colorOf("--background", options.background);
     const host::TextColors colors = {colorOf("--color", options.color),
                                      colorOf("--outline-color", options.outlineColor)};
+    options.layout.check();
     refuseTerminal(options.output.path);
-    const host::TextBlock block = options.layout.layOut();
-    const ZkSize size = pictureSize(options, block.box());
-    host::Canvas canvas(size.width(), size.height(), background);
-    if (options.clip) {
-        canvas.setClip(block.box());
+    if (options.layout.classic) {
+        const host::TextBlock block = options.layout.layOutClassic();
+        draw(options, block, block.box(), background, colors);
+    } else {
+        const Flow flow(options.layout);
+        draw(options, flow, flow.box, background, colors);
     }
-    block.paint(canvas, colors);
-    canvas.setClip(canvas.bounds());
-    if (options.guides) {
-        block.paintGuides(canvas);
-    }
-    write(options.output.path,
-          encoded(options.zoom == 1 ? canvas : canvas.zoomed(options.zoom), options.output));
 }
 
 } // namespace

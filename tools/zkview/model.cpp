@@ -17,8 +17,8 @@ namespace
 constexpr int kReach = 7;      // pixels from the edge of the box, to take hold of it
 constexpr int kNarrowest = 24; // wrap width
 constexpr int kSheetMargin = 16;
-constexpr int kBoxMargin = 24;  // from the sheet to the text box
-constexpr int kFootHeight = 92; // status and help, below the sheet
+constexpr int kFootHeight = 114; // status and help, below the sheet
+constexpr int kBoxMargin = 24;   // from the sheet to the text box
 
 ZkString textOf(const std::string &utf8)
 {
@@ -46,6 +46,7 @@ Model::Model(std::vector<FontChoice> fonts, int width, int height)
 {
     for (const FontChoice &font : m_fonts) {
         m_fontNames.push_back(font.name);
+        m_faces.push_back(ZkTypeface::fromFile(font.path.c_str()));
     }
     openFont(0);
     chooseSample(0);
@@ -219,6 +220,26 @@ void Model::layOut()
     m_block = std::make_unique<host::TextBlock>(request);
     m_block->place(box().left(), box().top(), std::max(box().height(), 1));
     noteGlyphs(*m_block);
+    holdChain();
+}
+
+// The chosen font first, then the others.
+void Model::holdChain()
+{
+    ZkFontChain chain(m_faces[static_cast<std::size_t>(m_state.font)]);
+    for (const ZkTypeface &face : m_faces) {
+        chain.append(face);
+    }
+    m_held.clear();
+    ZkGlyphCache::shared().setBudget(m_state.limit < 0 ? std::size_t(ZkGlyphCache::DefaultBudget)
+                                                       : static_cast<std::size_t>(m_state.limit));
+    const ZkFontList faces = chain.faces();
+    int which = -1;
+    for (int i = 0; i < m_state.text.size(); ++i) {
+        const char32_t c = m_state.text.at(i);
+        which = faces.findCluster(&c, 1, which);
+        m_held.glyph(faces.at(which), faces.at(which).glyphIndex(c), m_state.attr);
+    }
 }
 
 void Model::countCache()
@@ -228,6 +249,7 @@ void Model::countCache()
     m_figures.withPixels = static_cast<int>(
         std::count_if(m_glyphs.begin(), m_glyphs.end(),
                       [](const GlyphBitmap *glyph) { return glyph->pixels != nullptr; }));
+    m_figures.chain = ZkGlyphCache::shared().stats();
 }
 
 const host::Canvas &Model::picture()

@@ -7,6 +7,8 @@
 #include "panel.h"
 #include "textblock.h"
 
+#include <zkglyphcache.h>
+
 #include <memory>
 #include <set>
 #include <string>
@@ -34,6 +36,10 @@ struct CacheFigures {
     int pixelBytes = 0;
     int glyphs = 0;     ///< records handed out since the font was opened
     int withPixels = 0; ///< those of them that were not trimmed
+
+    /// Of the cache of typefaces, which holds the same characters from all fonts as one
+    /// chain, under the limit as its budget.
+    ZkGlyphCache::Stats chain = {};
 };
 
 /// The program without its window: takes events, keeps the state, draws the picture.
@@ -86,6 +92,7 @@ private:
     void changed();
 
     void layOut();
+    void holdChain();
     void countCache();
     void draw();
     void drawPanel();
@@ -110,6 +117,8 @@ private:
     std::unique_ptr<host::TextBlock> m_block; ///< the text; gone while the font changes
     std::set<const GlyphBitmap *> m_glyphs;   ///< every record seen of the present font
     CacheFigures m_figures;
+    std::vector<ZkTypeface> m_faces; ///< of the fonts, in their order
+    ZkGlyphHolder m_held;            ///< the glyphs of the text, from the chain
     bool m_isDragging = false;
     int m_grip = 0; ///< from the edge to where the pointer took hold of it
     int m_changes = 1;

@@ -187,6 +187,15 @@ void Model::drawStatus()
             " px, wrapped at " + std::to_string(m_state.wrapWidth) + " px, " +
             (m_block->isRightToLeft() ? "right to left (Left and Right swapped)" : "left to right"),
         kSoft, host::AlignLeft, 14);
+    const ZkGlyphCache::Stats &chain = m_figures.chain;
+    label(ZkRect(around.left(), top + 44, around.right(), top + 65),
+          "Font chain: " + grouped(static_cast<int>(chain.bytes)) + " of " +
+              grouped(static_cast<int>(chain.budget)) + " bytes, " + grouped(chain.glyphs) +
+              " glyphs, " + grouped(chain.heldGlyphs) + " in use, " +
+              grouped(static_cast<int>(chain.misses)) + " rendered, " +
+              grouped(static_cast<int>(chain.evictions)) + " evicted, " +
+              grouped(static_cast<int>(chain.refills)) + " of them again",
+          chain.overBytes > 0 ? kFull : kSoft, host::AlignLeft, 14);
 }
 
 void Model::drawHelp()
