@@ -35,6 +35,14 @@ public:
     bool every() const { return mask() == ~Mask(0); }
 
     friend ZkLanes operator==(ZkLanes a, ZkLanes b) { return ZkLanes(vceqq_u16(a.v, b.v)); }
+    /// Lanes whose unit is `first` to `last`.
+    static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
+    {
+        // The distance from `first`, modulo 65536, is at most that of `last`.
+        const uint16x8_t distance = vsubq_u16(a.v, vdupq_n_u16(static_cast<ZkUcs2>(first)));
+        return ZkLanes(vcleq_u16(distance, vdupq_n_u16(static_cast<ZkUcs2>(last - first))));
+    }
+
     friend ZkLanes operator&(ZkLanes a, ZkLanes b) { return ZkLanes(vandq_u16(a.v, b.v)); }
     friend ZkLanes operator|(ZkLanes a, ZkLanes b) { return ZkLanes(vorrq_u16(a.v, b.v)); }
 

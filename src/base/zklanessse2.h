@@ -35,6 +35,15 @@ public:
     bool every() const { return mask() == 0xFFFF; }
 
     friend ZkLanes operator==(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_cmpeq_epi16(a.v, b.v)); }
+    /// Lanes whose unit is `first` to `last`.
+    static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
+    {
+        // The distance from `first`, modulo 65536, is at most that of `last`.
+        const __m128i distance = _mm_sub_epi16(a.v, _mm_set1_epi16(static_cast<short>(first)));
+        const __m128i above = _mm_subs_epu16(distance, _mm_set1_epi16(static_cast<short>(last - first)));
+        return ZkLanes(_mm_cmpeq_epi16(above, _mm_setzero_si128()));
+    }
+
     friend ZkLanes operator&(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_and_si128(a.v, b.v)); }
     friend ZkLanes operator|(ZkLanes a, ZkLanes b) { return ZkLanes(_mm_or_si128(a.v, b.v)); }
 

@@ -121,6 +121,17 @@ void reorder(ZkBidi::Run *runs, int count, int least, int most)
     }
 }
 
+/// True when all of a text is of level 1 at a glance.
+bool isRightToLeft(const ZkUcs2 *text, int units, ZkBidi::Direction direction)
+{
+    return direction != ZkBidi::LeftToRight && text != nullptr && zkIsRightToLeft(text, units);
+}
+
+bool isRightToLeft(const char32_t *, int, ZkBidi::Direction)
+{
+    return false;
+}
+
 std::int64_t aligned(std::int64_t bytes)
 {
     return (bytes + 7) & ~std::int64_t(7);
@@ -140,7 +151,7 @@ ZkBidi::ZkBidi(void *buffer, std::int64_t bytes)
       m_paragraphCount(0),
       m_baseLevel(0),
       m_direction(Auto),
-      m_leftToRight(true),
+      m_uniformLevel(0),
       m_buffer(buffer),
       m_bytes(bytes),
       m_ownsBuffer(false)
@@ -191,6 +202,10 @@ void ZkBidi::setText(const ZkTextCharacters &text, Direction direction)
         setLeftToRight(source, text.m_separated);
         return;
     }
+    if (!text.m_leftToRight && isRightToLeft(text.m_units, m_size, direction)) {
+        setUniform(1);
+        return;
+    }
     allocate(m_size, 0);
     resolve(source, writeBytes(text.m_records, m_size, m_levels));
 }
@@ -207,6 +222,10 @@ void ZkBidi::analyse(const Unit *text, int units, Direction direction)
             return;
         }
     }
+    if (isRightToLeft(text, units, direction)) {
+        setUniform(1);
+        return;
+    }
     allocate(units, 0);
     resolve(zkSourceOf(text), writeBytesOf(text, units, m_levels));
 }
@@ -214,15 +233,20 @@ void ZkBidi::analyse(const Unit *text, int units, Direction direction)
 /// All levels are 0. `separated` when there may be several paragraphs.
 void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
 {
-    m_leftToRight = true;
-    m_baseLevel = 0;
+    setUniform(0);
     if (separated) {
         listParagraphs(text, 0, 0);
-    } else {
-        m_only = {0, m_size, 0};
-        m_paragraphs = &m_only;
-        m_paragraphCount = m_size > 0 ? 1 : 0;
     }
+}
+
+/// One paragraph, all of one level.
+void ZkBidi::setUniform(int level)
+{
+    m_uniformLevel = level;
+    m_baseLevel = level;
+    m_only = {0, m_size, level};
+    m_paragraphs = &m_only;
+    m_paragraphCount = m_size > 0 ? 1 : 0;
 }
 
 /// Fills the list but for the levels. Behind it there is room for `perUnit` bytes for
@@ -244,7 +268,7 @@ void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::i
 /// Turns the bytes, whose classes are `classes`, into levels.
 void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes)
 {
-    m_leftToRight = false;
+    m_uniformLevel = -1;
     void *const scratch = listParagraphs(text, m_size, ZkBidiParagraph::scratchSize(1, classes));
     resolveParagraphs(text, 0, m_paragraphCount, classes, scratch);
     m_baseLevel = m_paragraphCount > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
@@ -267,7 +291,7 @@ void ZkBidi::resolveParagraphs(const ZkTextSource &text, int first, int last, st
 
 void ZkBidi::edit(const ZkTextCharacters &text, int first, int removed, int inserted)
 {
-    if (m_leftToRight || m_size == removed ||
+    if (m_uniformLevel >= 0 || m_size == removed ||
         (text.m_leftToRight && mayBeLeftToRight(m_direction))) {
         setText(text, m_direction);
         return;
@@ -344,8 +368,8 @@ int ZkBidi::contentEnd(int first, int last) const
 
 void ZkBidi::lineLevels(int first, int last, std::uint8_t *levels) const
 {
-    if (m_leftToRight || first >= last) {
-        std::fill_n(levels, std::max(last - first, 0), std::uint8_t(0));
+    if (m_uniformLevel >= 0 || first >= last) {
+        std::fill_n(levels, std::max(last - first, 0), static_cast<std::uint8_t>(m_uniformLevel));
         return;
     }
     const int end = contentEnd(first, last);
@@ -370,8 +394,8 @@ int ZkBidi::visualRuns(int first, int last, Run *runs, int room) const
     if (first >= last) {
         return 0;
     }
-    if (m_leftToRight) {
-        add(first, last, 0);
+    if (m_uniformLevel >= 0) {
+        add(first, last, m_uniformLevel);
         return count;
     }
     const int end = contentEnd(first, last);

@@ -8,6 +8,9 @@
 /// The generated properties of Unicode 15.0 and the look-up that analysis writes inline.
 /// tools/unicode/properties.py tells how the arrays belong together.
 
+// Hidden, so that code beside them reads them without a table of addresses.
+#pragma GCC visibility push(hidden)
+
 extern const int kZkCharacterRecordCount;
 extern const ZkCharacter kZkCharacterRecords[]; ///< that of an unassigned character first
 extern const std::uint8_t kZkCharacterPages[];
@@ -28,6 +31,8 @@ extern const std::uint16_t kZkCompositionBases[];  ///< ascending for each mark
 extern const std::uint16_t kZkCompositions[];
 extern const int kZkHighCompositionCount;
 extern const std::uint32_t kZkHighCompositions[]; ///< base, mark, composed
+
+#pragma GCC visibility pop
 
 /// Stands for the second unit of a surrogate pair where records are listed by unit.
 constexpr std::uint16_t kZkPairTrail = 0xFFFF;
