@@ -18,7 +18,7 @@ enum ZkBreakVerdict {
 
 // tools/unicode/breaks.py stops where these are not what it finds.
 constexpr unsigned kZkLineWidth = 39;
-constexpr unsigned kZkLineUnspaced = 32; ///< the column of class SA, but for marks
+constexpr unsigned kZkLineUnspaced = 32;  ///< the column of class SA, but for marks
 constexpr unsigned kZkLineFirstHard = 60; ///< states from here on stand behind a hard end
 constexpr unsigned kZkGraphemeWidth = 26;
 constexpr unsigned kZkWordWidth = 33;
