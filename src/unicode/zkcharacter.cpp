@@ -161,8 +161,11 @@ void ZkTextCharacters::replace(const Unit *text, int first, int removed, int ins
 {
     const int size = m_size - removed + inserted;
     reserve(size);
-    std::memmove(m_records + first + inserted, m_records + first + removed,
-                 static_cast<std::size_t>(m_size - first - removed) * sizeof *m_records);
+    const int behind = m_size - first - removed;
+    if (behind > 0) {
+        std::memmove(m_records + first + inserted, m_records + first + removed,
+                     static_cast<std::size_t>(behind) * sizeof *m_records);
+    }
     m_size = size;
     // A surrogate beside the new units may have found or lost its partner.
     int from = std::max(first - 1, 0);
