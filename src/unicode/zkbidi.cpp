@@ -44,14 +44,10 @@ ZkBidiClasses writeBytes(const std::uint16_t *records, int count, std::uint8_t *
 template <typename Unit>
 ZkBidiClasses writeBytesOf(const Unit *text, int units, std::uint8_t *bytes)
 {
-    constexpr int kPiece = 256;
-    std::uint16_t records[kPiece + 1];
     ZkBidiClasses classes = 0;
-    for (int first = 0; first < units;) {
-        const int last = zkLookUp(text, first, std::min(first + kPiece, units), units, records);
-        classes |= writeBytes(records, last - first, bytes + first);
-        first = last;
-    }
+    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
+        classes |= writeBytes(records, count, bytes + first);
+    });
     return classes;
 }
 

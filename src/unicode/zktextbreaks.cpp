@@ -117,9 +117,9 @@ __attribute__((noinline)) unsigned Divider::settle(int i, unsigned line, unsigne
 }
 
 /// At the end of a text all ends; an empty one has no end.
-void finish(std::uint8_t *flags, int units)
+void finish(std::uint8_t *flags, int units, unsigned kinds)
 {
-    flags[units] = units == 0 ? std::uint8_t(0) : std::uint8_t(kAll);
+    flags[units] = units == 0 ? std::uint8_t(0) : static_cast<std::uint8_t>(kinds);
 }
 
 /// Takes away the flags of kinds that were not asked for.
@@ -280,13 +280,9 @@ void Asking::answer(const Unit *run, int first, int count)
 template <unsigned Kinds, typename Unit>
 void divide(const Unit *text, int units, Divider &divider)
 {
-    constexpr int kPiece = 256;
-    std::uint16_t records[kPiece + 1];
-    for (int first = 0; first < units;) {
-        const int last = zkLookUp(text, first, std::min(first + kPiece, units), units, records);
-        divider.read<Kinds>(records, first, last - first);
-        first = last;
-    }
+    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
+        divider.read<Kinds>(records, first, count);
+    });
 }
 
 /// What is asked for besides the text.
@@ -296,18 +292,25 @@ struct Rules {
     unsigned kinds; // flags
 };
 
+/// True when flags of no other kind are found besides.
+bool isOneKind(const Rules &rules)
+{
+    return rules.breaker == nullptr && (rules.kinds == ZkTextBreaks::Lines ||
+                                        rules.kinds == kClusters || rules.kinds == kWords);
+}
+
 /// What comes behind the state machines.
 template <typename Unit>
 void complete(const Unit *text, int units, std::uint8_t *flags, const Divider &divider,
               const Rules &rules)
 {
-    finish(flags, units);
+    finish(flags, units, rules.kinds);
     if (rules.breaker != nullptr) {
         Asking(rules.breaker, flags, units).read(text);
     } else if (rules.unspaced == ZkTextBreaks::BetweenClusters && divider.hasUnspaced()) {
         divideClusters(text, units, flags);
     }
-    if (rules.kinds != kAll) {
+    if (rules.kinds != kAll && !isOneKind(rules)) {
         clearBut(flags, units, rules.kinds);
     }
 }
