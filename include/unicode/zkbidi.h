@@ -20,8 +20,8 @@ struct ZkTextSource;
 ///     // runs[0] stands leftmost; one with an odd level is drawn from its end
 ///
 /// A text without right-to-left characters and controls of direction costs one scan
-/// and no memory. Else memory grows with the longest text and is kept for the next. An
-/// object belongs to one thread.
+/// and no memory, as does one of right-to-left letters and punctuation alone. Else memory grows
+/// with the longest text and is kept for the next. An object belongs to one thread.
 class ZK_EXPORT ZkBidi
 {
 public:
@@ -78,11 +78,11 @@ public:
     int size() const { return m_size; }
 
     /// True when every level is 0.
-    bool isLeftToRight() const { return m_leftToRight; }
+    bool isLeftToRight() const { return m_uniformLevel == 0; }
 
     /// The level of unit `i`, 0 to 126, as a line would show it that ends behind the
     /// paragraph. `i` is not checked.
-    int level(int i) const { return m_leftToRight ? 0 : m_levels[i] & 0x7F; }
+    int level(int i) const { return m_uniformLevel >= 0 ? m_uniformLevel : m_levels[i] & 0x7F; }
 
     /// Paragraphs in the order of the text; an empty text has none.
     int paragraphCount() const { return m_paragraphCount; }
@@ -110,6 +110,7 @@ private:
     template <typename Unit>
     void analyse(const Unit *text, int units, Direction direction);
     void setLeftToRight(const ZkTextSource &text, bool separated);
+    void setUniform(int level);
     void *listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit,
                          void *scratch, std::int64_t bytes);
     void resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
@@ -128,7 +129,7 @@ private:
     int m_paragraphCount;
     int m_baseLevel;
     Direction m_direction;
-    bool m_leftToRight; // all levels are 0, and `m_levels` is not filled
+    int m_uniformLevel; // that of all units, and `m_levels` is not filled; -1 for no such
     void *m_buffer;     // where both arrays lie, the levels first
     std::int64_t m_bytes;
     bool m_ownsBuffer;

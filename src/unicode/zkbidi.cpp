@@ -44,14 +44,10 @@ ZkBidiClasses writeBytes(const std::uint16_t *records, int count, std::uint8_t *
 template <typename Unit>
 ZkBidiClasses writeBytesOf(const Unit *text, int units, std::uint8_t *bytes)
 {
-    constexpr int kPiece = 256;
-    std::uint16_t records[kPiece + 1];
     ZkBidiClasses classes = 0;
-    for (int first = 0; first < units;) {
-        const int last = zkLookUp(text, first, std::min(first + kPiece, units), units, records);
-        classes |= writeBytes(records, last - first, bytes + first);
-        first = last;
-    }
+    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
+        classes |= writeBytes(records, count, bytes + first);
+    });
     return classes;
 }
 
@@ -121,6 +117,17 @@ void reorder(ZkBidi::Run *runs, int count, int least, int most)
     }
 }
 
+/// True when all of a text is of level 1 at a glance.
+bool isRightToLeft(const ZkUcs2 *text, int units, ZkBidi::Direction direction)
+{
+    return direction != ZkBidi::LeftToRight && text != nullptr && zkIsRightToLeft(text, units);
+}
+
+bool isRightToLeft(const char32_t *, int, ZkBidi::Direction)
+{
+    return false;
+}
+
 std::int64_t aligned(std::int64_t bytes)
 {
     return (bytes + 7) & ~std::int64_t(7);
@@ -140,7 +147,7 @@ ZkBidi::ZkBidi(void *buffer, std::int64_t bytes)
       m_paragraphCount(0),
       m_baseLevel(0),
       m_direction(Auto),
-      m_leftToRight(true),
+      m_uniformLevel(0),
       m_buffer(buffer),
       m_bytes(bytes),
       m_ownsBuffer(false)
@@ -198,6 +205,10 @@ void ZkBidi::setText(const ZkTextCharacters &text, Direction direction, void *sc
         setLeftToRight(source, text.m_separated);
         return;
     }
+    if (!text.m_leftToRight && isRightToLeft(text.m_units, m_size, direction)) {
+        setUniform(1);
+        return;
+    }
     allocate(aligned(m_size), 0);
     resolve(source, writeBytes(text.m_records, m_size, m_levels), scratch, bytes);
 }
@@ -214,6 +225,10 @@ void ZkBidi::analyse(const Unit *text, int units, Direction direction)
             return;
         }
     }
+    if (isRightToLeft(text, units, direction)) {
+        setUniform(1);
+        return;
+    }
     allocate(aligned(units), 0);
     resolve(zkSourceOf(text), writeBytesOf(text, units, m_levels), nullptr, 0);
 }
@@ -221,15 +236,20 @@ void ZkBidi::analyse(const Unit *text, int units, Direction direction)
 /// All levels are 0. `separated` when there may be several paragraphs.
 void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
 {
-    m_leftToRight = true;
-    m_baseLevel = 0;
+    setUniform(0);
     if (separated) {
         listParagraphs(text, 0, 0, nullptr, 0);
-    } else {
-        m_only = {0, m_size, 0};
-        m_paragraphs = &m_only;
-        m_paragraphCount = m_size > 0 ? 1 : 0;
     }
+}
+
+/// One paragraph, all of one level.
+void ZkBidi::setUniform(int level)
+{
+    m_uniformLevel = level;
+    m_baseLevel = level;
+    m_only = {0, m_size, level};
+    m_paragraphs = &m_only;
+    m_paragraphCount = m_size > 0 ? 1 : 0;
 }
 
 /// Fills the list but for the levels. Returns `perUnit` bytes for each unit of the longest
@@ -256,7 +276,7 @@ void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::i
 void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
                      std::int64_t bytes)
 {
-    m_leftToRight = false;
+    m_uniformLevel = -1;
     const std::int64_t perUnit = ZkBidiParagraph::scratchSize(1, classes);
     void *const work = listParagraphs(text, m_size, perUnit, scratch, bytes);
     resolveParagraphs(text, 0, m_paragraphCount, classes, work);
@@ -280,7 +300,7 @@ void ZkBidi::resolveParagraphs(const ZkTextSource &text, int first, int last, st
 
 void ZkBidi::edit(const ZkTextCharacters &text, int first, int removed, int inserted)
 {
-    if (m_leftToRight || m_size == removed ||
+    if (m_uniformLevel >= 0 || m_size == removed ||
         (text.m_leftToRight && mayBeLeftToRight(m_direction))) {
         setText(text, m_direction);
         return;
@@ -357,8 +377,8 @@ int ZkBidi::contentEnd(int first, int last) const
 
 void ZkBidi::lineLevels(int first, int last, std::uint8_t *levels) const
 {
-    if (m_leftToRight || first >= last) {
-        std::fill_n(levels, std::max(last - first, 0), std::uint8_t(0));
+    if (m_uniformLevel >= 0 || first >= last) {
+        std::fill_n(levels, std::max(last - first, 0), static_cast<std::uint8_t>(m_uniformLevel));
         return;
     }
     const int end = contentEnd(first, last);
@@ -383,8 +403,8 @@ int ZkBidi::visualRuns(int first, int last, Run *runs, int room) const
     if (first >= last) {
         return 0;
     }
-    if (m_leftToRight) {
-        add(first, last, 0);
+    if (m_uniformLevel >= 0) {
+        add(first, last, m_uniformLevel);
         return count;
     }
     const int end = contentEnd(first, last);
