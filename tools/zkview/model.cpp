@@ -231,8 +231,8 @@ void Model::holdChain()
         chain.append(face);
     }
     m_held.clear();
-    ZkGlyphCache::shared().setBudget(m_state.limit < 0 ? std::size_t(ZkGlyphCache::DefaultBudget)
-                                                       : static_cast<std::size_t>(m_state.limit));
+    m_cache.setBudget(m_state.limit < 0 ? std::size_t(ZkGlyphCache::DefaultBudget)
+                                        : static_cast<std::size_t>(m_state.limit));
     const ZkFontList faces = chain.faces();
     int which = -1;
     for (int i = 0; i < m_state.text.size(); ++i) {
@@ -249,7 +249,7 @@ void Model::countCache()
     m_figures.withPixels = static_cast<int>(
         std::count_if(m_glyphs.begin(), m_glyphs.end(),
                       [](const GlyphBitmap *glyph) { return glyph->pixels != nullptr; }));
-    m_figures.chain = ZkGlyphCache::shared().stats();
+    m_figures.chain = m_cache.stats();
 }
 
 const host::Canvas &Model::picture()

@@ -118,7 +118,8 @@ private:
     std::set<const GlyphBitmap *> m_glyphs;   ///< every record seen of the present font
     CacheFigures m_figures;
     std::vector<ZkTypeface> m_faces; ///< of the fonts, in their order
-    ZkGlyphHolder m_held;            ///< the glyphs of the text, from the chain
+    ZkGlyphCache m_cache;            ///< of the chain
+    ZkGlyphHolder m_held{m_cache};   ///< the glyphs of the text, from the chain
     bool m_isDragging = false;
     int m_grip = 0; ///< from the edge to where the pointer took hold of it
     int m_changes = 1;
