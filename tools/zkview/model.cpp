@@ -346,7 +346,6 @@ void Model::layOut()
     noteGlyphs(*m_block);
 }
 
-// The chosen font first, then the others.
 void Model::countCache()
 {
     if (!m_state.classic) {
