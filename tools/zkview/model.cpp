@@ -231,7 +231,7 @@ void Model::holdChain()
         chain.append(face);
     }
     m_held.clear();
-    m_cache.setBudget(m_state.limit < 0 ? std::size_t(ZkGlyphCache::DefaultBudget)
+    m_cache.setBudget(m_state.limit < 0 ? static_cast<std::size_t>(ZkGlyphCache::DefaultBudget)
                                         : static_cast<std::size_t>(m_state.limit));
     const ZkFontList faces = chain.faces();
     int which = -1;
