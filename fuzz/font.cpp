@@ -36,7 +36,7 @@ void drawAll(const ZkTypeface &face, bool isLarge)
     for (std::uint32_t glyph = 0; glyph < 200; ++glyph) {
         for (std::uint8_t style = 0; style < 8; ++style) {
             const std::uint8_t size =
-                isLarge && glyph % 16 == 0 ? std::uint8_t(255) : kSizes[glyph % 2];
+                isLarge && glyph % 16 == 0 ? static_cast<std::uint8_t>(255) : kSizes[glyph % 2];
             sumOf(holder.glyph(face, glyph, ZkFont(ZkFontAttr{size, style}))->bitmap);
         }
         holder.clear();

@@ -5,8 +5,8 @@
 
 #include "tinyfont.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <set>
@@ -92,8 +92,8 @@ struct Model {
             for (const auto &entry : of) {
                 const GlyphBitmap &bitmap = entry.second.record->bitmap;
                 check(entry.second.record->key() == entry.first);
-                check(std::memcmp(bitmap.pixels, entry.second.pixels.data(),
-                                  entry.second.pixels.size()) == 0);
+                check(std::equal(entry.second.pixels.begin(), entry.second.pixels.end(),
+                                 bitmap.pixels));
                 check(there.count(entry.first) == 1 && there[entry.first]);
                 mustBe.insert(entry.first);
             }

@@ -33,7 +33,7 @@ std::int64_t processorTime()
 {
     timespec now = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return std::int64_t(now.tv_sec) * 1000000000 + now.tv_nsec;
+    return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
 void charge(std::size_t more, std::size_t less)

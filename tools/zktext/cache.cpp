@@ -104,7 +104,8 @@ std::vector<Cell> cellsOf(const ZkGlyphCache &cache)
     std::vector<Cell> cells;
     cache.walk(
         [](const ZkGlyph &glyph, bool isHeld, std::uint32_t age, void *to) {
-            const std::size_t bytes = std::size_t(glyph.bitmap.width) * glyph.bitmap.height;
+            const std::size_t bytes =
+                static_cast<std::size_t>(glyph.bitmap.width) * glyph.bitmap.height;
             Cell cell = {glyph.bitmap, {}, glyph.pixelSize(), age, isHeld};
             cell.pixels.assign(glyph.bitmap.pixels, glyph.bitmap.pixels + bytes);
             static_cast<std::vector<Cell> *>(to)->push_back(std::move(cell));
@@ -127,12 +128,12 @@ host::Canvas sheet(const ZkGlyphCache &cache, const ZkTypeface &labels)
     const std::vector<Cell> cells = cellsOf(cache);
     int width = 40, height = 8;
     for (const Cell &cell : cells) {
-        width = std::max(width, int(cell.bitmap.width));
-        height = std::max(height, int(cell.bitmap.height));
+        width = std::max(width, static_cast<int>(cell.bitmap.width));
+        height = std::max(height, static_cast<int>(cell.bitmap.height));
     }
     const int rows = (static_cast<int>(cells.size()) + kColumns - 1) / kColumns;
-    const std::int64_t pixels = std::int64_t(kColumns * (width + kGap) + kGap) *
-                                (std::int64_t(rows) * (height + kLabel + kGap) + kGap);
+    const std::int64_t pixels = static_cast<std::int64_t>(kColumns * (width + kGap) + kGap) *
+                                (static_cast<std::int64_t>(rows) * (height + kLabel + kGap) + kGap);
     if (pixels > kMostPixels) {
         throw Failure("the sheet would be too large a picture");
     }

@@ -43,7 +43,8 @@ std::u32string charactersOf(const std::string &utf8)
         const auto lead = static_cast<unsigned char>(utf8[i++]);
         const int more = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
         char32_t c = lead < 0x80 ? lead : lead & (0x3Fu >> more);
-        if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4 || i + std::size_t(more) > utf8.size()) {
+        if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4 ||
+            i + static_cast<std::size_t>(more) > utf8.size()) {
             throw Failure("the text is no UTF-8");
         }
         for (int k = 0; k < more; ++k) {
