@@ -467,8 +467,13 @@ inline ZkString randomText(Dice &dice, int length)
 inline ZkFont randomFont(Dice &dice)
 {
     static const unsigned char kSizes[] = {8, 12, 16, 16, 16, 24, 33};
-    return ZkFont(kSizes[dice.roll(7)], dice.chance(10), dice.chance(10), dice.chance(10),
-                  dice.chance(20));
+    ZkFontAttr attr = {}; // one roll after the other: compilers order arguments as they like
+    attr.size = kSizes[dice.roll(7)];
+    for (const unsigned flag :
+         {ZkFontAttr::Slant, ZkFontAttr::Embolden, ZkFontAttr::Outline, ZkFontAttr::Underline}) {
+        attr.flags = static_cast<std::uint8_t>(attr.flags | (dice.chance(10) ? flag : 0U));
+    }
+    return ZkFont(attr);
 }
 
 /// Settings of every kind, spans among them.
@@ -488,7 +493,9 @@ inline void setRandomly(ZkParagraph &paragraph, Dice &dice)
     paragraph.clearSpans();
     for (int i = dice.roll(5); i > 0; --i) {
         const int first = dice.roll(paragraph.text().size() + 2) - 1;
-        paragraph.setSpan(first, first + dice.roll(30), randomFont(dice), dice.roll(5));
+        const int last = first + dice.roll(30);
+        const ZkFont font = randomFont(dice);
+        paragraph.setSpan(first, last, font, dice.roll(5));
     }
 }
 
