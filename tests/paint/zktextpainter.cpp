@@ -1,5 +1,6 @@
 // The painter against a model that mixes one part of one pixel at a time.
 
+#include <zkparagraph.h>
 #include <zkregion.h>
 #include <zktextpainter.h>
 
@@ -616,4 +617,128 @@ TEST(ZkTextPainter, ARegionOfManyPiecesClipsEachGlyph)
         paintmodel::paint(board, {}, glyphs, 0, 0, {});
         EXPECT_TRUE(board.bytes() == board.expected()) << nameOf(format);
     }
+}
+
+namespace
+{
+
+/// A paragraph on a board of coverage, painted at (3, 5).
+class Paragraph : public testing::Test
+{
+protected:
+    Paragraph()
+    {
+        m_text.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+        m_text.setFont(ZkFont(20, false, false, false, false));
+    }
+
+    /// The same glyphs and strips by hand.
+    void paintByHand(ZkTextPainter &painter)
+    {
+        std::vector<ZkPlacedGlyph> glyphs;
+        std::vector<ZkTextPainter::Strip> strips;
+        for (int i = 0; i < m_text.lineCount(); ++i) {
+            const ZkPlacedGlyph *first = nullptr;
+            const int count = m_text.glyphs(i, &first);
+            glyphs.insert(glyphs.end(), first, first + count);
+            const ZkTextStretch *stretch = nullptr;
+            for (int n = m_text.stretches(i, &stretch); n > 0; --n, ++stretch) {
+                const unsigned lines = painter.style(stretch->tag).lines;
+                const int right = stretch->x + stretch->width - 1;
+                if (stretch->font.isUnderLine() || (lines & ZkTextPainter::Underline) != 0) {
+                    strips.push_back(
+                        {ZkRect(stretch->x, stretch->underlineTop, right,
+                                stretch->underlineTop + stretch->underlineThickness - 1),
+                         stretch->tag, stretch->font.isOutline()});
+                }
+                if ((lines & ZkTextPainter::StrikeThrough) != 0) {
+                    strips.push_back({ZkRect(stretch->x, stretch->strikeTop, right,
+                                             stretch->strikeTop + stretch->strikeThickness - 1),
+                                      stretch->tag, stretch->font.isOutline()});
+                }
+            }
+        }
+        painter.paint(glyphs.data(), int(glyphs.size()), 3, 5, strips.data(), int(strips.size()));
+    }
+
+    ZkParagraph m_text;
+};
+
+} // namespace
+
+TEST_F(Paragraph, IsPaintedLikeItsGlyphsAndStrips)
+{
+    m_text.setUtf8("one two three \u05D0\u05D1\u05D2 \u0644\u0627 four\nfive");
+    m_text.setWidth(110);
+    m_text.setSpan(4, 7, ZkFont(26, false, false, true, true), 1);
+    m_text.setSpan(8, 13, ZkFont(20, false, false, false, false), 2);
+    for (const ZkTextSurface::Format format : kFormats) {
+        Board whole(format, 140, 120, 560), byHand(format, 140, 120, 560);
+        for (Board *board : {&whole, &byHand}) {
+            ZkTextPainter painter(board->surface());
+            painter.setColors(0xFF203040);
+            painter.setStyle(1, {kRed, kGreen, ZkTextPainter::StrikeThrough});
+            painter.setStyle(2, {0x80FF0000, 0, ZkTextPainter::Underline});
+            if (board == &whole) {
+                painter.paint(m_text, 3, 5);
+            } else {
+                paintByHand(painter);
+            }
+        }
+        EXPECT_TRUE(whole.bytes() == byHand.bytes()) << nameOf(format);
+        EXPECT_FALSE(whole.bytes() == whole.expected()) << "something was painted";
+    }
+}
+
+TEST_F(Paragraph, LinesStandWhereTheTypefaceSays)
+{
+    m_text.setUtf8("no tails");
+    const ZkTypefaceMetrics metrics = m_text.chain().at(0).metrics(20);
+    std::vector<std::uint8_t> page(std::size_t(200 * 40));
+    ZkTextPainter painter({page.data(), 200, 40, 200, ZkTextSurface::Coverage8});
+    painter.setStyle({kBlack, kBlack, ZkTextPainter::Underline});
+    painter.paint(m_text, 0, 0);
+    const int baseline = m_text.line(0).baseline, width = m_text.line(0).width;
+    for (int y = baseline; y < 40; ++y) {
+        const int below = y - baseline;
+        const bool isStrip = below >= metrics.underlineTop &&
+                             below < metrics.underlineTop + metrics.underlineThickness;
+        EXPECT_EQ(page[std::size_t(y * 200 + width / 2)], isStrip ? 255 : 0) << below;
+        EXPECT_EQ(page[std::size_t(y * 200 + width)], 0) << "behind the text";
+    }
+}
+
+TEST_F(Paragraph, OnlyWhatReachesIntoTheClipIsPainted)
+{
+    m_text.setUtf8("a\nb\nc\nd\ne\nf");
+    for (int top = -20; top < 130; top += 7) {
+        Board whole(ZkTextSurface::Rgb565, 40, 130, 80), part(ZkTextSurface::Rgb565, 40, 130, 80);
+        ZkTextPainter all(whole.surface()), clipped(part.surface());
+        all.paint(m_text, 3, 5);
+        clipped.setClip(ZkRect(0, top, 39, top + 10));
+        clipped.paint(m_text, 3, 5);
+        for (int y = 0; y < 130; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                const bool inside = y >= top && y <= top + 10;
+                std::uint32_t before = 0;
+                std::memcpy(&before, &part.expected()[std::size_t(Board::kMargin + y * 80 + x * 2)],
+                            2);
+                ASSERT_EQ(part.pixel(x, y), inside ? whole.pixel(x, y) : before) << x << ", " << y;
+            }
+        }
+    }
+}
+
+TEST_F(Paragraph, AnyPlaceIsSafe)
+{
+    m_text.setUtf8("far away");
+    m_text.setSpan(0, 3, ZkFont(20, false, false, true, true), 1);
+    Board board(ZkTextSurface::Argb8888, 20, 20, 80);
+    ZkTextPainter painter(board.surface());
+    for (const int x : {INT_MIN, -40, INT_MAX}) {
+        for (const int y : {INT_MIN, -1000, INT_MAX}) {
+            painter.paint(m_text, x, y);
+        }
+    }
+    EXPECT_TRUE(board.bytes() == board.expected());
 }
