@@ -205,7 +205,7 @@ std::string LayoutOptions::readText() const
         throw CLI::RequiredError("TEXT or --file");
     }
     const bool fromFile = !file.empty() || words == "-";
-    return fromFile ? ::readText(file.empty() ? words : file) : words;
+    return fromFile ? zktext::readText(file.empty() ? words : file) : words;
 }
 
 ZkRect LayoutOptions::textBox() const
