@@ -50,7 +50,10 @@ public:
     };
 
     /// Bytes of a caller's buffer that suffice for any text of `units` units.
-    static std::int64_t bufferSize(int units) { return std::int64_t(units) * 16 + 128; }
+    static std::int64_t bufferSize(int units)
+    {
+        return static_cast<std::int64_t>(units) * 16 + 128;
+    }
 
     ZkBidi();
     /// Uses `bytes` at `buffer`, which must outlive this object and be aligned as an

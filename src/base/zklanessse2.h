@@ -50,7 +50,8 @@ public:
     static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
     {
         // The distance from `first`, modulo 65536, is at most that of `last`.
-        const __m128i distance = _mm_sub_epi16(a.m_lanes, _mm_set1_epi16(static_cast<short>(first)));
+        const __m128i distance =
+            _mm_sub_epi16(a.m_lanes, _mm_set1_epi16(static_cast<short>(first)));
         const __m128i above =
             _mm_subs_epu16(distance, _mm_set1_epi16(static_cast<short>(last - first)));
         return ZkLanes(_mm_cmpeq_epi16(above, _mm_setzero_si128()));

@@ -95,7 +95,7 @@ void ZkParagraphData::need(Stage stage)
     if (done < Divided && stage >= Divided) {
         divide();
     }
-    done = stage > done ? int{stage} : done;
+    done = stage > done ? static_cast<int>(stage) : done;
 }
 
 void ZkParagraphData::analyse()

@@ -166,9 +166,10 @@ ZkTextPosition ZkParagraph::hit(int x, int y) const
     const ZkTextCell *nearest = nullptr;
     std::int64_t distance = INT64_MAX;
     for (const ZkTextCell &cell : d->cells) {
-        const std::int64_t beside = x < cell.left     ? std::int64_t{cell.left} - x
-                                    : x >= cell.right ? std::int64_t{x} - cell.right + 1
-                                                      : 0;
+        const std::int64_t beside = x < cell.left ? static_cast<std::int64_t>(cell.left) - x
+                                    : x >= cell.right
+                                        ? static_cast<std::int64_t>(x) - cell.right + 1
+                                        : 0;
         if (hasRoom(cell) && beside < distance) {
             nearest = &cell;
             distance = beside;
@@ -178,7 +179,7 @@ ZkTextPosition ZkParagraph::hit(int x, int y) const
         return {seen.line().first, ZkAffinity::Downstream};
     }
     const std::int64_t width = nearest->right - nearest->left;
-    const std::int64_t column = std::int64_t{x} - nearest->left;
+    const std::int64_t column = static_cast<std::int64_t>(x) - nearest->left;
     const bool isLeading = nearest->isRightToLeft ? 2 * (column + 1) > width : 2 * column < width;
     return isLeading != nearest->isRightToLeft ? seen.leftOf(*nearest) : seen.rightOf(*nearest);
 }

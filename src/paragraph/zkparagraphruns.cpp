@@ -10,7 +10,7 @@ ZkShapedGlyphs::~ZkShapedGlyphs()
 
 void ZkShapedGlyphs::grow(int count)
 {
-    const std::int64_t needed = std::int64_t{m_size} + count;
+    const std::int64_t needed = static_cast<std::int64_t>(m_size) + count;
     const std::int64_t capacity = needed + (m_capacity == 0 ? 0 : needed / 8);
     m_glyphs = static_cast<ZkShapedGlyph *>(
         zkReallocate(m_glyphs, capacity * static_cast<int>(sizeof(ZkShapedGlyph))));
@@ -293,7 +293,7 @@ int ZkParagraphData::glyphAt(int u) const
     }
     // Glyphs stand about as far on as their units: the last one whose cluster is at most `u`
     // is looked for from there, in steps that double.
-    const std::int64_t share = std::int64_t{u} * count / text.size();
+    const std::int64_t share = static_cast<std::int64_t>(u) * count / text.size();
     int low = std::min(static_cast<int>(share), count - 1), high = low;
     if (glyphs[low].cluster <= u) {
         for (int step = 1; high < count && glyphs[high].cluster <= u; step *= 2) {

@@ -260,8 +260,9 @@ void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::i
 {
     const ListSize found = sizeOfList(text, 0, m_size);
     const std::int64_t start = aligned(kept);
-    const std::int64_t list =
-        found.count > 1 ? std::int64_t(found.count) * int(sizeof(Paragraph)) : 0;
+    const std::int64_t list = found.count > 1 ? static_cast<std::int64_t>(found.count) *
+                                                    static_cast<int>(sizeof(Paragraph))
+                                              : 0;
     const std::int64_t work = found.longest * perUnit;
     const bool isGiven = scratch != nullptr && work <= bytes;
     allocate(start + list + (isGiven ? 0 : work), kept);
@@ -323,7 +324,8 @@ void ZkBidi::replaceParagraphs(const ZkTextCharacters &text, int begin, int end,
     const int behind = m_paragraphCount - end;
     const int count = begin + found.count + behind;
     const std::int64_t start = aligned(text.m_size);
-    const std::int64_t list = start + std::int64_t(count) * int(sizeof(Paragraph));
+    const std::int64_t list =
+        start + static_cast<std::int64_t>(count) * static_cast<int>(sizeof(Paragraph));
     const std::int64_t bytes = list + ZkBidiParagraph::scratchSize(found.longest, ~0U);
     auto *const block = static_cast<std::uint8_t *>(zkAllocate(bytes));
     auto *const paragraphs = reinterpret_cast<Paragraph *>(block + start);
@@ -432,7 +434,8 @@ void ZkBidi::visualOrder(int first, int last, int *units) const
     const int count = visualRuns(first, last, few, kRoom);
     Run *runs = few;
     if (count > kRoom) {
-        runs = static_cast<Run *>(zkAllocate(std::int64_t(count) * int(sizeof(Run))));
+        runs = static_cast<Run *>(
+            zkAllocate(static_cast<std::int64_t>(count) * static_cast<int>(sizeof(Run))));
         visualRuns(first, last, runs, count);
     }
     for (int i = 0; i < count; ++i) {

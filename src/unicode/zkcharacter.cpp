@@ -117,10 +117,10 @@ void ZkTextCharacters::reserve(int units)
         return;
     }
     // The first text gets what it needs; one that grows gets room to grow on.
-    const int capacity =
-        static_cast<int>(std::min(std::int64_t(units) * 3 / 2, std::int64_t(INT32_MAX / 2)));
+    const int capacity = static_cast<int>(std::min(static_cast<std::int64_t>(units) * 3 / 2,
+                                                   static_cast<std::int64_t>(INT32_MAX / 2)));
     m_capacity = m_capacity == 0 ? units : std::max(units, capacity);
-    const std::int64_t bytes = std::int64_t(m_capacity) * 2;
+    const std::int64_t bytes = static_cast<std::int64_t>(m_capacity) * 2;
     if (m_ownsRecords) {
         m_records = static_cast<std::uint16_t *>(zkReallocate(m_records, bytes));
     } else {
@@ -209,5 +209,5 @@ char32_t ZkTextCharacters::character(int i) const
         --i;
     }
     return i + 1 < m_size && m_records[i + 1] == kZkPairTrail ? zkPairOf(m_units[i], m_units[i + 1])
-                                                              : char32_t(m_units[i]);
+                                                              : static_cast<char32_t>(m_units[i]);
 }

@@ -100,7 +100,7 @@ __attribute__((noinline)) unsigned Divider::settle(int i, unsigned line, unsigne
     const unsigned wordVerdict = wordEntry >> kVerdictShift;
     unsigned flags = 0;
     if (line >= kZkLineFirstHard) {
-        flags = lineVerdict == ZkBreakRevoke ? unsigned(ZkTextBreaks::Lines) : 0U;
+        flags = lineVerdict == ZkBreakRevoke ? static_cast<unsigned>(ZkTextBreaks::Lines) : 0U;
     } else if (lineVerdict == ZkBreakRevoke) {
         m_flags[m_lineDoubt] &= static_cast<std::uint8_t>(~kLines);
     } else {
@@ -142,7 +142,7 @@ char32_t characterAt(const ZkUcs2 *text, int i, int units, int *length)
     const bool isPair =
         zkIsLeadSurrogate(text[i]) && i + 1 < units && zkIsTrailSurrogate(text[i + 1]);
     *length = isPair ? 2 : 1;
-    return isPair ? zkPairOf(text[i], text[i + 1]) : char32_t(text[i]);
+    return isPair ? zkPairOf(text[i], text[i + 1]) : static_cast<char32_t>(text[i]);
 }
 
 char32_t characterAt(const char32_t *text, int i, int, int *length)
@@ -239,7 +239,8 @@ const ZkUcs2 *Asking::unitsOf(const ZkUcs2 *run, int count, int *units)
 const ZkUcs2 *Asking::unitsOf(const char32_t *run, int count, int *units)
 {
     if (m_run == nullptr) {
-        m_run = static_cast<ZkUcs2 *>(zkAllocate(std::int64_t(m_room) * 2 * int(sizeof(ZkUcs2))));
+        m_run = static_cast<ZkUcs2 *>(
+            zkAllocate(static_cast<std::int64_t>(m_room) * 2 * static_cast<int>(sizeof(ZkUcs2))));
     }
     ZkUcs2 *to = m_run;
     for (int i = 0; i < count; ++i) {
@@ -258,7 +259,7 @@ template <typename Unit>
 void Asking::answer(const Unit *run, int first, int count)
 {
     if (m_starts == nullptr) {
-        m_starts = static_cast<std::uint8_t *>(zkAllocate(std::int64_t(m_room) * 2));
+        m_starts = static_cast<std::uint8_t *>(zkAllocate(static_cast<std::int64_t>(m_room) * 2));
     }
     int units = 0;
     const ZkUcs2 *const asked = unitsOf(run, count, &units);
@@ -381,8 +382,9 @@ void ZkTextBreaks::reserve(int units)
 {
     if (units >= m_capacity) {
         // The first text gets what it needs; one that grows gets room to grow on.
-        const std::int64_t slack = m_capacity == 0 ? 1 : std::int64_t(units) / 2 + 16;
-        m_capacity = static_cast<int>(std::min(units + slack, std::int64_t(INT32_MAX)));
+        const std::int64_t slack = m_capacity == 0 ? 1 : static_cast<std::int64_t>(units) / 2 + 16;
+        m_capacity =
+            static_cast<int>(std::min(units + slack, static_cast<std::int64_t>(INT32_MAX)));
         m_flags = static_cast<std::uint8_t *>(zkReallocate(m_flags, m_capacity));
     }
 }

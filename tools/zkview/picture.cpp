@@ -155,7 +155,8 @@ void Model::drawText()
 void Model::drawLevels()
 {
     if (!m_face) {
-        m_face = std::make_unique<host::FaceFile>(m_fonts[std::size_t(m_state.font)].path);
+        m_face =
+            std::make_unique<host::FaceFile>(m_fonts[static_cast<std::size_t>(m_state.font)].path);
     }
     const host::Analysis analysis(std::vector<ZkUcs2>(m_state.text.begin(), m_state.text.end()),
                                   ZkBidi::Auto);
