@@ -1,9 +1,9 @@
 #ifndef ZK_BENCH_GLYPHMAP_H
 #define ZK_BENCH_GLYPHMAP_H
 
+#include "private/zkglyphlease.h"
 #include <zkfontcache.h>
 #include <zkglyphcache.h>
-#include <zkglyphlease.h>
 
 #include <benchmark/benchmark.h>
 

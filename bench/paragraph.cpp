@@ -354,13 +354,19 @@ const struct {
     const char *kind, *who;
     Run run;
 } kRows[] = {
-    {"whole", "zk", wholeZk},        {"whole", "classic", wholeClassic},
-    {"whole", "pango", wholePango},  {"whole", "stack", wholeStack},
+    {"whole", "zk", wholeZk},
+    {"whole", "classic", wholeClassic},
+    {"whole", "pango", wholePango},
+    {"whole", "stack", wholeStack},
     {"whole", "sdl_ttf", measureSdlTtf},
-    {"placed", "zk", placedZk},      {"width", "zk", widthZk},
-    {"width", "pango", widthPango},  {"width", "stack", widthStack},
-    {"width", "icu", widthIcu},      {"label", "zk", labelZk},
-    {"label", "classic", wholeClassic}, {"label", "pango", labelPango},
+    {"placed", "zk", placedZk},
+    {"width", "zk", widthZk},
+    {"width", "pango", widthPango},
+    {"width", "stack", widthStack},
+    {"width", "icu", widthIcu},
+    {"label", "zk", labelZk},
+    {"label", "classic", wholeClassic},
+    {"label", "pango", labelPango},
     {"label", "sdl_ttf", measureSdlTtf},
 };
 

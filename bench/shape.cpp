@@ -77,6 +77,13 @@ std::u16string ofNewWords(const ScriptText &text)
     return whole;
 }
 
+/// The first 12 units of the text, or 11 where that would cut a pair.
+std::u16string labelOf(const ScriptText &text)
+{
+    const std::u16string all = text.text;
+    return all.substr(0, all[11] >= 0xD800 && all[11] < 0xDC00 ? 11 : 12);
+}
+
 /// What a paragraph of a script is laid out with.
 struct Zk {
     explicit Zk(const ScriptText &text)
@@ -147,7 +154,7 @@ void widthZk(benchmark::State &state, const ScriptText &text)
 void labelZk(benchmark::State &state, const ScriptText &text)
 {
     Zk zk(text);
-    const ZkString string = units(std::u16string(text.text).substr(0, 12));
+    const ZkString string = units(labelOf(text));
     ZkParagraph warm;
     zk.layOut(warm, string, 0);
     for (auto _ : state) {
@@ -208,8 +215,12 @@ void measure(PangoLayout *layout)
 
 std::string utf8(const std::u16string &text)
 {
-    const ZkByteArray bytes = units(text).toUtf8();
-    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    const auto *const first = reinterpret_cast<const gunichar2 *>(text.data());
+    gchar *const bytes =
+        g_utf16_to_utf8(first, static_cast<glong>(text.size()), nullptr, nullptr, nullptr);
+    const std::string copy = bytes == nullptr ? "" : bytes;
+    g_free(bytes);
+    return copy;
 }
 
 void wholePango(benchmark::State &state, const ScriptText &text, const std::u16string &whole)
@@ -242,7 +253,7 @@ void widthPango(benchmark::State &state, const ScriptText &text)
 void labelPango(benchmark::State &state, const ScriptText &text)
 {
     const PangoText pango(text);
-    const std::u16string label = std::u16string(text.text).substr(0, 12);
+    const std::u16string label = labelOf(text);
     const std::string bytes = utf8(label);
     for (auto _ : state) {
         PangoLayout *const layout = pango.layOut(bytes, kLabelWidth);

@@ -49,7 +49,8 @@ inline std::vector<FriBidiChar> codePoints(const std::string &utf8)
 
 /// Advances of one run go to their characters.
 inline void shapeRun(hb_font_t *font, hb_buffer_t *buffer, const std::vector<FriBidiChar> &text,
-              std::size_t start, std::size_t end, bool rightToLeft, std::vector<int> &advances)
+                     std::size_t start, std::size_t end, bool rightToLeft,
+                     std::vector<int> &advances)
 {
     hb_buffer_clear_contents(buffer);
     hb_buffer_add_utf32(buffer, text.data(), static_cast<int>(text.size()),

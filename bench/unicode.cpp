@@ -203,15 +203,23 @@ void registerIcuBreaks(const std::string &name, UBreakIteratorType type, const T
     });
 }
 
-/// Lines, clusters and words come in one pass: each case is measured against the whole.
+/// Each kind alone, as the peers find it.
 void registerBreaks(const std::string &name, const Text &text)
 {
-    for (const char *const kind : {"lines", "clusters", "words"}) {
+    const struct {
+        const char *name;
+        unsigned flags;
+    } kKinds[] = {{"lines", ZkTextBreaks::Lines},
+                  {"clusters", ZkTextBreaks::Grapheme},
+                  {"words", ZkTextBreaks::Word}};
+    for (const auto &kind : kKinds) {
+        const unsigned wanted = kind.flags;
         benchmark::RegisterBenchmark(
-            (kind + ("/" + name) + "/zk").c_str(), [text](benchmark::State &state) {
+            (kind.name + ("/" + name) + "/zk").c_str(), [text, wanted](benchmark::State &state) {
                 std::vector<std::uint8_t> flags(text.units.size() + 1);
                 measure(state, text, [&] {
-                    ZkTextBreaks::find(text.units.data(), text.size(), flags.data());
+                    ZkTextBreaks::find(text.units.data(), text.size(), flags.data(),
+                                       ZkTextBreaks::BetweenClusters, nullptr, wanted);
                     benchmark::ClobberMemory();
                 });
             });

@@ -9,6 +9,10 @@
 
 int main(int argc, char **argv)
 {
+    if (argc > 3) {
+        std::fprintf(stderr, "usage: example_hello [FONT.ttf [TEXT]]\n");
+        return 2;
+    }
     ZkFontMetrics::setFontFile(argc > 1 ? argv[1] : ""); // "" is the file in ZK_FONTLIB
     host::TextBlock hello({argc > 2 ? argv[2] : "Hello, world", ZkFont()});
     hello.place(0, 0, 0);
@@ -21,4 +25,5 @@ int main(int argc, char **argv)
         }
         std::putchar('\n');
     }
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;
 }

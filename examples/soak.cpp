@@ -25,6 +25,7 @@
 #include <zkfontengine.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -178,6 +179,15 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "usage: example_soak FONT.otf CHARACTERS LIMIT TEXT.txt...\n");
         return 2;
     }
+    char *countEnd = nullptr, *limitEnd = nullptr;
+    const long count = std::strtol(argv[2], &countEnd, 10);
+    const long limit = std::strtol(argv[3], &limitEnd, 10);
+    if (*argv[2] == '\0' || *countEnd != '\0' || count < 1 || *argv[3] == '\0' ||
+        *limitEnd != '\0' || limit < -1 || limit > INT_MAX) {
+        std::fprintf(stderr, "example_soak: CHARACTERS wants a number above 0, LIMIT bytes or "
+                             "-1 for none\n");
+        return 2;
+    }
     std::vector<Words> languages;
     for (int i = 4; i < argc; ++i) {
         languages.push_back(readWords(argv[i]));
@@ -186,7 +196,7 @@ int main(int argc, char **argv)
             return 1;
         }
     }
-    ZkFontMetrics::setFontFile(argv[1], std::atoi(argv[3]));
-    run(Reading(std::move(languages)), std::atol(argv[2]));
-    return 0;
+    ZkFontMetrics::setFontFile(argv[1], static_cast<int>(limit));
+    run(Reading(std::move(languages)), count);
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;
 }

@@ -419,7 +419,13 @@ public:
     /// - width and precision end at 1048576; a directive that is cut off or unknown
     ///   is text.
     /// Arguments may lie in this string's own text.
-    ZkString &sprintf(const char *format, ...);
+    ///
+    /// Compilers check literal formats as `printf`'s: `s.sprintf("%s", 5)` warns. Where a
+    /// directive takes something else than C's they warn too, and the checked type is
+    /// given by a cast: "lc" takes a `ZkUcs2` and is checked as `wint_t`, "ls" takes a
+    /// `const ZkUcs2 *` and is checked as `const wchar_t *`
+    /// (`reinterpret_cast<const wchar_t *>(units)`; or use `vsprintf`, which is not checked).
+    ZkString &sprintf(const char *format, ...) __attribute__((format(printf, 2, 3)));
     ZkString &vsprintf(const char *format, std::va_list arguments);
 
     /// An integer in `base` (10 unless 2 to 36), as for `arg`.

@@ -20,7 +20,7 @@ struct ZkGlyph {
     ZkGlyph *next;
     std::uint32_t low, high; ///< of the key
 
-    std::uint64_t key() const { return std::uint64_t(high) << 32 | low; }
+    std::uint64_t key() const { return static_cast<std::uint64_t>(high) << 32 | low; }
     std::uint32_t index() const { return low & 0xFFFFFFu; }
     unsigned pixelSize() const { return low >> 24; }
     std::uint32_t typefaceId() const { return high >> 3; }

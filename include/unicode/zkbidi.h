@@ -20,8 +20,8 @@ struct ZkTextSource;
 ///     // runs[0] stands leftmost; one with an odd level is drawn from its end
 ///
 /// A text without right-to-left characters and controls of direction costs one scan
-/// and no memory. Else memory grows with the longest text and is kept for the next. An
-/// object belongs to one thread.
+/// and no memory, as does one of right-to-left letters and punctuation alone. Else memory grows
+/// with the longest text and is kept for the next. An object belongs to one thread.
 class ZK_EXPORT ZkBidi
 {
 public:
@@ -50,7 +50,10 @@ public:
     };
 
     /// Bytes of a caller's buffer that suffice for any text of `units` units.
-    static std::int64_t bufferSize(int units) { return std::int64_t(units) * 16 + 128; }
+    static std::int64_t bufferSize(int units)
+    {
+        return static_cast<std::int64_t>(units) * 16 + 128;
+    }
 
     ZkBidi();
     /// Uses `bytes` at `buffer`, which must outlive this object and be aligned as an
@@ -65,6 +68,10 @@ public:
     void setText(const char32_t *text, int count, Direction direction = Auto);
     /// The same for characters that are looked up already.
     void setText(const ZkTextCharacters &text, Direction direction = Auto);
+    /// The same with `bytes` at `scratch`, aligned as an `int`, to work in: where
+    /// `bufferSize(units)` are given, only the levels stay in memory of this object.
+    void setText(const ZkTextCharacters &text, Direction direction, void *scratch,
+                 std::int64_t bytes);
 
     /// `text` is the text of before, in which `removed` units at `first` have been replaced
     /// by `inserted` others. Resolves only the paragraphs that they touch, unless the whole
@@ -74,11 +81,11 @@ public:
     int size() const { return m_size; }
 
     /// True when every level is 0.
-    bool isLeftToRight() const { return m_leftToRight; }
+    bool isLeftToRight() const { return m_uniformLevel == 0; }
 
     /// The level of unit `i`, 0 to 126, as a line would show it that ends behind the
     /// paragraph. `i` is not checked.
-    int level(int i) const { return m_leftToRight ? 0 : m_levels[i] & 0x7F; }
+    int level(int i) const { return m_uniformLevel >= 0 ? m_uniformLevel : m_levels[i] & 0x7F; }
 
     /// Paragraphs in the order of the text; an empty text has none.
     int paragraphCount() const { return m_paragraphCount; }
@@ -106,8 +113,11 @@ private:
     template <typename Unit>
     void analyse(const Unit *text, int units, Direction direction);
     void setLeftToRight(const ZkTextSource &text, bool separated);
-    void *listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit);
-    void resolve(const ZkTextSource &text, std::uint32_t classes);
+    void setUniform(int level);
+    void *listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit,
+                         void *scratch, std::int64_t bytes);
+    void resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
+                 std::int64_t bytes);
     void resolveParagraphs(const ZkTextSource &text, int first, int last, std::uint32_t classes,
                            void *scratch);
     void replaceParagraphs(const ZkTextCharacters &text, int begin, int end, int change);
@@ -122,7 +132,7 @@ private:
     int m_paragraphCount;
     int m_baseLevel;
     Direction m_direction;
-    bool m_leftToRight; // all levels are 0, and `m_levels` is not filled
+    int m_uniformLevel; // that of all units, and `m_levels` is not filled; -1 for no such
     void *m_buffer;     // where both arrays lie, the levels first
     std::int64_t m_bytes;
     bool m_ownsBuffer;

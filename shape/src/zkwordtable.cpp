@@ -27,7 +27,8 @@ std::uint64_t mixed(std::uint64_t value)
 ZkWordKey::ZkWordKey(const ZkUcs2 *word, int length, std::uint32_t inStyle)
     : text(word), units(length), style(inStyle)
 {
-    std::uint64_t sum = mixed((std::uint64_t(inStyle) << 32) | static_cast<unsigned>(length));
+    std::uint64_t sum =
+        mixed((static_cast<std::uint64_t>(inStyle) << 32) | static_cast<unsigned>(length));
     int i = 0;
     for (; i + 4 <= length; i += 4) {
         std::uint64_t four;

@@ -46,6 +46,13 @@ public:
     {
         return ZkLanes(vorrq_u16(a.m_lanes, b.m_lanes));
     }
+    /// Lanes whose unit is `first` to `last`.
+    static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
+    {
+        // The distance from `first`, modulo 65536, is at most that of `last`.
+        const uint16x8_t distance = vsubq_u16(a.m_lanes, vdupq_n_u16(static_cast<ZkUcs2>(first)));
+        return ZkLanes(vcleq_u16(distance, vdupq_n_u16(static_cast<ZkUcs2>(last - first))));
+    }
 
 private:
     explicit ZkLanes(uint16x8_t value) : m_lanes(value) {}

@@ -46,6 +46,16 @@ public:
     {
         return ZkLanes(_mm_or_si128(a.m_lanes, b.m_lanes));
     }
+    /// Lanes whose unit is `first` to `last`.
+    static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
+    {
+        // The distance from `first`, modulo 65536, is at most that of `last`.
+        const __m128i distance =
+            _mm_sub_epi16(a.m_lanes, _mm_set1_epi16(static_cast<short>(first)));
+        const __m128i above =
+            _mm_subs_epu16(distance, _mm_set1_epi16(static_cast<short>(last - first)));
+        return ZkLanes(_mm_cmpeq_epi16(above, _mm_setzero_si128()));
+    }
 
 private:
     explicit ZkLanes(__m128i value) : m_lanes(value) {}

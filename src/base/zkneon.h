@@ -32,8 +32,10 @@ constexpr bool zkHasNeon()
 /// second zkThingNeon.
 #if defined(ZK_NEON_VARIANT)
 #    define ZK_VARIANT(name) name##Neon
+constexpr bool kZkIsNeonVariant = true;
 #else
 #    define ZK_VARIANT(name) name
+constexpr bool kZkIsNeonVariant = false;
 #endif
 
 #endif

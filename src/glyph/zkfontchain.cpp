@@ -1,7 +1,7 @@
 #include "zkfontchain.h"
 
 #include "glyph/zktypefacepages.h"
-#include "zkunicode.h"
+#include "zkcharacter.h"
 
 #include <cstdlib>
 #include <new>
@@ -66,14 +66,10 @@ bool isUnseen(char32_t c)
 // Spaces, punctuation and marks: what belongs to the run around it.
 bool staysWithRun(char32_t c)
 {
-    if (c > 0xFFFF) {
-        return false;
-    }
-    const unsigned category = ZkUnicodeTables::properties(static_cast<ZkUcs2>(c))->category;
-    return category <= ZkUnicodeTables::MarkEnclosing ||
-           category == ZkUnicodeTables::SeparatorSpace ||
-           (category >= ZkUnicodeTables::PunctuationConnector &&
-            category <= ZkUnicodeTables::PunctuationOther);
+    const unsigned category = zkCharacter(c).category;
+    return (category >= ZkCharacter::CategoryMn && category <= ZkCharacter::CategoryMe) ||
+           (category >= ZkCharacter::CategoryPc && category <= ZkCharacter::CategoryPo) ||
+           category == ZkCharacter::CategoryZs;
 }
 
 bool hasAll(const ZkTypeface &face, const char32_t *characters, int n)

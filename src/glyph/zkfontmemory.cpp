@@ -1,5 +1,7 @@
 #include "glyph/zkfontmemory.h"
 
+#include "zktypeface.h"
+
 #include FT_MODULE_H
 
 #include <cstdlib>
@@ -31,7 +33,7 @@ std::int64_t processorTime()
 {
     timespec now = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return std::int64_t(now.tv_sec) * 1000000000 + now.tv_nsec;
+    return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
 void charge(std::size_t more, std::size_t less)
@@ -99,17 +101,25 @@ pthread_mutex_t libraryLock = PTHREAD_MUTEX_INITIALIZER; // guards the two below
 FT_Library theLibrary = nullptr;
 int openFaces = 0;
 
-// Under the lock. What the library itself takes is nobody's.
+// Under the lock. What the library itself takes is no typeface's. One of which memory kept
+// a module away would not know all formats as long as it lives: there is none then.
 FT_Error makeLibrary()
 {
     if (theLibrary != nullptr) {
         return 0;
     }
-    const ZkFontMemoryScope nobody(nullptr);
-    const FT_Error error = FT_New_Library(&memoryOfLibrary, &theLibrary);
+    ZkFontMemory own;
+    own.limit = ZkTypeface::kMostMemory;
+    const ZkFontMemoryScope scope(&own);
+    FT_Error error = FT_New_Library(&memoryOfLibrary, &theLibrary);
     if (error == 0) {
         FT_Add_Default_Modules(theLibrary);
         FT_Set_Default_Properties(theLibrary);
+        error = own.isStarved ? FT_Err_Out_Of_Memory : 0;
+    }
+    if (error != 0 && theLibrary != nullptr) {
+        FT_Done_Library(theLibrary);
+        theLibrary = nullptr;
     }
     return error;
 }

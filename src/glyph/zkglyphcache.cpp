@@ -45,8 +45,9 @@ ZkGlyphCache &ZkGlyphCache::shared()
 
 std::uint64_t ZkGlyphCache::key(const ZkTypeface &face, std::uint32_t index, const ZkFont &font)
 {
-    const std::uint32_t low = std::min(index, 0xFFFFFFu) | std::uint32_t(font.fontSize()) << 24;
-    return std::uint64_t(face.id() << 3 | (font.attr().flags & 7u)) << 32 | low;
+    const std::uint32_t low =
+        std::min(index, 0xFFFFFFu) | static_cast<std::uint32_t>(font.fontSize()) << 24;
+    return static_cast<std::uint64_t>(face.id() << 3 | (font.attr().flags & 7u)) << 32 | low;
 }
 
 std::size_t ZkGlyphCache::budget() const

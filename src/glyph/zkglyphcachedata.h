@@ -58,7 +58,7 @@ struct ZkGlyphCacheData {
 
     static std::uint32_t hashOf(std::uint32_t low, std::uint32_t high)
     {
-        const std::uint64_t key = std::uint64_t(high) << 32 | low;
+        const std::uint64_t key = static_cast<std::uint64_t>(high) << 32 | low;
         return static_cast<std::uint32_t>((key * 0x9E3779B97F4A7C15u) >> 32);
     }
 

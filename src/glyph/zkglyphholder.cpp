@@ -79,8 +79,8 @@ bool ZkGlyphHolder::makeRoom()
     if (static_cast<std::uint32_t>(m_count) + 1 <= slots / 4 * 3) {
         return true;
     }
-    auto *const grown =
-        static_cast<const ZkGlyph **>(std::calloc(std::size_t(slots) * 4, sizeof(ZkGlyph *)));
+    auto *const grown = static_cast<const ZkGlyph **>(
+        std::calloc(static_cast<std::size_t>(slots) * 4, sizeof(ZkGlyph *)));
     if (grown == nullptr) {
         return false;
     }
@@ -126,7 +126,7 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
         }
         return;
     }
-    const std::uint32_t size = std::uint32_t(font.fontSize()) << 24;
+    const std::uint32_t size = static_cast<std::uint32_t>(font.fontSize()) << 24;
     const std::uint32_t high = open->id << 3 | (font.attr().flags & 7u);
     int next = 0;
     for (; next < n; ++next) { // what is held needs no lock
@@ -203,7 +203,8 @@ void ZkGlyphHolder::clear()
     {
         const ZkGlyphStripeLock lock(m_cache->ownStripe());
         touchAll();
-        std::memset(static_cast<void *>(m_slots), 0, (std::size_t(m_mask) + 1) * sizeof *m_slots);
+        std::memset(static_cast<void *>(m_slots), 0,
+                    (static_cast<std::size_t>(m_mask) + 1) * sizeof *m_slots);
         m_count = 0;
     }
     m_cache->keepBudget();

@@ -7,6 +7,7 @@
 //
 // Numbers stand as the machine has them: a pack is made for its like.
 
+#include "glyph/zkdigest.h"
 #include "glyph/zkglyphcachedata.h"
 
 #include <algorithm>
@@ -198,9 +199,9 @@ const char *Pack::fault()
     if (header.version != kVersion) {
         return "the pack has another version";
     }
-    const std::uint64_t told = sizeof header +
-                               std::uint64_t(header.typefaces) * sizeof(std::uint64_t) +
-                               std::uint64_t(header.glyphs) * sizeof(PackGlyph) + header.pixelBytes;
+    const std::uint64_t told =
+        sizeof header + static_cast<std::uint64_t>(header.typefaces) * sizeof(std::uint64_t) +
+        static_cast<std::uint64_t>(header.glyphs) * sizeof(PackGlyph) + header.pixelBytes;
     if (told != size) {
         return told > size ? "the pack is cut short" : "the pack is longer than it says";
     }
@@ -221,7 +222,7 @@ const char *Pack::glyphFault() const
         if (packed.typeface >= header.typefaces || packed.style > 7 || packed.isFailed > 1) {
             return "the pack is damaged";
         }
-        sum += std::uint64_t(packed.width) * packed.height;
+        sum += static_cast<std::uint64_t>(packed.width) * packed.height;
     }
     return sum != header.pixelBytes ? "the pack is damaged" : nullptr;
 }
@@ -295,7 +296,7 @@ bool ZkGlyphCacheData::takePacked(std::uint32_t low, std::uint32_t high, const G
     if (find(low, high, hashOf(low, high)) != nullptr) {
         return true;
     }
-    const std::size_t size = std::size_t(bitmap.width) * bitmap.height;
+    const std::size_t size = static_cast<std::size_t>(bitmap.width) * bitmap.height;
     if (!hasRoom(ZkGlyphSlabs::lengthFor(size))) {
         return false;
     }
@@ -400,7 +401,7 @@ int ZkGlyphCache::load(const void *bytes, std::size_t size, const ZkFontChain &c
         if (!d->takePacked(packed.low, high, packed.bitmap(), pixels, &taken)) {
             break;
         }
-        pixels += std::size_t(packed.width) * packed.height;
+        pixels += static_cast<std::size_t>(packed.width) * packed.height;
     }
     return taken;
 }

@@ -201,7 +201,7 @@ void ZkRenderedGlyph::copyRowsWithHalo(const GreyRows &grey, std::uint8_t *pixel
         for (std::uint8_t *p = row + 1; p != row + 1 + grey.pitch; ++p) {
             if (*p > 1) {
                 for (std::uint8_t *beside : {p - stride, p - 1, p + 1, p + stride}) {
-                    *beside = *beside == 0 ? std::uint8_t(1) : *beside;
+                    *beside = *beside == 0 ? static_cast<std::uint8_t>(1) : *beside;
                 }
             }
         }

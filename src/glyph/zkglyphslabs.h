@@ -38,14 +38,14 @@ public:
     static bool isHeld(const ZkGlyph &glyph) { return (glyph.bytes & Held) != 0; }
     static std::size_t pixelsOf(const ZkGlyph &glyph)
     {
-        return std::size_t(glyph.bitmap.width) * glyph.bitmap.height;
+        return static_cast<std::size_t>(glyph.bitmap.width) * glyph.bitmap.height;
     }
 
     /// Bytes that a glyph of `pixels` bytes of coverage takes: a multiple of eight.
     static std::uint32_t lengthFor(std::size_t pixels)
     {
         const std::size_t bytes = sizeof(ZkGlyph) + (pixels < 1 ? 1 : pixels);
-        return static_cast<std::uint32_t>((bytes + Flags) & ~std::size_t(Flags));
+        return static_cast<std::uint32_t>((bytes + Flags) & ~static_cast<std::size_t>(Flags));
     }
 
     /// Bytes from `malloc` for a slab of so many.

@@ -24,7 +24,7 @@ std::int64_t nanoseconds()
 {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t(now.tv_sec) * 1000000000 + now.tv_nsec;
+    return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
 std::uint16_t ghostOf(std::uint32_t hash)
@@ -171,8 +171,8 @@ void ZkGlyphCacheData::tick()
 
 std::size_t ZkGlyphCacheData::bytes() const
 {
-    return sizeof(*this) + alignof(ZkGlyphCacheData) + (std::size_t(mask) + 1) * sizeof(ZkGlyph *) +
-           slabs.bytes();
+    return sizeof(*this) + alignof(ZkGlyphCacheData) +
+           (static_cast<std::size_t>(mask) + 1) * sizeof(ZkGlyph *) + slabs.bytes();
 }
 
 void ZkGlyphCacheData::notePeak()
@@ -187,7 +187,7 @@ std::uint32_t ZkGlyphCacheData::slabSize() const
 {
     const std::size_t eighth = budget == 0 ? ZkGlyphSlabs::kMostSlab : budget / 8;
     const std::size_t pages = std::min<std::size_t>(
-        std::max<std::size_t>(eighth & ~std::size_t(4095), ZkGlyphSlabs::kLeastSlab),
+        std::max<std::size_t>(eighth & ~static_cast<std::size_t>(4095), ZkGlyphSlabs::kLeastSlab),
         ZkGlyphSlabs::kMostSlab);
     return static_cast<std::uint32_t>(pages - sizeof(ZkGlyphSlabs::Slab) - 16);
 }
@@ -197,7 +197,7 @@ std::uint32_t ZkGlyphCacheData::nextSlabSize(std::uint32_t length) const
 {
     const std::uint32_t most = slabSize();
     const auto quarter = static_cast<std::uint32_t>(
-        std::min<std::size_t>(slabs.bytes() / 4 & ~std::size_t(4095), most));
+        std::min<std::size_t>(slabs.bytes() / 4 & ~static_cast<std::size_t>(4095), most));
     return std::min(most, std::max({quarter, ZkGlyphSlabs::kLeastSlab, length * 4}));
 }
 
@@ -242,8 +242,9 @@ void ZkGlyphCacheData::markHeld(bool isHeld)
             for (std::uint32_t i = 0; i <= holder->m_mask; ++i) {
                 auto *const glyph = const_cast<ZkGlyph *>(holder->m_slots[i]);
                 if (glyph != nullptr) {
-                    glyph->bytes = (glyph->bytes & ~std::uint32_t(ZkGlyphSlabs::Held)) |
-                                   (isHeld ? std::uint32_t(ZkGlyphSlabs::Held) : 0);
+                    glyph->bytes =
+                        (glyph->bytes & ~static_cast<std::uint32_t>(ZkGlyphSlabs::Held)) |
+                        (isHeld ? static_cast<std::uint32_t>(ZkGlyphSlabs::Held) : 0);
                 }
             }
         }
@@ -326,7 +327,7 @@ void ZkGlyphCacheData::gather(std::size_t wanted)
     markHeld(false);
     // A table that is far too large gives its memory back.
     std::uint32_t slots = mask + 1;
-    while (slots > kFirstSlots && std::uint32_t(count) * 8 < slots) {
+    while (slots > kFirstSlots && static_cast<std::uint32_t>(count) * 8 < slots) {
         slots /= 2;
     }
     rebuildTable(slots);
@@ -419,7 +420,8 @@ ZkGlyph *ZkGlyphCacheData::add(std::uint32_t low, std::uint32_t high, const Glyp
     if (!hasSlot()) {
         return nullptr;
     }
-    const std::uint32_t length = ZkGlyphSlabs::lengthFor(std::size_t(bitmap.width) * bitmap.height);
+    const std::uint32_t length =
+        ZkGlyphSlabs::lengthFor(static_cast<std::size_t>(bitmap.width) * bitmap.height);
     ZkGlyph *const glyph = room(length);
     if (glyph == nullptr) {
         return nullptr;
@@ -451,7 +453,7 @@ void ZkGlyphCacheData::visit(ZkGlyphCache::Visit visitor, void *context)
     const std::uint32_t now = __atomic_load_n(&clock, __ATOMIC_RELAXED);
     slabs.each([visitor, context, now](ZkGlyph *glyph) {
         const bool isHeld = ZkGlyphSlabs::isHeld(*glyph);
-        glyph->bytes &= ~std::uint32_t(ZkGlyphSlabs::Held);
+        glyph->bytes &= ~static_cast<std::uint32_t>(ZkGlyphSlabs::Held);
         visitor(*glyph, isHeld, now - __atomic_load_n(&glyph->stamp, __ATOMIC_RELAXED), context);
     });
 }
@@ -521,7 +523,7 @@ namespace
 bool measure(ZkRenderedGlyph *rendered, bool isFailed, GlyphBitmap *bitmap)
 {
     rendered->measure(bitmap);
-    if (std::int64_t(bitmap->width) * bitmap->height > ZkRenderedGlyph::kMostPixels) {
+    if (static_cast<std::int64_t>(bitmap->width) * bitmap->height > ZkRenderedGlyph::kMostPixels) {
         rendered->dropPixels();
         rendered->measure(bitmap);
         isFailed = true;

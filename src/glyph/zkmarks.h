@@ -16,11 +16,11 @@ inline int zkMarkGap(const GlyphBitmap &glyph)
 
 inline std::int64_t zkLastColumn(const ZkPlacedGlyph &placed)
 {
-    return std::int64_t{placed.x} + placed.glyph->width - 1;
+    return static_cast<std::int64_t>(placed.x) + placed.glyph->width - 1;
 }
 inline std::int64_t zkLastRow(const ZkPlacedGlyph &placed)
 {
-    return std::int64_t{placed.y} + placed.glyph->height - 1;
+    return static_cast<std::int64_t>(placed.y) + placed.glyph->height - 1;
 }
 
 inline bool zkShareColumns(const ZkPlacedGlyph &a, const ZkPlacedGlyph &b)
@@ -59,7 +59,7 @@ inline std::int64_t zkStemShift(const ZkPlacedGlyph &mark, const ZkPlacedGlyph &
         for (int row = 0; row < rows; ++row) {
             if (glyph.pixels[static_cast<std::ptrdiff_t>(row) * glyph.pitch + column] != 0) {
                 const bool isStem = column >= glyph.width / 2;
-                const std::int64_t stem = std::int64_t{base.x} + column;
+                const std::int64_t stem = static_cast<std::int64_t>(base.x) + column;
                 return isStem ? std::max<std::int64_t>(0, zkLastColumn(mark) + 1 - stem) : 0;
             }
         }

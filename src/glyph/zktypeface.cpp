@@ -263,7 +263,9 @@ Outcome openFace(ZkOpenTypeface *open, const FontBytes &font, const ZkTypeface::
     const ZkFontMemoryScope scope(&open->memory);
     const bool isSane = options.face >= 0 && options.face <= 0xFFFF && options.instance >= 0 &&
                         options.instance <= 0x7FFF;
-    const FT_Long index = isSane ? FT_Long(options.face) | FT_Long(options.instance) << 16 : -1;
+    const FT_Long index =
+        isSane ? static_cast<FT_Long>(options.face) | static_cast<FT_Long>(options.instance) << 16
+               : -1;
     FT_Error error = FT_Err_Invalid_Argument;
     if (isSane) {
         error = ZkFontLibrary::openFace(font.bytes, font.size, index, &open->face, &open->library);

@@ -83,9 +83,6 @@ private:
     ZkFontMemoryScope m_scope;
 };
 
-/// A 64-bit digest of bytes, read as little-endian words on machines that are; `seed` chains calls.
-std::uint64_t zkDigest(const void *bytes, std::size_t size, std::uint64_t seed);
-
 /// Drops the glyphs of a typeface that is gone from every cache.
 void zkForgetGlyphs(std::uint32_t typefaceId);
 

@@ -1,5 +1,6 @@
 // What a typeface tells about itself once it is open.
 
+#include "glyph/zkdigest.h"
 #include "glyph/zktypefacedata.h"
 
 #include FT_MULTIPLE_MASTERS_H
@@ -68,36 +69,13 @@ void scaleStrokes(const ZkOpenTypeface &open, FT_Fixed scale, ZkTypefaceMetrics 
     }
 }
 
-// Part of a digest; not the bytes' order but their place counts.
-std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
-{
-    hash = (hash ^ word) * 0x9E3779B97F4A7C15u;
-    return hash ^ hash >> 29;
-}
-
 } // namespace
-
-std::uint64_t zkDigest(const void *bytes, std::size_t size, std::uint64_t seed)
-{
-    const auto *p = static_cast<const std::uint8_t *>(bytes);
-    std::uint64_t hash[2] = {mixed(seed, size), ~seed};
-    std::uint64_t words[2];
-    for (; size >= sizeof words; size -= sizeof words, p += sizeof words) {
-        std::memcpy(words, p, sizeof words);
-        hash[0] = mixed(hash[0], words[0]);
-        hash[1] = mixed(hash[1], words[1]);
-    }
-    words[0] = words[1] = 0;
-    if (size > 0) {
-        std::memcpy(words, p, size);
-    }
-    return mixed(mixed(mixed(hash[0], words[0]), words[1]), hash[1]);
-}
 
 int ZkOpenTypeface::strikeSize(int index) const
 {
     const FT_Bitmap_Size &strike = face->available_sizes[index];
-    return std::max(1, strike.y_ppem > 0 ? roundPixels(strike.y_ppem) : int(strike.height));
+    return std::max(1, strike.y_ppem > 0 ? roundPixels(strike.y_ppem)
+                                         : static_cast<int>(strike.height));
 }
 
 int ZkOpenTypeface::nearestStrike(int pixelSize) const
@@ -148,7 +126,7 @@ const std::uint16_t *enterPage(const ZkOpenTypeface &open, char32_t character)
     if (page == nullptr) {
         return nullptr;
     }
-    const char32_t first = character & ~char32_t(0xFF);
+    const char32_t first = character & ~static_cast<char32_t>(0xFF);
     std::uint32_t all = 0;
     for (unsigned i = 0; i < ZkGlyphPages::kCells; ++i) {
         const std::uint32_t glyph = open.askGlyphIndex(first + i);
@@ -309,7 +287,8 @@ ZkTypefaceMetrics ZkTypeface::metrics(int pixelSize) const
     FT_Fixed scale = 0;
     if (open->isScalable()) {
         const FT_Face face = open->face;
-        scale = FT_DivFix(FT_Long(size) << 6, std::max(1, int(face->units_per_EM)));
+        scale = FT_DivFix(static_cast<FT_Long>(size) << 6,
+                          std::max(1, static_cast<int>(face->units_per_EM)));
         ascent = FT_MulFix(face->ascender, scale);
         descent = FT_MulFix(face->descender, scale);
         height = FT_MulFix(face->height, scale);
@@ -347,11 +326,12 @@ int ZkTypeface::kerning(std::uint32_t left, std::uint32_t right, int pixelSize) 
         return 0;
     }
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(*this);
-    const std::uint64_t pair = std::uint64_t(left) << 48 | std::uint64_t(right) << 32 | 0x10000;
+    const std::uint64_t pair =
+        static_cast<std::uint64_t>(left) << 48 | static_cast<std::uint64_t>(right) << 32 | 0x10000;
     const std::uint32_t slot = (left * 0x9E3779B1u ^ right * 0x85EBCA6Bu) >> 22;
     std::uint64_t *const pairs = __atomic_load_n(&open->kerningPairs, __ATOMIC_ACQUIRE);
     std::uint64_t word = pairs == nullptr ? 0 : __atomic_load_n(&pairs[slot], __ATOMIC_RELAXED);
-    if ((word & ~std::uint64_t(0xFFFF)) != pair) {
+    if ((word & ~static_cast<std::uint64_t>(0xFFFF)) != pair) {
         const ZkTypefaceLock lock(*open);
         if (open->kerningPairs == nullptr) {
             void *const made = std::calloc(kPairSlots, sizeof(std::uint64_t));
@@ -366,7 +346,7 @@ int ZkTypeface::kerning(std::uint32_t left, std::uint32_t right, int pixelSize) 
         }
     }
     const std::int64_t units = static_cast<std::int16_t>(word & 0xFFFF);
-    const std::int64_t em = std::max(1, int(open->face->units_per_EM));
+    const std::int64_t em = std::max(1, static_cast<int>(open->face->units_per_EM));
     const std::int64_t scaled = 2 * units * std::min(std::max(1, pixelSize), 0x7FFF) + em;
     return static_cast<int>(scaled >= 0 ? scaled / (2 * em) : -((2 * em - 1 - scaled) / (2 * em)));
 }
@@ -466,7 +446,7 @@ int utf8Of(const FT_SfntName &name, char *out, int room)
         ++length;
     };
     for (FT_UInt i = 0; i + 1 < name.string_len; i += 2) {
-        const unsigned c = unsigned(name.string[i]) << 8 | name.string[i + 1];
+        const unsigned c = static_cast<unsigned>(name.string[i]) << 8 | name.string[i + 1];
         if (c < 0x80) {
             put(c);
         } else if (c < 0x800) {

@@ -1,6 +1,7 @@
 #include "paint/zkblend.h"
 
 #include "base/zklanes.h"
+#include "base/zkneon.h"
 
 #if defined(__SSE2__)
 #    include "paint/zkblendsse2.h"
@@ -98,8 +99,13 @@ void mixArea(const Mix &mix, const ZkBlendArea &area)
 
 } // namespace
 
-void zkBlend(ZkTextSurface::Format format, const ZkBlendArea &area, std::uint32_t color)
+void ZK_VARIANT(zkBlend)(ZkTextSurface::Format format, const ZkBlendArea &area, std::uint32_t color)
 {
+    if constexpr (kZkChoosesNeon && !kZkIsNeonVariant) {
+        if (zkHasNeon()) {
+            return zkBlendNeon(format, area, color);
+        }
+    }
     switch (format) {
     case ZkTextSurface::Coverage8: return mixArea(ZkMix8(), area);
     case ZkTextSurface::Rgb565: return mixArea(ZkMix565(color), area);

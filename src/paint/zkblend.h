@@ -35,4 +35,7 @@ struct ZkBlendArea {
 /// and writes nothing outside it; addresses need no alignment.
 void zkBlend(ZkTextSurface::Format format, const ZkBlendArea &area, std::uint32_t color);
 
+/// The same for processors with NEON, where that is found out at run time.
+void zkBlendNeon(ZkTextSurface::Format format, const ZkBlendArea &area, std::uint32_t color);
+
 #endif

@@ -7,6 +7,11 @@
 
 #include <cstring>
 
+/// A namespace of their own: the plain kernels have the same names, and a library that
+/// chooses at run time has both.
+inline namespace zkNeonKernels
+{
+
 /// The kernels of zkblend.h with the NEON registers of a little-endian ARM, eight
 /// parts of 8 bits in each.
 
@@ -176,5 +181,7 @@ private:
     uint8x8_t m_red, m_green, m_blue;
     uint16x8_t m_pixels;
 };
+
+} // namespace zkNeonKernels
 
 #endif

@@ -9,6 +9,9 @@ namespace
 {
 
 constexpr int kMostSpacing = 8191;
+// Glyphs whose room ZkBidi wants besides one for each unit.
+constexpr int kScratchGlyphs = 8;
+static_assert(sizeof(ZkShapedGlyph) == 16, "ZkBidi::bufferSize() is told in these");
 
 int cut(int spacing)
 {
@@ -92,7 +95,7 @@ void ZkParagraphData::need(Stage stage)
     if (done < Divided && stage >= Divided) {
         divide();
     }
-    done = stage > done ? int{stage} : done;
+    done = stage > done ? static_cast<int>(stage) : done;
 }
 
 void ZkParagraphData::analyse()
@@ -103,9 +106,15 @@ void ZkParagraphData::analyse()
         breaks.setText(characters);
         areBreaksFound = true;
     }
-    bidi.setText(characters, direction == ZkParagraph::LeftToRight   ? ZkBidi::LeftToRight
-                             : direction == ZkParagraph::RightToLeft ? ZkBidi::RightToLeft
-                                                                     : ZkBidi::Auto);
+    // A text has about one glyph a unit: room for them, in which levels are found first.
+    glyphs.truncate(0);
+    void *const scratch = glyphs.extend(units + kScratchGlyphs);
+    glyphs.truncate(0);
+    bidi.setText(characters,
+                 direction == ZkParagraph::LeftToRight   ? ZkBidi::LeftToRight
+                 : direction == ZkParagraph::RightToLeft ? ZkBidi::RightToLeft
+                                                         : ZkBidi::Auto,
+                 scratch, ZkBidi::bufferSize(units));
     done = Analysed;
 }
 
@@ -194,8 +203,13 @@ void ZkParagraph::setUtf8(const char *bytes, int n)
             *unit++ = static_cast<ZkUcs2>(0xDC00 | (c & 0x3FF));
         }
     }
-    text.resize(static_cast<int>(unit - first));
-    setText(text);
+    const int units = static_cast<int>(unit - first);
+    if (units > count - count / 4) {
+        text.resize(units);
+        setText(text);
+    } else { // not to keep room for each byte
+        setText(ZkString(first, units));
+    }
 }
 
 const ZkString &ZkParagraph::text() const

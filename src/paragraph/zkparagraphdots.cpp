@@ -100,8 +100,9 @@ void Shortener::shorten()
     const int end = m_d.text.size();
     chooseDots(m_line.first);
     int head = m_line.first, tail = end;
-    // Another font at the cut gives other dots: twice is enough.
-    for (int round = 0; round < 2; ++round) {
+    // Another font at the cut gives other dots, and those another cut: the last choice stays.
+    constexpr int kRounds = 3;
+    for (int round = 1; round <= kRounds; ++round) {
         const ZkPen room = m_limit - dotsLength();
         switch (m_d.ellipsis) {
         case ZkParagraph::EllipsisStart: tail = tailStart(m_line.first, room); break;
@@ -111,7 +112,9 @@ void Shortener::shorten()
             break;
         default: head = headEnd(room); break;
         }
-        chooseDots(head > m_line.first ? head - 1 : std::min(tail, end - 1));
+        if (round < kRounds) {
+            chooseDots(head > m_line.first ? head - 1 : std::min(tail, end - 1));
+        }
     }
     m_d.dots.hiddenFirst = head;
     m_d.dots.hiddenLast = tail;

@@ -166,9 +166,10 @@ ZkTextPosition ZkParagraph::hit(int x, int y) const
     const ZkTextCell *nearest = nullptr;
     std::int64_t distance = INT64_MAX;
     for (const ZkTextCell &cell : d->cells) {
-        const std::int64_t beside = x < cell.left     ? std::int64_t{cell.left} - x
-                                    : x >= cell.right ? std::int64_t{x} - cell.right + 1
-                                                      : 0;
+        const std::int64_t beside = x < cell.left ? static_cast<std::int64_t>(cell.left) - x
+                                    : x >= cell.right
+                                        ? static_cast<std::int64_t>(x) - cell.right + 1
+                                        : 0;
         if (hasRoom(cell) && beside < distance) {
             nearest = &cell;
             distance = beside;
@@ -178,7 +179,7 @@ ZkTextPosition ZkParagraph::hit(int x, int y) const
         return {seen.line().first, ZkAffinity::Downstream};
     }
     const std::int64_t width = nearest->right - nearest->left;
-    const std::int64_t column = std::int64_t{x} - nearest->left;
+    const std::int64_t column = static_cast<std::int64_t>(x) - nearest->left;
     const bool isLeading = nearest->isRightToLeft ? 2 * (column + 1) > width : 2 * column < width;
     return isLeading != nearest->isRightToLeft ? seen.leftOf(*nearest) : seen.rightOf(*nearest);
 }
@@ -217,7 +218,7 @@ int ZkParagraph::nextCluster(int index) const
 {
     d->need(ZkParagraphData::Analysed);
     const int end = d->text.size();
-    int u = std::max(index, -1) + 1;
+    int u = std::clamp(index, -1, end) + 1;
     while (u < end && !d->isCluster(u)) {
         ++u;
     }
@@ -227,14 +228,14 @@ int ZkParagraph::nextCluster(int index) const
 int ZkParagraph::previousCluster(int index) const
 {
     d->need(ZkParagraphData::Analysed);
-    return d->clusterAt(std::max(std::min(index, d->text.size()) - 1, 0));
+    return d->clusterAt(std::max(std::clamp(index, 0, d->text.size()) - 1, 0));
 }
 
 int ZkParagraph::nextWord(int index) const
 {
     d->need(ZkParagraphData::Analysed);
     const int end = d->text.size();
-    int u = std::max(index, -1) + 1;
+    int u = std::clamp(index, -1, end) + 1;
     while (u < end && !((d->breaks.flags()[u] & ZkTextBreaks::Word) != 0 && beginsWord(*d, u))) {
         ++u;
     }
@@ -244,7 +245,7 @@ int ZkParagraph::nextWord(int index) const
 int ZkParagraph::previousWord(int index) const
 {
     d->need(ZkParagraphData::Analysed);
-    int u = std::min(index, d->text.size()) - 1;
+    int u = std::clamp(index, 0, d->text.size()) - 1;
     while (u > 0 && !((d->breaks.flags()[u] & ZkTextBreaks::Word) != 0 && beginsWord(*d, u))) {
         --u;
     }
@@ -274,7 +275,7 @@ ZkTextPosition ZkParagraph::step(const ZkTextPosition &position, bool toRight) c
             const bool isForward = toRight != seen.line().isRightToLeft;
             const int next = number + (isForward ? 1 : -1);
             if (next < 0 || next >= d->lines.size()) {
-                return position;
+                return at;
             }
             const SeenLine other(d, next);
             boundary = toRight ? 0 : other.count();

@@ -82,9 +82,8 @@ int LineBreaker::skipSpaces(int unit, const ZkHardLine &hard) const
 int LineBreaker::allowedBefore(int first, int unit, const ZkHardLine &hard) const
 {
     for (int i = unit; i > first; --i) {
-        if (m_d.mayEndBefore(i) &&
-            (m_text[i - 1] != kZkSoftHyphen ||
-             extent(first, i, hard) + m_d.hyphenAt(i) <= m_limit)) {
+        if (m_d.mayEndBefore(i) && (m_text[i - 1] != kZkSoftHyphen ||
+                                    extent(first, i, hard) + m_d.hyphenAt(i) <= m_limit)) {
             return i;
         }
     }
@@ -120,6 +119,9 @@ int LineBreaker::fit(int first, const ZkHardLine &hard)
     }
     if (m_d.cutsWords) {
         end = over > first ? over : nextCluster(first, hard.last);
+        if (end > first + 1 && m_text[end - 1] == kZkSoftHyphen) {
+            --end; // there is no room for its hyphen
+        }
     } else {
         end = std::max(over, first + 1);
         while (end < hard.last && !m_d.mayEndBefore(end)) {

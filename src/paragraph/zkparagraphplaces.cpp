@@ -37,7 +37,8 @@ private:
     bool isStretched(int unit) const
     {
         const ZkUcs2 c = m_d.text.constData()[unit];
-        return (c == 0x20 || c == 0xA0) && unit >= m_stretchFirst && unit < m_stretchLast;
+        return (c == 0x20 || c == 0xA0) && unit >= m_stretchFirst && unit < m_stretchLast &&
+               m_d.isCluster(unit);
     }
     void reorder();
     void placeItem(const ZkLineItem &item, ZkPen left);

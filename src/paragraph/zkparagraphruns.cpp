@@ -10,8 +10,8 @@ ZkShapedGlyphs::~ZkShapedGlyphs()
 
 void ZkShapedGlyphs::grow(int count)
 {
-    const std::int64_t needed = std::int64_t{m_size} + count;
-    const std::int64_t capacity = needed + needed / 8;
+    const std::int64_t needed = static_cast<std::int64_t>(m_size) + count;
+    const std::int64_t capacity = needed + (m_capacity == 0 ? 0 : needed / 8);
     m_glyphs = static_cast<ZkShapedGlyph *>(
         zkReallocate(m_glyphs, capacity * static_cast<int>(sizeof(ZkShapedGlyph))));
     m_capacity = static_cast<int>(capacity);
@@ -291,7 +291,21 @@ int ZkParagraphData::glyphAt(int u) const
     if (u < count && glyphs[u].cluster == u && (u == 0 || glyphs[u - 1].cluster != u)) {
         return u; // one glyph a unit so far
     }
-    int low = 0, high = count; // the last glyph whose cluster is at most u
+    // Glyphs stand about as far on as their units: the last one whose cluster is at most `u`
+    // is looked for from there, in steps that double.
+    const std::int64_t share = static_cast<std::int64_t>(u) * count / text.size();
+    int low = std::min(static_cast<int>(share), count - 1), high = low;
+    if (glyphs[low].cluster <= u) {
+        for (int step = 1; high < count && glyphs[high].cluster <= u; step *= 2) {
+            low = high;
+            high = step < count - high ? high + step : count;
+        }
+    } else {
+        for (int step = 1; low > 0 && glyphs[low].cluster > u; step *= 2) {
+            high = low;
+            low = std::max(low - step, 0);
+        }
+    }
     while (low < high) {
         const int middle = low + (high - low) / 2;
         if (glyphs[middle].cluster <= u) {

@@ -60,7 +60,7 @@ private:
 
     __attribute__((noinline)) void grow(int count)
     {
-        const std::int64_t needed = std::int64_t{m_size} + count;
+        const std::int64_t needed = static_cast<std::int64_t>(m_size) + count;
         const std::int64_t capacity = needed + (m_capacity == 0 ? 0 : needed / 2);
         const std::int64_t bytes = capacity * static_cast<int>(sizeof(T));
         m_data = static_cast<T *>(zkReallocate(m_data, bytes)); // stops above INT_MAX bytes

@@ -530,7 +530,8 @@ void Shaping::setMark(int u, const Part &part)
         return;
     }
     const int inkLeft = m_letter.x;
-    const int inkWidth = m_letter.glyph->width != 0 ? int{m_letter.glyph->width} : m_advance;
+    const int inkWidth =
+        m_letter.glyph->width != 0 ? static_cast<int>(m_letter.glyph->width) : m_advance;
     mark.x = inkLeft + (inkWidth - bitmap.width) / 2;
     if (isThai) {
         setThaiMark(&mark, part);

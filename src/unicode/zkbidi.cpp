@@ -44,14 +44,10 @@ ZkBidiClasses writeBytes(const std::uint16_t *records, int count, std::uint8_t *
 template <typename Unit>
 ZkBidiClasses writeBytesOf(const Unit *text, int units, std::uint8_t *bytes)
 {
-    constexpr int kPiece = 256;
-    std::uint16_t records[kPiece + 1];
     ZkBidiClasses classes = 0;
-    for (int first = 0; first < units;) {
-        const int last = zkLookUp(text, first, std::min(first + kPiece, units), units, records);
-        classes |= writeBytes(records, last - first, bytes + first);
-        first = last;
-    }
+    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
+        classes |= writeBytes(records, count, bytes + first);
+    });
     return classes;
 }
 
@@ -121,6 +117,17 @@ void reorder(ZkBidi::Run *runs, int count, int least, int most)
     }
 }
 
+/// True when all of a text is of level 1 at a glance.
+bool isRightToLeft(const ZkUcs2 *text, int units, ZkBidi::Direction direction)
+{
+    return direction != ZkBidi::LeftToRight && text != nullptr && zkIsRightToLeft(text, units);
+}
+
+bool isRightToLeft(const char32_t *, int, ZkBidi::Direction)
+{
+    return false;
+}
+
 std::int64_t aligned(std::int64_t bytes)
 {
     return (bytes + 7) & ~std::int64_t(7);
@@ -140,7 +147,7 @@ ZkBidi::ZkBidi(void *buffer, std::int64_t bytes)
       m_paragraphCount(0),
       m_baseLevel(0),
       m_direction(Auto),
-      m_leftToRight(true),
+      m_uniformLevel(0),
       m_buffer(buffer),
       m_bytes(bytes),
       m_ownsBuffer(false)
@@ -158,7 +165,8 @@ ZkBidi::~ZkBidi()
 void ZkBidi::allocate(std::int64_t bytes, std::int64_t kept)
 {
     if (bytes > m_bytes) {
-        void *const buffer = zkAllocate(bytes + bytes / 4);
+        bytes += m_bytes > 0 ? bytes / 4 : 0; // texts grow
+        void *const buffer = zkAllocate(bytes);
         if (kept > 0) {
             std::memcpy(buffer, m_buffer, static_cast<std::size_t>(kept));
         }
@@ -166,7 +174,7 @@ void ZkBidi::allocate(std::int64_t bytes, std::int64_t kept)
             std::free(m_buffer);
         }
         m_buffer = buffer;
-        m_bytes = bytes + bytes / 4;
+        m_bytes = bytes;
         m_ownsBuffer = true;
     }
     m_levels = static_cast<std::uint8_t *>(m_buffer);
@@ -184,6 +192,12 @@ void ZkBidi::setText(const char32_t *text, int count, Direction direction)
 
 void ZkBidi::setText(const ZkTextCharacters &text, Direction direction)
 {
+    setText(text, direction, nullptr, 0);
+}
+
+void ZkBidi::setText(const ZkTextCharacters &text, Direction direction, void *scratch,
+                     std::int64_t bytes)
+{
     m_size = text.m_size;
     m_direction = direction;
     const ZkTextSource source = {text.m_units, text.m_points};
@@ -191,8 +205,12 @@ void ZkBidi::setText(const ZkTextCharacters &text, Direction direction)
         setLeftToRight(source, text.m_separated);
         return;
     }
-    allocate(m_size, 0);
-    resolve(source, writeBytes(text.m_records, m_size, m_levels));
+    if (!text.m_leftToRight && isRightToLeft(text.m_units, m_size, direction)) {
+        setUniform(1);
+        return;
+    }
+    allocate(aligned(m_size), 0);
+    resolve(source, writeBytes(text.m_records, m_size, m_levels), scratch, bytes);
 }
 
 template <typename Unit>
@@ -207,46 +225,62 @@ void ZkBidi::analyse(const Unit *text, int units, Direction direction)
             return;
         }
     }
-    allocate(units, 0);
-    resolve(zkSourceOf(text), writeBytesOf(text, units, m_levels));
+    if (isRightToLeft(text, units, direction)) {
+        setUniform(1);
+        return;
+    }
+    allocate(aligned(units), 0);
+    resolve(zkSourceOf(text), writeBytesOf(text, units, m_levels), nullptr, 0);
 }
 
 /// All levels are 0. `separated` when there may be several paragraphs.
 void ZkBidi::setLeftToRight(const ZkTextSource &text, bool separated)
 {
-    m_leftToRight = true;
-    m_baseLevel = 0;
+    setUniform(0);
     if (separated) {
-        listParagraphs(text, 0, 0);
-    } else {
-        m_only = {0, m_size, 0};
-        m_paragraphs = &m_only;
-        m_paragraphCount = m_size > 0 ? 1 : 0;
+        listParagraphs(text, 0, 0, nullptr, 0);
     }
 }
 
-/// Fills the list but for the levels. Behind it there is room for `perUnit` bytes for
-/// each unit of the longest paragraph; its address. The first `kept` bytes stay.
-void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit)
+/// One paragraph, all of one level.
+void ZkBidi::setUniform(int level)
+{
+    m_uniformLevel = level;
+    m_baseLevel = level;
+    m_only = {0, m_size, level};
+    m_paragraphs = &m_only;
+    m_paragraphCount = m_size > 0 ? 1 : 0;
+}
+
+/// Fills the list but for the levels. Returns `perUnit` bytes for each unit of the longest
+/// paragraph: the `bytes` at `scratch` if they suffice, else room behind the list. The
+/// first `kept` bytes stay.
+void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::int64_t perUnit,
+                             void *scratch, std::int64_t bytes)
 {
     const ListSize found = sizeOfList(text, 0, m_size);
     const std::int64_t start = aligned(kept);
-    const std::int64_t list =
-        found.count > 1 ? std::int64_t(found.count) * int(sizeof(Paragraph)) : 0;
-    allocate(start + list + found.longest * perUnit, kept);
+    const std::int64_t list = found.count > 1 ? static_cast<std::int64_t>(found.count) *
+                                                    static_cast<int>(sizeof(Paragraph))
+                                              : 0;
+    const std::int64_t work = found.longest * perUnit;
+    const bool isGiven = scratch != nullptr && work <= bytes;
+    allocate(start + list + (isGiven ? 0 : work), kept);
     auto *const memory = static_cast<std::uint8_t *>(m_buffer) + start;
     m_paragraphs = found.count > 1 ? reinterpret_cast<Paragraph *>(memory) : &m_only;
     m_paragraphCount = found.count;
     writeList(text, 0, m_size, m_paragraphs);
-    return memory + list;
+    return isGiven ? scratch : memory + list;
 }
 
 /// Turns the bytes, whose classes are `classes`, into levels.
-void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes)
+void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
+                     std::int64_t bytes)
 {
-    m_leftToRight = false;
-    void *const scratch = listParagraphs(text, m_size, ZkBidiParagraph::scratchSize(1, classes));
-    resolveParagraphs(text, 0, m_paragraphCount, classes, scratch);
+    m_uniformLevel = -1;
+    const std::int64_t perUnit = ZkBidiParagraph::scratchSize(1, classes);
+    void *const work = listParagraphs(text, m_size, perUnit, scratch, bytes);
+    resolveParagraphs(text, 0, m_paragraphCount, classes, work);
     m_baseLevel = m_paragraphCount > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
 }
 
@@ -267,7 +301,7 @@ void ZkBidi::resolveParagraphs(const ZkTextSource &text, int first, int last, st
 
 void ZkBidi::edit(const ZkTextCharacters &text, int first, int removed, int inserted)
 {
-    if (m_leftToRight || m_size == removed ||
+    if (m_uniformLevel >= 0 || m_size == removed ||
         (text.m_leftToRight && mayBeLeftToRight(m_direction))) {
         setText(text, m_direction);
         return;
@@ -290,7 +324,8 @@ void ZkBidi::replaceParagraphs(const ZkTextCharacters &text, int begin, int end,
     const int behind = m_paragraphCount - end;
     const int count = begin + found.count + behind;
     const std::int64_t start = aligned(text.m_size);
-    const std::int64_t list = start + std::int64_t(count) * int(sizeof(Paragraph));
+    const std::int64_t list =
+        start + static_cast<std::int64_t>(count) * static_cast<int>(sizeof(Paragraph));
     const std::int64_t bytes = list + ZkBidiParagraph::scratchSize(found.longest, ~0U);
     auto *const block = static_cast<std::uint8_t *>(zkAllocate(bytes));
     auto *const paragraphs = reinterpret_cast<Paragraph *>(block + start);
@@ -344,8 +379,8 @@ int ZkBidi::contentEnd(int first, int last) const
 
 void ZkBidi::lineLevels(int first, int last, std::uint8_t *levels) const
 {
-    if (m_leftToRight || first >= last) {
-        std::fill_n(levels, std::max(last - first, 0), std::uint8_t(0));
+    if (m_uniformLevel >= 0 || first >= last) {
+        std::fill_n(levels, std::max(last - first, 0), static_cast<std::uint8_t>(m_uniformLevel));
         return;
     }
     const int end = contentEnd(first, last);
@@ -370,8 +405,8 @@ int ZkBidi::visualRuns(int first, int last, Run *runs, int room) const
     if (first >= last) {
         return 0;
     }
-    if (m_leftToRight) {
-        add(first, last, 0);
+    if (m_uniformLevel >= 0) {
+        add(first, last, m_uniformLevel);
         return count;
     }
     const int end = contentEnd(first, last);
@@ -399,7 +434,8 @@ void ZkBidi::visualOrder(int first, int last, int *units) const
     const int count = visualRuns(first, last, few, kRoom);
     Run *runs = few;
     if (count > kRoom) {
-        runs = static_cast<Run *>(zkAllocate(std::int64_t(count) * int(sizeof(Run))));
+        runs = static_cast<Run *>(
+            zkAllocate(static_cast<std::int64_t>(count) * static_cast<int>(sizeof(Run))));
         visualRuns(first, last, runs, count);
     }
     for (int i = 0; i < count; ++i) {

@@ -140,14 +140,16 @@ int ZkBidiParagraph::strongLevel(int otherwise) const
 
 std::int64_t ZkBidiParagraph::scratchSize(std::int64_t count, ZkBidiClasses classes)
 {
-    return (classes & kDividing) != 0 ? count * int(3 * sizeof(int) + 2) : count * int(sizeof(int));
+    return (classes & kDividing) != 0 ? count * static_cast<int>(3 * sizeof(int) + 2)
+                                      : count * static_cast<int>(sizeof(int));
 }
 
 ZkBidiParagraph::Scratch ZkBidiParagraph::divided(void *scratch) const
 {
     int *const numbers = static_cast<int *>(scratch);
-    auto *const bytes = reinterpret_cast<std::uint8_t *>(numbers + 3 * std::ptrdiff_t(m_count));
-    return {numbers, numbers + m_count, numbers + 2 * std::ptrdiff_t(m_count), bytes,
+    auto *const bytes =
+        reinterpret_cast<std::uint8_t *>(numbers + 3 * static_cast<std::ptrdiff_t>(m_count));
+    return {numbers, numbers + m_count, numbers + 2 * static_cast<std::ptrdiff_t>(m_count), bytes,
             bytes + m_count};
 }
 
@@ -210,11 +212,13 @@ void ZkBidiParagraph::embed(int level, const Scratch &scratch)
         switch (bidi) {
         case ZkCharacter::BidiLRE:
         case ZkCharacter::BidiLRO:
-            open.beginEmbedding(false, bidi == ZkCharacter::BidiLRO ? int(ZkCharacter::BidiL) : -1);
+            open.beginEmbedding(
+                false, bidi == ZkCharacter::BidiLRO ? static_cast<int>(ZkCharacter::BidiL) : -1);
             continue;
         case ZkCharacter::BidiRLE:
         case ZkCharacter::BidiRLO:
-            open.beginEmbedding(true, bidi == ZkCharacter::BidiRLO ? int(ZkCharacter::BidiR) : -1);
+            open.beginEmbedding(
+                true, bidi == ZkCharacter::BidiRLO ? static_cast<int>(ZkCharacter::BidiR) : -1);
             continue;
         case ZkCharacter::BidiPDF: open.endEmbedding(); continue;
         case ZkCharacter::BidiBN:
@@ -290,7 +294,8 @@ void ZkBidiParagraph::resolveSequence(int first, int base, int before, const Scr
         .resolve(level, std::max(level, before) & 1, std::max(level, behind) & 1);
     for (int i = 0; i < count; ++i) {
         std::uint8_t &byte = m_bytes[scratch.positions[i]];
-        byte = wasSeparator(byte) ? std::uint8_t(kZkBidiSeparator) : scratch.sequence[i];
+        byte =
+            wasSeparator(byte) ? static_cast<std::uint8_t>(kZkBidiSeparator) : scratch.sequence[i];
     }
 }
 
@@ -301,7 +306,7 @@ void ZkBidiParagraph::fillRemoved(int level, const Scratch &scratch)
     for (int i = 0; i < m_count; ++i) {
         if (scratch.levels[i] == kRemoved) {
             const bool isSeparator = (m_bytes[i] & kZkBidiClass) == ZkCharacter::BidiB;
-            m_bytes[i] = isSeparator ? std::uint8_t(kZkBidiSeparator)
+            m_bytes[i] = isSeparator ? static_cast<std::uint8_t>(kZkBidiSeparator)
                                      : static_cast<std::uint8_t>(kZkBidiBlank | before);
         } else {
             before = m_bytes[i] == kZkBidiSeparator ? level : m_bytes[i] & kLevel;

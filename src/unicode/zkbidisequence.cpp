@@ -34,7 +34,8 @@ enum Weak : std::uint8_t {
     WeakSeparator
 };
 
-static_assert(int(WeakL) == ZkCharacter::BidiL && int(WeakNSM) == ZkCharacter::BidiNSM,
+static_assert(static_cast<int>(WeakL) == ZkCharacter::BidiL &&
+                  static_cast<int>(WeakNSM) == ZkCharacter::BidiNSM,
               "the first classes are the same");
 
 Weak weakOf(std::uint8_t byte)
@@ -323,7 +324,8 @@ void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
     int context = before;
     int neutrals = 0; // where those before `i` begin; `i` when there are none
     for (int i = 0; i <= m_count; ++i) {
-        const unsigned resolved = i < m_count ? m_bytes[i] & ResolvedMask : unsigned(ResolvedL);
+        const unsigned resolved =
+            i < m_count ? m_bytes[i] & ResolvedMask : static_cast<unsigned>(ResolvedL);
         if (resolved >= ResolvedNeutral) {
             continue;
         }
@@ -332,7 +334,7 @@ void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
         for (; neutrals < i; ++neutrals) {
             m_bytes[neutrals] =
                 (m_bytes[neutrals] & ResolvedMask) == ResolvedSeparator
-                    ? std::uint8_t(kZkBidiSeparator)
+                    ? static_cast<std::uint8_t>(kZkBidiSeparator)
                     : static_cast<std::uint8_t>((m_bytes[neutrals] & kZkBidiBlank) | between);
         }
         if (i < m_count) {

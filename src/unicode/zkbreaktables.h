@@ -9,22 +9,29 @@
 /// state is 0.
 enum ZkBreakVerdict {
     ZkBreakNo,
-    ZkBreakYes,   ///< for lines behind a hard end: must
-    ZkBreakDoubt, ///< yes, unless a later verdict is `ZkBreakRevoke`
-    ZkBreakRevoke ///< no, here and at the last doubt
+    ZkBreakYes,
+    /// Yes, unless a later verdict revokes it. Behind a hard end of line: no.
+    ZkBreakDoubt,
+    /// No, here and at the last doubt. Behind a hard end of line: must.
+    ZkBreakRevoke
 };
+
+// tools/unicode/breaks.py stops where these are not what it finds.
+constexpr unsigned kZkLineWidth = 39;
+constexpr unsigned kZkLineUnspaced = 32;  ///< the column of class SA, but for marks
+constexpr unsigned kZkLineFirstHard = 60; ///< states from here on stand behind a hard end
+constexpr unsigned kZkGraphemeWidth = 26;
+constexpr unsigned kZkWordWidth = 33;
+
+#pragma GCC visibility push(hidden)
 
 extern const std::uint8_t kZkLineColumns[128]; ///< by line class and its variant
 extern const std::uint8_t kZkLineNext[];
-extern const int kZkLineWidth;
-extern const int kZkLineFirstHard; ///< states from here on stand behind a hard end
-
 extern const std::uint8_t kZkGraphemeColumns[32]; ///< by grapheme class and being a pictograph
 extern const std::uint8_t kZkGraphemeNext[];
-extern const int kZkGraphemeWidth;
-
 extern const std::uint8_t kZkWordColumns[64]; ///< by being a pictograph and word class
 extern const std::uint8_t kZkWordNext[];
-extern const int kZkWordWidth;
+
+#pragma GCC visibility pop
 
 #endif

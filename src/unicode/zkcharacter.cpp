@@ -32,6 +32,22 @@ char32_t composedSyllable(char32_t base, char32_t mark)
 
 } // namespace
 
+void ZkRecordBlocks::unpack(unsigned block, unsigned slot)
+{
+    m_blocks[slot] = block;
+    const unsigned shape = kZkCharacterBlocks[kZkCharacterPages[block >> 4] * 16U + (block & 15)];
+    const unsigned pattern = kZkCharacterShapes[2 * shape];
+    const std::uint16_t *const palette = kZkCharacterPalettes + kZkCharacterShapes[2 * shape + 1];
+    const std::uint8_t *const packed = kZkCharacterPatterns + (pattern & 0x1FFF);
+    const unsigned bits = 1U << (pattern >> 13) >> 1;
+    const unsigned mask = (1U << bits) - 1;
+    unsigned at = 0;
+    for (std::uint16_t &record : m_records[slot]) {
+        record = palette[packed[at >> 3] >> (at & 7) & mask];
+        at += bits;
+    }
+}
+
 const ZkCharacter &zkCharacter(char32_t c)
 {
     return kZkCharacterRecords[c <= 0x10FFFF ? zkRecordNumber(c) : 0];
@@ -100,10 +116,11 @@ void ZkTextCharacters::reserve(int units)
     if (units <= m_capacity) {
         return;
     }
-    const int capacity =
-        static_cast<int>(std::min(std::int64_t(units) * 3 / 2, std::int64_t(INT32_MAX / 2)));
-    m_capacity = std::max(units, capacity);
-    const std::int64_t bytes = std::int64_t(m_capacity) * 2;
+    // The first text gets what it needs; one that grows gets room to grow on.
+    const int capacity = static_cast<int>(std::min(static_cast<std::int64_t>(units) * 3 / 2,
+                                                   static_cast<std::int64_t>(INT32_MAX / 2)));
+    m_capacity = m_capacity == 0 ? units : std::max(units, capacity);
+    const std::int64_t bytes = static_cast<std::int64_t>(m_capacity) * 2;
     if (m_ownsRecords) {
         m_records = static_cast<std::uint16_t *>(zkReallocate(m_records, bytes));
     } else {
@@ -130,7 +147,13 @@ void ZkTextCharacters::set(const Unit *text, int units)
     m_size = 0;
     reserve(units);
     m_size = units;
-    zkLookUp(text, 0, units, units, m_records);
+    if (units < kZkManyCharacters) {
+        ZkSingleRecords single;
+        zkLookUp(single, text, 0, units, units, m_records);
+    } else {
+        ZkRecordBlocks blocks;
+        zkLookUp(blocks, text, 0, units, units, m_records);
+    }
     keep(text);
 }
 
@@ -161,15 +184,19 @@ void ZkTextCharacters::replace(const Unit *text, int first, int removed, int ins
 {
     const int size = m_size - removed + inserted;
     reserve(size);
-    std::memmove(m_records + first + inserted, m_records + first + removed,
-                 static_cast<std::size_t>(m_size - first - removed) * sizeof *m_records);
+    const int behind = m_size - first - removed;
+    if (behind > 0) {
+        std::memmove(m_records + first + inserted, m_records + first + removed,
+                     static_cast<std::size_t>(behind) * sizeof *m_records);
+    }
     m_size = size;
     // A surrogate beside the new units may have found or lost its partner.
     int from = std::max(first - 1, 0);
     if (from > 0 && zkIsTrailSurrogate(text[from]) && zkIsLeadSurrogate(text[from - 1])) {
         --from;
     }
-    zkLookUp(text, from, std::min(first + inserted + 1, size), size, m_records + from);
+    ZkSingleRecords single;
+    zkLookUp(single, text, from, std::min(first + inserted + 1, size), size, m_records + from);
     keep(text);
 }
 
@@ -182,5 +209,5 @@ char32_t ZkTextCharacters::character(int i) const
         --i;
     }
     return i + 1 < m_size && m_records[i + 1] == kZkPairTrail ? zkPairOf(m_units[i], m_units[i + 1])
-                                                              : char32_t(m_units[i]);
+                                                              : static_cast<char32_t>(m_units[i]);
 }

@@ -8,6 +8,9 @@
 /// The generated properties of Unicode 15.0 and the look-up that analysis writes inline.
 /// tools/unicode/properties.py tells how the arrays belong together.
 
+// Hidden, so that code beside them reads them without a table of addresses.
+#pragma GCC visibility push(hidden)
+
 extern const int kZkCharacterRecordCount;
 extern const ZkCharacter kZkCharacterRecords[]; ///< that of an unassigned character first
 extern const std::uint8_t kZkCharacterPages[];
@@ -28,6 +31,8 @@ extern const std::uint16_t kZkCompositionBases[];  ///< ascending for each mark
 extern const std::uint16_t kZkCompositions[];
 extern const int kZkHighCompositionCount;
 extern const std::uint32_t kZkHighCompositions[]; ///< base, mark, composed
+
+#pragma GCC visibility pop
 
 /// Stands for the second unit of a surrogate pair where records are listed by unit.
 constexpr std::uint16_t kZkPairTrail = 0xFFFF;
@@ -93,31 +98,101 @@ constexpr char32_t zkPairOf(char32_t lead, char32_t trail)
     return (lead << 10) + trail - 0x35FDC00;
 }
 
+/// The records of the blocks that a text has used last, so that each is unpacked once. Worth
+/// its while for more characters than a block has.
+class ZkRecordBlocks
+{
+public:
+    ZkRecordBlocks()
+    {
+        for (unsigned &block : m_blocks) {
+            block = ~0U;
+        }
+    }
+
+    std::uint16_t record(char32_t c)
+    {
+        if (c >= kFirstIdeograph) { // most stand in a block of their own
+            return zkRecordNumber(c);
+        }
+        const unsigned block = c >> 5;
+        // The blocks of one script, of spaces and of punctuation meet in no slot.
+        const unsigned slot = (block ^ block >> 3 ^ block >> 6) % kSlots;
+        if (m_blocks[slot] != block) {
+            unpack(block, slot);
+        }
+        return m_records[slot][c & 31];
+    }
+
+private:
+    static constexpr unsigned kSlots = 32;
+    static constexpr char32_t kFirstIdeograph = 0x2E80;
+
+    void unpack(unsigned block, unsigned slot);
+
+    unsigned m_blocks[kSlots];
+    std::uint16_t m_records[kSlots][32];
+};
+
+/// One look-up for each character, with nothing kept.
+struct ZkSingleRecords {
+    std::uint16_t record(char32_t c) const { return zkRecordNumber(c); }
+};
+
+/// Texts from this length on are looked up by blocks.
+constexpr int kZkManyCharacters = 64;
+
 /// Looks up the units `[first, last)` of a text of `end` units, one number each. A pair
 /// that begins before `last` may end behind it: then one more number is written.
-inline int zkLookUp(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *records)
+template <typename Records>
+int zkLookUp(Records &from, const ZkUcs2 *text, int first, int last, int end,
+             std::uint16_t *records)
 {
     int i = first;
     while (i < last) {
         const char32_t unit = text[i];
         if (zkIsLeadSurrogate(unit) && i + 1 < end && zkIsTrailSurrogate(text[i + 1])) {
-            *records++ = zkRecordNumber(zkPairOf(unit, text[i + 1]));
+            *records++ = from.record(zkPairOf(unit, text[i + 1]));
             *records++ = kZkPairTrail;
             i += 2;
         } else {
-            *records++ = zkRecordNumber(unit);
+            *records++ = from.record(unit);
             ++i;
         }
     }
     return i;
 }
 
-inline int zkLookUp(const char32_t *text, int first, int last, int, std::uint16_t *records)
+template <typename Records>
+int zkLookUp(Records &from, const char32_t *text, int first, int last, int, std::uint16_t *records)
 {
     for (int i = first; i < last; ++i) {
-        *records++ = text[i] <= 0x10FFFF ? zkRecordNumber(text[i]) : std::uint16_t(0);
+        *records++ = text[i] <= 0x10FFFF ? from.record(text[i]) : std::uint16_t(0);
     }
     return last;
+}
+
+/// Calls `use(records, first, count)` for one piece of a text after the other.
+template <typename Unit, typename Use>
+void zkForEachPiece(const Unit *text, int units, Use use)
+{
+    constexpr int kPiece = 256;
+    std::uint16_t records[kPiece + 1];
+    const auto read = [&](auto &from) {
+        for (int first = 0; first < units;) {
+            const int end = first < units - kPiece ? first + kPiece : units;
+            const int last = zkLookUp(from, text, first, end, units, records);
+            use(records, first, last - first);
+            first = last;
+        }
+    };
+    if (units < kZkManyCharacters) {
+        ZkSingleRecords single;
+        read(single);
+    } else {
+        ZkRecordBlocks blocks;
+        read(blocks);
+    }
 }
 
 #endif

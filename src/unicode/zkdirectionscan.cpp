@@ -1,64 +1,139 @@
 #include "unicode/zkdirectionscan.h"
 
+#include "base/zklanes.h"
+
+#include <algorithm>
+
 namespace
 {
 
-/// Ranges of code points that may turn text around.
+/// A range of units or code points.
 struct Range {
     char32_t first;
     char32_t last;
 };
+
+// What may turn text around.
 constexpr Range kTurning[] = {
-    {0x0590, 0x08FF},   // Hebrew to Arabic Extended-A
-    {0x200F, 0x200F},   // right-to-left mark
-    {0x202A, 0x202E},   // embeddings and overrides
-    {0x2066, 0x2069},   // isolates
-    {0xFB1D, 0xFDFF},   // presentation forms
-    {0xFE70, 0xFEFF},   //
-    {0x10800, 0x10FFF}, // right-to-left scripts beyond the Basic Multilingual Plane
-    {0x1E800, 0x1EFFF}, //
+    {0x0590, 0x08FF}, // Hebrew to Arabic Extended-A
+    {0x200F, 0x200F}, // right-to-left mark
+    {0x202A, 0x202E}, // embeddings and overrides
+    {0x2066, 0x2069}, // isolates
+    {0xFB1D, 0xFDFF}, // presentation forms
+    {0xFE70, 0xFEFF}, //
 };
+// Scripts beyond the Basic Multilingual Plane; of a pair the first unit tells.
+constexpr Range kTurningUnits[] = {{0xD802, 0xD803}, {0xD83A, 0xD83B}};
+constexpr Range kTurningPoints[] = {{0x10800, 0x10FFF}, {0x1E800, 0x1EFFF}};
+
+// Letters and marks of right-to-left scripts, none of them a number, and what may stand
+// among them: spaces and punctuation that is neither bracket nor digit nor letter.
+constexpr Range kAmongLetters[] = {{0x20, 0x2F},     {0x3A, 0x40},     {0x0591, 0x05FF},
+                                   {0x0606, 0x065F}, {0x066D, 0x06DC}, {0x06DE, 0x06EF},
+                                   {0xFB1D, 0xFDFF}};
+// Letters for sure.
+constexpr Range kLetters[] = {{0x05D0, 0x05EA}, {0x0620, 0x064A}, {0x0671, 0x06D3}};
+
+constexpr Range kSeparators[] = {{0x00, 0x1F}, {0x85, 0x85}, {0x2029, 0x2029}};
+
+template <int Count>
+bool isIn(const Range (&ranges)[Count], char32_t c)
+{
+    return std::any_of(ranges, ranges + Count, [c](const Range &range) {
+        return c - range.first <= range.last - range.first;
+    });
+}
+
+bool turns(ZkUcs2 unit)
+{
+    return unit >= kTurning[0].first && (isIn(kTurning, unit) || isIn(kTurningUnits, unit));
+}
 
 bool turns(char32_t c)
 {
-    if (c < kTurning[0].first) {
-        return false;
-    }
-    for (const Range &range : kTurning) {
-        if (c >= range.first && c <= range.last) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// Of a pair the first unit tells: U+D802 and U+D803, U+D83A and U+D83B begin the ranges.
-bool turns(ZkUcs2 unit)
-{
-    return turns(char32_t(unit)) || (unit & 0xFFFE) == 0xD802 || (unit & 0xFFFE) == 0xD83A;
+    return c >= kTurning[0].first && (isIn(kTurning, c) || isIn(kTurningPoints, c));
 }
 
 template <typename Unit>
-ZkDirectionScan scanPlain(const Unit *text, int from, int units)
+ZkDirectionScan scanOneByOne(const Unit *text, int units)
 {
-    bool separated = false;
-    for (int i = from; i < units; ++i) {
-        if (turns(text[i])) {
-            return {false, true};
-        }
-        separated = separated || zkIsParagraphSeparator(text[i]);
+    ZkDirectionScan scan = {true, false};
+    for (int i = 0; i < units && scan.isLeftToRight; ++i) {
+        scan.isLeftToRight = !turns(text[i]);
+        scan.isSeparated = scan.isSeparated || zkIsParagraphSeparator(text[i]);
     }
-    return {true, separated};
+    return scan;
 }
+
+#if ZK_HAS_LANES
+
+/// Lanes whose unit is in one of the ranges.
+template <int Count>
+ZkLanes lanesIn(const Range (&ranges)[Count], ZkLanes units)
+{
+    ZkLanes found = ZkLanes::within(units, ranges[0].first, ranges[0].last);
+    for (int i = 1; i < Count; ++i) {
+        found = found | ZkLanes::within(units, ranges[i].first, ranges[i].last);
+    }
+    return found;
+}
+
+#endif
 
 } // namespace
 
 ZkDirectionScan zkScanDirection(const ZkUcs2 *text, int units)
 {
-    return scanPlain(text, 0, units);
+#if ZK_HAS_LANES
+    if (units >= ZkLanes::kCount) {
+        bool separated = false;
+        for (int i = 0;; i += ZkLanes::kCount) {
+            i = std::min(i, units - ZkLanes::kCount); // the last ones may be read again
+            const ZkLanes lanes = ZkLanes::load(text + i);
+            // Most texts have no unit of the first test.
+            if (ZkLanes::within(lanes, kTurning[0].first, 0xFFFF).any() &&
+                (lanesIn(kTurning, lanes) | lanesIn(kTurningUnits, lanes)).any()) {
+                return {false, true};
+            }
+            separated = separated || lanesIn(kSeparators, lanes).any();
+            if (i == units - ZkLanes::kCount) {
+                return {true, separated};
+            }
+        }
+    }
+#endif
+    return scanOneByOne(text, units);
 }
 
 ZkDirectionScan zkScanDirection(const char32_t *text, int count)
 {
-    return scanPlain(text, 0, count);
+    return scanOneByOne(text, count);
+}
+
+bool zkIsRightToLeft(const ZkUcs2 *text, int units)
+{
+#if ZK_HAS_LANES
+    if (units >= ZkLanes::kCount) {
+        bool hasLetter = false;
+        for (int i = 0;; i += ZkLanes::kCount) {
+            i = std::min(i, units - ZkLanes::kCount);
+            const ZkLanes lanes = ZkLanes::load(text + i);
+            if (!lanesIn(kAmongLetters, lanes).every()) {
+                return false;
+            }
+            hasLetter = hasLetter || lanesIn(kLetters, lanes).any();
+            if (i == units - ZkLanes::kCount) {
+                return hasLetter;
+            }
+        }
+    }
+#endif
+    bool hasLetter = false;
+    for (int i = 0; i < units; ++i) {
+        if (!isIn(kAmongLetters, text[i])) {
+            return false;
+        }
+        hasLetter = hasLetter || isIn(kLetters, text[i]);
+    }
+    return hasLetter;
 }

@@ -18,6 +18,11 @@ struct ZkDirectionScan {
 ZkDirectionScan zkScanDirection(const ZkUcs2 *text, int units);
 ZkDirectionScan zkScanDirection(const char32_t *text, int count);
 
+/// True when a text has a letter that runs from right to left and nothing but such letters,
+/// their marks, spaces and punctuation: no number, letter of another script, control or
+/// separator. In a paragraph from right to left all of it is of level 1.
+bool zkIsRightToLeft(const ZkUcs2 *text, int units);
+
 /// A character of bidirectional class B.
 constexpr bool zkIsParagraphSeparator(char32_t c)
 {

@@ -14,121 +14,121 @@ namespace
 
 constexpr unsigned kVerdictShift = 6;
 constexpr unsigned kStateMask = (1U << kVerdictShift) - 1;
-constexpr unsigned kLater = 2U << kVerdictShift; // set for a doubt and for its end
+constexpr unsigned kRare = 2U << kVerdictShift; // neither a plain yes nor a plain no
 
-constexpr unsigned kClassSA = unsigned(ZkCharacter::LineSA) << 7;
-constexpr unsigned kLineMask = 63U << 7;
+constexpr unsigned kLines = ZkTextBreaks::LineAllowed, kWords = ZkTextBreaks::Word,
+                   kClusters = ZkTextBreaks::Grapheme;
+constexpr unsigned kAll = ZkTextBreaks::AllKinds;
 
-/// True for a verdict that lets a boundary be, for now at least.
-constexpr unsigned allows(unsigned entry)
+/// A plain yes as `flag`.
+constexpr unsigned flagOf(unsigned entry, unsigned flag)
 {
-    return (entry >> kVerdictShift ^ entry >> (kVerdictShift + 1)) & 1;
+    return (entry >> kVerdictShift & 1) * flag;
 }
 
 /// Reads records one after the other and writes the flags before each.
 class Divider
 {
 public:
-    Divider(std::uint8_t *flags, bool clusters) : m_flags(flags), m_clusters(clusters) {}
+    explicit Divider(std::uint8_t *flags) : m_flags(flags) {}
 
-    /// The next `count` records, of the units from `first` on.
+    /// The next `count` records, of the units from `first` on; boundaries of `Kinds`.
+    template <unsigned Kinds>
     void read(const std::uint16_t *records, int first, int count);
 
+    /// True when lines were asked for and there was a letter of class SA.
+    bool hasUnspaced() const { return m_unspaced; }
+
 private:
-    void settle(int i, unsigned lineEntry, unsigned wordEntry);
-    void divideUnspaced(int i, std::uint16_t record);
+    unsigned settle(int i, unsigned line, unsigned lineEntry, unsigned wordEntry);
 
     std::uint8_t *m_flags;
     unsigned m_line = 0, m_grapheme = 0, m_word = 0; // states
     int m_lineDoubt = 0, m_wordDoubt = 0;            // where the last doubt was
-    const ZkCharacter *m_unspaced = nullptr;         // the last character, when it is of class SA
-    bool m_clusters;                                 // lines may end between such characters
+    bool m_unspaced = false;
 };
 
+template <unsigned Kinds>
 void Divider::read(const std::uint16_t *records, int first, int count)
 {
-    const auto lineWidth = static_cast<unsigned>(kZkLineWidth);
-    const auto graphemeWidth = static_cast<unsigned>(kZkGraphemeWidth);
-    const auto wordWidth = static_cast<unsigned>(kZkWordWidth);
-    const auto firstHard = static_cast<unsigned>(kZkLineFirstHard);
+    std::uint8_t *const flags = m_flags + first;
     unsigned line = m_line, grapheme = m_grapheme, word = m_word;
+    bool unspaced = false;
     for (int i = 0; i < count; ++i) {
-        std::uint8_t *const flags = m_flags + first + i;
         if (records[i] == kZkPairTrail) {
-            *flags = 0;
+            flags[i] = 0;
             continue;
         }
         const std::uint32_t classes = zkClasses(records[i]);
-        const unsigned lineEntry =
-            kZkLineNext[line * lineWidth + kZkLineColumns[zkLineIndexOf(classes)]];
-        const unsigned graphemeEntry =
-            kZkGraphemeNext[grapheme * graphemeWidth +
-                            kZkGraphemeColumns[zkGraphemeIndexOf(classes)]];
-        const unsigned wordEntry =
-            kZkWordNext[word * wordWidth + kZkWordColumns[zkWordIndexOf(classes)]];
-        const unsigned lineFlags =
-            line >= firstHard ? unsigned(ZkTextBreaks::LineAllowed | ZkTextBreaks::LineMandatory)
-                              : unsigned(ZkTextBreaks::LineAllowed);
-        *flags = static_cast<std::uint8_t>(allows(lineEntry) * lineFlags |
-                                           allows(graphemeEntry) * ZkTextBreaks::Grapheme |
-                                           allows(wordEntry) * ZkTextBreaks::Word);
-        if (((lineEntry | wordEntry) & kLater) != 0) {
-            settle(first + i, lineEntry, wordEntry);
+        unsigned lineEntry = 0, wordEntry = 0, found = 0;
+        if ((Kinds & kLines) != 0) {
+            const unsigned column = kZkLineColumns[zkLineIndexOf(classes)];
+            unspaced |= column == kZkLineUnspaced;
+            lineEntry = kZkLineNext[line * kZkLineWidth + column];
+            found = flagOf(lineEntry, kLines);
         }
-        if ((classes & kLineMask) == kClassSA) {
-            divideUnspaced(first + i, records[i]);
-        } else {
-            m_unspaced = nullptr;
+        if ((Kinds & kClusters) != 0) {
+            const unsigned column = kZkGraphemeColumns[zkGraphemeIndexOf(classes)];
+            const unsigned entry = kZkGraphemeNext[grapheme * kZkGraphemeWidth + column];
+            grapheme = entry & kStateMask;
+            found |= flagOf(entry, kClusters);
+        }
+        if ((Kinds & kWords) != 0) {
+            const unsigned column = kZkWordColumns[zkWordIndexOf(classes)];
+            wordEntry = kZkWordNext[word * kZkWordWidth + column];
+            word = wordEntry & kStateMask;
+            found |= flagOf(wordEntry, kWords);
+        }
+        if (((lineEntry | wordEntry) & kRare) != 0) {
+            found = (found & kClusters) | settle(first + i, line, lineEntry, wordEntry);
         }
         line = lineEntry & kStateMask;
-        grapheme = graphemeEntry & kStateMask;
-        word = wordEntry & kStateMask;
+        flags[i] = static_cast<std::uint8_t>(found);
     }
     m_line = line;
     m_grapheme = grapheme;
     m_word = word;
+    m_unspaced = m_unspaced || unspaced;
 }
 
-/// Remembers a boundary in doubt, or takes the last one back.
-void Divider::settle(int i, unsigned lineEntry, unsigned wordEntry)
+/// The flags for lines and words where one of the verdicts is not plain. `line` is the
+/// state for lines before the character at `i`.
+__attribute__((noinline)) unsigned Divider::settle(int i, unsigned line, unsigned lineEntry,
+                                                   unsigned wordEntry)
 {
-    if (lineEntry >> kVerdictShift == ZkBreakDoubt) {
-        m_lineDoubt = i;
-    } else if (lineEntry >> kVerdictShift == ZkBreakRevoke) {
-        m_flags[m_lineDoubt] &= static_cast<std::uint8_t>(~ZkTextBreaks::LineAllowed);
+    const unsigned lineVerdict = lineEntry >> kVerdictShift;
+    const unsigned wordVerdict = wordEntry >> kVerdictShift;
+    unsigned flags = 0;
+    if (line >= kZkLineFirstHard) {
+        flags = lineVerdict == ZkBreakRevoke ? static_cast<unsigned>(ZkTextBreaks::Lines) : 0U;
+    } else if (lineVerdict == ZkBreakRevoke) {
+        m_flags[m_lineDoubt] &= static_cast<std::uint8_t>(~kLines);
+    } else {
+        flags = lineVerdict != ZkBreakNo ? kLines : 0U;
+        m_lineDoubt = lineVerdict == ZkBreakDoubt ? i : m_lineDoubt;
     }
-    if (wordEntry >> kVerdictShift == ZkBreakDoubt) {
-        m_wordDoubt = i;
-    } else if (wordEntry >> kVerdictShift == ZkBreakRevoke) {
-        m_flags[m_wordDoubt] &= static_cast<std::uint8_t>(~ZkTextBreaks::Word);
+    if (wordVerdict == ZkBreakRevoke) {
+        m_flags[m_wordDoubt] &= static_cast<std::uint8_t>(~kWords);
+    } else {
+        flags |= wordVerdict != ZkBreakNo ? kWords : 0U;
+        m_wordDoubt = wordVerdict == ZkBreakDoubt ? i : m_wordDoubt;
+    }
+    return flags;
+}
+
+/// At the end of a text all ends; an empty one has no end.
+void finish(std::uint8_t *flags, int units, unsigned kinds)
+{
+    flags[units] = units == 0 ? std::uint8_t(0) : static_cast<std::uint8_t>(kinds);
+}
+
+/// Takes away the flags of kinds that were not asked for.
+void clearBut(std::uint8_t *flags, int units, unsigned kinds)
+{
+    for (int i = 0; i <= units; ++i) {
+        flags[i] &= static_cast<std::uint8_t>(kinds);
     }
 }
-
-/// A line may end between two clusters of a script without spaces.
-void Divider::divideUnspaced(int i, std::uint16_t record)
-{
-    const ZkCharacter *const before = m_unspaced;
-    m_unspaced = &kZkCharacterRecords[record];
-    if (m_clusters && before != nullptr && (m_flags[i] & ZkTextBreaks::Grapheme) != 0 &&
-        before->indic != ZkCharacter::IndicLeadingVowel &&
-        before->indic != ZkCharacter::IndicStacker &&
-        m_unspaced->indic != ZkCharacter::IndicFollowingVowel) {
-        m_flags[i] |= ZkTextBreaks::LineAllowed;
-    }
-}
-
-void finish(std::uint8_t *flags, int units)
-{
-    flags[units] = units == 0
-                       ? std::uint8_t(0)
-                       : std::uint8_t(ZkTextBreaks::LineAllowed | ZkTextBreaks::LineMandatory |
-                                      ZkTextBreaks::Grapheme | ZkTextBreaks::Word);
-}
-
-} // namespace
-
-namespace
-{
 
 /// Characters of class SA, which a `ZkWordBreaker` is asked about. None is below U+0E00.
 bool isUnspaced(char32_t c)
@@ -142,13 +142,42 @@ char32_t characterAt(const ZkUcs2 *text, int i, int units, int *length)
     const bool isPair =
         zkIsLeadSurrogate(text[i]) && i + 1 < units && zkIsTrailSurrogate(text[i + 1]);
     *length = isPair ? 2 : 1;
-    return isPair ? zkPairOf(text[i], text[i + 1]) : char32_t(text[i]);
+    return isPair ? zkPairOf(text[i], text[i + 1]) : static_cast<char32_t>(text[i]);
 }
 
 char32_t characterAt(const char32_t *text, int i, int, int *length)
 {
     *length = 1;
     return text[i];
+}
+
+/// Lets lines end between the clusters of scripts without spaces.
+template <typename Unit>
+void divideClusters(const Unit *text, int units, std::uint8_t *flags)
+{
+    const ZkCharacter *before = nullptr; // the last character, when it is of class SA
+    unsigned grapheme = 0;
+    int length = 0;
+    for (int i = 0; i < units; i += length) {
+        const char32_t c = characterAt(text, i, units, &length);
+        if (!isUnspaced(c)) {
+            before = nullptr;
+            continue;
+        }
+        const std::uint16_t record = zkRecordNumber(c);
+        const unsigned column = kZkGraphemeColumns[zkGraphemeIndexOf(zkClasses(record))];
+        const unsigned state = before == nullptr ? 0 : grapheme;
+        const unsigned entry = kZkGraphemeNext[state * kZkGraphemeWidth + column];
+        grapheme = entry & kStateMask;
+        const ZkCharacter *const character = &kZkCharacterRecords[record];
+        if (before != nullptr && flagOf(entry, 1) != 0 &&
+            before->indic != ZkCharacter::IndicLeadingVowel &&
+            before->indic != ZkCharacter::IndicStacker &&
+            character->indic != ZkCharacter::IndicFollowingVowel) {
+            flags[i] |= ZkTextBreaks::LineAllowed;
+        }
+        before = character;
+    }
 }
 
 /// Asks a breaker about each run of a text and writes its answers among the flags.
@@ -210,7 +239,8 @@ const ZkUcs2 *Asking::unitsOf(const ZkUcs2 *run, int count, int *units)
 const ZkUcs2 *Asking::unitsOf(const char32_t *run, int count, int *units)
 {
     if (m_run == nullptr) {
-        m_run = static_cast<ZkUcs2 *>(zkAllocate(std::int64_t(m_room) * 2 * int(sizeof(ZkUcs2))));
+        m_run = static_cast<ZkUcs2 *>(
+            zkAllocate(static_cast<std::int64_t>(m_room) * 2 * static_cast<int>(sizeof(ZkUcs2))));
     }
     ZkUcs2 *to = m_run;
     for (int i = 0; i < count; ++i) {
@@ -229,61 +259,89 @@ template <typename Unit>
 void Asking::answer(const Unit *run, int first, int count)
 {
     if (m_starts == nullptr) {
-        m_starts = static_cast<std::uint8_t *>(zkAllocate(std::int64_t(m_room) * 2));
+        m_starts = static_cast<std::uint8_t *>(zkAllocate(static_cast<std::int64_t>(m_room) * 2));
     }
     int units = 0;
     const ZkUcs2 *const asked = unitsOf(run, count, &units);
     std::memset(m_starts, 0, static_cast<std::size_t>(units));
     m_breaker->findWords(asked, units, m_starts);
-    constexpr std::uint8_t kWords = ZkTextBreaks::LineAllowed | ZkTextBreaks::Word;
+    constexpr std::uint8_t kEnds = ZkTextBreaks::LineAllowed | ZkTextBreaks::Word;
     int unit = 0; // of what was asked; a code point may be two of them
     for (int i = 0; i < count; ++i) {
         std::uint8_t *const flags = m_flags + first + i;
         const bool isStart = m_starts[unit] != 0 && (*flags & ZkTextBreaks::Grapheme) != 0;
         if (i > 0) {
-            *flags = static_cast<std::uint8_t>((*flags & ~kWords) | (isStart ? kWords : 0));
+            *flags = static_cast<std::uint8_t>((*flags & ~kEnds) | (isStart ? kEnds : 0));
         }
         unit += run[i] >= 0x10000 ? 2 : 1;
     }
 }
 
 /// The records of a text for a `Divider`, looked up piece by piece in a fixed room.
-template <typename Unit>
+template <unsigned Kinds, typename Unit>
 void divide(const Unit *text, int units, Divider &divider)
 {
-    constexpr int kPiece = 256;
-    std::uint16_t records[kPiece + 1];
-    for (int first = 0; first < units;) {
-        const int last = zkLookUp(text, first, std::min(first + kPiece, units), units, records);
-        divider.read(records, first, last - first);
-        first = last;
+    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
+        divider.read<Kinds>(records, first, count);
+    });
+}
+
+/// What is asked for besides the text.
+struct Rules {
+    ZkTextBreaks::Unspaced unspaced;
+    ZkWordBreaker *breaker;
+    unsigned kinds; // flags
+};
+
+/// True when flags of no other kind are found besides.
+bool isOneKind(const Rules &rules)
+{
+    return rules.breaker == nullptr && (rules.kinds == ZkTextBreaks::Lines ||
+                                        rules.kinds == kClusters || rules.kinds == kWords);
+}
+
+/// What comes behind the state machines.
+template <typename Unit>
+void complete(const Unit *text, int units, std::uint8_t *flags, const Divider &divider,
+              const Rules &rules)
+{
+    finish(flags, units, rules.kinds);
+    if (rules.breaker != nullptr) {
+        Asking(rules.breaker, flags, units).read(text);
+    } else if (rules.unspaced == ZkTextBreaks::BetweenClusters && divider.hasUnspaced()) {
+        divideClusters(text, units, flags);
+    }
+    if (rules.kinds != kAll && !isOneKind(rules)) {
+        clearBut(flags, units, rules.kinds);
     }
 }
 
 template <typename Unit>
-void findIn(const Unit *text, int units, std::uint8_t *flags, ZkTextBreaks::Unspaced unspaced,
-            ZkWordBreaker *breaker)
+void findIn(const Unit *text, int units, std::uint8_t *flags, const Rules &rules)
 {
-    Divider divider(flags, unspaced == ZkTextBreaks::BetweenClusters && breaker == nullptr);
-    divide(text, units, divider);
-    finish(flags, units);
-    if (breaker != nullptr) {
-        Asking(breaker, flags, units).read(text);
+    Divider divider(flags);
+    // A breaker's words are looked at beside clusters.
+    switch (rules.breaker != nullptr ? kAll : rules.kinds) {
+    case ZkTextBreaks::Lines: divide<kLines>(text, units, divider); break;
+    case kClusters: divide<kClusters>(text, units, divider); break;
+    case kWords: divide<kWords>(text, units, divider); break;
+    default: divide<kAll>(text, units, divider); break;
     }
+    complete(text, units, flags, divider, rules);
 }
 
 } // namespace
 
 void ZkTextBreaks::find(const ZkUcs2 *text, int units, std::uint8_t *flags, Unspaced unspaced,
-                        ZkWordBreaker *breaker)
+                        ZkWordBreaker *breaker, unsigned kinds)
 {
-    findIn(text, units, flags, unspaced, breaker);
+    findIn(text, units, flags, {unspaced, breaker, kinds});
 }
 
 void ZkTextBreaks::find(const char32_t *text, int count, std::uint8_t *flags, Unspaced unspaced,
-                        ZkWordBreaker *breaker)
+                        ZkWordBreaker *breaker, unsigned kinds)
 {
-    findIn(text, count, flags, unspaced, breaker);
+    findIn(text, count, flags, {unspaced, breaker, kinds});
 }
 
 void ZkTextBreaks::find(const ZkTextCharacters &text, std::uint8_t *flags, Unspaced unspaced,
@@ -296,16 +354,14 @@ void ZkTextBreaks::find(const ZkTextCharacters &text, std::uint8_t *flags, Unspa
 void ZkTextBreaks::findRange(const ZkTextCharacters &text, int first, int last, std::uint8_t *flags,
                              Unspaced unspaced, ZkWordBreaker *breaker)
 {
-    Divider divider(flags, unspaced == BetweenClusters && breaker == nullptr);
-    divider.read(text.m_records + first, 0, last - first);
-    finish(flags, last - first);
-    if (breaker != nullptr) {
-        Asking asking(breaker, flags, last - first);
-        if (text.m_units != nullptr) {
-            asking.read(text.m_units + first);
-        } else {
-            asking.read(text.m_points + first);
-        }
+    Divider divider(flags);
+    const int count = last - first;
+    divider.read<kAll>(text.m_records + first, 0, count);
+    const Rules rules = {unspaced, breaker, kAll};
+    if (text.m_units != nullptr) {
+        complete(text.m_units + first, count, flags, divider, rules);
+    } else {
+        complete(text.m_points + first, count, flags, divider, rules);
     }
 }
 
@@ -325,8 +381,10 @@ ZkTextBreaks::~ZkTextBreaks()
 void ZkTextBreaks::reserve(int units)
 {
     if (units >= m_capacity) {
+        // The first text gets what it needs; one that grows gets room to grow on.
+        const std::int64_t slack = m_capacity == 0 ? 1 : static_cast<std::int64_t>(units) / 2 + 16;
         m_capacity =
-            static_cast<int>(std::min(std::int64_t(units) * 3 / 2 + 16, std::int64_t(INT32_MAX)));
+            static_cast<int>(std::min(units + slack, static_cast<std::int64_t>(INT32_MAX)));
         m_flags = static_cast<std::uint8_t *>(zkReallocate(m_flags, m_capacity));
     }
 }

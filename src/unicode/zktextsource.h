@@ -9,7 +9,10 @@ struct ZkTextSource {
     const char32_t *points;
 
     /// The unit or code point at `i`.
-    char32_t at(int i) const { return units != nullptr ? char32_t(units[i]) : points[i]; }
+    char32_t at(int i) const
+    {
+        return units != nullptr ? static_cast<char32_t>(units[i]) : points[i];
+    }
     /// The same text from `i` on.
     ZkTextSource from(int i) const
     {

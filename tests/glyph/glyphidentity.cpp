@@ -46,7 +46,7 @@ bool sameBytes(const GlyphBitmap &a, const GlyphBitmap &b)
            a.top == b.top && a.descent == b.descent && a.advance == b.advance &&
            a.font.size == b.font.size && a.font.flags == b.font.flags && a.pixels != nullptr &&
            b.pixels != nullptr &&
-           std::memcmp(a.pixels, b.pixels, std::size_t(a.width) * a.height) == 0;
+           std::memcmp(a.pixels, b.pixels, static_cast<std::size_t>(a.width) * a.height) == 0;
 }
 
 class GlyphIdentity : public testing::TestWithParam<const char *>
@@ -75,8 +75,9 @@ TEST_P(GlyphIdentity, EveryGlyphIsTheSameOnBothPaths)
             const ZkFont font = combination(
                 static_cast<int>(glyph * 5 + static_cast<unsigned>(i) * 11) % kCombinations);
             const GlyphBitmap &got = holder.glyph(face, glyph, font)->bitmap;
-            SCOPED_TRACE(testing::Message() << "glyph " << glyph << " at " << int(font.fontSize())
-                                            << " px, style " << int(font.attr().flags));
+            SCOPED_TRACE(testing::Message()
+                         << "glyph " << glyph << " at " << static_cast<int>(font.fontSize())
+                         << " px, style " << static_cast<int>(font.attr().flags));
             if (characters[glyph] != 0) {
                 classic.setTextFont(font);
                 const GlyphBitmap expected = classic.resloveUnicode(characters[glyph]);

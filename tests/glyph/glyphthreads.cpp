@@ -51,7 +51,7 @@ public:
     {
         const std::vector<unsigned char> &pixels =
             m_pixels.at(std::make_pair(glyph, size * 8 + style));
-        return pixels.size() == std::size_t(record.width) * record.height &&
+        return pixels.size() == static_cast<std::size_t>(record.width) * record.height &&
                std::equal(pixels.begin(), pixels.end(), record.pixels);
     }
 

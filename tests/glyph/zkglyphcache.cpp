@@ -48,7 +48,7 @@ void expectSums(const ZkGlyphCache::Stats &stats)
 {
     EXPECT_EQ(stats.bytes,
               stats.pixelBytes + stats.recordBytes + stats.tableBytes + stats.unusedBytes);
-    EXPECT_EQ(stats.recordBytes, std::size_t(stats.glyphs) * sizeof(ZkGlyph));
+    EXPECT_EQ(stats.recordBytes, static_cast<std::size_t>(stats.glyphs) * sizeof(ZkGlyph));
     EXPECT_GE(stats.peakBytes, stats.bytes);
     EXPECT_LE(stats.heldBytes + stats.tableBytes, stats.bytes);
 }
@@ -319,8 +319,8 @@ TEST(ZkGlyphCache, ASmallerBudgetHoldsAtOnce)
         EXPECT_GT(cache.stats().glyphs, 0);
     }
     cache.setBudget(1);
-    EXPECT_EQ(cache.budget(), std::size_t(ZkGlyphCache::LeastBudget));
-    EXPECT_LE(cache.stats().bytes, std::size_t(ZkGlyphCache::LeastBudget));
+    EXPECT_EQ(cache.budget(), static_cast<std::size_t>(ZkGlyphCache::LeastBudget));
+    EXPECT_LE(cache.stats().bytes, static_cast<std::size_t>(ZkGlyphCache::LeastBudget));
     cache.setBudget(200 << 10);
     fill(&cache, face, sized(32), 3, 1000);
     EXPECT_LE(cache.stats().bytes, 200u << 10);
@@ -462,7 +462,8 @@ TEST(ZkGlyphCache, PrewarmGoesOnWhereItStopped)
 TEST(ZkGlyphCache, SharedIsOne)
 {
     EXPECT_EQ(&ZkGlyphCache::shared(), &ZkGlyphCache::shared());
-    EXPECT_EQ(ZkGlyphCache::shared().budget(), std::size_t(ZkGlyphCache::DefaultBudget));
+    EXPECT_EQ(ZkGlyphCache::shared().budget(),
+              static_cast<std::size_t>(ZkGlyphCache::DefaultBudget));
     const ZkTypeface face = dejavu();
     ZkGlyphHolder holder;
     const ZkGlyph *const glyph = holder.glyph(face, 40, kPlain);

@@ -227,7 +227,8 @@ TEST(ZkTypeface, BorrowedBytesAreReleasedOnce)
     }
     EXPECT_EQ(released.calls, 1);
     EXPECT_EQ(released.bytes, good.data());
-    for (const std::size_t size : {std::size_t(0), std::size_t(20), good.size() / 2}) {
+    for (const std::size_t size :
+         {static_cast<std::size_t>(0), static_cast<std::size_t>(20), good.size() / 2}) {
         Released failed;
         const ZkTypeface face =
             ZkTypeface::fromBorrowed(good.data(), size, Released::release, &failed);
@@ -269,7 +270,8 @@ TEST(ZkTypeface, GlyphNumbersAreFreeTypes)
         FT_Face bare = nullptr;
         ASSERT_EQ(FT_New_Face(library, path, 0, &bare), 0);
         for (char32_t c = 0; c < 0x20000; ++c) {
-            ASSERT_EQ(face.glyphIndex(c), FT_Get_Char_Index(bare, c)) << std::hex << unsigned(c);
+            ASSERT_EQ(face.glyphIndex(c), FT_Get_Char_Index(bare, c))
+                << std::hex << static_cast<unsigned>(c);
         }
         for (char32_t c = 0x10FF00; c < 0x110100; ++c) {
             ASSERT_EQ(face.glyphIndex(c), FT_Get_Char_Index(bare, c));
@@ -358,7 +360,7 @@ TEST(ZkTypeface, AFontOfStrikesTakesTheNearest)
         const ZkGlyph *const glyph = holder.glyph(face, face.glyphIndex('A'), font);
         EXPECT_EQ(glyph->bitmap.width, 9);
         EXPECT_EQ(glyph->bitmap.advance, 10);
-        EXPECT_EQ(glyph->pixelSize(), unsigned(size));
+        EXPECT_EQ(glyph->pixelSize(), static_cast<unsigned>(size));
     }
 }
 
@@ -452,7 +454,8 @@ TEST(ZkTypeface, DamagedFontsGiveErrorsOrEmptyGlyphs)
                     const ZkFont font(static_cast<unsigned char>(size), true, true, true, false);
                     const GlyphBitmap &record = holder.glyph(face, glyph, font)->bitmap;
                     ASSERT_NE(record.pixels, nullptr);
-                    ASSERT_EQ(pixelsOf(record).size(), std::size_t(record.width) * record.height);
+                    ASSERT_EQ(pixelsOf(record).size(),
+                              static_cast<std::size_t>(record.width) * record.height);
                 }
             }
             face.metrics(20);

@@ -84,8 +84,8 @@ std::vector<Shown> glyphsOf(const std::u16string &text, const ZkTypeface &typefa
     const int count = paragraph.glyphs(0, &placed);
     std::vector<Shown> glyphs;
     for (int i = 0; i < count; ++i) {
-        glyphs.push_back({reinterpret_cast<const ZkGlyph *>(placed[i].glyph)->index(),
-                          placed[i].cluster});
+        glyphs.push_back(
+            {reinterpret_cast<const ZkGlyph *>(placed[i].glyph)->index(), placed[i].cluster});
     }
     return glyphs;
 }
@@ -101,7 +101,8 @@ std::uint32_t glyphAt(const std::vector<Shown> &glyphs, int unit)
     return 0;
 }
 
-bool holds(const std::vector<Shown> &glyphs, char32_t character, const ZkTypeface &typeface = face())
+bool holds(const std::vector<Shown> &glyphs, char32_t character,
+           const ZkTypeface &typeface = face())
 {
     const std::uint32_t index = typeface.glyphIndex(character);
     EXPECT_NE(index, 0u);
@@ -123,8 +124,7 @@ TEST(ArabicJoining, EveryLetterTakesTheFormThatItsNeighboursAskFor)
         ASSERT_TRUE(canBackward) << std::hex << int(code);
         for (const auto &before : kNeighbours) {
             for (const auto &after : kNeighbours) {
-                const std::u16string text =
-                    before.text + static_cast<char16_t>(code) + after.text;
+                const std::u16string text = before.text + static_cast<char16_t>(code) + after.text;
                 const bool joinedBefore = before.joinsForward && canBackward;
                 const bool joinedAfter = after.joinsBackward && canForward;
                 const char *form = joinedBefore && joinedAfter ? "<medial>"
@@ -199,13 +199,12 @@ TEST(ArabicJoining, PersianNonJoinerParts)
 {
     // "mi-shavad": the yeh does not join the sheen, and nothing is shown between them.
     const ZkTypeface dejaVu = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
-    const std::vector<Shown> glyphs =
-        glyphsOf(u"\u0645\u06CC\u200C\u0634\u0648\u062F", dejaVu);
+    const std::vector<Shown> glyphs = glyphsOf(u"\u0645\u06CC\u200C\u0634\u0648\u062F", dejaVu);
     ASSERT_EQ(glyphs.size(), 5u);
-    EXPECT_TRUE(holds(glyphs, 0xFEE3, dejaVu)); // MEEM INITIAL
-    EXPECT_TRUE(holds(glyphs, 0xFBFD, dejaVu)); // FARSI YEH FINAL
-    EXPECT_TRUE(holds(glyphs, 0xFEB7, dejaVu)); // SHEEN INITIAL
-    EXPECT_TRUE(holds(glyphs, 0xFEEE, dejaVu)); // WAW FINAL
+    EXPECT_TRUE(holds(glyphs, 0xFEE3, dejaVu));                                  // MEEM INITIAL
+    EXPECT_TRUE(holds(glyphs, 0xFBFD, dejaVu));                                  // FARSI YEH FINAL
+    EXPECT_TRUE(holds(glyphs, 0xFEB7, dejaVu));                                  // SHEEN INITIAL
+    EXPECT_TRUE(holds(glyphs, 0xFEEE, dejaVu));                                  // WAW FINAL
     EXPECT_TRUE(holds(glyphs, 0x062F, dejaVu) || holds(glyphs, 0xFEA9, dejaVu)); // DAL
 }
 

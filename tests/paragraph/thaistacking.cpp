@@ -107,7 +107,6 @@ TEST_P(ThaiStacking, WordsWithToneMarksAndSaraAm)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Fonts, ThaiStacking,
-                         testing::Values(ZK_FONT_FREESERIF, ZK_FONT_UNIFONT));
+INSTANTIATE_TEST_SUITE_P(Fonts, ThaiStacking, testing::Values(ZK_FONT_FREESERIF, ZK_FONT_UNIFONT));
 
 } // namespace

@@ -65,42 +65,18 @@ ZkString shown(const ZkParagraph &paragraph)
 const struct {
     const char *label, *inLeftToRight, *inRightToLeft;
 } kLabels[] = {
-    {"دمای موتور: ۹۰ درجه",
-     "هجرد ۹۰ :روتوم یامد",
-     "هجرد ۹۰ :روتوم یامد"},
-    {"۲۱٫۵ درجه",
-     "۲۱٫۵ هجرد",
-     "هجرد ۲۱٫۵"},
-    {"الساعة ١٢:٣٠",
-     "١٢:٣٠ ةعاسلا",
-     "١٢:٣٠ ةعاسلا"},
-    {"تاریخ: ۱۴۰۵/۰۹/۰۱",
-     "۱۴۰۵/۰۹/۰۱ :خیرات",
-     "۱۴۰۵/۰۹/۰۱ :خیرات"},
-    {"v2.4.1 (بناء 1207)",
-     "v2.4.1 (1207 ءانب)",
-     ")1207 ءانب( v2.4.1"},
-    {"משרד (5 GHz)",
-     "דרשמ (5 GHz)",
-     ")GHz 5( דרשמ"},
-    {"ל-21.5 מעלות",
-     "תולעמ 21.5-ל",
-     "תולעמ 21.5-ל"},
-    {"Wi-Fi: متصل",
-     "Wi-Fi: لصتم",
-     "لصتم :Wi-Fi"},
-    {"شبكة Wi-Fi متصلة",
-     "ةكبش Wi-Fi ةلصتم",
-     "ةلصتم Wi-Fi ةكبش"},
-    {"درجة الحرارة (خارج) 21°C",
-     "21 )جراخ( ةرارحلا ةجرد°C",
-     "C°21 )جراخ( ةرارحلا ةجرد"},
-    {"دکمهٔ «تأیید» را بزنید.",
-     "دینزب ار »دییأت« هٔمکد.",
-     ".دینزب ار »دییأت« هٔمکد"},
-    {"می‌شود",
-     "دوشیم",
-     "دوشیم"},
+    {"دمای موتور: ۹۰ درجه", "هجرد ۹۰ :روتوم یامد", "هجرد ۹۰ :روتوم یامد"},
+    {"۲۱٫۵ درجه", "۲۱٫۵ هجرد", "هجرد ۲۱٫۵"},
+    {"الساعة ١٢:٣٠", "١٢:٣٠ ةعاسلا", "١٢:٣٠ ةعاسلا"},
+    {"تاریخ: ۱۴۰۵/۰۹/۰۱", "۱۴۰۵/۰۹/۰۱ :خیرات", "۱۴۰۵/۰۹/۰۱ :خیرات"},
+    {"v2.4.1 (بناء 1207)", "v2.4.1 (1207 ءانب)", ")1207 ءانب( v2.4.1"},
+    {"משרד (5 GHz)", "דרשמ (5 GHz)", ")GHz 5( דרשמ"},
+    {"ל-21.5 מעלות", "תולעמ 21.5-ל", "תולעמ 21.5-ל"},
+    {"Wi-Fi: متصل", "Wi-Fi: لصتم", "لصتم :Wi-Fi"},
+    {"شبكة Wi-Fi متصلة", "ةكبش Wi-Fi ةلصتم", "ةلصتم Wi-Fi ةكبش"},
+    {"درجة الحرارة (خارج) 21°C", "21 )جراخ( ةرارحلا ةجرد°C", "C°21 )جراخ( ةرارحلا ةجرد"},
+    {"دکمهٔ «تأیید» را بزنید.", "دینزب ار »دییأت« هٔمکد.", ".دینزب ار »دییأت« هٔمکد"},
+    {"می‌شود", "دوشیم", "دوشیم"},
 };
 
 /// Characters behind which another paragraph begins, as far as direction goes. Not all
@@ -168,7 +144,7 @@ TEST(VisualOrder, IsThatOfIcuOnRandomText)
     chain.append(ZkTypeface::fromFile(ZK_FONT_UNIFONT));
     ZkParagraph paragraph;
     paragraph.setChain(chain);
-    int compared = 0;
+    int compared = 0, torn = 0;
     for (int seed = 1; seed <= scaledRounds(2000); ++seed) {
         Dice dice(static_cast<unsigned>(seed));
         paragraph.setText(paragraphlaws::randomText(dice, dice.roll(80)));
@@ -176,6 +152,13 @@ TEST(VisualOrder, IsThatOfIcuOnRandomText)
         paragraph.setMaximumLines(0);
         paragraph.setLetterSpacing(0);
         const ZkString text = paragraph.text();
+        // The algorithm passes over what is a neutral boundary: boxes of noncharacters stand
+        // beside either neighbour.
+        ZkTextCharacters characters;
+        characters.setText(text.constData(), text.size());
+        const auto isPlacedAtWill = [&](int unit) {
+            return characters.properties(unit).bidi == ZkCharacter::BidiBN;
+        };
         for (int i = 0; i < paragraph.lineCount(); ++i) {
             const ZkTextLine &line = paragraph.line(i);
             int start = line.first, end = line.first;
@@ -185,19 +168,32 @@ TEST(VisualOrder, IsThatOfIcuOnRandomText)
             while (end < text.size() && !partsParagraphs(text[end])) {
                 ++end;
             }
-            if (end < line.last - 1) {
-                continue; // such a control inside a line, or CR LF at its end
+            if (end < line.last - 1 || line.first == line.last) {
+                continue; // such a control inside a line, CR LF at its end, an empty line
             }
             end = std::max(end, line.last);
             const UBiDiLevel base = line.isRightToLeft ? 1 : 0;
-            const std::vector<int> mine = visualClusters(paragraph, i);
+            bool isTorn = false; // a cluster of two directions, which we keep together
+            for (const int cluster : paragraphlaws::clusterStarts(paragraph, line)) {
+                for (int u = cluster + 1; u < paragraph.nextCluster(cluster); ++u) {
+                    isTorn =
+                        isTorn || (characters.properties(u).bidi == ZkCharacter::BidiL) !=
+                                      (characters.properties(cluster).bidi == ZkCharacter::BidiL);
+                }
+            }
+            if (isTorn) {
+                ++torn;
+                continue;
+            }
+            std::vector<int> mine = visualClusters(paragraph, i);
+            mine.erase(std::remove_if(mine.begin(), mine.end(), isPlacedAtWill), mine.end());
             const std::vector<int> order = icuOrder(text, start, end, line.first, line.last, base);
-            ASSERT_EQ(mine, among(mine, order))
-                << "seed " << seed << ", line " << i;
+            ASSERT_EQ(mine, among(mine, order)) << "seed " << seed << ", line " << i;
             ++compared;
         }
     }
     EXPECT_GT(compared, scaledRounds(2000));
+    EXPECT_LT(torn, compared / 4);
 }
 
 } // namespace

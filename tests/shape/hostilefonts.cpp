@@ -113,8 +113,8 @@ ZkTypeface multiplying(std::size_t rules)
     const std::string multiply = word(1) + word(8) + word(1) +
                                  word(static_cast<unsigned>(8 + coverage.size())) + coverage +
                                  sequence;
-    font.replace("GSUB",
-                 substitutions(std::vector<std::pair<unsigned, std::string>>(rules, {2u, multiply})));
+    font.replace("GSUB", substitutions(
+                             std::vector<std::pair<unsigned, std::string>>(rules, {2u, multiply})));
     return ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
 }
 

@@ -78,7 +78,8 @@ inline std::string linesFollowEachOther(const ZkParagraph &paragraph)
     for (int i = 0; i < count; ++i) {
         const ZkTextLine &line = paragraph.line(i);
         if (line.first != position) {
-            return broken("line does not start where the one before ends:", i, line.first, position);
+            return broken("line does not start where the one before ends:", i, line.first,
+                          position);
         }
         if (line.last < line.first || line.last > size ||
             (line.last == line.first && i + 1 < count)) {
@@ -121,7 +122,8 @@ inline std::string breaksAreAllowed(const ZkParagraph &paragraph, ZkWordBreaker 
             continue;
         }
         const unsigned flags = breaks.flags()[end];
-        if (text.size() > 0 && end > 0 && (flags & ZkTextBreaks::Grapheme) == 0 && end != text.size()) {
+        if (text.size() > 0 && end > 0 && (flags & ZkTextBreaks::Grapheme) == 0 &&
+            end != text.size()) {
             return broken("line ends inside a cluster:", i, end);
         }
         if (line.endsHard) {
@@ -168,8 +170,11 @@ inline std::string linesFit(const ZkParagraph &paragraph)
         // What takes no room stays with its line; all that the dots stand for is in one place.
         std::vector<int> places;
         for (const int start : clusterStarts(paragraph, line)) {
-            if (mayHang(paragraph.text().at(start))) {
-                continue;
+            const ZkUcs2 c = paragraph.text().at(start);
+            const bool isAlef = c == 0x622 || c == 0x623 || c == 0x625 || c == 0x627;
+            if (mayHang(c) || (isAlef && start > 0 &&
+                               paragraph.text().at(paragraph.previousCluster(start)) == 0x644)) {
+                continue; // an alef is one glyph with the lam before it
             }
             for (const ZkRect &rect : paragraph.selection(start, paragraph.nextCluster(start))) {
                 places.push_back(rect.left());
@@ -293,7 +298,8 @@ inline std::string stepsAreUndone(const ZkParagraph &paragraph)
             return broken("nextCluster does not go on:", i, next);
         }
         if (paragraph.previousCluster(next) != i) {
-            return broken("previousCluster does not undo:", i, next, paragraph.previousCluster(next));
+            return broken("previousCluster does not undo:", i, next,
+                          paragraph.previousCluster(next));
         }
         i = next;
     }
@@ -381,7 +387,8 @@ inline std::string extremesAreTrue(ZkParagraph &paragraph)
     if (problem.empty() && paragraph.width() > std::max(1, minimum)) {
         problem = broken("a line is wider than minWidth:", minimum, paragraph.width());
     }
-    if (problem.empty() && minimum > 1) {
+    // A line need not end at a soft hyphen: without its hyphen the word may be narrower.
+    if (problem.empty() && minimum > 1 && paragraph.text().indexOf(ZkUcs2(0xAD)) < 0) {
         paragraph.setWidth(minimum - 1);
         if (paragraph.width() < minimum) {
             problem = broken("minWidth could be less:", minimum, paragraph.width());
@@ -414,23 +421,23 @@ inline void appendCharacter(std::vector<ZkUcs2> &text, Dice &dice, int script)
 {
     static const struct {
         char32_t first, last;
-    } kLetters[] = {{0x61, 0x7A},     {0x410, 0x44F},   {0x621, 0x64A},     {0x671, 0x6D3},
-                    {0x5D0, 0x5EA},   {0xE01, 0xE4E},   {0x4E00, 0x4F00},   {0xAC00, 0xAD00},
-                    {0x915, 0x94D},   {0xE81, 0xEB9},   {0x3041, 0x30FF},   {0x3B1, 0x3C9},
-                    {0x700, 0x74A},   {0x1F600, 0x1F64F}, {0x1200, 0x1250}, {0x1780, 0x17D0}};
+    } kLetters[] = {{0x61, 0x7A},   {0x410, 0x44F},     {0x621, 0x64A},   {0x671, 0x6D3},
+                    {0x5D0, 0x5EA}, {0xE01, 0xE4E},     {0x4E00, 0x4F00}, {0xAC00, 0xAD00},
+                    {0x915, 0x94D}, {0xE81, 0xEB9},     {0x3041, 0x30FF}, {0x3B1, 0x3C9},
+                    {0x700, 0x74A}, {0x1F600, 0x1F64F}, {0x1200, 0x1250}, {0x1780, 0x17D0}};
     static const char32_t kSigns[] = {
-        0x20,   0x20,   0x20,   0x20,   0x20,   0x2E,   0x2C,   0x28,   0x29,   0x2D,   0x3A,
-        0x31,   0x32,   0x660,  0x6F1,  0x0A,   0x0D,   0x09,   0xAD,   0x200C, 0x200D, 0x200E,
-        0x200F, 0x202A, 0x202B, 0x202C, 0x202D, 0x202E, 0x2066, 0x2067, 0x2068, 0x2069, 0x300,
-        0x301,  0x323,  0x64B,  0x651,  0x670,  0x5B0,  0x5C1,  0x640,  0x644,  0x627,  0x2028,
-        0x2029, 0x0B,   0x0C,   0x85,   0xA0,   0x200B, 0x3000, 0x2007, 0xFE0F, 0xD800, 0xDC00,
-        0x1F1E9, 0x1F1EA, 0x1F3FB, 0xFFFC, 0x00,  0x7F,   0xFFFF, 0xE33,   0xE48};
+        0x20,    0x20,    0x20,    0x20,   0x20,   0x2E,   0x2C,   0x28,   0x29,   0x2D,   0x3A,
+        0x31,    0x32,    0x660,   0x6F1,  0x0A,   0x0D,   0x09,   0xAD,   0x200C, 0x200D, 0x200E,
+        0x200F,  0x202A,  0x202B,  0x202C, 0x202D, 0x202E, 0x2066, 0x2067, 0x2068, 0x2069, 0x300,
+        0x301,   0x323,   0x64B,   0x651,  0x670,  0x5B0,  0x5C1,  0x640,  0x644,  0x627,  0x2028,
+        0x2029,  0x0B,    0x0C,    0x85,   0xA0,   0x200B, 0x3000, 0x2007, 0xFE0F, 0xD800, 0xDC00,
+        0x1F1E9, 0x1F1EA, 0x1F3FB, 0xFFFC, 0x00,   0x7F,   0xFFFF, 0xE33,  0xE48};
     const int kind = dice.roll(100);
     char32_t c = 0;
     if (kind < 70) {
         const auto &range = kLetters[script];
-        c = range.first + static_cast<char32_t>(
-                              dice.roll(static_cast<int>(range.last - range.first + 1)));
+        c = range.first +
+            static_cast<char32_t>(dice.roll(static_cast<int>(range.last - range.first + 1)));
     } else if (kind < 98) {
         c = kSigns[dice.roll(static_cast<int>(std::size(kSigns)))];
     } else {
@@ -460,8 +467,13 @@ inline ZkString randomText(Dice &dice, int length)
 inline ZkFont randomFont(Dice &dice)
 {
     static const unsigned char kSizes[] = {8, 12, 16, 16, 16, 24, 33};
-    return ZkFont(kSizes[dice.roll(7)], dice.chance(10), dice.chance(10), dice.chance(10),
-                  dice.chance(20));
+    ZkFontAttr attr = {}; // one roll after the other: compilers order arguments as they like
+    attr.size = kSizes[dice.roll(7)];
+    for (const unsigned flag :
+         {ZkFontAttr::Slant, ZkFontAttr::Embolden, ZkFontAttr::Outline, ZkFontAttr::Underline}) {
+        attr.flags = static_cast<std::uint8_t>(attr.flags | (dice.chance(10) ? flag : 0U));
+    }
+    return ZkFont(attr);
 }
 
 /// Settings of every kind, spans among them.
@@ -481,7 +493,9 @@ inline void setRandomly(ZkParagraph &paragraph, Dice &dice)
     paragraph.clearSpans();
     for (int i = dice.roll(5); i > 0; --i) {
         const int first = dice.roll(paragraph.text().size() + 2) - 1;
-        paragraph.setSpan(first, first + dice.roll(30), randomFont(dice), dice.roll(5));
+        const int last = first + dice.roll(30);
+        const ZkFont font = randomFont(dice);
+        paragraph.setSpan(first, last, font, dice.roll(5));
     }
 }
 

@@ -51,6 +51,7 @@ void drawAll(const std::string &folder, const std::string &texts, const demo::Fo
         {"alignment", demo::alignmentPage(texts, fonts)},
         {"scripts", demo::scriptsPage(fonts)},
         {"settings", demo::settingsPage(fonts)},
+        {"chain", demo::chainPage(fonts)},
     };
     for (const auto &page : pages) {
         save(folder, page.first, page.second.canvas());
@@ -65,12 +66,20 @@ void drawAll(const std::string &folder, const std::string &texts, const demo::Fo
 
 int main(int argc, char **argv)
 {
-    if (argc != 7) {
-        std::fprintf(stderr, "usage: demo-pages OUT TEXTS DEJAVU FREESERIF MICROHEI UNIFONT\n");
+    if (argc != 7 && argc != 8) {
+        std::fprintf(
+            stderr,
+            "usage: demo-pages OUT TEXTS DEJAVU FREESERIF MICROHEI UNIFONT [NOTO-FOLDER]\n");
         return 2;
     }
     try {
-        drawAll(argv[1], argv[2], {argv[3], argv[4], argv[5], argv[6]});
+        const demo::Fonts fonts = {argv[3], argv[4], argv[5], argv[6]};
+#ifdef ZK_WITH_SHAPE
+        if (argc == 8) {
+            save(argv[1], "every-script", demo::everyScriptPage(argv[7], fonts).canvas());
+        }
+#endif
+        drawAll(argv[1], argv[2], fonts);
     } catch (const std::exception &failure) {
         std::fprintf(stderr, "demo-pages: %s\n", failure.what());
         return 1;

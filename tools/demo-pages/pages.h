@@ -31,6 +31,13 @@ Page alignmentPage(const std::string &textFolder, const Fonts &fonts);
 /// A word in every script, from one font for all.
 Page scriptsPage(const Fonts &fonts);
 
+/// Five scripts from a chain of four typefaces, each letter in its typeface's colour.
+Page chainPage(const Fonts &fonts);
+
+/// Twelve scripts that HarfBuzz shapes, in the fonts of a folder. Only in builds with
+/// libzkshape.
+Page everyScriptPage(const std::string &notoFolder, const Fonts &fonts);
+
 /// The settings of a device, in English and mirrored in Arabic.
 Page settingsPage(const Fonts &fonts);
 

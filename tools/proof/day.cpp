@@ -74,7 +74,7 @@ void layOut(const char *text, const ZkFont &font, Sum *sum)
             sum->add(glyph->unicode);
             sum->add(glyph->advance);
             if (glyph->pixels != nullptr) {
-                sum->add(glyph->pixels, std::size_t(glyph->width) * glyph->height);
+                sum->add(glyph->pixels, static_cast<std::size_t>(glyph->width) * glyph->height);
             }
         }
     }

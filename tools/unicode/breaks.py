@@ -267,9 +267,11 @@ def word_verdict(state, name, pictographic):
 
 
 class Machine:
-    """A minimal table of the states that `step` reaches from `start` over `classes`."""
+    """A minimal table of the states that `step` reaches from `start` over `classes`.
 
-    def __init__(self, start, step, classes):
+    Those at the places `apart` share no column with others."""
+
+    def __init__(self, start, step, classes, apart=()):
         numbers, order, moves, verdicts = {start: 0}, [start], [], []
         for state in order:  # grows
             steps = [step(state, cls) for cls in classes]
@@ -291,10 +293,10 @@ class Machine:
         rows = [[(verdicts[state][i], groups[moves[state][i]]) for i in range(len(classes))]
                 for _, state in sorted(members.items())]
         columns = {}
-        self.columns = [columns.setdefault(tuple(row[i] for row in rows), len(columns))
-                        for i in range(len(classes))]
+        self.columns = [columns.setdefault((i in apart, tuple(row[i] for row in rows)),
+                                           len(columns)) for i in range(len(classes))]
         self.width = len(columns)
-        self.rows = list(zip(*columns))
+        self.rows = list(zip(*(column for _, column in columns)))
         for row in self.rows[self.first_hard:]:
             assert all(verdict in (MUST, NO) for verdict, _ in row)
         assert len(self.rows) <= 64 and groups[0] == 0
@@ -314,9 +316,11 @@ class Machine:
 
 
 def line_machine():
-    names = database.enumerators(HEADER, "Line")
+    names = pad(database.enumerators(HEADER, "Line"), 64)
+    # Letters of scripts without spaces do as others, but the reader wants to know of them.
     return Machine(LINE_START, line_machine_step,
-                   [line_class(name, variant) for variant in (0, 1) for name in pad(names, 64)])
+                   [line_class(name, variant) for variant in (0, 1) for name in names],
+                   apart=[names.index("SA")])
 
 
 def pad(names, count):
@@ -337,8 +341,19 @@ def word_machine():
 
 
 # An entry is the state that follows, and in the two upper bits what happens before the
-# character. Behind a hard end of line, which the last states are, "yes" means "must".
-VERDICTS = {NO: 0, YES: 1, MUST: 1, DOUBT: 2, REVOKE: 3}
+# character. Behind a hard end of line, which the last states are, the numbers of doubt and
+# revocation mean something else: all that is not plain has the highest bit.
+VERDICTS = {NO: 0, YES: 1, DOUBT: 2, REVOKE: 3}
+BEHIND_HARD = {NO: 2, MUST: 3}
+
+TABLES = os.path.join(HERE, "..", "..", "src", "unicode", "zkbreaktables.h")
+
+
+def check_constant(name, value):
+    """The header says how wide each table is, so that the compiler knows."""
+    with open(TABLES, encoding="ascii") as file:
+        if f"constexpr unsigned {name} = {value};" not in file.read():
+            database.fail(f"zkbreaktables.h must say {name} = {value}")
 
 
 def in_lines(items):
@@ -347,7 +362,10 @@ def in_lines(items):
 
 
 def arrays(name, machine):
-    following = [VERDICTS[verdict] << 6 | state for row in machine.rows for verdict, state in row]
+    following = []
+    for number, row in enumerate(machine.rows):
+        verdicts = VERDICTS if number < machine.first_hard else BEHIND_HARD
+        following += [verdicts[verdict] << 6 | state for verdict, state in row]
     text = "\n".join(
         f"const std::uint8_t kZk{name}{part}[{len(items)}] = {{\n{in_lines(items)}\n}};\n"
         for part, items in (("Columns", machine.columns), ("Next", following)))
@@ -366,9 +384,12 @@ def main(arguments):
     made = [arrays(*entry) for entry in machines]
     sizes = "\n".join("//   " + size for _, size, _ in made)
     definitions = "\n".join(text for text, _, _ in made)
-    widths = "".join(f"const int kZk{name}Width = {machine.width};\n"
-                     for name, machine in machines)
-    widths += f"const int kZkLineFirstHard = {machines[0][1].first_hard};\n"
+    for name, machine in machines:
+        check_constant(f"kZk{name}Width", machine.width)
+    line = machines[0][1]
+    check_constant("kZkLineFirstHard", line.first_hard)
+    check_constant("kZkLineUnspaced",
+                   line.columns[database.enumerators(HEADER, "Line").index("SA")])
     database.write(output, f"""\
 // Made by tools/unicode/breaks.py, which has the rules of Unicode {database.VERSION}. Do not edit.
 //
@@ -378,8 +399,7 @@ def main(arguments):
 
 // clang-format off
 
-{definitions}
-{widths}""")
+{definitions}""")
     print(sizes.replace("//   ", ""))
     print(sum(size for _, _, size in made), "bytes")
 

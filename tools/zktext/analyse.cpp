@@ -35,18 +35,18 @@ ZkBidi::Direction directionOf(const std::string &name)
 std::string utf8Of(char32_t c)
 {
     std::string bytes;
-    const auto more = [&](int shift) { bytes += char(0x80 | (c >> shift & 0x3F)); };
+    const auto more = [&](int shift) { bytes += static_cast<char>(0x80 | (c >> shift & 0x3F)); };
     if (c < 0x80) {
-        bytes += char(c);
+        bytes += static_cast<char>(c);
     } else if (c < 0x800) {
-        bytes += char(0xC0 | c >> 6);
+        bytes += static_cast<char>(0xC0 | c >> 6);
         more(0);
     } else if (c < 0x10000) {
-        bytes += char(0xE0 | c >> 12);
+        bytes += static_cast<char>(0xE0 | c >> 12);
         more(6);
         more(0);
     } else {
-        bytes += char(0xF0 | c >> 18);
+        bytes += static_cast<char>(0xF0 | c >> 18);
         more(12);
         more(6);
         more(0);
@@ -117,7 +117,7 @@ std::string picture(const AnalyseCommand &command, const host::Analysis &analysi
     const host::FaceFile font(command.font.path());
     const host::AnalysisPicture drawing(analysis, font.face(), command.font.size,
                                         command.width - 2 * kMargin);
-    const std::int64_t height = std::int64_t(drawing.height()) + 2 * kMargin;
+    const std::int64_t height = static_cast<std::int64_t>(drawing.height()) + 2 * kMargin;
     if (height * command.width > kMostPixels) {
         throw Failure("the picture would be too large");
     }

@@ -20,6 +20,9 @@ void addLayout(CLI::App &program);
 void addGlyph(CLI::App &program);
 void addCoverage(CLI::App &program);
 void addBmp(CLI::App &program);
+void addFaces(CLI::App &program);
+void addCache(CLI::App &program);
+void addPack(CLI::App &program);
 void addAnalyse(CLI::App &program);
 
 } // namespace zktext

@@ -143,9 +143,12 @@ void addRow(std::string &out, const char *format, Values... values)
 
 } // namespace
 
-Flow::Flow(const LayoutOptions &options) : text(options.readText()), box(options.textBox())
+Flow::Flow(const LayoutOptions &options)
+    : text(options.readText()), shaping(options.shaping), box(options.textBox())
 {
     const ZkFont font = options.font.font();
+    paragraph.setShaper(shaping.shaper.get());
+    paragraph.setWordBreaker(shaping.words.get());
     paragraph.setChain(chainOf(options.font));
     paragraph.setFont(font);
     paragraph.setUtf8(text.data(), static_cast<int>(text.size()));

@@ -18,6 +18,7 @@ struct Flow {
     explicit Flow(const LayoutOptions &options);
 
     std::string text; ///< UTF-8, as it was read
+    Shaping shaping;  // outlives the paragraph
     ZkParagraph paragraph;
     ZkRect box;                      ///< as wide as asked for, or as the text
     int top;                         ///< row of the paragraph's first row

@@ -35,6 +35,9 @@ int run(int argc, char **argv)
     zktext::addGlyph(program);
     zktext::addCoverage(program);
     zktext::addBmp(program);
+    zktext::addFaces(program);
+    zktext::addCache(program);
+    zktext::addPack(program);
     zktext::addAnalyse(program);
     program.footer("Status: 0 done, 1 failed, 2 wrong options.");
     try {

@@ -182,6 +182,7 @@ void LayoutOptions::add(CLI::App &command)
     command.add_flag("--no-cutting", noCutting, "Leave words whole that are wider than the box");
     command.add_option("--span", spans, "Colour and size of a part: FIRST,LAST,#RRGGBB[,SIZE]")
         ->allow_extra_args(false);
+    shaping.add(command);
     command.add_option("--valign", valign, "top, center or bottom")
         ->capture_default_str()
         ->check(CLI::IsMember({"top", "center", "bottom"}));
@@ -224,6 +225,10 @@ void LayoutOptions::check() const
         throw CLI::ValidationError("--classic", "has no direction, ellipsis, limit of lines, tab "
                                                 "stops, kerning, cutting or spans");
     }
+    if (classic && shaping.shaper != "simple") {
+        throw CLI::ValidationError("--shaper", "is not for --classic");
+    }
+    shaping.check();
     if (classic && font.files.size() > 1) {
         throw CLI::ValidationError("--font", "--classic takes one font");
     }

@@ -2,6 +2,7 @@
 #define ZKTEXT_OPTIONS_H
 
 #include "commands.h"
+#include "shaping.h"
 #include "textblock.h"
 
 #include <cstdint>
@@ -64,6 +65,7 @@ struct LayoutOptions {
     bool noKerning = false;
     bool noCutting = false;
     std::vector<std::string> spans;
+    ShapingOptions shaping;
 
     void add(CLI::App &command);
 

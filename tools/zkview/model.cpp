@@ -17,8 +17,8 @@ namespace
 constexpr int kReach = 7;      // pixels from the edge of the box, to take hold of it
 constexpr int kNarrowest = 24; // wrap width
 constexpr int kSheetMargin = 16;
-constexpr int kBoxMargin = 24;  // from the sheet to the text box
-constexpr int kFootHeight = 92; // status and help, below the sheet
+constexpr int kFootHeight = 114; // status and help, below the sheet
+constexpr int kBoxMargin = 24;   // from the sheet to the text box
 
 ZkString textOf(const std::string &utf8)
 {
@@ -350,7 +350,7 @@ void Model::countCache()
 {
     if (!m_state.classic) {
         const ZkGlyphCache::Stats stats = ZkGlyphCache::shared().stats();
-        m_figures = {static_cast<int>(stats.bytes), stats.glyphs, stats.heldGlyphs};
+        m_figures = {static_cast<int>(stats.bytes), stats.glyphs, stats.heldGlyphs, stats};
         return;
     }
     m_figures.pixelBytes = ZkFontCache::instance()->pixelBytes();

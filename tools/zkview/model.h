@@ -8,6 +8,8 @@
 #include "textblock.h"
 #include "textfield.h"
 
+#include <zkglyphcache.h>
+
 #include <memory>
 #include <set>
 #include <string>
@@ -39,6 +41,9 @@ struct CacheFigures {
     int pixelBytes = 0; ///< of paragraphs: records and table too
     int glyphs = 0;     ///< records handed out since the font was opened
     int withPixels = 0; ///< those of them that were not trimmed; of paragraphs, held ones
+
+    /// All that the shared cache tells, under the limit as its budget; of paragraphs alone.
+    ZkGlyphCache::Stats chain = {};
 };
 
 /// The program without its window: takes events, keeps the state, draws the picture.

@@ -155,7 +155,8 @@ void Model::drawText()
 void Model::drawLevels()
 {
     if (!m_face) {
-        m_face = std::make_unique<host::FaceFile>(m_fonts[std::size_t(m_state.font)].path);
+        m_face =
+            std::make_unique<host::FaceFile>(m_fonts[static_cast<std::size_t>(m_state.font)].path);
     }
     const host::Analysis analysis(std::vector<ZkUcs2>(m_state.text.begin(), m_state.text.end()),
                                   ZkBidi::Auto);
@@ -215,6 +216,14 @@ void Model::drawStatus()
                    ? m_state.classic ? "right to left (Left and Right swapped)" : "right to left"
                    : "left to right"),
           kSoft, host::AlignLeft, 14);
+    if (!m_state.classic) {
+        const ZkGlyphCache::Stats &chain = m_figures.chain;
+        label(ZkRect(around.left(), top + 44, around.right(), top + 65),
+              "Since the start: " + grouped(static_cast<int>(chain.misses)) + " rendered, " +
+                  grouped(static_cast<int>(chain.evictions)) + " evicted, " +
+                  grouped(static_cast<int>(chain.refills)) + " of them again",
+              chain.overBytes > 0 ? kFull : kSoft, host::AlignLeft, 14);
+    }
 }
 
 void Model::drawHelp()

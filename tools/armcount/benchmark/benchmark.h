@@ -56,6 +56,7 @@ public:
     int thread_index() const { return 0; }
     void SetItemsProcessed(std::int64_t items) { m_items = items; }
     void SetBytesProcessed(std::int64_t) {}
+    void SetIterationTime(double) {}
     void SkipWithError(const char *why);
     void PauseTiming();
     void ResumeTiming();
@@ -78,6 +79,7 @@ struct Benchmark {
     Benchmark *Threads(int) { return this; }
     Benchmark *Iterations(std::int64_t) { return this; }
     Benchmark *UseRealTime() { return this; }
+    Benchmark *UseManualTime() { return this; }
 };
 
 Benchmark *addCase(const char *name, std::function<void(State &)> run);

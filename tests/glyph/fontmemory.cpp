@@ -1,0 +1,246 @@
+// Each allocation of opening, rendering, evicting, saving and loading fails once. The
+// outcome is an error or an empty glyph; nothing is lost and nothing leaks, and with memory
+// back the same work gives what it always gave.
+
+#include "zkfontchain.h"
+#include "zkglyphcache.h"
+
+#include "bareglyph.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#    define ZK_MALLOC_IS_THE_SANITIZERS 1
+#elif defined(__has_feature)
+#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#        define ZK_MALLOC_IS_THE_SANITIZERS 1
+#    endif
+#endif
+
+namespace
+{
+
+int allocations = 0;
+int failing = -1; // the number of the allocation that gets nothing; -1 for none
+int living = 0;   // blocks
+
+} // namespace
+
+#ifndef ZK_MALLOC_IS_THE_SANITIZERS
+// These stand before the C library's own, and FreeType's come from them.
+extern "C" void *__libc_malloc(std::size_t);
+extern "C" void *__libc_realloc(void *, std::size_t);
+extern "C" void *__libc_calloc(std::size_t, std::size_t);
+extern "C" void __libc_free(void *);
+
+namespace
+{
+
+constexpr bool kCanFail = true;
+
+bool fails()
+{
+    return allocations++ == failing;
+}
+
+void *counted(void *block)
+{
+    living += block != nullptr ? 1 : 0;
+    return block;
+}
+
+} // namespace
+
+extern "C" void *malloc(std::size_t bytes) noexcept
+{
+    return fails() ? nullptr : counted(__libc_malloc(bytes));
+}
+
+extern "C" void *calloc(std::size_t count, std::size_t bytes) noexcept
+{
+    return fails() ? nullptr : counted(__libc_calloc(count, bytes));
+}
+
+extern "C" void *realloc(void *block, std::size_t bytes) noexcept
+{
+    if (fails()) {
+        return nullptr;
+    }
+    return block == nullptr ? counted(__libc_realloc(block, bytes)) : __libc_realloc(block, bytes);
+}
+
+extern "C" void free(void *block) noexcept
+{
+    living -= block != nullptr ? 1 : 0;
+    __libc_free(block);
+}
+#else
+namespace
+{
+
+constexpr bool kCanFail = false;
+
+} // namespace
+#endif
+
+namespace
+{
+
+const ZkFont kFont(20, true, true, true, false);
+
+// Runs `work` with one allocation after the other failing until none does any more. It
+// must leave as many blocks as it found, which `work` may put in order with `failing` -1.
+template <typename Work>
+void failEach(Work work)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    work(); // what is made once and kept
+    int made = 1, tried = 0;
+    for (int number = 0; number < made; ++number) {
+        SCOPED_TRACE(testing::Message() << "allocation " << number);
+        const int before = living;
+        allocations = 0;
+        failing = number;
+        work();
+        failing = -1;
+        made = std::max(made, allocations);
+        ASSERT_EQ(living, before) << "leaks";
+        ASSERT_FALSE(testing::Test::HasFailure());
+        ++tried;
+        ASSERT_LT(tried, 100000);
+    }
+    EXPECT_GT(tried, 3);
+}
+
+std::size_t releases = 0;
+
+void release(const void *, void *)
+{
+    ++releases;
+}
+
+bool isWhole(const GlyphBitmap &got, const BareFont::Glyph &expected)
+{
+    return got.width == expected.width && got.height == expected.height &&
+           std::equal(expected.pixels.begin(), expected.pixels.end(), got.pixels);
+}
+
+} // namespace
+
+TEST(FontMemory, OpeningFailsWithAnError)
+{
+    failEach([] {
+        for (const char *path : {ZK_FONT_DEJAVU, ZK_FONT_UNIFONT, ZK_FONT_MICROHEI}) {
+            const ZkTypeface face = ZkTypeface::fromFile(path);
+            if (!face.isValid()) {
+                EXPECT_EQ(face.error(), ZkTypeface::OutOfMemory);
+                EXPECT_NE(face.errorText()[0], 0);
+            }
+            const ZkTypeface missing = ZkTypeface::fromFile("/nonexistent");
+            EXPECT_FALSE(missing.isValid());
+        }
+    });
+}
+
+TEST(FontMemory, BorrowedBytesAreReleasedOnceWhicheverFails)
+{
+    const ZkTypeface whole = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    failEach([&whole] {
+        releases = 0;
+        {
+            const ZkTypeface face =
+                ZkTypeface::fromBorrowed(whole.data(), whole.dataSize(), release, nullptr);
+            EXPECT_EQ(releases, face.isValid() ? 0u : 1u);
+            const ZkTypeface copied = ZkTypeface::fromMemory(whole.data(), whole.dataSize());
+            EXPECT_TRUE(copied.isValid() || copied.error() == ZkTypeface::OutOfMemory);
+        }
+        EXPECT_EQ(releases, 1u);
+    });
+}
+
+TEST(FontMemory, RenderingGivesTheGlyphOrAnEmptyOneThatIsTriedAgain)
+{
+    const BareFont bare(ZK_FONT_DEJAVU);
+    std::vector<BareFont::Glyph> expected;
+    for (std::uint32_t glyph = 40; glyph < 60; ++glyph) {
+        expected.push_back(bare.renderGlyph(glyph, kFont));
+    }
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    ZkGlyphCache cache(16 << 10); // which evicts meanwhile
+    failEach([&] {
+        ZkGlyphHolder holder(cache);
+        for (std::uint32_t i = 0; i < 20; ++i) {
+            const ZkGlyph *const glyph = holder.glyph(face, 40 + i, kFont);
+            ASSERT_NE(glyph, nullptr);
+            EXPECT_TRUE(glyph->isFailed() || isWhole(glyph->bitmap, expected[i]));
+            failing = glyph->isFailed() ? -1 : failing;
+            EXPECT_TRUE(isWhole(holder.glyph(face, 40 + i, kFont)->bitmap, expected[i]));
+        }
+        failing = -1;
+        holder.clear();
+        cache.clear();
+        EXPECT_EQ(cache.stats().glyphs, 0);
+        EXPECT_LE(cache.stats().bytes, cache.stats().budget);
+    });
+}
+
+TEST(FontMemory, ChainsAndQuestionsOfCharactersAnswerAllTheSame)
+{
+    const ZkTypeface latin = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    const ZkTypeface cjk = ZkTypeface::fromFile(ZK_FONT_MICROHEI);
+    const std::uint32_t a = latin.glyphIndex('a');
+    failEach([&] {
+        ZkFontChain chain;
+        const bool isWhole = chain.append(latin) && chain.append(cjk);
+        const ZkFontList faces = chain.faces();
+        EXPECT_EQ(faces.size() == 2, isWhole);
+        for (int again = 0; again < 2 && isWhole; ++again) {
+            EXPECT_EQ(faces.find('a'), 0);
+            EXPECT_EQ(faces.find(0x4E2D), 1);
+            EXPECT_EQ(faces.find(0x10FFFF), -1);
+        }
+        const int saved = failing; // a font of its own has asked for nothing yet
+        failing = -1;
+        const ZkTypeface fresh = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+        failing = saved;
+        EXPECT_EQ(fresh.glyphIndex('a'), a);
+        EXPECT_EQ(fresh.kerning(a, a, 20), latin.kerning(a, a, 20));
+    });
+}
+
+TEST(FontMemory, PacksAreWrittenAndLoadedOrNot)
+{
+    const ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
+    const ZkTypeface face = chain.at(0);
+    const std::string path = "/tmp/zkfontmemory" + std::to_string(getpid());
+    ZkGlyphCache cache(0);
+    for (std::uint32_t glyph = 40; glyph < 300; ++glyph) {
+        ZkGlyphHolder(cache).glyph(face, glyph, kFont);
+    }
+    ASSERT_EQ(cache.save(path.c_str(), chain), 260);
+    failEach([&] {
+        const int saved = cache.save(path.c_str(), chain);
+        EXPECT_TRUE(saved == 260 || saved == -1);
+        const int before = failing;
+        failing = -1;
+        ZkGlyphCache other(0);
+        failing = before;
+        const int loaded = other.load(path.c_str(), chain);
+        EXPECT_TRUE(loaded >= -1 && loaded <= 260) << "what there is memory for";
+        failing = -1;
+        // Where the system gives no slab another glyph goes, as when one is rendered.
+        EXPECT_LE(other.stats().glyphs, std::max(loaded, 0));
+        const int there = other.stats().glyphs;
+        EXPECT_EQ(other.load(path.c_str(), chain), 260 - there);
+    });
+    unlink(path.c_str());
+}

@@ -1,0 +1,538 @@
+#include <zkparagraph.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+/// Each rule of the layout by itself, in DejaVu Sans at 16 pixels: a space is 5 wide there.
+class Paragraph : public testing::Test
+{
+protected:
+    Paragraph()
+    {
+        ZkFontChain chain;
+        chain.append(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
+        paragraph.setChain(chain);
+        paragraph.setFont(font(16));
+    }
+
+    static ZkFont font(int size)
+    {
+        return ZkFont(static_cast<unsigned char>(size), false, false, false, false);
+    }
+
+    int widthOf(const char *text)
+    {
+        ZkParagraph other;
+        other.setChain(paragraph.chain());
+        other.setFont(paragraph.font());
+        other.setUtf8(text);
+        return other.width();
+    }
+
+    /// The units that each line ends before.
+    std::vector<int> ends()
+    {
+        std::vector<int> result;
+        for (int i = 0; i < paragraph.lineCount(); ++i) {
+            result.push_back(paragraph.line(i).last);
+        }
+        return result;
+    }
+
+    /// First units of the placed glyphs of a line, from left to right.
+    std::vector<int> clusters(int line = 0)
+    {
+        const ZkPlacedGlyph *glyphs = nullptr;
+        const int count = paragraph.glyphs(line, &glyphs);
+        std::vector<int> result;
+        for (int i = 0; i < count; ++i) {
+            result.push_back(glyphs[i].cluster);
+        }
+        return result;
+    }
+
+    ZkParagraph paragraph;
+};
+
+TEST_F(Paragraph, EmptyTextHasOneLineOfTheFontsHeight)
+{
+    EXPECT_EQ(paragraph.lineCount(), 1);
+    EXPECT_EQ(paragraph.width(), 0);
+    paragraph.setUtf8("x");
+    const int height = paragraph.height();
+    paragraph.setUtf8("");
+    EXPECT_EQ(paragraph.height(), height);
+    EXPECT_GT(height, 16);
+    EXPECT_EQ(paragraph.caret(0).height, height);
+    EXPECT_TRUE(paragraph.selection(0, 10).isEmpty());
+}
+
+TEST_F(Paragraph, HeightDoesNotDependOnTheLetters)
+{
+    paragraph.setUtf8("x");
+    const int height = paragraph.height();
+    for (const char *text : {"Ạg", "ÅÂ", "|", "語", "سلام"}) {
+        SCOPED_TRACE(text);
+        paragraph.setUtf8(text);
+        EXPECT_EQ(paragraph.height(), height);
+    }
+}
+
+TEST_F(Paragraph, EveryLineEndEndsALine)
+{
+    const struct {
+        const char *what;
+        const char *text;
+        std::vector<int> ends;
+    } kRows[] = {
+        {"LF", "a\nb", {2, 3}},
+        {"CR", "a\rb", {2, 3}},
+        {"CR LF is one", "a\r\nb", {3, 4}},
+        {"LF CR are two", "a\n\rb", {2, 3, 4}},
+        {"VT", "a\vb", {2, 3}},
+        {"FF", "a\fb", {2, 3}},
+        {"NEL", "a\u0085b", {2, 3}},
+        {"LINE SEPARATOR", "a\u2028b", {2, 3}},
+        {"PARAGRAPH SEPARATOR", "a\u2029b", {2, 3}},
+        {"at the end opens an empty line", "a\n", {2, 2}},
+        {"alone", "\n", {1, 1}},
+        {"a group separator ends none",
+         "a\x1D"
+         "b",
+         {3}},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        paragraph.setUtf8(row.text);
+        EXPECT_EQ(ends(), row.ends);
+        for (int i = 0; i < paragraph.lineCount(); ++i) {
+            EXPECT_TRUE(paragraph.line(i).endsHard);
+        }
+    }
+}
+
+TEST_F(Paragraph, SpacesAtASoftEndHangOutside)
+{
+    paragraph.setUtf8("aaa   bbb");
+    paragraph.setWidth(widthOf("aaa"));
+    EXPECT_EQ(ends(), (std::vector<int>{6, 9}));
+    EXPECT_EQ(paragraph.line(0).width, widthOf("aaa"));
+    EXPECT_FALSE(paragraph.line(0).endsHard);
+    paragraph.setAlignment(ZkParagraph::AlignRight);
+    EXPECT_EQ(paragraph.line(0).x, 0);
+}
+
+TEST_F(Paragraph, NoBreakSpaceDoesNotHang)
+{
+    paragraph.setUtf8("aaa\u00A0bbb ccc");
+    paragraph.setWidth(widthOf("aaa\u00A0bbb"));
+    EXPECT_EQ(ends(), (std::vector<int>{8, 11}));
+}
+
+TEST_F(Paragraph, ASoftHyphenShowsAtItsBreakAlone)
+{
+    paragraph.setUtf8("para\u00ADgraph");
+    EXPECT_EQ(paragraph.width(), widthOf("paragraph"));
+    EXPECT_EQ(clusters().size(), 9u);
+    const int hyphen = widthOf("\u2010");
+    paragraph.setWidth(widthOf("para") + hyphen);
+    EXPECT_EQ(ends(), (std::vector<int>{5, 10}));
+    EXPECT_EQ(paragraph.line(0).width, widthOf("para") + hyphen);
+    EXPECT_EQ(clusters(0), (std::vector<int>{0, 1, 2, 3, 4}));
+    paragraph.setWordCutting(false); // no room for it: the break is not taken there
+    paragraph.setUtf8("x para\u00ADgraph");
+    paragraph.setWidth(widthOf("x para"));
+    EXPECT_EQ(paragraph.line(0).last, 2);
+}
+
+TEST_F(Paragraph, TabsGoToTheNextStopFromTheStartEdge)
+{
+    paragraph.setTabWidth(50);
+    paragraph.setUtf8("a\tb\t\tc");
+    EXPECT_EQ(paragraph.caret(2).x, 50);
+    EXPECT_EQ(paragraph.caret(5).x, 150);
+    paragraph.setUtf8("א\tב"); // from the right: the tab ends 50 pixels from the right edge
+    EXPECT_EQ(paragraph.caret(2).x, paragraph.width() - 50 - 1);
+    paragraph.setTabWidth(0);
+    paragraph.setUtf8("\tx");
+    EXPECT_EQ(paragraph.caret(1).x, 8 * widthOf(" "));
+}
+
+TEST_F(Paragraph, InvisibleCharactersTakeNoRoom)
+{
+    const int width = widthOf("ab");
+    for (const char *text : {"a\u200Eb", "a\u200Bb", "a\u2060b",
+                             "a\uFEFF"
+                             "b",
+                             "a\u2066"
+                             "b\u2069",
+                             "a\U000E0001"
+                             "b",
+                             "a\uFE0F"
+                             "b",
+                             "a\u00AD"
+                             "b",
+                             "a\x01"
+                             "b"}) {
+        SCOPED_TRACE(text);
+        paragraph.setUtf8(text);
+        EXPECT_EQ(paragraph.width(), width);
+        EXPECT_EQ(clusters().size(), 2u);
+    }
+}
+
+TEST_F(Paragraph, MirroredCharactersMirror)
+{
+    paragraph.setUtf8("א(");
+    const ZkPlacedGlyph *glyphs = nullptr;
+    ASSERT_EQ(paragraph.glyphs(0, &glyphs), 2);
+    const GlyphBitmap *const opening = glyphs[0].glyph;
+    ZkParagraph other;
+    other.setChain(paragraph.chain());
+    other.setFont(paragraph.font());
+    other.setUtf8("a)");
+    ASSERT_EQ(other.glyphs(0, &glyphs), 2);
+    EXPECT_EQ(glyphs[1].glyph, opening);
+}
+
+TEST_F(Paragraph, AlignmentsByDirection)
+{
+    const struct {
+        ZkParagraph::Alignment alignment;
+        double latin, hebrew; // x as a share of the room
+    } kRows[] = {
+        {ZkParagraph::AlignStart, 0, 1},    {ZkParagraph::AlignEnd, 1, 0},
+        {ZkParagraph::AlignLeft, 0, 0},     {ZkParagraph::AlignRight, 1, 1},
+        {ZkParagraph::AlignCenter, .5, .5}, {ZkParagraph::AlignJustify, 0, 1},
+    };
+    paragraph.setWidth(201);
+    for (const auto &row : kRows) {
+        paragraph.setAlignment(row.alignment);
+        paragraph.setUtf8("abc");
+        int room = 201 - paragraph.width();
+        EXPECT_EQ(paragraph.line(0).x, static_cast<int>(room * row.latin));
+        paragraph.setUtf8("אבג");
+        room = 201 - paragraph.width();
+        EXPECT_EQ(paragraph.line(0).x, static_cast<int>(room * row.hebrew));
+    }
+}
+
+TEST_F(Paragraph, JustifiedLinesReachTheEdgeButTheLast)
+{
+    paragraph.setUtf8("aa bb cc dd ee ff\ngg hh");
+    paragraph.setWidth(widthOf("aa bb cc") + 7);
+    paragraph.setAlignment(ZkParagraph::AlignJustify);
+    ASSERT_EQ(paragraph.lineCount(), 3);
+    const ZkVector<ZkRect> first = paragraph.selection(0, 8);
+    EXPECT_EQ(first.at(0).right(), paragraph.boxWidth() - 1);
+    // 7 pixels over two spaces: 3 and 4.
+    EXPECT_EQ(paragraph.caret(3).x - paragraph.caret(2).x, widthOf(" ") + 3);
+    EXPECT_EQ(paragraph.caret(6).x - paragraph.caret(5).x, widthOf(" ") + 4);
+    EXPECT_EQ(paragraph.caret(12).x - paragraph.caret(11).x, widthOf(" ") + 3);
+    EXPECT_EQ(paragraph.caret(21).x - paragraph.caret(20).x, widthOf(" ")); // a last line
+}
+
+TEST_F(Paragraph, ALongWordIsCutBetweenClustersOrSticksOut)
+{
+    paragraph.setUtf8("iiiiiiiiii");
+    paragraph.setWidth(widthOf("iii"));
+    EXPECT_EQ(ends(), (std::vector<int>{3, 6, 9, 10}));
+    paragraph.setWordCutting(false);
+    EXPECT_EQ(ends(), (std::vector<int>{10}));
+    EXPECT_EQ(paragraph.minWidth(), widthOf("iiiiiiiiii"));
+    paragraph.setWordCutting(true);
+    paragraph.setWidth(1); // one cluster a line
+    EXPECT_EQ(paragraph.lineCount(), 10);
+    paragraph.setUtf8("e\u0301\u0323x");
+    EXPECT_EQ(ends(), (std::vector<int>{3, 4}));
+}
+
+TEST_F(Paragraph, EllipsisStandsAtTheLogicalCut)
+{
+    const char *const text = "abcdefghijklmnop";
+    const int dots = widthOf("\u2026");
+    paragraph.setUtf8(text);
+    paragraph.setMaximumLines(1);
+    paragraph.setWidth(widthOf("abcd") + dots);
+    EXPECT_EQ(paragraph.line(0).last, 4 + 1); // without one as much as fits
+    paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+    EXPECT_EQ(clusters(), (std::vector<int>{0, 1, 2, 3, 4}));
+    EXPECT_TRUE(paragraph.line(0).isShortened);
+    EXPECT_LE(paragraph.width(), paragraph.boxWidth());
+    paragraph.setEllipsis(ZkParagraph::EllipsisStart);
+    EXPECT_EQ(clusters().front(), 0);
+    EXPECT_EQ(clusters().back(), 15);
+    EXPECT_LE(paragraph.width(), paragraph.boxWidth());
+    paragraph.setEllipsis(ZkParagraph::EllipsisMiddle);
+    EXPECT_EQ(clusters().front(), 0);
+    EXPECT_EQ(clusters().back(), 15);
+    EXPECT_LE(paragraph.width(), paragraph.boxWidth());
+    paragraph.setWidth(widthOf(text)); // there is room for all
+    EXPECT_FALSE(paragraph.line(0).isShortened);
+    EXPECT_EQ(clusters().size(), 16u);
+}
+
+TEST_F(Paragraph, EllipsisOfRightToLeftTextStandsOnItsLeft)
+{
+    paragraph.setUtf8("אבגדהוזחטיכלמנ");
+    paragraph.setMaximumLines(1);
+    paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+    paragraph.setWidth(widthOf("אבגד") + widthOf("\u2026"));
+    const std::vector<int> seen = clusters();
+    EXPECT_EQ(seen.back(), 0); // the first letter stands rightmost
+    const ZkPlacedGlyph *glyphs = nullptr;
+    const int count = paragraph.glyphs(0, &glyphs);
+    EXPECT_EQ(glyphs[0].cluster, count - 1); // the dots, for what is hidden from there on
+}
+
+TEST_F(Paragraph, EllipsisLeavesNoHalfCluster)
+{
+    paragraph.setUtf8("e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301");
+    paragraph.setMaximumLines(1);
+    paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+    for (int width = 0; width < 80; ++width) {
+        paragraph.setWidth(width);
+        paragraph.lineCount();
+        const ZkPlacedGlyph *glyphs = nullptr;
+        const int count = paragraph.glyphs(0, &glyphs);
+        for (int i = 0; i < count; ++i) {
+            EXPECT_EQ(glyphs[i].cluster % 2, 0) << width;
+        }
+    }
+}
+
+TEST_F(Paragraph, LinesBeyondTheMaximumAreLeftOut)
+{
+    paragraph.setUtf8("a\nb\nc");
+    paragraph.setMaximumLines(2);
+    EXPECT_EQ(ends(), (std::vector<int>{2, 4}));
+    paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+    EXPECT_EQ(ends(), (std::vector<int>{2, 5}));
+    EXPECT_EQ(clusters(1).front(), 2);
+    EXPECT_EQ(clusters(1).size(), 2u); // "b" and the dots
+}
+
+TEST_F(Paragraph, SpansOverrideWhatWasThere)
+{
+    paragraph.setUtf8("abcdefgh");
+    paragraph.setSpan(0, 8, font(16), 1);
+    paragraph.setSpan(2, 4, font(16), 2);
+    paragraph.setSpan(3, 6, font(24), 3);
+    EXPECT_EQ(paragraph.spanCount(), 4);
+    const ZkPlacedGlyph *glyphs = nullptr;
+    ASSERT_EQ(paragraph.glyphs(0, &glyphs), 8);
+    const int kTags[] = {1, 1, 2, 3, 3, 3, 1, 1};
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(glyphs[i].tag, kTags[i]) << i;
+        EXPECT_EQ(glyphs[i].glyph->font.size, kTags[i] == 3 ? 24 : 16) << i;
+    }
+    const ZkTextStretch *stretches = nullptr;
+    EXPECT_EQ(paragraph.stretches(0, &stretches), 4);
+    EXPECT_EQ(stretches[2].tag, 3);
+    EXPECT_EQ(stretches[0].x, 0);
+    EXPECT_GT(stretches[0].underlineTop, stretches[0].baseline);
+    EXPECT_LT(stretches[0].strikeTop, stretches[0].baseline);
+    paragraph.setSpan(5, 5, font(30), 9);
+    paragraph.setSpan(-5, 0, font(30), 9);
+    EXPECT_EQ(paragraph.spanCount(), 4);
+    paragraph.clearSpans();
+    ASSERT_EQ(paragraph.glyphs(0, &glyphs), 8);
+    EXPECT_EQ(glyphs[3].tag, 0);
+}
+
+TEST_F(Paragraph, ALargerSpanMakesItsLineHigher)
+{
+    paragraph.setUtf8("a\nb");
+    const int height = paragraph.line(0).height();
+    paragraph.setSpan(2, 3, font(32), 0);
+    EXPECT_EQ(paragraph.line(0).height(), height);
+    EXPECT_GT(paragraph.line(1).height(), height);
+}
+
+TEST_F(Paragraph, LineSpacingStandsBetweenLines)
+{
+    paragraph.setUtf8("a\nb");
+    const int height = paragraph.height();
+    paragraph.setLineSpacing(7);
+    EXPECT_EQ(paragraph.height(), height + 7);
+    paragraph.setUtf8("a");
+    EXPECT_EQ(paragraph.height(), height / 2);
+}
+
+TEST_F(Paragraph, LetterSpacingStandsBehindEachCluster)
+{
+    paragraph.setKerning(false);
+    paragraph.setUtf8("abc");
+    const int width = paragraph.width();
+    paragraph.setLetterSpacing(3);
+    EXPECT_EQ(paragraph.width(), width + 9);
+    paragraph.setLetterSpacing(-1000000);
+    EXPECT_EQ(paragraph.letterSpacing(), -8191);
+    EXPECT_EQ(paragraph.width(), 0);
+}
+
+TEST_F(Paragraph, KerningBringsLettersTogether)
+{
+    paragraph.setUtf8("AVAVAVAV");
+    const int kerned = paragraph.width();
+    paragraph.setKerning(false);
+    EXPECT_LT(kerned, paragraph.width());
+}
+
+TEST_F(Paragraph, Utf8IsReadAsUnicodeSays)
+{
+    const struct {
+        const char *what;
+        std::string bytes;
+        std::u16string units;
+    } kRows[] = {
+        {"above U+FFFF", "\xF0\x9F\x98\x80", u"\xD83D\xDE00"},
+        {"the last code point", "\xF4\x8F\xBF\xBF", u"\xDBFF\xDFFF"},
+        {"beyond it", "\xF4\x90\x80\x80", u"\xFFFD\xFFFD\xFFFD\xFFFD"},
+        {"overlong two", "\xC0\x80", u"\xFFFD\xFFFD"},
+        {"overlong three", "\xE0\x80\x80", u"\xFFFD\xFFFD\xFFFD"},
+        {"an encoded surrogate", "\xED\xA0\x80", u"\xFFFD\xFFFD\xFFFD"},
+        {"cut off after two of four", "\xF1\x80x", u"\xFFFDx"},
+        {"a stray continuation", "a\x80z", u"a\xFFFDz"},
+        {"cut at the end", "\xE2\x82", u"\xFFFD"},
+        {"a maximal part each", "\x61\xF1\x80\x80\xE1\x80\xC2\x62",
+         u"a\xFFFD\xFFFD\xFFFD"
+         u"b"},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        paragraph.setUtf8(row.bytes.data(), static_cast<int>(row.bytes.size()));
+        EXPECT_TRUE(paragraph.text() == ZkString(std::u16string_view(row.units)));
+    }
+    paragraph.setUtf8(nullptr);
+    EXPECT_EQ(paragraph.text().size(), 0);
+    paragraph.setUtf8("a\0b", 3);
+    EXPECT_EQ(paragraph.text().size(), 3);
+}
+
+TEST_F(Paragraph, LamAlefIsOneGlyphOfTwoClusters)
+{
+    paragraph.setUtf8("لا");
+    EXPECT_EQ(clusters(), (std::vector<int>{0}));
+    const int width = paragraph.width();
+    EXPECT_EQ(paragraph.caret(0).x, width - 1);
+    EXPECT_EQ(paragraph.caret(1).x, width / 2 - 1 + width % 2);
+    EXPECT_EQ(paragraph.hit(width - 1, 0).index, 0);
+    EXPECT_EQ(paragraph.hit(width / 2, 0).index, 1);
+    EXPECT_EQ(paragraph.nextCluster(0), 1);
+    paragraph.setUtf8("ل\u200Dا"); // a joiner between them keeps two letters
+    EXPECT_EQ(clusters().size(), 2u);
+}
+
+TEST_F(Paragraph, CaretsInMixedText)
+{
+    paragraph.setUtf8("ab אב cd");
+    for (int i = 0; i <= 8; ++i) {
+        const ZkCaret caret = paragraph.caret(i);
+        EXPECT_EQ(paragraph.hit(caret.x, caret.top).index, i) << i;
+        EXPECT_EQ(caret.isRightToLeft, i == 3 || i == 4) << i;
+    }
+    EXPECT_GT(paragraph.caret(3).x, paragraph.caret(4).x);
+    EXPECT_EQ(paragraph.caret(-3).x, paragraph.caret(0).x);
+    EXPECT_EQ(paragraph.caret(99).x, paragraph.caret(8).x);
+}
+
+TEST_F(Paragraph, ASoftLineEndHasTwoCarets)
+{
+    paragraph.setUtf8("aaa bbb");
+    paragraph.setWidth(widthOf("aaa"));
+    EXPECT_EQ(paragraph.caret(4, ZkAffinity::Downstream).line, 1);
+    EXPECT_EQ(paragraph.caret(4, ZkAffinity::Upstream).line, 0);
+    EXPECT_EQ(paragraph.lineOf(4), 1);
+    EXPECT_EQ(paragraph.lineOf(4, ZkAffinity::Upstream), 0);
+    EXPECT_EQ(paragraph.hit(1000, 0).index, 4);
+    EXPECT_EQ(paragraph.hit(1000, 0).affinity, ZkAffinity::Upstream);
+}
+
+TEST_F(Paragraph, SelectionHasARectangleForEachVisualRun)
+{
+    paragraph.setUtf8("ab אבג cd");
+    EXPECT_EQ(paragraph.selection(0, 9).size(), 1);
+    EXPECT_EQ(paragraph.selection(1, 4).size(), 2); // "b " and the rightmost Hebrew letter
+    EXPECT_EQ(paragraph.selection(5, 5).size(), 0);
+    EXPECT_EQ(paragraph.selection(6, 2).size(), 0);
+    paragraph.setUtf8("aa\nbb\ncc");
+    EXPECT_EQ(paragraph.selection(1, 7).size(), 3);
+}
+
+TEST_F(Paragraph, ArrowsMoveByWhatIsSeen)
+{
+    paragraph.setUtf8("ab אב cd");
+    std::vector<int> columns;
+    ZkTextPosition at = {0, ZkAffinity::Downstream};
+    for (int i = 0; i < 8; ++i) {
+        columns.push_back(paragraph.caret(at).x);
+        const ZkTextPosition next = paragraph.right(at);
+        EXPECT_TRUE(next != at);
+        at = next;
+    }
+    EXPECT_EQ(paragraph.right(at), at);
+    for (std::size_t i = 1; i < columns.size(); ++i) {
+        EXPECT_GT(columns[i] + 1, columns[i - 1]) << i; // one pixel beside in right-to-left
+    }
+    for (int i = 0; i < 8; ++i) {
+        at = paragraph.left(at);
+    }
+    EXPECT_EQ(at.index, 0);
+}
+
+TEST_F(Paragraph, ArrowsGoOnToTheNextLine)
+{
+    paragraph.setUtf8("ab\ncd");
+    const ZkTextPosition end = {2, ZkAffinity::Downstream};
+    EXPECT_EQ(paragraph.right(end).index, 3);
+    EXPECT_EQ(paragraph.left({3, ZkAffinity::Downstream}).index, 2);
+    paragraph.setUtf8("אב\nגד"); // leftwards is forwards here
+    EXPECT_EQ(paragraph.left({2, ZkAffinity::Downstream}).index, 3);
+    EXPECT_EQ(paragraph.right({3, ZkAffinity::Downstream}).index, 2);
+}
+
+TEST_F(Paragraph, WordsAndClusters)
+{
+    paragraph.setUtf8("one, two\U0001F600 e\u0301x");
+    EXPECT_EQ(paragraph.nextWord(0), 5);
+    EXPECT_EQ(paragraph.nextWord(5), 8);
+    EXPECT_EQ(paragraph.previousWord(8), 5);
+    EXPECT_EQ(paragraph.previousWord(3), 0);
+    EXPECT_EQ(paragraph.nextCluster(8), 10);
+    EXPECT_EQ(paragraph.previousCluster(10), 8);
+    EXPECT_EQ(paragraph.nextCluster(11), 13);
+    EXPECT_EQ(paragraph.nextCluster(14), 14);
+    EXPECT_EQ(paragraph.previousCluster(0), 0);
+    EXPECT_EQ(paragraph.nextWord(99), 14);
+}
+
+TEST_F(Paragraph, DirectionIsFoundOrGiven)
+{
+    paragraph.setUtf8("123 אב\nab אב");
+    EXPECT_TRUE(paragraph.line(0).isRightToLeft);
+    EXPECT_FALSE(paragraph.line(1).isRightToLeft);
+    paragraph.setDirection(ZkParagraph::RightToLeft);
+    EXPECT_TRUE(paragraph.line(1).isRightToLeft);
+    paragraph.setDirection(ZkParagraph::LeftToRight);
+    EXPECT_FALSE(paragraph.line(0).isRightToLeft);
+}
+
+TEST_F(Paragraph, ASecondFontStandsInForTheFirst)
+{
+    paragraph.setUtf8("a語b");
+    const ZkPlacedGlyph *glyphs = nullptr;
+    ASSERT_EQ(paragraph.glyphs(0, &glyphs), 3); // the box of the first
+    const GlyphBitmap *const box = glyphs[1].glyph;
+    ZkFontChain chain = paragraph.chain();
+    chain.append(ZkTypeface::fromFile(ZK_FONT_MICROHEI));
+    ASSERT_EQ(paragraph.glyphs(0, &glyphs), 3);
+    EXPECT_NE(glyphs[1].glyph, box);
+}
+
+} // namespace
