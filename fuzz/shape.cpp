@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const char *const kTables[] = {"GSUB", "GPOS", "GDEF", "kern"};
     for (unsigned i = 0; i < edits && size >= kEdit; ++i, data += kEdit, size -= kEdit) {
         const auto table = font.table(kTables[data[0] % 4]);
-        const std::size_t at = (data[1] << 8u) | data[2];
+        const std::size_t at = (static_cast<std::size_t>(data[1]) << 8u) | data[2];
         if (at < table.second) {
             font.bytes[table.first + at] = data[3];
         }
