@@ -27,6 +27,7 @@ private:
     int allowedBefore(int first, int unit, const ZkHardLine &hard) const;
     int skipSpaces(int unit, const ZkHardLine &hard) const;
     bool isUnsafe(int unit) const;
+    int clusterBefore(int unit) const;
     int settle(int first, int end, const ZkHardLine &hard);
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
     void addLine(int first, int last, const ZkHardLine &hard);
@@ -90,15 +91,23 @@ int LineBreaker::allowedBefore(int first, int unit, const ZkHardLine &hard) cons
     return first;
 }
 
-// True when the letters on both sides of `unit` depend on each other.
+// True when the letters on both sides of `unit` depend on each other, or are one glyph.
 bool LineBreaker::isUnsafe(int unit) const
 {
     const int glyph = m_d.glyphAt(unit);
-    if (glyph >= m_d.glyphs.size() || m_d.glyphs[glyph].cluster != unit) {
+    if (glyph >= m_d.glyphs.size() || m_d.runs[m_d.runAt(unit)].first == unit) {
         return false;
     }
-    return (m_d.glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) != 0 &&
-           m_d.runs[m_d.runAt(unit)].first != unit;
+    return m_d.glyphs[glyph].cluster != unit ||
+           (m_d.glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) != 0;
+}
+
+// The start of the glyphs' cluster before `unit`, or that `unit` stands in.
+int LineBreaker::clusterBefore(int unit) const
+{
+    const int glyph = m_d.glyphAt(unit);
+    const bool isInside = glyph < m_d.glyphs.size() && m_d.glyphs[glyph].cluster < unit;
+    return m_d.glyphs[isInside ? glyph : glyph - 1].cluster;
 }
 
 // Where the line from `first` on ends.
@@ -141,7 +150,7 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
     while (end < hard.last && isUnsafe(end)) {
         int safe = end;
         while (safe > first && isUnsafe(safe)) {
-            safe = m_d.glyphs[m_d.glyphAt(safe) - 1].cluster;
+            safe = clusterBefore(safe);
         }
         const bool isWhole = safe <= std::max(first, m_headEnd);
         if (isWhole) {
@@ -151,7 +160,7 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
         const ZkPen before = isWhole ? 0 : extent(first, safe, hard);
         const ZkPen length = before + m_d.shapeAgain(safe, end, first, end, line);
         const int earlier = length <= m_limit ? first : allowedBefore(first, end - 1, hard);
-        const int cluster = m_d.glyphs[m_d.glyphAt(end) - 1].cluster;
+        const int cluster = clusterBefore(end);
         if (length <= m_limit || (earlier <= first && (!m_d.cutsWords || cluster <= first))) {
             m_tailDifference = length - extent(first, end, hard);
             if (isWhole) { // and the head with it

@@ -41,7 +41,7 @@ namespace
 int allocations = 0;
 int failing = -1; // the number of the allocation that gets nothing; -1 for none
 
-bool fails()
+[[maybe_unused]] bool fails()
 {
     return allocations++ == failing;
 }
@@ -87,7 +87,8 @@ public:
     void add(const GlyphBitmap &glyph)
     {
         add(glyph.unicode);
-        add(static_cast<std::uint64_t>(glyph.advance) << 32 | glyph.width << 16 | glyph.height);
+        add(static_cast<std::uint64_t>(glyph.advance) << 32 |
+            static_cast<unsigned>(glyph.width << 16 | glyph.height));
         add(static_cast<std::uint64_t>(glyph.left) << 32 | static_cast<unsigned>(glyph.top));
         for (int i = 0; glyph.pixels != nullptr && i < glyph.width * glyph.height; ++i) {
             add(glyph.pixels[i]);

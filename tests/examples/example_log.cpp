@@ -122,7 +122,10 @@ TEST_F(LogPair, OnlyWhatComesIntoViewIsDrawn)
     EXPECT_EQ(drawnBy([&] { m_log.append("one line"); }), 1);
     EXPECT_LE(drawnBy([&] { m_log.scroll(-3); }), 1);
     EXPECT_LE(drawnBy([&] { m_log.scroll(-20); }), 2);
-    const int fullView = kArea.height() / ZkFontMetrics::textPixelSize("one line", style().font);
+    ZkParagraph line;
+    line.setChain(style().chain);
+    line.setFont(style().font);
+    const int fullView = kArea.height() / line.height();
     EXPECT_LE(drawnBy([&] { m_log.scroll(-1000); }), fullView + 2);
     EXPECT_GE(drawnBy([&] { m_log.scroll(1000); }), fullView);
 }

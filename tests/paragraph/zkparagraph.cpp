@@ -136,17 +136,17 @@ TEST_F(Paragraph, NoBreakSpaceDoesNotHang)
 
 TEST_F(Paragraph, ASoftHyphenShowsAtItsBreakAlone)
 {
-    paragraph.setUtf8("para\u00ADgraph");
-    EXPECT_EQ(paragraph.width(), widthOf("paragraph"));
-    EXPECT_EQ(clusters().size(), 9u);
+    paragraph.setUtf8("wwww\u00ADab");
+    EXPECT_EQ(paragraph.width(), widthOf("wwwwab"));
+    EXPECT_EQ(clusters().size(), 6u);
     const int hyphen = widthOf("\u2010");
-    paragraph.setWidth(widthOf("para") + hyphen);
-    EXPECT_EQ(ends(), (std::vector<int>{5, 10}));
-    EXPECT_EQ(paragraph.line(0).width, widthOf("para") + hyphen);
+    paragraph.setWidth(widthOf("wwww") + hyphen);
+    EXPECT_EQ(ends(), (std::vector<int>{5, 7}));
+    EXPECT_EQ(paragraph.line(0).width, widthOf("wwww") + hyphen);
     EXPECT_EQ(clusters(0), (std::vector<int>{0, 1, 2, 3, 4}));
     paragraph.setWordCutting(false); // no room for it: the break is not taken there
-    paragraph.setUtf8("x para\u00ADgraph");
-    paragraph.setWidth(widthOf("x para"));
+    paragraph.setUtf8("x wwww\u00ADab");
+    paragraph.setWidth(widthOf("x wwww"));
     EXPECT_EQ(paragraph.line(0).last, 2);
 }
 
@@ -233,8 +233,9 @@ TEST_F(Paragraph, JustifiedLinesReachTheEdgeButTheLast)
     // 7 pixels over two spaces: 3 and 4.
     EXPECT_EQ(paragraph.caret(3).x - paragraph.caret(2).x, widthOf(" ") + 3);
     EXPECT_EQ(paragraph.caret(6).x - paragraph.caret(5).x, widthOf(" ") + 4);
-    EXPECT_EQ(paragraph.caret(12).x - paragraph.caret(11).x, widthOf(" ") + 3);
-    EXPECT_EQ(paragraph.caret(21).x - paragraph.caret(20).x, widthOf(" ")); // a last line
+    for (int i : {11, 14, 20}) { // the last line of either paragraph
+        EXPECT_EQ(paragraph.caret(i + 1).x - paragraph.caret(i).x, widthOf(" ")) << i;
+    }
 }
 
 TEST_F(Paragraph, ALongWordIsCutBetweenClustersOrSticksOut)
@@ -259,7 +260,8 @@ TEST_F(Paragraph, EllipsisStandsAtTheLogicalCut)
     paragraph.setUtf8(text);
     paragraph.setMaximumLines(1);
     paragraph.setWidth(widthOf("abcd") + dots);
-    EXPECT_EQ(paragraph.line(0).last, 4 + 1); // without one as much as fits
+    EXPECT_GE(paragraph.line(0).last, 5); // without one as much as fits
+    EXPECT_FALSE(paragraph.line(0).isShortened);
     paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
     EXPECT_EQ(clusters(), (std::vector<int>{0, 1, 2, 3, 4}));
     EXPECT_TRUE(paragraph.line(0).isShortened);

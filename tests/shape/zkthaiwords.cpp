@@ -100,7 +100,7 @@ TEST_F(ZkThaiWordsBesideLibthai, DividesStretchesOfAnArticle)
 TEST_F(ZkThaiWordsBesideLibthai, DividesRandomLetters)
 {
     unsigned seed = 7;
-    for (int round = 0; round < 300; ++round) {
+    for (unsigned round = 0; round < 300; ++round) {
         std::u16string text;
         const unsigned length = 1 + (round * 37u) % 200;
         for (unsigned i = 0; i < length; ++i) {

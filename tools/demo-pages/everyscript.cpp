@@ -96,7 +96,7 @@ Page everyScriptPage(const std::string &notoFolder, const Fonts &fonts)
             throw std::runtime_error(face.errorText());
         }
         const int x = kLeft + cell % 2 * (kColumnWidth + 28), y = kTop + cell / 2 * kRowHeight;
-        page.label(area(x, y, kColumnWidth, 16), y + 12, sample.script, heading);
+        page.label(area(x, y - 8, kColumnWidth, 28), y + 12, sample.script, heading);
         ZkParagraph paragraph;
         paragraph.setChain(ZkFontChain(face));
         paragraph.setShaper(&shaper);
