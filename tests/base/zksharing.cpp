@@ -82,7 +82,8 @@ TEST(ZkSharing, CopiesShareAndTheLastOwnerEndsTheBlock)
         c = b;
         EXPECT_TRUE(a.isSharedWith(b) && b.isSharedWith(c));
         EXPECT_EQ(a.owners(), 3);
-        c = c;
+        const Number &same = c;
+        c = same;
         EXPECT_EQ(a.owners(), 3);
         EXPECT_FALSE(a.isAlone());
     }

@@ -244,7 +244,7 @@ TEST(ZkFonteUnitCache, PixelBytesAreWidthTimesHeightOfWhatIsStored)
 TEST(ZkFonteUnitCache, PixelBytesWrapInsteadOfOverflowing)
 {
     Store store;
-    for (unsigned code : {'a', 'b'}) {
+    for (unsigned code : {0x61U, 0x62U}) {
         GlyphBitmap huge = withoutPixels(code, {16, 0}, 40000, 40000);
         huge.pixels = static_cast<std::uint8_t *>(std::malloc(1));
         store.addFontInfo(huge);

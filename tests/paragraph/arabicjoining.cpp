@@ -12,8 +12,6 @@
 namespace
 {
 
-constexpr char32_t kLam = 0x0644;
-
 struct Letter {
     char joining = 'U';
     std::map<std::string, char32_t> forms; ///< by "<final>" and so on

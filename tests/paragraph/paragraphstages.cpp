@@ -189,8 +189,7 @@ TEST_F(Stages, AChangeOfTheChainOrTheShaperIsSeen)
 const char *const kTexts[] = {
     "Settings 24%",
     "All human beings are born free and equal in dignity and rights.",
-    "\u064A\u0648\u0644\u062F \u062C\u0645\u064A\u0639 \u0627\u0644\u0646\u0627\u0633 "
-    "\u0623\u062D\u0631\u0627\u0631\u0627 12 (abc)",
+    "\u064A\u0648\u0644\u062F \u062C\u0645\u064A\u0639 \u0627\u0644\u0646\u0627\u0633 12 (abc)",
     "\u05DB\u05DC \u05D1\u05E0\u05D9 \u05D4\u05D0\u05D3\u05DD 5 GHz",
     "\u0E17\u0E35\u0E48\u0E19\u0E35\u0E48 \u0E19\u0E49\u0E33",
     "a\tb\tc e\u0301 x\u0323\u0301",
