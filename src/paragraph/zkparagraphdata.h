@@ -171,6 +171,8 @@ struct ZkParagraphData {
 
     // Lines.
 
+    bool isUnsafe(int unit) const;
+    ZkPen pieceLength(int first, int last, const ZkHardLine &hard);
     int tabPixels() const;
     /// Length of units `[first, last)` of one line that starts at `first`.
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;

@@ -312,7 +312,7 @@ int ZkParagraph::minWidth() const
                     continue;
                 }
                 const int end = d->contentEnd(first, u);
-                ZkPen piece = d->extent(first, end, hard);
+                ZkPen piece = d->pieceLength(first, end, hard);
                 if (u < hard.last && d->text.constData()[u - 1] == kZkSoftHyphen) {
                     piece += d->hyphenAt(u);
                 }

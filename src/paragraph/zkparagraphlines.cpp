@@ -26,7 +26,7 @@ private:
     int overflowAt(int first, const ZkHardLine &hard) const;
     int allowedBefore(int first, int unit, const ZkHardLine &hard) const;
     int skipSpaces(int unit, const ZkHardLine &hard) const;
-    bool isUnsafe(int unit) const;
+    bool isUnsafe(int unit) const { return m_d.isUnsafe(unit); }
     int clusterBefore(int unit) const;
     int settle(int first, int end, const ZkHardLine &hard);
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
@@ -89,17 +89,6 @@ int LineBreaker::allowedBefore(int first, int unit, const ZkHardLine &hard) cons
         }
     }
     return first;
-}
-
-// True when the letters on both sides of `unit` depend on each other, or are one glyph.
-bool LineBreaker::isUnsafe(int unit) const
-{
-    const int glyph = m_d.glyphAt(unit);
-    if (glyph >= m_d.glyphs.size() || m_d.runs[m_d.runAt(unit)].first == unit) {
-        return false;
-    }
-    return m_d.glyphs[glyph].cluster != unit ||
-           (m_d.glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) != 0;
 }
 
 // The start of the glyphs' cluster before `unit`, or that `unit` stands in.
@@ -269,6 +258,30 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
         }
     }
     return low == end ? hard.last : glyphs[low].cluster;
+}
+
+// True when the letters on both sides of `unit` depend on each other, or are one glyph.
+bool ZkParagraphData::isUnsafe(int unit) const
+{
+    const int glyph = glyphAt(unit);
+    if (glyph >= glyphs.size() || runs[runAt(unit)].first == unit) {
+        return false;
+    }
+    return glyphs[glyph].cluster != unit ||
+           (glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) != 0;
+}
+
+// What units `[first, last)` take as a line of their own.
+ZkPen ZkParagraphData::pieceLength(int first, int last, const ZkHardLine &hard)
+{
+    if (first == last || hard.hasTabs || (!isUnsafe(first) && !isUnsafe(last))) {
+        return extent(first, last, hard);
+    }
+    const int patch = patches.size(), glyph = patchGlyphs.size();
+    const ZkPen length = shapeAgain(first, last, first, last, -1);
+    patches.truncate(patch);
+    patchGlyphs.truncate(glyph);
+    return length;
 }
 
 int ZkParagraphData::tabPixels() const
