@@ -388,8 +388,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         checkDouble(text, call, (bits & 1) != 0 ? value : static_cast<double>(bits) / 1024);
         break;
     }
-    case 4: checkText(text, call, Text(bits % 5, static_cast<char16_t>(bits >> 8))); break;
-    default: checkMulti(text, bits % 6);
+    case 4:
+        checkText(text, call,
+                  Text(static_cast<std::size_t>(bits % 5), static_cast<char16_t>(bits >> 8)));
+        break;
+    default: checkMulti(text, static_cast<std::size_t>(bits % 6));
     }
     return 0;
 }
