@@ -191,6 +191,80 @@ TEST(ShapedParagraphs, ALigatureThatDoesNotFitIsCutBetweenItsClusters)
 namespace
 {
 
+/// Glyphs of a line in their order, by typeface and index.
+std::vector<std::uint64_t> keysOf(const ZkParagraph &paragraph, int line)
+{
+    std::vector<std::uint64_t> keys;
+    const ZkPlacedGlyph *glyphs = nullptr;
+    const int count = paragraph.glyphs(line, &glyphs);
+    for (int i = 0; i < count; ++i) {
+        keys.push_back(reinterpret_cast<const ZkGlyph *>(glyphs[i].glyph)->key());
+    }
+    return keys;
+}
+
+int stretchedWidth(const ZkParagraph &paragraph, int line)
+{
+    const ZkTextStretch *stretches = nullptr;
+    int width = 0;
+    for (int i = paragraph.stretches(line, &stretches); i-- > 0;) {
+        width += stretches[i].width;
+    }
+    return width;
+}
+
+} // namespace
+
+// What is left stands there as if nothing else had ever followed it.
+TEST(ShapedParagraphs, TextBeforeDotsIsShapedAsItStands)
+{
+    ZkHarfBuzzShaper shaper;
+    for (const ScriptText &text : kScriptTexts) {
+        SCOPED_TRACE(text.what);
+        const ZkFontChain chain(ZkTypeface::fromFile(text.path().c_str()));
+        ZkParagraph dotted, head;
+        for (ZkParagraph *const paragraph : {&dotted, &head}) {
+            paragraph->setChain(chain);
+            paragraph->setShaper(&shaper);
+            paragraph->setDirection(text.isRightToLeft ? ZkParagraph::RightToLeft
+                                                       : ZkParagraph::LeftToRight);
+        }
+        dotted.setText(string(text.text));
+        dotted.setEllipsis(ZkParagraph::EllipsisEnd);
+        for (const int lines : {1, 2, 3}) {
+            dotted.setMaximumLines(lines);
+            for (int width = 33; width < 130; width += 3) {
+                SCOPED_TRACE(width);
+                dotted.setWidth(width);
+                const ZkTextLine &line = dotted.line(dotted.lineCount() - 1);
+                if (!line.isShortened) {
+                    continue;
+                }
+                EXPECT_LE(line.width, width);
+                EXPECT_EQ(stretchedWidth(dotted, dotted.lineCount() - 1), line.width);
+                const ZkPlacedGlyph *glyphs = nullptr;
+                const int count = dotted.glyphs(dotted.lineCount() - 1, &glyphs);
+                ASSERT_GT(count, 0);
+                int cut = line.first; // the dots carry the place where text is left out
+                for (int i = 0; i < count; ++i) {
+                    cut = std::max(cut, glyphs[i].cluster);
+                }
+                head.setText(dotted.text().mid(line.first, cut - line.first));
+                std::vector<std::uint64_t> shown = keysOf(dotted, dotted.lineCount() - 1);
+                const std::vector<std::uint64_t> alone = keysOf(head, 0);
+                ASSERT_LT(alone.size(), shown.size());
+                const std::size_t dots = shown.size() - alone.size();
+                shown.erase(text.isRightToLeft ? shown.begin() : shown.end() - int(dots),
+                            text.isRightToLeft ? shown.begin() + int(dots) : shown.end());
+                EXPECT_EQ(shown, alone);
+            }
+        }
+    }
+}
+
+namespace
+{
+
 /// Counts the units that it is asked to shape.
 class CountingShaper : public ZkShaper
 {
