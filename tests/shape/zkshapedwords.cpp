@@ -2,6 +2,7 @@
 
 #include <zkharfbuzzshaper.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -81,6 +82,78 @@ TEST(ZkShapedWords, ShapersShareWords)
     EXPECT_EQ(words.stats().hits, 2u);
     EXPECT_EQ(words.stats().faces, 1);
     EXPECT_EQ(words.stats().styles, 1);
+}
+
+TEST(ZkShapedWords, WordsOfEveryScriptAreKnownTheSecondTime)
+{
+    for (const ScriptText &text : kScriptTexts) {
+        SCOPED_TRACE(text.what);
+        const ZkTypeface face = ZkTypeface::fromFile(text.path().c_str());
+        const ShapeRun run(text.text, face, 16, text.isRightToLeft);
+        ZkShapedWords words;
+        ZkHarfBuzzShaper shaper(words);
+        run.shapedBy(shaper);
+        const ZkShapedWords::Stats first = words.stats();
+        run.shapedBy(shaper);
+        EXPECT_EQ(words.stats().misses, first.misses);
+        const std::u16string units = text.text;
+        const auto spaces =
+            static_cast<std::uint64_t>(std::count(units.begin(), units.end(), u' '));
+        EXPECT_GE(words.stats().hits - first.hits, spaces) << "one by one";
+    }
+}
+
+// In these fonts a vowel sign over the last letter of a word moves the next word, if that
+// begins with certain letters.
+TEST(ZkShapedWords, WordsThatTheFontJoinsAreShapedTogether)
+{
+    struct Case {
+        const char *font;
+        std::vector<std::u16string> words;
+    };
+    const Case kCases[] = {
+        {"NotoSansKhmer-Regular.ttf", {u"កី", u"កែ", u"ក័", u"រី", u"កា", u"ខ្មែរ", u"ក្ររ"}},
+        {"NotoSerifKhmer-Regular.ttf", {u"កី", u"កែ", u"ក័", u"រី", u"កា", u"ខ្មែរ", u"ក្ររ"}},
+        {"NotoSansDevanagari-Regular.ttf", {u"क", u"\u0915\uA8E0", u"कर्म", u"\u25CC\uA8E1"}},
+    };
+    for (const Case &row : kCases) {
+        SCOPED_TRACE(row.font);
+        const ZkTypeface face = ZkTypeface::fromFile(
+            (std::string("/usr/share/fonts/truetype/noto/") + row.font).c_str());
+        ZkShapedWords kept(2500); // too few for all of them: some are pushed out
+        ZkHarfBuzzShaper shaper(kept), whole;
+        whole.setFeature(ZkHarfBuzzShaper::tag("zero"), 0, 0, 1); // shaped each time
+        unsigned seed = 3;
+        for (int round = 0; round < 500; ++round) {
+            std::u16string text;
+            for (int i = 0; i < 6; ++i) {
+                seed = seed * 1664525u + 1013904223u;
+                text += row.words[(seed >> 16) % row.words.size()];
+                text += (seed & 0x700) == 0 ? u"  " : u" ";
+            }
+            const ShapeRun run(text, face, 32);
+            ASSERT_EQ(print(run.shapedBy(shaper)), print(run.shapedBy(whole))) << round;
+        }
+        EXPECT_GT(kept.stats().hits, 100u);
+    }
+}
+
+TEST(ZkShapedWords, AJoinedPairIsWiderThanItsWords)
+{
+    const ZkTypeface face =
+        ZkTypeface::fromFile("/usr/share/fonts/truetype/noto/NotoSansKhmer-Regular.ttf");
+    ZkShapedWords words;
+    ZkHarfBuzzShaper shaper(words);
+    const auto width = [&](const char16_t *text) {
+        int sum = 0;
+        for (const ZkShapedGlyph &glyph : ShapeRun(text, face, 32).shapedBy(shaper)) {
+            sum += glyph.advance;
+        }
+        return sum;
+    };
+    const int apart = width(u"ក័ ") + width(u"កែ");
+    EXPECT_GT(width(u"ក័ កែ"), apart);
+    EXPECT_GT(width(u"ក័ កែ"), apart) << "known now, and joined all the same";
 }
 
 TEST(ZkShapedWords, TheBudgetHoldsAtEveryMoment)
