@@ -81,9 +81,10 @@ bool ZkRunShaper::shape(ZkShapeStyle &style, const ZkShapeRun &run,
     } else {
         const bool byWords = style.isByWords.load(std::memory_order_relaxed);
         Outcome outcome = shapeByWords(style, run, byWords);
-        if (outcome == Joined) {
-            // The font joins words after all.
-            style.isByWords.store(false, std::memory_order_relaxed);
+        if (outcome == Joined || outcome == Broken) {
+            if (outcome == Joined) { // the font joins words after all
+                style.isByWords.store(false, std::memory_order_relaxed);
+            }
             glyphs->truncate(before);
             outcome = shapeByWords(style, run, false);
         }
@@ -223,18 +224,37 @@ ZkRunShaper::Outcome ZkRunShaper::flush(const ZkShapeStyle &style, const ZkShape
         m_pending.insert(m_pending.begin(), {m_group.first, m_pending.front().first, false});
         takeGroupBack();
     }
+    const bool keeps = !hasCircle(style, run, glyph);
+    if (!keeps && (m_pending.front().first > run.first || m_pending.back().last < run.last)) {
+        return Broken;
+    }
     if (!findStarts(style, run, glyph)) {
         return Joined;
     }
     m_starts.push_back(m_glyphs->size());
     for (std::size_t i = 0; i < m_pending.size(); ++i) {
-        if (m_pending[i].isKept) {
+        if (keeps && m_pending[i].isKept) {
             keep(style, run, m_pending[i], m_starts[i], m_starts[i + 1]);
         }
     }
     unlock();
     m_pending.clear();
     return Shaped;
+}
+
+/// True when HarfBuzz has added a circle to a mark without a letter, from `glyph` on. To
+/// which marks of a text it does so depends on how many syllables are between them, so
+/// such text is shaped at once.
+bool ZkRunShaper::hasCircle(const ZkShapeStyle &style, const ZkShapeRun &run, int glyph) const
+{
+    constexpr ZkUcs2 kDottedCircle = 0x25CC;
+    for (int i = glyph; style.circle != 0 && i < m_glyphs->size(); ++i) {
+        const ZkShapedGlyph &shaped = (*m_glyphs)[i];
+        if (shaped.index == style.circle && run.text[shaped.cluster] != kDottedCircle) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Finds where the glyphs of the words that were shaped as one begin, from `glyph` on.

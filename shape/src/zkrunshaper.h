@@ -49,6 +49,7 @@ private:
     enum Outcome {
         Shaped,
         Joined, // the font joins words
+        Broken, // marks have no letter
         Failed,
     };
 
@@ -63,6 +64,7 @@ private:
     bool isKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece);
     bool appendKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece);
     Outcome flush(const ZkShapeStyle &style, const ZkShapeRun &run);
+    bool hasCircle(const ZkShapeStyle &style, const ZkShapeRun &run, int glyph) const;
     bool findStarts(const ZkShapeStyle &style, const ZkShapeRun &run, int glyph);
     bool areJoined(const ZkShapeStyle &style, const ZkShapeRun &run, int first, int glyph) const;
     void takeGroupBack();

@@ -40,6 +40,7 @@ struct ZkShapeStyle {
     std::vector<hb_feature_t> features;
 
     ZkSpaceRules spaces;
+    std::uint32_t circle = 0; // glyph of U+25CC, which HarfBuzz adds to marks without a letter
 
     /// True when words are shaped one by one, but for those that `spaces` joins. Becomes
     /// false when a text shows that the font joins others all the same.

@@ -103,7 +103,7 @@ TEST(ZkShapedWords, WordsOfEveryScriptAreKnownTheSecondTime)
     }
 }
 
-// In these fonts a vowel sign over the last letter of a word moves the next word, if that
+// In the Khmer fonts a vowel sign over the last letter of a word moves the next word, if that
 // begins with certain letters.
 TEST(ZkShapedWords, WordsThatTheFontJoinsAreShapedTogether)
 {
@@ -114,6 +114,8 @@ TEST(ZkShapedWords, WordsThatTheFontJoinsAreShapedTogether)
     const Case kCases[] = {
         {"NotoSansKhmer-Regular.ttf", {u"កី", u"កែ", u"ក័", u"រី", u"កា", u"ខ្មែរ", u"ក្ររ"}},
         {"NotoSerifKhmer-Regular.ttf", {u"កី", u"កែ", u"ក័", u"រី", u"កា", u"ខ្មែរ", u"ក្ររ"}},
+        // Marks without a letter, which HarfBuzz sets on a circle but for every 15th syllable.
+        {"NotoSansDevanagari-Regular.ttf", {u"कककक", u"\u4E2D\u093F", u"ककक"}},
         {"NotoSansDevanagari-Regular.ttf", {u"क", u"\u0915\uA8E0", u"कर्म", u"\u25CC\uA8E1"}},
     };
     for (const Case &row : kCases) {
