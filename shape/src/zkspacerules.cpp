@@ -372,7 +372,8 @@ bool has(const hb_set_t *glyphs, std::uint32_t glyph)
     return glyphs == nullptr || hb_set_has(glyphs, glyph) != 0;
 }
 
-/// True for text that rules see as it stands, not turned round.
+/// True for text that HarfBuzz shapes as it stands. Other text, such as numbers between
+/// Arabic letters, it turns round, but not what it is told to stand beside it.
 bool isNative(const hb_segment_properties_t &segment)
 {
     return hb_script_get_horizontal_direction(segment.script) == segment.direction;
@@ -393,7 +394,7 @@ void ZkSpaceRules::read(hb_font_t *font, const hb_segment_properties_t &segment,
 {
     hb_face_t *const face = hb_font_get_face(font);
     m_joinAll = true;
-    if (hb_font_get_nominal_glyph(font, ' ', &m_space) == 0 ||
+    if (!isNative(segment) || hb_font_get_nominal_glyph(font, ' ', &m_space) == 0 ||
         hb_aat_layout_has_substitution(face) || hb_aat_layout_has_positioning(face) ||
         hb_aat_layout_has_tracking(face) || kernTableJoins(face, m_space)) {
         return;
@@ -404,7 +405,6 @@ void ZkSpaceRules::read(hb_font_t *font, const hb_segment_properties_t &segment,
         face, &segment, features, featureCount, coords, coordCount, kZkShapers);
     m_joinAll = !LookupReader(face, HB_OT_TAG_GSUB, m_space, &m_rules).read(plan) ||
                 !LookupReader(face, HB_OT_TAG_GPOS, m_space, &m_rules).read(plan) ||
-                (!m_rules.empty() && !isNative(segment)) ||
                 std::any_of(m_rules.begin(), m_rules.end(), [](const Rule &rule) {
                     return !isWhole(rule.before) || !isWhole(rule.behind);
                 });

@@ -140,6 +140,21 @@ TEST(ZkShapedWords, WordsThatTheFontJoinsAreShapedTogether)
     }
 }
 
+// Arabic letters that a control sets from left to right: HarfBuzz turns them round, but not
+// their neighbours.
+TEST(ZkShapedWords, TextInTheOtherDirectionIsShapedAtOnce)
+{
+    const ZkTypeface face =
+        ZkTypeface::fromFile("/usr/share/fonts/truetype/noto/NotoNastaliqUrdu-Regular.ttf");
+    ZkShapedWords kept(4000), none(0);
+    ZkHarfBuzzShaper warm(kept), cold(none);
+    const ShapeRun tail(u"انسان آزاد اور", face, 16);
+    tail.shapedBy(warm);
+    const ShapeRun run(u"تمام انسان آزاد اور", face, 16);
+    EXPECT_EQ(print(run.shapedBy(warm)), print(run.shapedBy(cold)));
+    EXPECT_EQ(print(run.shapedBy(warm)), print(run.shapedBy(cold)));
+}
+
 TEST(ZkShapedWords, AJoinedPairIsWiderThanItsWords)
 {
     const ZkTypeface face =
