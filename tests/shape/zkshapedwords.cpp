@@ -1,6 +1,7 @@
 #include <zkshapedwords.h>
 
 #include <zkharfbuzzshaper.h>
+#include <zkparagraph.h>
 
 #include <algorithm>
 #include <atomic>
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "paragraphlaws.h"
 #include "scripttexts.h"
 #include "shaperun.h"
 
@@ -310,4 +312,50 @@ TEST(ZkShapedWords, EightThreadsShapeAsOneDoes)
     EXPECT_EQ(wrong, 0);
     EXPECT_GT(words.stats().hits, 0u);
     EXPECT_LE(words.stats().peakBytes, 20000u);
+}
+
+// One chain, one cache of glyphs, one of words; a paragraph and a shaper for each thread.
+TEST(ZkShapedWords, EightThreadsLayOutParagraphsAsOneDoes)
+{
+    ZkFontChain chain;
+    for (const ScriptText &text : kScriptTexts) {
+        chain.append(ZkTypeface::fromFile(text.path().c_str()));
+    }
+    ZkShapedWords words(30000);
+    const auto layOut = [&](ZkShapedWords &known, unsigned seed) {
+        paragraphlaws::Dice dice(seed);
+        std::u16string text;
+        for (int i = 0; i < 4; ++i) {
+            text += kScriptTexts[dice.roll(static_cast<int>(std::size(kScriptTexts)))].text;
+            text += u' ';
+        }
+        ZkHarfBuzzShaper shaper(known);
+        ZkParagraph paragraph;
+        paragraph.setChain(chain);
+        paragraph.setShaper(&shaper);
+        paragraph.setText(
+            ZkString(reinterpret_cast<const ZkUcs2 *>(text.data()), static_cast<int>(text.size())));
+        paragraphlaws::setRandomly(paragraph, dice);
+        return paragraphlaws::described(paragraph);
+    };
+    std::vector<std::string> expected;
+    for (unsigned seed = 0; seed < 24; ++seed) {
+        ZkShapedWords own;
+        expected.push_back(layOut(own, seed));
+    }
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (unsigned id = 0; id < 8; ++id) {
+        threads.emplace_back([&, id] {
+            for (unsigned i = 0; i < expected.size(); ++i) {
+                const unsigned seed = (i + 3 * id) % static_cast<unsigned>(expected.size());
+                wrong += layOut(words, seed) != expected[seed] ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(words.stats().hits, 0u);
 }
