@@ -21,6 +21,28 @@ ZkTypeface *heldHandle(const ZkTypeface &typeface)
     return new (std::nothrow) ZkTypeface(typeface);
 }
 
+/// FreeType may tell an end of the last outline of an unpacked font that lies behind all
+/// outlines: the letter would count as damaged.
+void mendLastOutline(const ZkTypeface &typeface, unsigned char *loca, std::size_t size)
+{
+    constexpr std::size_t kFormatAt = 51, kHeadSize = 54;
+    unsigned char head[kHeadSize] = {};
+    typeface.table(HB_TAG('h', 'e', 'a', 'd'), head, kHeadSize);
+    const std::size_t entry = head[kFormatAt] == 0 ? 2 : 4;
+    if (size < entry) {
+        return;
+    }
+    const std::size_t end =
+        typeface.table(HB_TAG('g', 'l', 'y', 'f'), nullptr, 0) / (entry == 2 ? 2 : 1);
+    std::size_t told = 0;
+    for (std::size_t i = 0; i < entry; ++i) {
+        told = told << 8 | loca[size - entry + i];
+    }
+    for (std::size_t i = 0; told > end && i < entry; ++i) {
+        loca[size - 1 - i] = static_cast<unsigned char>(end >> (8 * i));
+    }
+}
+
 /// A table of a packed font, unpacked.
 hb_blob_t *unpackedTable(hb_face_t *, hb_tag_t tag, void *handle)
 {
@@ -31,6 +53,9 @@ hb_blob_t *unpackedTable(hb_face_t *, hb_tag_t tag, void *handle)
         return nullptr;
     }
     typeface.table(tag, bytes, size);
+    if (tag == HB_TAG('l', 'o', 'c', 'a')) {
+        mendLastOutline(typeface, static_cast<unsigned char *>(bytes), size);
+    }
     return hb_blob_create_or_fail(static_cast<const char *>(bytes), static_cast<unsigned>(size),
                                   HB_MEMORY_MODE_READONLY, bytes, std::free);
 }
