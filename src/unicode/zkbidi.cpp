@@ -1,8 +1,8 @@
 #include "zkbidi.h"
 
 #include "unicode/zkbidiparagraph.h"
-#include "unicode/zkcharactertables.h"
 #include "unicode/zkdirectionscan.h"
+#include "unicode/zkunitclasses.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -22,20 +22,18 @@ constexpr ZkBidiClasses kBlanks =
     zkBidiBit(ZkCharacter::BidiLRI) | zkBidiBit(ZkCharacter::BidiRLI) |
     zkBidiBit(ZkCharacter::BidiFSI) | zkBidiBit(ZkCharacter::BidiPDI);
 
-/// Writes the byte of each record and adds to the set of classes.
-ZkBidiClasses writeBytes(const std::uint16_t *records, int count, std::uint8_t *bytes)
+/// Writes the byte of each unit and adds to the set of classes.
+ZkBidiClasses writeBytes(const std::uint16_t *units, int count, std::uint8_t *bytes)
 {
     ZkBidiClasses classes = 0;
     for (int i = 0; i < count; ++i) {
-        if (records[i] == kZkPairTrail) {
+        if (units[i] == kZkPairTrail) {
             bytes[i] = bytes[i - 1]; // as one more character of the kind: nothing changes
             continue;
         }
-        const std::uint32_t record = zkClasses(records[i]);
-        const unsigned bidi = zkBidiOf(record);
+        const unsigned bits = zkunit::bidiOf(units[i]), bidi = bits & kZkBidiClass;
         classes |= zkBidiBit(static_cast<int>(bidi));
-        bytes[i] = static_cast<std::uint8_t>((record & (kZkBidiClass | kZkBidiBracket)) |
-                                             (kBlanks >> bidi & 1) << 7);
+        bytes[i] = static_cast<std::uint8_t>(bits | (kBlanks >> bidi & 1) << 7);
     }
     return classes;
 }
@@ -45,8 +43,8 @@ template <typename Unit>
 ZkBidiClasses writeBytesOf(const Unit *text, int units, std::uint8_t *bytes)
 {
     ZkBidiClasses classes = 0;
-    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
-        classes |= writeBytes(records, count, bytes + first);
+    zkForEachPiece(text, units, [&](const std::uint16_t *read, int first, int count) {
+        classes |= writeBytes(read, count, bytes + first);
     });
     return classes;
 }
@@ -210,7 +208,7 @@ void ZkBidi::setText(const ZkTextCharacters &text, Direction direction, void *sc
         return;
     }
     allocate(aligned(m_size), 0);
-    resolve(source, writeBytes(text.m_records, m_size, m_levels), scratch, bytes);
+    resolve(source, writeBytes(text.m_classes, m_size, m_levels), scratch, bytes);
 }
 
 template <typename Unit>
@@ -348,7 +346,7 @@ void ZkBidi::replaceParagraphs(const ZkTextCharacters &text, int begin, int end,
     m_paragraphCount = count;
     m_size = text.m_size;
     const ZkBidiClasses classes =
-        writeBytes(text.m_records + first, last - first, m_levels + first);
+        writeBytes(text.m_classes + first, last - first, m_levels + first);
     resolveParagraphs(source, begin, begin + found.count, classes, block + list);
     m_baseLevel = count > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
 }
