@@ -49,9 +49,13 @@ public:
     /// Lanes whose unit is `first` to `last`.
     static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
     {
-        // The distance from `first`, modulo 65536, is at most that of `last`.
-        const uint16x8_t distance = vsubq_u16(a.m_lanes, vdupq_n_u16(static_cast<ZkUcs2>(first)));
-        return ZkLanes(vcleq_u16(distance, vdupq_n_u16(static_cast<ZkUcs2>(last - first))));
+        return within(a, all(first), all(last - first));
+    }
+    /// Lanes whose unit is `first` or at most `distance` above it.
+    static ZkLanes within(ZkLanes a, ZkLanes first, ZkLanes distance)
+    {
+        // Modulo 65536.
+        return ZkLanes(vcleq_u16(vsubq_u16(a.m_lanes, first.m_lanes), distance.m_lanes));
     }
 
 private:

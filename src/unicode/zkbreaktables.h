@@ -42,9 +42,9 @@ struct ZkPlainRange {
 constexpr unsigned kZkLineWidth = 38;
 constexpr unsigned kZkGraphemeWidth = 26;
 constexpr unsigned kZkWordWidth = 33;
-constexpr unsigned kZkCommonClasses = 27; ///< the first ones, which pairs are known of
-constexpr int kZkPlainRangeCount = 6;
-constexpr std::uint16_t kZkPairTrail = 0xFA80; ///< the second unit of a surrogate pair
+constexpr unsigned kZkCommonClasses = 27;             ///< the first ones, which pairs are known of
+constexpr unsigned kZkStartOfText = kZkCommonClasses; ///< counts as one of them
+constexpr std::uint16_t kZkPairTrail = 0xFA80;        ///< the second unit of a surrogate pair
 constexpr std::uint32_t kZkClassFactor = 2142062991U;
 
 #pragma GCC visibility push(hidden)
@@ -58,7 +58,7 @@ extern const std::uint8_t kZkBreakPairs[32 * 32]; ///< by the class before and t
 extern const std::uint32_t kZkUsualStates[];      ///< lines, clusters, words: a byte for each
 extern const std::uint16_t kZkAsciiUnits[128];
 extern const std::uint16_t kZkSyllableUnits[2]; ///< of Hangul, without and with a final
-extern const ZkPlainRange kZkPlainRanges[];
+extern const ZkPlainRange kZkPlainRanges[];     ///< ascending; the last one ends at U+FFFF
 
 #pragma GCC visibility pop
 

@@ -131,7 +131,7 @@ void ZkTextCharacters::set(const Unit *text, int units)
     m_size = 0;
     reserve(units);
     m_size = units;
-    ZkUnitReader(units).read(text, 0, units, units, m_classes);
+    ZkUnitReader().read(text, 0, units, units, m_classes);
     keep(text);
 }
 
@@ -171,7 +171,7 @@ void ZkTextCharacters::replace(const Unit *text, int first, int removed, int ins
     // A surrogate beside the new units may have found or lost its partner.
     const int from = std::max(first - 1, 0);
     const int to = std::min(first + inserted + 1, size);
-    ZkUnitReader(to - from).read(text, from, to, size, m_classes + from);
+    ZkUnitReader().read(text, from, to, size, m_classes + from);
     keep(text);
 }
 

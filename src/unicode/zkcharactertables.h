@@ -35,40 +35,17 @@ extern const std::uint32_t kZkHighCompositions[]; ///< base, mark, composed
 
 #pragma GCC visibility pop
 
-/// Where 32 characters have the numbers of their records.
-class ZkCharacterBlock
-{
-public:
-    explicit ZkCharacterBlock(unsigned block)
-    {
-        const unsigned page =
-            kZkCharacterPages[kZkCharacterAreas[block >> 8] * 16U + (block >> 4 & 15)];
-        const std::uint16_t *const shape =
-            kZkCharacterShapes + 2 * kZkCharacterBlocks[page * 16 + (block & 15)];
-        m_patterns = kZkCharacterPatterns + (shape[0] & 0x1FFF);
-        m_palette = kZkCharacterPalettes + shape[1];
-        m_bits = 1U << (shape[0] >> 13) >> 1;
-    }
-
-    /// Where in the palette the number of a character's record stands.
-    unsigned place(unsigned character) const
-    {
-        const unsigned at = character * m_bits;
-        return static_cast<unsigned>(m_patterns[at >> 3] >> (at & 7)) & ((1U << m_bits) - 1);
-    }
-    std::uint16_t record(unsigned place) const { return m_palette[place]; }
-
-private:
-    const std::uint8_t *m_patterns;
-    const std::uint16_t *m_palette;
-    unsigned m_bits; // of a place
-};
-
 /// The number of the record of `c`, at most U+10FFFF.
 inline std::uint16_t zkRecordNumber(char32_t c)
 {
-    const ZkCharacterBlock block(c >> 5);
-    return block.record(block.place(c & 31));
+    const unsigned page = kZkCharacterPages[kZkCharacterAreas[c >> 13] * 16U + (c >> 9 & 15)];
+    const unsigned block = kZkCharacterBlocks[page * 16 + (c >> 5 & 15)];
+    const unsigned pattern = kZkCharacterShapes[2 * block];
+    const unsigned palette = kZkCharacterShapes[2 * block + 1];
+    const unsigned bits = 1U << (pattern >> 13) >> 1; // of a place in the palette
+    const unsigned at = (c & 31) * bits;
+    const unsigned packed = kZkCharacterPatterns[(pattern & 0x1FFF) + (at >> 3)];
+    return kZkCharacterPalettes[palette + (packed >> (at & 7) & ((1U << bits) - 1))];
 }
 
 /// A record as two numbers; the lowest bits are those of the first field.
@@ -99,6 +76,10 @@ constexpr bool zkIsLeadSurrogate(char32_t c)
 constexpr bool zkIsTrailSurrogate(char32_t c)
 {
     return (c & 0xFFFFFC00) == 0xDC00;
+}
+constexpr bool zkIsSurrogate(char32_t c)
+{
+    return (c & 0xFFFFF800) == 0xD800;
 }
 constexpr char32_t zkPairOf(char32_t lead, char32_t trail)
 {

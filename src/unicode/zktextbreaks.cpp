@@ -44,16 +44,21 @@ public:
     /// Behind a common class, in the state that it mostly leaves.
     void setUsual(unsigned cls)
     {
-        m_states = kZkUsualStates[cls];
+        const std::uint32_t states = kZkUsualStates[cls];
+        m_line = states & 0xFF;
+        m_grapheme = states >> 8 & 0xFF;
+        m_word = states >> 16;
         m_unspaced = kZkBreakColumns[cls].unspaced;
     }
     bool isUsual(unsigned cls) const
     {
-        return cls < kZkCommonClasses && m_states == kZkUsualStates[cls];
+        return cls < kZkCommonClasses &&
+               (m_line | m_grapheme << 8 | m_word << 16) == kZkUsualStates[cls];
     }
 
-    /// Reads a character and writes the flags before it to `*flags`; those before may change.
-    void read(const ZkBreakColumns &columns, std::uint8_t *flags);
+    /// Reads a character, writes the flags before it to `*flags` and returns them; those of
+    /// characters before may change.
+    unsigned read(const ZkBreakColumns &columns, std::uint8_t *flags);
 
 private:
     /// The last boundary that was allowed is none.
@@ -65,17 +70,18 @@ private:
         *flags &= static_cast<std::uint8_t>(~flag);
     }
 
-    std::uint32_t m_states = 0; // as in `kZkUsualStates`
-    unsigned m_unspaced = 0;    // of the character before
+    unsigned m_line = 0, m_grapheme = 0, m_word = 0; // states
+    unsigned m_unspaced = 0;                         // of the character before
 };
 
-inline void Machines::read(const ZkBreakColumns &columns, std::uint8_t *flags)
+inline unsigned Machines::read(const ZkBreakColumns &columns, std::uint8_t *flags)
 {
-    const unsigned line = kZkLineNext[(m_states & 0xFF) * kZkLineWidth + columns.line];
-    const unsigned grapheme =
-        kZkGraphemeNext[(m_states >> 8 & 0xFF) * kZkGraphemeWidth + columns.grapheme];
-    const unsigned word = kZkWordNext[(m_states >> 16) * kZkWordWidth + columns.word];
-    m_states = (line & kStateMask) | (grapheme & kStateMask) << 8 | (word & kStateMask) << 16;
+    const unsigned line = kZkLineNext[m_line * kZkLineWidth + columns.line];
+    const unsigned grapheme = kZkGraphemeNext[m_grapheme * kZkGraphemeWidth + columns.grapheme];
+    const unsigned word = kZkWordNext[m_word * kZkWordWidth + columns.word];
+    m_line = line & kStateMask;
+    m_grapheme = grapheme & kStateMask;
+    m_word = word & kStateMask;
     unsigned found = line >> kVerdictShift;
     if (found == ZkBreakRevoke) {
         found = 0;
@@ -86,11 +92,15 @@ inline void Machines::read(const ZkBreakColumns &columns, std::uint8_t *flags)
     }
     found |= (grapheme >> kVerdictShift) * ZkTextBreaks::Grapheme;
     found |= (word >> kVerdictShift & 1) * ZkTextBreaks::Word;
-    const bool isUnspaced = (m_unspaced & ZkUnspacedMayEnd) != 0 &&
-                            (columns.unspaced & ZkUnspacedMayBegin) != 0 &&
-                            (found & ZkTextBreaks::Grapheme) != 0;
+    if (columns.unspaced != 0) {
+        const bool isBetween = (m_unspaced & ZkUnspacedMayEnd) != 0 &&
+                               (columns.unspaced & ZkUnspacedMayBegin) != 0 &&
+                               (found & ZkTextBreaks::Grapheme) != 0;
+        found |= isBetween ? static_cast<unsigned>(ZkBreakUnspaced) : 0U;
+    }
     m_unspaced = columns.unspaced;
-    *flags = static_cast<std::uint8_t>(found | (isUnspaced ? ZkBreakUnspaced : 0));
+    *flags = static_cast<std::uint8_t>(found);
+    return found;
 }
 
 /// The first undecided one of the flags `[first, last)`, `last` for none.
@@ -115,14 +125,18 @@ public:
 
     void read(const std::uint16_t *units, int count);
 
+    /// True when there is a boundary between clusters of a script without spaces.
+    bool hasUnspaced() const { return (m_seen & ZkBreakUnspaced) != 0; }
+
 private:
     bool pair(const std::uint16_t *units, int first, int count);
     int ask(const std::uint16_t *units, int first, int count);
 
     std::uint8_t *m_flags; // before the next unit
     Machines m_machines;
-    unsigned m_before = 0;  // the common class of the last unit,
-    bool m_isUsual = false; // when its state is the usual one
+    unsigned m_seen = 0;                // flags
+    unsigned m_before = kZkStartOfText; // the common class of the last unit,
+    bool m_isUsual = true;              // when its state is the usual one
 };
 
 void Divider::read(const std::uint16_t *units, int count)
@@ -141,14 +155,15 @@ void Divider::read(const std::uint16_t *units, int count)
 /// Writes what the pairs say from unit `first` on. True when they do not decide all.
 bool Divider::pair(const std::uint16_t *units, int first, int count)
 {
+    std::uint8_t *const flags = m_flags; // which may be anything to the compiler
     unsigned seen = 0;
     unsigned before = first > 0 ? zkunit::commonClassOf(units[first - 1]) : m_before;
     const auto step = [&](int i) {
         const unsigned cls = zkunit::commonClassOf(units[i]);
-        const std::uint8_t found = kZkBreakPairs[before * 32 + cls];
+        const unsigned found = kZkBreakPairs[before * 32 + cls];
         before = cls;
         seen |= found;
-        m_flags[i] = found;
+        flags[i] = static_cast<std::uint8_t>(found);
     };
     for (; first <= count - 4; first += 4) {
         step(first);
@@ -159,6 +174,7 @@ bool Divider::pair(const std::uint16_t *units, int first, int count)
     for (; first < count; ++first) {
         step(first);
     }
+    m_seen |= seen;
     return (seen & ZkBreakUndecided) != 0;
 }
 
@@ -166,16 +182,22 @@ bool Divider::pair(const std::uint16_t *units, int first, int count)
 /// state; where the next unit is.
 int Divider::ask(const std::uint16_t *units, int first, int count)
 {
-    m_isUsual = false;
-    while (first < count && !m_isUsual) {
+    Machines machines = m_machines; // beside flags, which may be anything to the compiler
+    std::uint8_t *flags = m_flags + first;
+    unsigned seen = 0;
+    bool isUsual = false;
+    for (; first < count && !isUsual; ++first, ++flags) {
         const std::uint16_t unit = units[first];
         if (unit == kZkPairTrail) {
-            m_flags[first++] = 0;
+            *flags = 0;
             continue;
         }
-        m_machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], m_flags + first++);
-        m_isUsual = m_machines.isUsual(zkunit::commonClassOf(unit));
+        seen |= machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], flags);
+        isUsual = machines.isUsual(zkunit::commonClassOf(unit));
     }
+    m_machines = machines;
+    m_seen |= seen;
+    m_isUsual = isUsual;
     return first;
 }
 
@@ -325,15 +347,17 @@ struct Rules {
 
 /// What comes behind the state machines.
 template <typename Unit>
-void complete(const Unit *text, int units, std::uint8_t *flags, const Rules &rules)
+void complete(const Unit *text, int units, std::uint8_t *flags, bool hasUnspaced,
+              const Rules &rules)
 {
     const bool asks = rules.breaker != nullptr;
-    // A breaker's words are looked at beside clusters.
-    settle(flags, units, asks ? kAll : rules.kinds,
-           !asks && rules.unspaced == ZkTextBreaks::BetweenClusters &&
-               (rules.kinds & ZkTextBreaks::LineAllowed) != 0);
+    if (hasUnspaced) {
+        settle(flags, units, kAll, !asks && rules.unspaced == ZkTextBreaks::BetweenClusters);
+    }
     if (asks) {
         Asking(rules.breaker, flags, units).read(text);
+    }
+    if (rules.kinds != kAll) {
         settle(flags, units, rules.kinds, false);
     }
     // At the end of a text all ends; an empty one has no end.
@@ -347,7 +371,7 @@ void findIn(const Unit *text, int units, std::uint8_t *flags, const Rules &rules
     zkForEachPiece(text, units, [&](const std::uint16_t *classes, int, int count) {
         divider.read(classes, count);
     });
-    complete(text, units, flags, rules);
+    complete(text, units, flags, divider.hasUnspaced(), rules);
 }
 
 } // namespace
@@ -375,12 +399,13 @@ void ZkTextBreaks::findRange(const ZkTextCharacters &text, int first, int last, 
                              Unspaced unspaced, ZkWordBreaker *breaker)
 {
     const int count = last - first;
-    Divider(flags).read(text.m_classes + first, count);
+    Divider divider(flags);
+    divider.read(text.m_classes + first, count);
     const Rules rules = {unspaced, breaker, kAll};
     if (text.m_units != nullptr) {
-        complete(text.m_units + first, count, flags, rules);
+        complete(text.m_units + first, count, flags, divider.hasUnspaced(), rules);
     } else {
-        complete(text.m_points + first, count, flags, rules);
+        complete(text.m_points + first, count, flags, divider.hasUnspaced(), rules);
     }
 }
 

@@ -9,10 +9,14 @@ namespace
 
 constexpr char32_t kFirstSyllable = 0xAC00, kSyllables = 11172, kSyllablesOfVowel = 28;
 
-/// Ideographs and their kin: most characters of a text stand in a block of their own.
-constexpr bool isSparse(char32_t c)
+/// What every number above U+10FFFF counts as.
+constexpr char32_t kNoCharacter = 0x110000;
+
+/// A group of units of ASCII.
+inline void readAscii(const ZkUcs2 *text, std::uint16_t *units)
 {
-    return (c >= 0x3400 && c < 0xD800) || c >= 0x20000;
+    const auto read = [&](int i) { units[i] = kZkAsciiUnits[text[i]]; };
+    read(0), read(1), read(2), read(3), read(4), read(5), read(6), read(7);
 }
 
 } // namespace
@@ -27,28 +31,22 @@ std::uint16_t zkunit::ofRecord(std::uint16_t number)
     return static_cast<std::uint16_t>(code << kBidiBits | (record.low & ((1U << kBidiBits) - 1)));
 }
 
-ZkUnitReader::ZkUnitReader(int count) : m_keepsBlocks(count >= kManyCharacters)
+ZkUnitReader::ZkUnitReader()
 {
-    std::fill_n(m_blocks, kSlots, ~0U);
+    std::fill_n(m_known, kKnown, ~0U); // no character has these bits
 }
 
-void ZkUnitReader::unpack(unsigned block, unsigned slot)
+/// The classes of a character that is not known.
+__attribute__((noinline)) std::uint16_t ZkUnitReader::find(char32_t c)
 {
-    m_blocks[slot] = block;
-    const ZkCharacterBlock packed(block);
-    std::uint16_t known[kBlock]; // of the palette, whose entries stand as they first appear
-    unsigned count = 0;
-    for (unsigned i = 0; i < kBlock; ++i) {
-        const unsigned place = packed.place(i);
-        if (place == count) {
-            known[count++] = zkunit::ofRecord(packed.record(place));
-        }
-        m_units[slot][i] = known[place];
-    }
+    const std::uint16_t found =
+        zkunit::ofRecord(c <= 0x10FFFF ? zkRecordNumber(c) : std::uint16_t(0));
+    m_known[slotOf(c)] = c / kKnown << 16 | found;
+    return found;
 }
 
-/// The classes of a character that is no surrogate of a pair.
-std::uint16_t ZkUnitReader::classesOf(char32_t c)
+/// The classes of a character that is no surrogate of a pair, at most U+110000.
+inline std::uint16_t ZkUnitReader::classesOf(char32_t c)
 {
     if (c < 0x80) {
         return kZkAsciiUnits[c];
@@ -56,19 +54,13 @@ std::uint16_t ZkUnitReader::classesOf(char32_t c)
     if (c - kFirstSyllable < kSyllables) {
         return kZkSyllableUnits[(c - kFirstSyllable) % kSyllablesOfVowel != 0 ? 1 : 0];
     }
-    if (!m_keepsBlocks || isSparse(c)) {
-        return zkunit::ofRecord(c <= 0x10FFFF ? zkRecordNumber(c) : std::uint16_t(0));
-    }
-    const unsigned block = c / kBlock;
-    // The blocks of one script, of spaces and of punctuation meet in no slot.
-    const unsigned slot = (block ^ block >> 3 ^ block >> 6) % kSlots;
-    if (m_blocks[slot] != block) {
-        unpack(block, slot);
-    }
-    return m_units[slot][c % kBlock];
+    const std::uint32_t known = m_known[slotOf(c)];
+    return known >> 16 == c / kKnown ? static_cast<std::uint16_t>(known) : find(c);
 }
 
-std::uint16_t ZkUnitReader::surrogateAt(const ZkUcs2 *text, int i, int end)
+/// The same where text[i] is one.
+__attribute__((noinline)) std::uint16_t ZkUnitReader::surrogateAt(const ZkUcs2 *text, int i,
+                                                                  int end)
 {
     const char32_t unit = text[i];
     if (zkIsTrailSurrogate(unit)) {
@@ -80,26 +72,66 @@ std::uint16_t ZkUnitReader::surrogateAt(const ZkUcs2 *text, int i, int end)
 
 inline std::uint16_t ZkUnitReader::unitAt(const ZkUcs2 *text, int i, int end)
 {
-    return (text[i] & 0xF800) == 0xD800 ? surrogateAt(text, i, end) : classesOf(text[i]);
+    return zkIsSurrogate(text[i]) ? surrogateAt(text, i, end) : classesOf(text[i]);
 }
 
 #if ZK_HAS_LANES
 
-/// As many units as there are lanes.
-void ZkUnitReader::readGroup(const ZkUcs2 *text, int first, int end, std::uint16_t *units)
+/// The classes of letters that stand side by side in the code, eight at once, and of spaces.
+/// Most texts have those of one stretch.
+class ZkUnitReader::Letters
 {
-    const ZkLanes lanes = ZkLanes::load(text + first);
-    if (!ZkLanes::within(lanes, 0x80, 0xFFFF).any()) {
-        for (int i = 0; i < ZkLanes::kCount; ++i) {
-            units[i] = kZkAsciiUnits[text[first + i]];
+public:
+    Letters() { choose(kZkPlainRanges[0]); }
+
+    /// Writes the classes of lanes that are such letters or spaces, and 0 for the others; false
+    /// when there is no letter. `sample` is one of the units.
+    bool read(ZkLanes units, ZkUcs2 sample, ZkLanes *classes)
+    {
+        ZkLanes letters = ZkLanes::within(units, m_first, m_distance);
+        if (!letters.any()) {
+            if (!chooseFor(sample)) {
+                return false;
+            }
+            letters = ZkLanes::within(units, m_first, m_distance);
         }
-        return;
+        *classes = (letters & m_letter) | ((units == ZkLanes::all(' ')) & m_space);
+        return true;
     }
-    ZkLanes found = ZkLanes::all(0);
-    for (int i = 0; i < kZkPlainRangeCount; ++i) {
-        const ZkPlainRange &range = kZkPlainRanges[i];
-        found =
-            found | (ZkLanes::within(lanes, range.first, range.last) & ZkLanes::all(range.unit));
+
+private:
+    void choose(const ZkPlainRange &range)
+    {
+        m_first = ZkLanes::all(range.first);
+        m_distance = ZkLanes::all(static_cast<unsigned>(range.last - range.first));
+        m_letter = ZkLanes::all(range.unit);
+    }
+
+    bool chooseFor(ZkUcs2 sample)
+    {
+        const ZkPlainRange *range = kZkPlainRanges;
+        while (range->last < sample) {
+            ++range;
+        }
+        if (range->first > sample) {
+            return false;
+        }
+        choose(*range);
+        return true;
+    }
+
+    ZkLanes m_first, m_distance, m_letter;
+    ZkLanes m_space = ZkLanes::all(kZkAsciiUnits[' ']);
+};
+
+/// As many units as there are lanes, not all of them ASCII.
+void ZkUnitReader::readGroup(const ZkUcs2 *text, int first, int end, Letters &letters,
+                             std::uint16_t *units)
+{
+    ZkLanes found;
+    if (!letters.read(ZkLanes::load(text + first), text[first + 3], &found)) {
+        readEach(text, first, first + ZkLanes::kCount, end, units);
+        return;
     }
     found.store(units);
     for (ZkLanes::Mask others = (found == ZkLanes::all(0)).mask(); others != 0;
@@ -109,22 +141,48 @@ void ZkUnitReader::readGroup(const ZkUcs2 *text, int first, int end, std::uint16
     }
 }
 
-#endif
+void ZkUnitReader::read(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
+{
+    constexpr int kCount = ZkLanes::kCount;
+    if (last - first < kCount) {
+        readEach(text, first, last, end, units);
+        return;
+    }
+    Letters letters;
+    for (int i = first;; i += kCount) {
+        i = std::min(i, last - kCount); // the last ones may be read again
+        std::uint16_t *const to = units + (i - first);
+        if (ZkLanes::within(ZkLanes::load(text + i), 0x80, 0xFFFF).any()) {
+            readGroup(text, i, end, letters, to);
+        } else {
+            readAscii(text + i, to);
+        }
+        if (i == last - kCount) {
+            return;
+        }
+    }
+}
+
+#else
 
 void ZkUnitReader::read(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
 {
-    int i = first;
-#if ZK_HAS_LANES
-    for (; i + ZkLanes::kCount <= last; i += ZkLanes::kCount) {
-        readGroup(text, i, end, units + (i - first));
-    }
+    readEach(text, first, last, end, units);
+}
+
 #endif
-    for (; i < last; ++i) {
+
+void ZkUnitReader::readEach(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
+{
+    for (int i = first; i < last; ++i) {
         units[i - first] = unitAt(text, i, end);
     }
 }
 
 void ZkUnitReader::read(const char32_t *text, int first, int last, int, std::uint16_t *units)
 {
-    std::transform(text + first, text + last, units, [this](char32_t c) { return classesOf(c); });
+    for (int i = first; i < last; ++i) {
+        const char32_t c = std::min(text[i], kNoCharacter);
+        units[i - first] = classesOf(c);
+    }
 }

@@ -38,32 +38,32 @@ std::uint16_t ofRecord(std::uint16_t number);
 
 } // namespace zkunit
 
-/// Finds the classes of a text's units. Of a long text the blocks of 32 characters that it
-/// used last are kept, so that each is unpacked once.
+/// Finds the classes of a text's units, and remembers those of the last characters that are
+/// neither ASCII nor of a long stretch of letters.
 class ZkUnitReader
 {
 public:
-    /// `count` is about how many units are read.
-    explicit ZkUnitReader(int count);
+    ZkUnitReader();
 
     /// The units `[first, last)` of a text of `end` units or code points.
     void read(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units);
     void read(const char32_t *text, int first, int last, int end, std::uint16_t *units);
 
 private:
-    static constexpr unsigned kBlock = 32;
-    static constexpr unsigned kSlots = 32;
-    static constexpr int kManyCharacters = 64;
+    class Letters;
 
+    std::uint16_t find(char32_t c);
     std::uint16_t classesOf(char32_t c);
     std::uint16_t surrogateAt(const ZkUcs2 *text, int i, int end);
     std::uint16_t unitAt(const ZkUcs2 *text, int i, int end);
-    void readGroup(const ZkUcs2 *text, int first, int end, std::uint16_t *units);
-    void unpack(unsigned block, unsigned slot);
+    void readGroup(const ZkUcs2 *text, int first, int end, Letters &letters, std::uint16_t *units);
+    void readEach(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units);
 
-    bool m_keepsBlocks;
-    unsigned m_blocks[kSlots];
-    std::uint16_t m_units[kSlots][kBlock];
+    static constexpr unsigned kKnown = 64;
+    static constexpr unsigned slotOf(char32_t c) { return (c ^ c / kKnown) % kKnown; }
+
+    /// In the upper half all but the lowest bits of a character, in the lower one its classes.
+    std::uint32_t m_known[kKnown];
 };
 
 /// Calls `use(units, first, count)` for one piece of a text after the other.
@@ -72,7 +72,7 @@ void zkForEachPiece(const Unit *text, int count, Use use)
 {
     constexpr int kPiece = 256;
     std::uint16_t units[kPiece];
-    ZkUnitReader reader(count);
+    ZkUnitReader reader;
     for (int first = 0; first < count;) {
         const int last = first < count - kPiece ? first + kPiece : count;
         reader.read(text, first, last, count, units);

@@ -356,8 +356,8 @@ COMMON = [("\n", "a"), ("a", "a"), (" ", "a"), ("\u05d0", "\u05d0"), ("1", "1"),
 
 # Stretches of units of one class, where several can be told at once; not of the first one,
 # so that no unit is 0.
-PLAIN = [(0x20, 0x20), (0x0400, 0x0481), (0x05D0, 0x05EA), (0x0620, 0x064A), (0x0E01, 0x0E2E),
-         (0x4E00, 0x9FFF)]
+PLAIN = [(0x61, 0x7A), (0x0391, 0x03A1), (0x03A3, 0x03F5), (0x0400, 0x0481), (0x05D0, 0x05EA),
+         (0x0620, 0x064A), (0x0671, 0x06D3), (0x0E01, 0x0E2E), (0x3400, 0x4DBF), (0x4E00, 0x9FFF)]
 
 # Bits of a class in scripts without spaces.
 UNSPACED, MAY_BEGIN, MAY_END = 1, 2, 4
@@ -380,8 +380,7 @@ class Classes:
             fields = dict(zip(properties.FIELDS, record))
             cls = self.class_of(fields)
             assert self.keys.setdefault(self.key(fields), cls) == cls
-        self.common = [None] * len(COMMON)
-        self.usual = [None] * len(COMMON)
+        self.common, self.usual, self.order = [], [], []
 
     @staticmethod
     def key(fields):
@@ -411,22 +410,25 @@ class Classes:
         """The common classes first, each with the state that it mostly leaves behind."""
         self.common = [class_at(ord(c)) for c, _ in COMMON]
         assert len(set(self.common)) == len(COMMON)
-        others = sorted(set(self.keys.values()) - set(self.common))
+        others = sorted(set(self.keys.values()) - set(self.common),
+                        key=lambda cls: (cls.unspaced, cls))
         self.order = self.common + others
-        for number, (c, before) in enumerate(COMMON):
+        for c, before in COMMON:
             states = (0, 0, 0)
             for part in "a" + before + c:
                 _, states = self.step(states, class_at(ord(part)))
-            self.usual[number] = states
+            self.usual.append(states)
+        # The start of a text is a class too, which no character has.
+        self.usual.append((0, 0, 0))
 
     def pair(self, before, behind):
-        """What stands between two common classes, in one byte."""
+        """What stands between two common classes, or at the start, in one byte."""
         verdicts, states = self.step(self.usual[before], self.common[behind])
         if REVOKE in verdicts or states != self.usual[behind]:
             return UNDECIDED
         flags = sum(flag[verdict] for flag, verdict in zip(FLAGS, verdicts))
-        is_between = (flags & 4 and self.common[before].unspaced & MAY_END and
-                      self.common[behind].unspaced & MAY_BEGIN)
+        is_between = (flags & 4 and self.order[before].unspaced & MAY_END and
+                      self.order[behind].unspaced & MAY_BEGIN)
         return flags | (UNSPACED_LINE if is_between else 0)
 
 
@@ -511,18 +513,18 @@ def class_arrays(machines, characters):
     for key, cls in classes.keys.items():
         places[(key * factor & 0xFFFFFFFF) >> 32 - HASH_BITS] = numbers[cls]
     common = len(COMMON)
-    assert code_of(trail) < 1 << 9 and common < ROWS
-    pairs = [classes.pair(before, behind) if before < common and behind < common else UNDECIDED
+    assert code_of(trail) < 1 << 9 and common < ROWS and classes.order[common].unspaced == 0
+    pairs = [classes.pair(before, behind) if before <= common and behind < common else UNDECIDED
              for before in range(ROWS) for behind in range(ROWS)]
     plain = []
     for first, last in PLAIN:
         units = {unit_at(c) for c in range(first, last + 1)}
         assert len(units) == 1 and 0 not in units, hex(first)
         plain.append("{%d,%d,%d}" % (first, last, unit_at(first)))
+    plain.append("{65535,65535,0}")  # ends a search
     check_constant("kZkCommonClasses", common)
     check_constant("kZkPairTrail", f"0x{code_of(trail) << 7:X}")
     check_constant("kZkClassFactor", f"{factor}U")
-    check_constant("kZkPlainRangeCount", len(plain))
     columns = ["{%d,%d,%d,%d}" % (cls.columns + (cls.unspaced,)) for cls in classes.order]
     usual = [line | grapheme << 8 | word << 16 for line, grapheme, word in classes.usual]
     return [array("ZkBreakColumns", "kZkBreakColumns", columns, 4),
