@@ -29,6 +29,11 @@ public:
     {
         vst1q_u8(static_cast<std::uint8_t *>(to), vreinterpretq_u8_u16(m_lanes));
     }
+    /// A byte for each lane, whose value is at most 255.
+    void storeBytes(void *to) const
+    {
+        vst1_u8(static_cast<std::uint8_t *>(to), vmovn_u16(m_lanes));
+    }
 
     Mask mask() const { return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(m_lanes)), 0); }
     bool any() const { return mask() != 0; }

@@ -29,6 +29,11 @@ public:
     }
     static ZkLanes all(unsigned unit) { return ZkLanes(_mm_set1_epi16(static_cast<short>(unit))); }
     void store(void *to) const { _mm_storeu_si128(static_cast<__m128i *>(to), m_lanes); }
+    /// A byte for each lane, whose value is at most 255.
+    void storeBytes(void *to) const
+    {
+        _mm_storel_epi64(static_cast<__m128i *>(to), _mm_packus_epi16(m_lanes, m_lanes));
+    }
 
     Mask mask() const { return static_cast<Mask>(_mm_movemask_epi8(m_lanes)); }
     bool any() const { return mask() != 0; }

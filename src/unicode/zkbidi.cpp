@@ -1,5 +1,6 @@
 #include "zkbidi.h"
 
+#include "base/zklanes.h"
 #include "unicode/zkbidiparagraph.h"
 #include "unicode/zkdirectionscan.h"
 #include "unicode/zkunitclasses.h"
@@ -22,20 +23,53 @@ constexpr ZkBidiClasses kBlanks =
     zkBidiBit(ZkCharacter::BidiLRI) | zkBidiBit(ZkCharacter::BidiRLI) |
     zkBidiBit(ZkCharacter::BidiFSI) | zkBidiBit(ZkCharacter::BidiPDI);
 
-/// Writes the byte of each unit and adds to the set of classes.
+/// Classes that one must know of before the levels are found.
+constexpr ZkBidiClasses kTold = kBlanks & ~zkBidiBit(ZkCharacter::BidiWS);
+
+std::uint8_t byteOf(std::uint16_t unit)
+{
+    const unsigned bits = zkunit::bidiOf(unit);
+    return static_cast<std::uint8_t>(bits | (kBlanks >> (bits & kZkBidiClass) & 1) << 7);
+}
+
+ZkBidiClasses writeEach(const std::uint16_t *units, int first, int last, std::uint8_t *bytes)
+{
+    ZkBidiClasses classes = 0;
+    for (int i = first; i < last; ++i) {
+        // The second unit of a pair as one more character of the kind: nothing changes.
+        bytes[i] = units[i] == kZkPairTrail ? bytes[i - 1] : byteOf(units[i]);
+        classes |= zkBidiBit(bytes[i] & kZkBidiClass);
+    }
+    return classes;
+}
+
+/// Writes the byte of each unit. Returns the set of their classes, of which only those that
+/// `kTold` has are sure to be told.
 ZkBidiClasses writeBytes(const std::uint16_t *units, int count, std::uint8_t *bytes)
 {
     ZkBidiClasses classes = 0;
-    for (int i = 0; i < count; ++i) {
-        if (units[i] == kZkPairTrail) {
-            bytes[i] = bytes[i - 1]; // as one more character of the kind: nothing changes
-            continue;
+    int i = 0;
+#if ZK_HAS_LANES
+    static_assert(kTold ==
+                      (((zkBidiBit(ZkCharacter::BidiS) << 1) - zkBidiBit(ZkCharacter::BidiBN)) |
+                       ((zkBidiBit(ZkCharacter::BidiPDI) << 1) - zkBidiBit(ZkCharacter::BidiLRE))),
+                  "they stand in two stretches");
+    const ZkLanes space = ZkLanes::all(ZkCharacter::BidiWS), blank = ZkLanes::all(kZkBidiBlank);
+    for (; i + ZkLanes::kCount <= count; i += ZkLanes::kCount) {
+        const ZkLanes lanes = ZkLanes::load(units + i);
+        const ZkLanes bidi = lanes & ZkLanes::all(kZkBidiClass);
+        const ZkLanes told = ZkLanes::within(bidi, ZkCharacter::BidiBN, ZkCharacter::BidiS) |
+                             ZkLanes::within(bidi, ZkCharacter::BidiLRE, ZkCharacter::BidiPDI) |
+                             (lanes == ZkLanes::all(kZkPairTrail));
+        if (told.any()) {
+            classes |= writeEach(units, i, i + ZkLanes::kCount, bytes);
+        } else {
+            ((lanes & ZkLanes::all(kZkBidiClass | kZkBidiBracket)) | ((bidi == space) & blank))
+                .storeBytes(bytes + i);
         }
-        const unsigned bits = zkunit::bidiOf(units[i]), bidi = bits & kZkBidiClass;
-        classes |= zkBidiBit(static_cast<int>(bidi));
-        bytes[i] = static_cast<std::uint8_t>(bits | (kBlanks >> bidi & 1) << 7);
     }
-    return classes;
+#endif
+    return classes | writeEach(units, i, count, bytes);
 }
 
 /// The same for a text, which is looked up piece by piece.
@@ -275,9 +309,18 @@ void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::i
 void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
                      std::int64_t bytes)
 {
-    m_uniformLevel = -1;
     const std::int64_t perUnit = ZkBidiParagraph::scratchSize(1, classes);
-    void *const work = listParagraphs(text, m_size, perUnit, scratch, bytes);
+    void *work = scratch;
+    if ((classes & zkBidiBit(ZkCharacter::BidiB)) != 0) {
+        work = listParagraphs(text, m_size, perUnit, scratch, bytes);
+    } else {
+        setUniform(0); // for the one paragraph
+        if (scratch == nullptr || m_size * perUnit > bytes) {
+            allocate(aligned(m_size) + m_size * perUnit, m_size);
+            work = static_cast<std::uint8_t *>(m_buffer) + aligned(m_size);
+        }
+    }
+    m_uniformLevel = -1;
     resolveParagraphs(text, 0, m_paragraphCount, classes, work);
     m_baseLevel = m_paragraphCount > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
 }
