@@ -131,14 +131,15 @@ constexpr WeakStep weakStep(State state, int weak)
     }
 }
 
-// A step in a byte: the next state, what the character becomes, and whether for all.
-constexpr unsigned kStateMask = 15, kResolvedShift = 4, kForAll = 0x80;
-constexpr int kWidth = 16;
+// A step in a byte: what the character becomes, whether for all, and the next state.
+constexpr unsigned kForAll = 8, kNextMask = 0xF0;
+constexpr unsigned kStateShift = 4; // also of the place of a state's steps
+constexpr unsigned kColumnsShift = 5;
 
 /// The weak rules as tables, which the compiler makes of the functions above.
 struct WeakTables {
-    std::uint8_t columns[3][kZkBidiClass + 1]; ///< by the last strong state and the class
-    std::uint8_t steps[StateCount][kWidth];
+    std::uint8_t columns[(BehindAL + 1) << kColumnsShift]; ///< the last letter's state, the class
+    std::uint8_t steps[StateCount << kStateShift];         ///< the state, the column
 };
 
 constexpr Weak weakOf(int strong, int bidi)
@@ -165,14 +166,14 @@ constexpr WeakTables weakTables()
     WeakTables tables = {};
     for (int strong = BehindL; strong <= BehindAL; ++strong) {
         for (int bidi = 0; bidi <= kZkBidiClass; ++bidi) {
-            tables.columns[strong][bidi] = weakOf(strong, bidi);
+            tables.columns[strong << kColumnsShift | bidi] = weakOf(strong, bidi);
         }
     }
     for (int state = 0; state < StateCount; ++state) {
         for (int weak = 0; weak < WeakCount; ++weak) {
             const WeakStep step = weakStep(static_cast<State>(state), weak);
-            tables.steps[state][weak] = static_cast<std::uint8_t>(
-                step.next | step.resolved << kResolvedShift | (step.isForAll ? kForAll : 0));
+            tables.steps[state << kStateShift | weak] = static_cast<std::uint8_t>(
+                step.next << kStateShift | step.resolved | (step.isForAll ? kForAll : 0));
         }
     }
     return tables;
@@ -185,7 +186,7 @@ class WeakRules
 {
 public:
     /// `start` is the direction of what stands before all.
-    explicit WeakRules(int start) : m_state(start != 0 ? BehindR : BehindL), m_strong(m_state) {}
+    explicit WeakRules(int start) : m_state(start != 0 ? BehindR : BehindL), m_letter(m_state) {}
 
     /// Resolves bytes from `first` on until it has passed a bracket; where the next one is.
     int read(std::uint8_t *bytes, int first, int count);
@@ -195,7 +196,7 @@ public:
 
 private:
     unsigned m_state;
-    unsigned m_strong; // the last state behind a letter
+    unsigned m_letter; // the last state behind a letter
     int m_since = 0;   // where the state began
     unsigned m_seen = 0;
 };
@@ -207,29 +208,35 @@ constexpr bool isBracket(unsigned byte)
     return bracket != 0 && bracket != kZkBidiInitiator && (byte & ResolvedMask) >= ResolvedNeutral;
 }
 
-int WeakRules::read(std::uint8_t *bytes, int first, int count)
+__attribute__((noinline)) int WeakRules::read(std::uint8_t *bytes, int first, int count)
 {
-    unsigned state = m_state, strong = m_strong, seen = 0, byte = 0;
+    unsigned state = m_state << kStateShift, seen = 0, byte = 0;
+    const std::uint8_t *columns = kWeak.columns + (m_letter << kColumnsShift);
     int since = m_since, i = first;
     while (i < count && !isBracket(byte)) {
-        const unsigned rest = bytes[i] & ~static_cast<unsigned>(kZkBidiClass);
-        const unsigned step = kWeak.steps[state][kWeak.columns[strong][bytes[i] & kZkBidiClass]];
-        const unsigned next = step & kStateMask, resolved = step >> kResolvedShift & ResolvedMask;
+        const unsigned before = bytes[i], bidi = before & kZkBidiClass;
+        const unsigned step = kWeak.steps[state | columns[bidi]];
+        const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
         if ((step & kForAll) != 0) {
             for (int at = since; at < i; ++at) {
                 bytes[at] = static_cast<std::uint8_t>((bytes[at] & ~ResolvedMask) | resolved);
             }
         }
-        byte = rest | resolved;
-        bytes[i] = static_cast<std::uint8_t>(byte);
+        byte = before - bidi + resolved;
         seen |= 1U << resolved;
-        strong = next <= BehindAL ? next : strong;
+        if (next <= BehindAL << kStateShift) {
+            columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
+        }
         since = next == state ? since : i;
         state = next;
-        ++i;
+        // All but separators in numbers, and brackets, do again what the first of a kind does.
+        const bool repeats = next < BetweenEN << kStateShift && (before & kZkBidiBracket) == 0;
+        do {
+            bytes[i++] = static_cast<std::uint8_t>(byte);
+        } while (repeats && i < count && bytes[i] == before);
     }
-    m_state = state;
-    m_strong = strong;
+    m_state = state >> kStateShift;
+    m_letter = static_cast<unsigned>(columns - kWeak.columns) >> kColumnsShift;
     m_since = since;
     m_seen = seen;
     return i;
@@ -452,17 +459,20 @@ void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
                                   : static_cast<std::uint8_t>((byte & kZkBidiBlank) | between);
         } while (++neutrals < end);
     };
-    for (int i = 0, count = m_count; i < count; ++i) {
+    for (int i = 0, count = m_count; i < count;) {
         const unsigned byte = bytes[i], resolved = byte & ResolvedMask;
         if (resolved >= ResolvedNeutral) {
+            ++i;
             continue;
         }
         if (neutrals < i) {
             settle(i, directionOf(resolved));
         }
-        bytes[i] = static_cast<std::uint8_t>((byte & kZkBidiBlank) |
-                                             static_cast<unsigned>(levels[resolved]));
-        neutrals = i + 1;
+        const unsigned settled = (byte & kZkBidiBlank) | static_cast<unsigned>(levels[resolved]);
+        do {
+            bytes[i++] = static_cast<std::uint8_t>(settled);
+        } while (i < count && bytes[i] == byte);
+        neutrals = i;
         context = directionOf(resolved);
     }
     if (neutrals < m_count) {
