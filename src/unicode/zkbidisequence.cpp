@@ -188,16 +188,16 @@ public:
     /// `start` is the direction of what stands before all.
     explicit WeakRules(int start) : m_state(start != 0 ? BehindR : BehindL), m_letter(m_state) {}
 
-    /// Resolves bytes from `first` on until it has passed a bracket; where the next one is.
-    int read(std::uint8_t *bytes, int first, int count);
+    /// Resolves bytes from `at` on until it has passed a bracket; where the next one is.
+    std::uint8_t *read(std::uint8_t *at, const std::uint8_t *end);
 
     /// A bit for each kind of `Resolved` that was read last, the bracket's among them.
     unsigned seen() const { return m_seen; }
 
 private:
     unsigned m_state;
-    unsigned m_letter; // the last state behind a letter
-    int m_since = 0;   // where the state began
+    unsigned m_letter;               // the last state behind a letter
+    std::uint8_t *m_since = nullptr; // where the state began
     unsigned m_seen = 0;
 };
 
@@ -208,18 +208,18 @@ constexpr bool isBracket(unsigned byte)
     return bracket != 0 && bracket != kZkBidiInitiator && (byte & ResolvedMask) >= ResolvedNeutral;
 }
 
-__attribute__((noinline)) int WeakRules::read(std::uint8_t *bytes, int first, int count)
+__attribute__((noinline)) std::uint8_t *WeakRules::read(std::uint8_t *at, const std::uint8_t *end)
 {
     unsigned state = m_state << kStateShift, seen = 0, byte = 0;
     const std::uint8_t *columns = kWeak.columns + (m_letter << kColumnsShift);
-    int since = m_since, i = first;
-    while (i < count && !isBracket(byte)) {
-        const unsigned before = bytes[i], bidi = before & kZkBidiClass;
+    std::uint8_t *since = m_since;
+    while (at < end && !isBracket(byte)) {
+        const unsigned before = *at, bidi = before & kZkBidiClass;
         const unsigned step = kWeak.steps[state | columns[bidi]];
         const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
         if ((step & kForAll) != 0) {
-            for (int at = since; at < i; ++at) {
-                bytes[at] = static_cast<std::uint8_t>((bytes[at] & ~ResolvedMask) | resolved);
+            for (; since < at; ++since) {
+                *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
             }
         }
         byte = before - bidi + resolved;
@@ -227,19 +227,21 @@ __attribute__((noinline)) int WeakRules::read(std::uint8_t *bytes, int first, in
         if (next <= BehindAL << kStateShift) {
             columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
         }
-        since = next == state ? since : i;
+        since = next == state ? since : at;
         state = next;
+        *at++ = static_cast<std::uint8_t>(byte);
         // All but separators in numbers, and brackets, do again what the first of a kind does.
-        const bool repeats = next < BetweenEN << kStateShift && (before & kZkBidiBracket) == 0;
-        do {
-            bytes[i++] = static_cast<std::uint8_t>(byte);
-        } while (repeats && i < count && bytes[i] == before);
+        if (next < BetweenEN << kStateShift && (before & kZkBidiBracket) == 0) {
+            for (; at < end && *at == before; ++at) {
+                *at = static_cast<std::uint8_t>(byte);
+            }
+        }
     }
     m_state = state >> kStateShift;
     m_letter = static_cast<unsigned>(columns - kWeak.columns) >> kColumnsShift;
     m_since = since;
     m_seen = seen;
-    return i;
+    return at;
 }
 
 /// Opening brackets whose partner has not come yet. Deeper ones end the search, so that
@@ -385,10 +387,10 @@ void ZkBidiSequence::resolve(int level, int before, int behind)
 {
     WeakRules weak(before);
     Brackets brackets(*this);
-    for (int i = 0; i < m_count;) {
-        i = weak.read(m_bytes, i, m_count);
-        if (isBracket(m_bytes[i - 1])) {
-            brackets.read(i - 1, weak.seen());
+    for (std::uint8_t *at = m_bytes, *const end = m_bytes + m_count; at < end;) {
+        at = weak.read(at, end);
+        if (isBracket(at[-1])) {
+            brackets.read(static_cast<int>(at - m_bytes) - 1, weak.seen());
         }
     }
     if (brackets.end() > 0) {
