@@ -166,14 +166,14 @@ constexpr WeakTables weakTables()
     WeakTables tables = {};
     for (int strong = BehindL; strong <= BehindAL; ++strong) {
         for (int bidi = 0; bidi <= kZkBidiClass; ++bidi) {
-            tables.columns[strong << kColumnsShift | bidi] = weakOf(strong, bidi);
+            tables.columns[(strong << kColumnsShift) + bidi] = weakOf(strong, bidi);
         }
     }
     for (int state = 0; state < StateCount; ++state) {
         for (int weak = 0; weak < WeakCount; ++weak) {
             const WeakStep step = weakStep(static_cast<State>(state), weak);
-            tables.steps[state << kStateShift | weak] = static_cast<std::uint8_t>(
-                step.next << kStateShift | step.resolved | (step.isForAll ? kForAll : 0));
+            tables.steps[(state << kStateShift) + weak] = static_cast<std::uint8_t>(
+                unsigned{step.next} << kStateShift | step.resolved | (step.isForAll ? kForAll : 0));
         }
     }
     return tables;
