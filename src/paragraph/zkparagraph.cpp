@@ -475,11 +475,11 @@ int ZkParagraph::stretches(int line, const ZkTextStretch **stretches) const
 std::size_t ZkParagraph::memoryBytes() const
 {
     const auto unit = static_cast<std::size_t>(d->text.size());
-    std::size_t bytes = sizeof *d + d->spans.memoryBytes() + d->runs.memoryBytes() +
-                        d->hardLines.memoryBytes() + d->penBases.memoryBytes() +
-                        d->lines.memoryBytes() + d->patches.memoryBytes() +
-                        d->placed.memoryBytes() + d->stretches.memoryBytes() +
-                        d->cells.memoryBytes() + d->levels.memoryBytes();
+    std::size_t bytes =
+        sizeof *d + d->spans.memoryBytes() + d->runs.memoryBytes() + d->hardLines.memoryBytes() +
+        d->penBases.memoryBytes() + d->lines.memoryBytes() + d->unstretched.memoryBytes() +
+        d->patches.memoryBytes() + d->placed.memoryBytes() + d->stretches.memoryBytes() +
+        d->cells.memoryBytes() + d->levels.memoryBytes();
     bytes += d->glyphs.memoryBytes() + d->patchGlyphs.memoryBytes();
     bytes += unit * 3; // characters and boundaries
     bytes += d->bidi.isLeftToRight() ? 0 : unit;

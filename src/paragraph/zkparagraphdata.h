@@ -95,6 +95,12 @@ struct ZkLineItem {
     ZkPen length;
 };
 
+/// The spaces in units `[first, last)` of a justified line, which are stretched.
+struct ZkStretchedSpaces {
+    int first, last;
+    int count;
+};
+
 /// What is shown in place of text that is left out.
 struct ZkDots {
     int hiddenFirst = 0, hiddenLast = 0; ///< units
@@ -183,6 +189,9 @@ struct ZkParagraphData {
     /// The last unit of `[first, last)` that is neither a space nor a line end, plus one.
     int contentEnd(int first, int last) const;
     ZkPen hyphenAt(int end) const;
+    bool isStretched(int unit) const;
+    ZkStretchedSpaces stretchedSpaces(const ZkTextLine &line) const;
+    void stretchLines();
 
     // What the host set.
     ZkString text;
@@ -224,7 +233,8 @@ struct ZkParagraphData {
 
     // Divided.
     ZkPlainArray<ZkTextLine> lines;
-    ZkPlainArray<ZkPatch> patches;
+    ZkPlainArray<int> unstretched; ///< widths of the lines of justified text before
+    ZkPlainArray<ZkPatch> patches; ///< by line, and as they stand in it
     ZkShapedGlyphs patchGlyphs;
     ZkDots dots; ///< of the last line
     int widest = 0;

@@ -331,6 +331,7 @@ void ZkParagraphData::divide()
     lines.truncate(0);
     patches.truncate(0);
     patchGlyphs.truncate(0);
+    unstretched.truncate(0);
     dots = ZkDots();
     LineBreaker(this).breakAll();
     shorten();
@@ -338,9 +339,52 @@ void ZkParagraphData::divide()
     done = Divided;
 }
 
+// True for a space that a justified line may stretch.
+bool ZkParagraphData::isStretched(int unit) const
+{
+    const ZkUcs2 c = text.constData()[unit];
+    return (c == 0x20 || c == 0xA0) && isCluster(unit);
+}
+
+// The spaces that a justified line stretches: those behind its last tab.
+ZkStretchedSpaces ZkParagraphData::stretchedSpaces(const ZkTextLine &line) const
+{
+    ZkStretchedSpaces spaces = {line.first, contentEnd(line.first, line.last), 0};
+    if (alignment != ZkParagraph::AlignJustify || line.endsHard || boxWidth <= 0) {
+        return spaces;
+    }
+    for (int u = spaces.last; u-- > spaces.first;) {
+        if (text.constData()[u] == kZkTab) {
+            spaces.first = u + 1;
+            break;
+        }
+        spaces.count += isStretched(u) ? 1 : 0;
+    }
+    return spaces;
+}
+
+// Lines of justified text that have spaces are as wide as the box.
+void ZkParagraphData::stretchLines()
+{
+    for (int i = 0; i < unstretched.size(); ++i) {
+        lines[i].width = unstretched[i];
+    }
+    unstretched.truncate(0);
+    if (alignment != ZkParagraph::AlignJustify || boxWidth <= 0) {
+        return;
+    }
+    for (ZkTextLine &line : lines) {
+        unstretched.append(line.width);
+        if (line.width < boxWidth && stretchedSpaces(line).count > 0) {
+            line.width = boxWidth;
+        }
+    }
+}
+
 // Sets the lines under each other and aligns them.
 void ZkParagraphData::stack()
 {
+    stretchLines();
     widest = 0;
     std::int64_t top = 0;
     const ZkTypefaceMetrics plain = metricsOf(font);

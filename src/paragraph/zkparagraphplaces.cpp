@@ -29,6 +29,7 @@ private:
     void addDots();
     void addHyphen();
     void findLevels(int first, int last);
+    void findPatches();
     void stretchSpaces();
     ZkPen stretchBefore(int spaces) const
     {
@@ -36,9 +37,7 @@ private:
     }
     bool isStretched(int unit) const
     {
-        const ZkUcs2 c = m_d.text.constData()[unit];
-        return (c == 0x20 || c == 0xA0) && unit >= m_stretchFirst && unit < m_stretchLast &&
-               m_d.isCluster(unit);
+        return unit >= m_stretched.first && unit < m_stretched.last && m_d.isStretched(unit);
     }
     void reorder();
     void placeItem(const ZkLineItem &item, ZkPen left);
@@ -59,7 +58,8 @@ private:
     ZkPen m_pen = 0;       // behind the last item, in the order of the text
     int m_extra = 0;       // pixels that spaces are stretched by
     int m_spaces = 0;      // and how many of them
-    int m_stretchFirst = 0, m_stretchLast = 0;
+    ZkStretchedSpaces m_stretched = {};
+    int m_patchFirst = 0, m_patchLast = 0; // of this line, a few at most
 };
 
 // The levels of `[first, last)` as this line shows them; a line may hold several paragraphs
@@ -73,6 +73,17 @@ void LinePlacer::findLevels(int first, int last)
         const int to = std::min(m_d.bidi.paragraphOf(from).last, last);
         m_d.bidi.lineLevels(from, to, m_d.levels.begin() + (from - first));
         from = to;
+    }
+}
+
+void LinePlacer::findPatches()
+{
+    const ZkPatch *const begin = m_d.patches.begin(), *const end = m_d.patches.end();
+    const ZkPatch *const first = std::lower_bound(
+        begin, end, m_number, [](const ZkPatch &patch, int line) { return patch.line < line; });
+    m_patchFirst = m_patchLast = static_cast<int>(first - begin);
+    while (m_patchLast < m_d.patches.size() && m_d.patches[m_patchLast].line == m_number) {
+        ++m_patchLast;
     }
 }
 
@@ -111,8 +122,9 @@ void LinePlacer::addPiece(int run, int first, int last, std::uint8_t level)
 {
     while (first < last) {
         int end = last;
-        for (const ZkPatch &patch : m_d.patches) {
-            if (patch.line != m_number || patch.last <= first || patch.first >= end) {
+        for (int i = m_patchFirst; i < m_patchLast; ++i) {
+            const ZkPatch &patch = m_d.patches[i];
+            if (patch.last <= first || patch.first >= end) {
                 continue;
             }
             if (patch.first <= first) {
@@ -190,30 +202,23 @@ void LinePlacer::addHyphen()
     addItem(ZkLineItem::Hyphen, run, end - 1, end, 0, 1, m_d.runs[run].level);
 }
 
-// Spreads what is left of the width over the spaces behind the last tab.
+// Spreads what is left of the width over the spaces of a justified line.
 void LinePlacer::stretchSpaces()
 {
-    if (m_d.alignment != ZkParagraph::AlignJustify || m_line.endsHard || m_d.boxWidth <= 0) {
+    if (m_d.unstretched.isEmpty() || m_d.unstretched[m_number] == m_line.width) {
         return;
     }
-    m_extra = m_d.boxWidth - m_line.width;
-    m_stretchLast = m_d.contentEnd(m_line.first, m_line.last);
-    m_stretchFirst = m_line.first;
-    for (int u = m_line.first; m_hard.hasTabs && u < m_stretchLast; ++u) {
-        if (m_d.text.constData()[u] == kZkTab) {
-            m_stretchFirst = u + 1;
-        }
-    }
+    m_extra = m_line.width - m_d.unstretched[m_number];
+    m_stretched = m_d.stretchedSpaces(m_line);
+    int before = 0;
     for (ZkLineItem &item : m_d.items) {
-        item.spaces = m_spaces;
+        item.spaces = before;
         for (int u = item.first; item.kind <= ZkLineItem::Again && u < item.last; ++u) {
-            m_spaces += isStretched(u) ? 1 : 0;
+            before += isStretched(u) ? 1 : 0;
         }
     }
-    if (m_extra <= 0) {
-        m_spaces = 0;
-    }
-    for (int i = 0; m_spaces > 0 && i < m_d.items.size(); ++i) {
+    m_spaces = before;
+    for (int i = 0; i < m_d.items.size(); ++i) {
         ZkLineItem &item = m_d.items[i];
         const int behind = i + 1 < m_d.items.size() ? m_d.items[i + 1].spaces : m_spaces;
         item.length += stretchBefore(behind) - stretchBefore(item.spaces);
@@ -418,6 +423,7 @@ void LinePlacer::place()
     m_d.placed.truncate(0);
     m_d.stretches.truncate(0);
     m_d.cells.truncate(0);
+    findPatches();
     if (m_line.isShortened) {
         addRange(m_line.first, m_d.dots.hiddenFirst);
         addDots();

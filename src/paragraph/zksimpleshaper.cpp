@@ -19,8 +19,8 @@ constexpr char32_t kLam = 0x0644;
 constexpr char32_t kSaraAm = 0x0E33;
 // Letters that joining looks at across the ends of a run, marks between them included.
 constexpr int kMostContext = 64;
-// Marks of one cluster that are composed and placed together; more stand as they are.
-constexpr int kMostMarks = 24;
+// How far a mark may stand from its letter, either way: what a shaped glyph has room for.
+constexpr int kMostOffset = 511;
 
 bool isMark(const ZkCharacter &c)
 {
@@ -109,6 +109,21 @@ struct Part {
     unsigned combiningClass;
 };
 
+/// Where the reading of a cluster has come to.
+struct Reader {
+    int at, end;
+    int count; ///< of what was read
+    char32_t letter;
+    unsigned last; ///< combining class of the last mark
+    bool composes; ///< marks with the letter
+    bool hasComposed;
+};
+
+std::int16_t offset(int pixels)
+{
+    return static_cast<std::int16_t>(std::clamp(pixels, -kMostOffset, kMostOffset) * 64);
+}
+
 /// What was found out about the characters and pairs of a long run, so that text, which
 /// repeats its letters, asks typeface and cache once for most of them.
 struct Known {
@@ -149,8 +164,7 @@ private:
     bool isPlain(char32_t c) const;
     void plain(int u, char32_t c);
     int cluster(int u, int end);
-    int compose(Part *parts, int count) const;
-    int gather(int u, int end, Part *parts, int *rest) const;
+    bool next(Reader *reader, Part *part) const;
     bool joinsBefore(int u) const;
     bool joinsAfter(int u) const;
     char32_t joined(char32_t letter, unsigned joining, bool before, bool after) const;
@@ -367,48 +381,47 @@ char32_t Shaping::ligature(char32_t letter, int end, bool before, int *alefEnd)
     return m_run.face->hasGlyph(form) ? form : 0;
 }
 
-// The characters of a cluster that are seen, at most `kMostMarks`; `*rest` is the unit behind.
-int Shaping::gather(int u, int end, Part *parts, int *rest) const
+// The next character of the reader's cluster that is seen and stands by itself: the ones
+// that the face has composed with the letter are passed over. False at the end. A mark is
+// in the way of those behind it that do not come later in the canonical order.
+bool Shaping::next(Reader *reader, Part *part) const
 {
-    int count = 0, units = 0;
-    for (; u < end && count < kMostMarks; u += units) {
-        const char32_t c = characterAt(u, &units);
+    int units = 0;
+    for (; reader->at < reader->end; reader->at += units) {
+        const char32_t c = characterAt(reader->at, &units);
         const ZkCharacter &properties = zkCharacter(c);
-        if (!zkIsUnseen(c, properties)) {
-            parts[count++] = {c, properties.combiningClass};
+        if (zkIsUnseen(c, properties)) {
+            continue;
         }
-    }
-    *rest = u;
-    return count;
-}
-
-// Puts marks into the letter where the face has the composed character. A mark is in the
-// way of those behind it that do not come later in the canonical order.
-int Shaping::compose(Part *parts, int count) const
-{
-    int kept = 1;
-    unsigned last = 0;
-    for (int i = 1; i < count; ++i) {
-        const bool isBlocked = kept > 1 && last >= parts[i].combiningClass;
-        const char32_t composed = isBlocked ? 0 : zkCompose(parts[0].c, parts[i].c);
+        const unsigned combiningClass = properties.combiningClass;
+        const bool isBlocked = reader->count == 0 || !reader->composes ||
+                               (reader->count > 1 && reader->last >= combiningClass);
+        const char32_t composed = isBlocked ? 0 : zkCompose(reader->letter, c);
         if (composed != 0 && m_run.face->hasGlyph(composed)) {
-            parts[0].c = composed;
-            parts[0].combiningClass = 0;
-        } else {
-            last = parts[i].combiningClass;
-            parts[kept++] = parts[i];
+            reader->letter = composed;
+            reader->hasComposed = true;
+            continue;
         }
+        if (reader->count++ == 0) {
+            reader->letter = c;
+        } else {
+            reader->last = combiningClass;
+        }
+        reader->at += units;
+        *part = {c, combiningClass};
+        return true;
     }
-    return kept;
+    return false;
 }
 
 // Shapes the cluster `[u, end)`, and the alef behind a lam with it; the unit to go on from.
+// It is read twice, for its letter is known when all of it was seen.
 int Shaping::cluster(int u, int end)
 {
-    Part parts[2 * kMostMarks];
-    int rest = end;
-    int count = gather(u, end, parts, &rest);
-    if (count == 0) {
+    Reader all = {u, end, 0, 0, 0, true, false};
+    Reader marks = all;
+    Part part = {};
+    if (!next(&all, &part)) {
         int units = 0;
         const unsigned joining = zkCharacter(characterAt(u, &units)).joining;
         if (joining != ZkCharacter::JoiningTransparent) {
@@ -418,21 +431,22 @@ int Shaping::cluster(int u, int end)
         m_left = 0;
         return end;
     }
-    count = compose(parts, count);
-    const ZkCharacter &first = zkCharacter(parts[0].c);
-    char32_t shown = parts[0].c;
-    int next = end;
+    next(&marks, &part);
+    while (next(&all, &part)) {
+    }
+    marks.composes = all.hasComposed;
+    const char32_t letter = all.letter;
+    const ZkCharacter &first = zkCharacter(letter);
+    char32_t shown = letter;
+    int behind = end;
     if (first.joining != ZkCharacter::JoiningNone &&
         first.joining != ZkCharacter::JoiningTransparent) {
         int alefEnd = end;
         const bool before = m_joinsForward && joinsBackward(first.joining);
         const char32_t both = ligature(shown, end, before, &alefEnd);
         if (both != 0) {
-            int units = 0;
-            characterAt(end, &units);
-            count += gather(end + units, alefEnd, parts + count, &rest);
             shown = both;
-            next = alefEnd;
+            behind = alefEnd;
             m_joinsForward = false;
         } else {
             shown = joined(shown, first.joining, before, joinsAfter(u + 1));
@@ -442,7 +456,7 @@ int Shaping::cluster(int u, int end)
         m_joinsForward = false;
     }
     // A joiner or non-joiner at the end of the cluster has the last word.
-    for (int i = next; i-- > u;) {
+    for (int i = behind; i-- > u;) {
         if (m_run.text[i] == 0x200C || m_run.text[i] == 0x200D) {
             m_joinsForward = m_run.text[i] == 0x200D;
         }
@@ -456,21 +470,26 @@ int Shaping::cluster(int u, int end)
     }
     const std::uint32_t index = m_run.face->glyphIndex(shown);
     const ZkGlyph *const glyph = record(index);
-    m_character = parts[0].c;
+    m_character = letter;
     if (isMark(first)) {
         setBare(u, glyph);
-        return next;
+    } else {
+        kern(index);
+        add(u, index, glyph->bitmap.advance);
+        setLetter(glyph);
     }
-    kern(index);
-    add(u, index, glyph->bitmap.advance);
-    setLetter(glyph);
-    for (int i = 1; i < count; ++i) {
-        setMark(u, parts[i]);
-    }
-    if (count > 1) {
+    while (next(&marks, &part)) {
+        setMark(u, part);
         m_left = 0;
     }
-    return next;
+    if (behind > end) { // the marks of the alef
+        Reader alef = {end + 1, behind, 0, 0, 0, false, false};
+        while (next(&alef, &part)) {
+            setMark(u, part);
+            m_left = 0;
+        }
+    }
+    return behind;
 }
 
 // Marks that follow are set on `glyph`, which has just been added.
@@ -492,12 +511,14 @@ void Shaping::setBare(int u, const ZkGlyph *glyph)
 {
     const GlyphBitmap &bitmap = glyph->bitmap;
     m_left = 0;
+    setLetter(glyph);
     if (bitmap.advance > 0) {
         add(u, glyph->index(), bitmap.advance);
     } else {
-        add(u, glyph->index(), bitmap.width)->x = static_cast<std::int16_t>(-bitmap.left * 64);
+        add(u, glyph->index(), bitmap.width)->x = offset(-bitmap.left);
+        m_letter.x = m_above.x = m_below.x = 0;
+        m_advance = bitmap.width;
     }
-    setLetter(glyph);
 }
 
 // Adds what stands behind a letter in its cluster: a mark over or under it, or another
@@ -522,7 +543,7 @@ void Shaping::setMark(int u, const Part &part)
                                     tone.y / 64 - toneGlyph->bitmap.top, 0, 0};
             mark.x = m_advance + bitmap.left;
             zkRaiseAbove(raised, mark);
-            tone.y = static_cast<std::int16_t>((raised.y + toneGlyph->bitmap.top) * 64);
+            tone.y = offset(raised.y + toneGlyph->bitmap.top);
         }
         add(u, index, bitmap.advance);
         m_character = part.c;
@@ -551,8 +572,8 @@ void Shaping::setMark(int u, const Part &part)
     }
     const int pen = m_run.isRightToLeft ? 0 : m_advance;
     ZkShapedGlyph *const added = add(u, index, 0);
-    added->x = static_cast<std::int16_t>((mark.x - bitmap.left - pen) * 64);
-    added->y = static_cast<std::int16_t>((mark.y + bitmap.top) * 64);
+    added->x = offset(mark.x - bitmap.left - pen);
+    added->y = offset(mark.y + bitmap.top);
 }
 
 // The stack of a Thai consonant: a vowel or sign, then a tone or sign on top of it.
