@@ -199,8 +199,12 @@ ZkPen ZkParagraphData::shapeAgain(int first, int last, int contextFirst, int con
 }
 
 // Hides controls and adds letter spacing: the advances of glyphs `[first, size)` of a run.
+// The built-in shaper hides controls by itself.
 void ZkParagraphData::settleAdvances(ZkShapedGlyphs *shaped, int first) const
 {
+    if (shaper == nullptr && letterSpacing == 0) {
+        return;
+    }
     const int count = shaped->size();
     const ZkUcs2 *const units = text.constData();
     const int spacing = letterSpacing * 64;

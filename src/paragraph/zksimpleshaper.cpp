@@ -5,6 +5,7 @@
 
 #include "glyph/zkmarks.h"
 #include "glyph/zkthai.h"
+#include "glyph/zktypefacedata.h"
 #include "paragraph/zkarabicforms.h"
 #include "paragraph/zkunseen.h"
 #include "unicode/zkcharactertables.h"
@@ -21,6 +22,7 @@ constexpr char32_t kSaraAm = 0x0E33;
 constexpr int kMostContext = 64;
 // How far a mark may stand from its letter, either way: what a shaped glyph has room for.
 constexpr int kMostOffset = 511;
+constexpr int kMostAdvance = 16383; // pixels, as the layout allows
 
 bool isMark(const ZkCharacter &c)
 {
@@ -124,34 +126,14 @@ std::int16_t offset(int pixels)
     return static_cast<std::int16_t>(std::clamp(pixels, -kMostOffset, kMostOffset) * 64);
 }
 
-/// What was found out about the characters and pairs of a long run, so that text, which
-/// repeats its letters, asks typeface and cache once for most of them.
-struct Known {
-    struct Letter {
-        char32_t character; // 0 is none
-        std::uint32_t index;
-        int advance;
-    };
-    struct Pair {
-        std::uint32_t glyphs; // low 16 bits of both; 0 is none
-        int distance;
-    };
-
-    Letter letters[128] = {};
-    Pair pairs[256] = {};
-};
-
-// Runs that are worth the clearing of `Known`.
-constexpr int kLongRun = 192;
-
 /// Shapes one run, cluster by cluster.
 class Shaping
 {
 public:
-    Shaping(const ZkShapeRun &run, ZkShapedGlyphs *glyphs, Known *known)
+    Shaping(const ZkShapeRun &run, ZkShapedGlyphs *glyphs, ZkFontLetters *letters)
         : m_run(run),
           m_glyphs(glyphs),
-          m_known(known),
+          m_letters(*letters),
           m_isKerned(run.isKerned && run.face->hasKerning())
     {
     }
@@ -162,7 +144,8 @@ private:
     char32_t characterAt(int u, int *units) const;
     int clusterEnd(int u) const;
     bool isPlain(char32_t c) const;
-    void plain(int u, char32_t c);
+    int plain(int u);
+    bool enter(int u);
     int cluster(int u, int end);
     bool next(Reader *reader, Part *part) const;
     bool joinsBefore(int u) const;
@@ -174,7 +157,8 @@ private:
     {
         return m_run.holder->glyph(*m_run.face, index, m_run.font);
     }
-    int distance(std::uint32_t left, std::uint32_t right) const;
+    char32_t shownFor(char32_t c) const;
+    int distance(std::uint32_t before, std::uint32_t next);
     void kern(std::uint32_t index);
     void setLetter(const ZkGlyph *glyph);
     void setMark(int u, const Part &part);
@@ -183,7 +167,7 @@ private:
 
     const ZkShapeRun &m_run;
     ZkShapedGlyphs *m_glyphs;
-    Known *m_known; // null in a short run
+    ZkFontLetters &m_letters;
     bool m_isKerned;
     bool m_joinsForward = false; // the last letter that counts for joining does
     std::uint32_t m_left = 0;    // glyph that the next one may be kerned with
@@ -239,54 +223,91 @@ void Shaping::shape()
 {
     m_joinsForward = joinsBefore(m_run.first);
     for (int u = m_run.first; u < m_run.last;) {
-        const int end = clusterEnd(u);
-        const char32_t c = m_run.text[u];
-        if (end == u + 1 && (c & 0xF800) != 0xD800 && isPlain(c)) {
-            plain(u, c);
-            u = end;
-        } else {
-            u = cluster(u, end);
+        u = plain(u);
+        if (u < m_run.last && !enter(u)) {
+            u = cluster(u, clusterEnd(u));
         }
     }
 }
 
-inline void Shaping::plain(int u, char32_t c)
+// The character that is shown in place of `c`.
+inline char32_t Shaping::shownFor(char32_t c) const
 {
-    m_joinsForward = false;
-    Known::Letter fresh;
-    Known::Letter *letter = m_known != nullptr ? &m_known->letters[c & 127] : &fresh;
-    if (letter == &fresh || letter->character != c) {
-        letter->character = c;
-        letter->index = m_run.face->glyphIndex(m_run.isRightToLeft ? zkMirrored(c) : c);
-        letter->advance = record(letter->index)->bitmap.advance;
+    // Most characters of right-to-left text stand between these and have no mirror image.
+    return !m_run.isRightToLeft || c < 0x28 || (c > 0xBB && c < 0xF3A) ? c : zkMirrored(c);
+}
+
+// Shapes characters from unit `u` on as long as their letters are known; the unit of the
+// first that is not, or the end. This is all that happens to plain text.
+int Shaping::plain(int u)
+{
+    const ZkUcs2 *const text = m_run.text;
+    const std::uint8_t *const breaks = m_run.breaks;
+    const int first = u, last = m_run.last, before = m_glyphs->size();
+    const bool isKerned = m_isKerned;
+    ZkShapedGlyph *glyph = m_glyphs->extend(last - u);
+    std::uint32_t left = m_left;
+    for (; u < last; ++u, ++glyph) {
+        const char32_t c = shownFor(text[u]);
+        const std::uint32_t word = m_letters.letter(c);
+        const bool isAlone = (breaks[u + 1] & ZkTextBreaks::Grapheme) != 0 || u + 1 == last;
+        if (!ZkFontLetters::has(word, c) || !isAlone) {
+            break;
+        }
+        const std::uint32_t index = ZkFontLetters::indexOf(word);
+        if (isKerned) {
+            const int nearer = left == 0 ? 0 : distance(left, index);
+            if (nearer != 0) {
+                ZkShapedGlyph &kerned = u > first ? glyph[-1] : (*m_glyphs)[m_kernedAt];
+                kerned.advance = std::max(kerned.advance + nearer * 64, 0);
+            }
+            left = index;
+        }
+        *glyph = {index & 0xFFFFFF, 0, ZkFontLetters::advanceOf(word) * 64, 0, 0, u};
     }
-    kern(letter->index);
-    add(u, letter->index, letter->advance);
+    m_glyphs->truncate(before + u - first);
+    if (u > first) {
+        m_joinsForward = false;
+        m_left = left;
+        m_kernedAt = before + u - first - 1;
+    }
+    return u;
+}
+
+// Enters the character at unit `u` among the known letters. False when it is not plain, or
+// cannot be remembered: then `cluster` shapes it.
+bool Shaping::enter(int u)
+{
+    const char32_t c = m_run.text[u];
+    if (clusterEnd(u) != u + 1 || (c & 0xF800) == 0xD800 || !isPlain(c)) {
+        return false;
+    }
+    const char32_t shown = shownFor(c);
+    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    const ZkGlyph *const glyph = record(index);
+    return !glyph->isFailed() &&
+           m_letters.enter(shown, index, std::max<int>(glyph->bitmap.advance, 0));
 }
 
 inline ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
 {
     ZkShapedGlyph *const glyph = m_glyphs->extend(1);
-    glyph->index = index & 0xFFFFFF;
-    glyph->flags = 0;
-    glyph->advance = std::max(advance, 0) * 64;
-    glyph->x = glyph->y = 0;
-    glyph->cluster = u;
+    *glyph = {index & 0xFFFFFF, 0, std::clamp(advance, 0, kMostAdvance) * 64, 0, 0, u};
     return glyph;
 }
 
-int Shaping::distance(std::uint32_t left, std::uint32_t right) const
+// By how many pixels `next` stands nearer to `before`, which is the right one of the two in
+// right-to-left text.
+inline int Shaping::distance(std::uint32_t before, std::uint32_t next)
 {
-    const int size = m_run.font.fontSize();
-    if (m_known == nullptr || (left | right) > 0xFFFF || (left | right) == 0) {
-        return m_run.face->kerning(left, right, size);
+    const std::uint32_t left = m_run.isRightToLeft ? next : before;
+    const std::uint32_t right = m_run.isRightToLeft ? before : next;
+    if ((left | right) > ZkFontLetters::kMostIndex || left == 0) {
+        return 0; // no such pair in any font
     }
-    const std::uint32_t glyphs = left << 16 | right;
-    Known::Pair &pair = m_known->pairs[(left * 31 + right) & 255];
-    if (pair.glyphs != glyphs) {
-        pair = {glyphs, m_run.face->kerning(left, right, size)};
-    }
-    return pair.distance;
+    return m_letters.distance(left, right, [this](std::uint32_t a, std::uint32_t b) {
+        return m_run.face->kerning(a, b, m_run.font.fontSize());
+    });
 }
 
 // Moves the glyph `index`, which is about to be added, nearer to the one before it.
@@ -296,8 +317,7 @@ void Shaping::kern(std::uint32_t index)
         return;
     }
     if (m_left != 0) {
-        const bool swaps = m_run.isRightToLeft;
-        const int nearer = distance(swaps ? index : m_left, swaps ? m_left : index);
+        const int nearer = distance(m_left, index);
         if (nearer != 0) {
             ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
             before.advance = std::max(before.advance + nearer * 64, 0);
@@ -465,10 +485,7 @@ int Shaping::cluster(int u, int end)
         }
     }
 
-    if (m_run.isRightToLeft) {
-        shown = zkMirrored(shown);
-    }
-    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    const std::uint32_t index = m_run.face->glyphIndex(shownFor(shown));
     const ZkGlyph *const glyph = record(index);
     m_character = letter;
     if (isMark(first)) {
@@ -600,6 +617,13 @@ void Shaping::setThaiMark(ZkPlacedGlyph *mark, const Part &part)
     }
 }
 
+// With letters that are remembered for this run alone.
+__attribute__((noinline)) void shapeAlone(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
+{
+    ZkFontLetters letters = {};
+    Shaping(run, glyphs, &letters).shape();
+}
+
 } // namespace
 
 ZkShaper::~ZkShaper() = default;
@@ -616,12 +640,9 @@ std::uint32_t ZkShaper::serial() const
 
 void ZkSimpleShaper::shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
 {
-    if (run.last - run.first < kLongRun) {
-        Shaping(run, glyphs, nullptr).shape();
-    } else {
-        Known known;
-        Shaping(run, glyphs, &known).shape();
-    }
+    const ZkOpenTypeface *const open = ZkOpenTypeface::of(*run.face);
+    ZkFontLetters *const letters = open != nullptr ? open->lettersOf(run.font) : nullptr;
+    letters != nullptr ? Shaping(run, glyphs, letters).shape() : shapeAlone(run, glyphs);
 }
 
 bool ZkSimpleShaper::needsScripts() const
