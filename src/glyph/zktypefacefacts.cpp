@@ -23,7 +23,7 @@ constexpr std::uint16_t kAsk = 0xFFFF;
 
 constexpr std::uint32_t kPairSlots = 1024;
 
-// Fonts of a typeface whose letters are remembered, 3 KB each: the sizes and styles of one
+// Fonts of a typeface whose letters are remembered, 4 KB each: the sizes and styles of one
 // screen. A host that zooms through all of them takes no memory for each.
 constexpr int kMostLetters = 8;
 

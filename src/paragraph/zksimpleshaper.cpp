@@ -11,6 +11,7 @@
 #include "unicode/zkcharactertables.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -39,6 +40,22 @@ bool joinsBackward(unsigned joining)
 {
     return joining == ZkCharacter::JoiningDual || joining == ZkCharacter::JoiningRight ||
            joining == ZkCharacter::JoiningCausing;
+}
+
+inline char32_t mirrored(char32_t c)
+{
+    // Most characters of right-to-left text stand between these and have no mirror image.
+    return c < 0x28 || (c > 0xBB && c < 0xF3A) ? c : zkMirrored(c);
+}
+
+inline void put(ZkShapedGlyph *glyph, int u, std::uint32_t index, int advance)
+{
+    // As whole words, not bit by bit.
+    const std::uint32_t words[4] = {index & 0xFFFFFF, static_cast<std::uint32_t>(advance) * 64, 0,
+                                    static_cast<std::uint32_t>(u)};
+    static_assert(sizeof words == sizeof *glyph && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+                  "index and flags, advance, offset, cluster");
+    std::memcpy(glyph, words, sizeof words);
 }
 
 const ZkArabicForms *formsOf(char32_t letter)
@@ -144,6 +161,7 @@ private:
     char32_t characterAt(int u, int *units) const;
     int clusterEnd(int u) const;
     bool isPlain(char32_t c) const;
+    template <bool isRightToLeft>
     int plain(int u);
     bool enter(int u);
     int cluster(int u, int end);
@@ -157,8 +175,10 @@ private:
     {
         return m_run.holder->glyph(*m_run.face, index, m_run.font);
     }
-    char32_t shownFor(char32_t c) const;
+    char32_t shownFor(char32_t c) const { return m_run.isRightToLeft ? mirrored(c) : c; }
+    template <bool isRightToLeft>
     int distance(std::uint32_t before, std::uint32_t next);
+    int askDistance(std::uint32_t left, std::uint32_t right);
     void kern(std::uint32_t index);
     void setLetter(const ZkGlyph *glyph);
     void setMark(int u, const Part &part);
@@ -223,47 +243,42 @@ void Shaping::shape()
 {
     m_joinsForward = joinsBefore(m_run.first);
     for (int u = m_run.first; u < m_run.last;) {
-        u = plain(u);
+        u = m_run.isRightToLeft ? plain<true>(u) : plain<false>(u);
         if (u < m_run.last && !enter(u)) {
             u = cluster(u, clusterEnd(u));
         }
     }
 }
 
-// The character that is shown in place of `c`.
-inline char32_t Shaping::shownFor(char32_t c) const
-{
-    // Most characters of right-to-left text stand between these and have no mirror image.
-    return !m_run.isRightToLeft || c < 0x28 || (c > 0xBB && c < 0xF3A) ? c : zkMirrored(c);
-}
-
 // Shapes characters from unit `u` on as long as their letters are known; the unit of the
 // first that is not, or the end. This is all that happens to plain text.
+template <bool isRightToLeft>
 int Shaping::plain(int u)
 {
     const ZkUcs2 *const text = m_run.text;
     const std::uint8_t *const breaks = m_run.breaks;
+    const ZkFontLetters &letters = m_letters;
     const int first = u, last = m_run.last, before = m_glyphs->size();
-    const bool isKerned = m_isKerned;
+    const std::uint32_t kerned = m_isKerned ? ZkFontLetters::kMostIndex : 0;
     ZkShapedGlyph *glyph = m_glyphs->extend(last - u);
     std::uint32_t left = m_left;
     for (; u < last; ++u, ++glyph) {
-        const char32_t c = shownFor(text[u]);
-        const std::uint32_t word = m_letters.letter(c);
+        const char32_t c = isRightToLeft ? mirrored(text[u]) : text[u];
+        const std::uint32_t word = letters.letter(c);
         const bool isAlone = (breaks[u + 1] & ZkTextBreaks::Grapheme) != 0 || u + 1 == last;
         if (!ZkFontLetters::has(word, c) || !isAlone) {
             break;
         }
         const std::uint32_t index = ZkFontLetters::indexOf(word);
-        if (isKerned) {
-            const int nearer = left == 0 ? 0 : distance(left, index);
+        if (left != 0) {
+            const int nearer = distance<isRightToLeft>(left, index);
             if (nearer != 0) {
-                ZkShapedGlyph &kerned = u > first ? glyph[-1] : (*m_glyphs)[m_kernedAt];
-                kerned.advance = std::max(kerned.advance + nearer * 64, 0);
+                ZkShapedGlyph &changed = u > first ? glyph[-1] : (*m_glyphs)[m_kernedAt];
+                changed.advance = std::max(changed.advance + nearer * 64, 0);
             }
-            left = index;
         }
-        *glyph = {index & 0xFFFFFF, 0, ZkFontLetters::advanceOf(word) * 64, 0, 0, u};
+        left = index & kerned;
+        put(glyph, u, index, ZkFontLetters::advanceOf(word));
     }
     m_glyphs->truncate(before + u - first);
     if (u > first) {
@@ -292,22 +307,27 @@ bool Shaping::enter(int u)
 inline ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
 {
     ZkShapedGlyph *const glyph = m_glyphs->extend(1);
-    *glyph = {index & 0xFFFFFF, 0, std::clamp(advance, 0, kMostAdvance) * 64, 0, 0, u};
+    put(glyph, u, index, std::clamp(advance, 0, kMostAdvance));
     return glyph;
 }
 
 // By how many pixels `next` stands nearer to `before`, which is the right one of the two in
-// right-to-left text.
+// right-to-left text. Both have room in a word, `before` is not 0.
+template <bool isRightToLeft>
 inline int Shaping::distance(std::uint32_t before, std::uint32_t next)
 {
-    const std::uint32_t left = m_run.isRightToLeft ? next : before;
-    const std::uint32_t right = m_run.isRightToLeft ? before : next;
-    if ((left | right) > ZkFontLetters::kMostIndex || left == 0) {
-        return 0; // no such pair in any font
-    }
-    return m_letters.distance(left, right, [this](std::uint32_t a, std::uint32_t b) {
-        return m_run.face->kerning(a, b, m_run.font.fontSize());
-    });
+    const std::uint32_t left = isRightToLeft ? next : before;
+    const std::uint32_t right = isRightToLeft ? before : next;
+    const std::uint32_t word = m_letters.pair(left, right);
+    const int known = ZkFontLetters::distanceIn(word, left, right);
+    return known != ZkFontLetters::kNoDistance ? known : askDistance(left, right);
+}
+
+int Shaping::askDistance(std::uint32_t left, std::uint32_t right)
+{
+    const int pixels = m_run.face->kerning(left, right, m_run.font.fontSize());
+    m_letters.enterPair(left, right, pixels);
+    return pixels;
 }
 
 // Moves the glyph `index`, which is about to be added, nearer to the one before it.
@@ -316,12 +336,12 @@ void Shaping::kern(std::uint32_t index)
     if (!m_isKerned) {
         return;
     }
-    if (m_left != 0) {
-        const int nearer = distance(m_left, index);
-        if (nearer != 0) {
-            ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
-            before.advance = std::max(before.advance + nearer * 64, 0);
-        }
+    index = index > ZkFontLetters::kMostIndex ? 0 : index; // no font kerns such a glyph
+    if (m_left != 0 && index != 0) {
+        const int nearer =
+            m_run.isRightToLeft ? distance<true>(m_left, index) : distance<false>(m_left, index);
+        ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
+        before.advance = std::max(before.advance + nearer * 64, 0);
     }
     m_left = index;
     m_kernedAt = m_glyphs->size();
