@@ -145,14 +145,14 @@ ZkFont ZkParagraphData::fontAt(int u) const
 }
 
 // Of the first typeface, whatever else stands in a line: so lines keep their height.
-ZkTypefaceMetrics ZkParagraphData::metricsOf(ZkFont wanted) const
+const ZkTypefaceMetrics &ZkParagraphData::metricsOf(ZkFont wanted) const
 {
-    const ZkTypeface &face = faces.at(0);
-    ZkTypefaceMetrics metrics = {};
-    if (face.isValid()) {
-        metrics = face.metrics(wanted.fontSize());
-    } else {
-        metrics.ascent = wanted.fontSize();
+    if (chainSerial != metricsSerial || wanted.fontSize() != metricsSize) {
+        const ZkTypeface &face = faces.at(0);
+        metricsSerial = chainSerial;
+        metricsSize = wanted.fontSize();
+        metrics = face.metrics(metricsSize);
+        metrics.ascent = face.isValid() ? metrics.ascent : metricsSize;
     }
     return metrics;
 }

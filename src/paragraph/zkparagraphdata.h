@@ -162,7 +162,7 @@ struct ZkParagraphData {
     bool isCluster(int u) const { return (breaks.flags()[u] & ZkTextBreaks::Grapheme) != 0; }
     const ZkSpan *spanAt(int u) const;
     ZkFont fontAt(int u) const;
-    ZkTypefaceMetrics metricsOf(ZkFont font) const;
+    const ZkTypefaceMetrics &metricsOf(ZkFont font) const; ///< good until the next call
     ZkShaper &shaperInUse() { return shaper != nullptr ? *shaper : simpleShaper; }
 
     /// Turns the advances of glyphs `[first, glyphs.size())` into pens.
@@ -225,6 +225,9 @@ struct ZkParagraphData {
     ZkFontList faces;
     std::uint32_t chainSerial = 0;
     std::uint32_t shaperSerial = 0;
+    mutable std::uint32_t metricsSerial = 0; ///< that of the chain
+    mutable int metricsSize = -1;            ///< pixel size that `metrics` are of, -1 is none
+    mutable ZkTypefaceMetrics metrics;
     ZkPlainArray<ZkRun> runs;
     ZkPlainArray<ZkHardLine> hardLines;
     ZkShapedGlyphs glyphs;        ///< `advance` is the pen behind a glyph less its base
@@ -253,18 +256,13 @@ struct ZkParagraphData {
     /// index: most letters of a line were shown a moment ago.
     struct Shown {
         std::uint32_t index;
-        const GlyphBitmap *bitmap; ///< null is none
+        std::int16_t left, top;    ///< where the record belongs
+        const GlyphBitmap *bitmap; ///< null has no pixels
     };
     static constexpr std::uint32_t kShown = 64;
-    Shown shown[kShown] = {};
-    int shownFace = -1;
+    Shown shown[kShown];
+    int shownFace = -1; ///< -1 is none, and what `shown` says is nothing
     ZkFont shownFont;
-    void forgetShown()
-    {
-        for (Shown &glyph : shown) {
-            glyph.bitmap = nullptr;
-        }
-    }
 };
 
 #endif

@@ -396,9 +396,9 @@ void ZkParagraphData::stack()
             ++span;
         }
         for (const ZkSpan *s = span; s != spans.end() && s->first < line.last; ++s) {
-            const ZkTypefaceMetrics metrics = metricsOf(s->font);
-            ascent = std::max(ascent, metrics.ascent);
-            descent = std::max(descent, metrics.descent + metrics.gap);
+            const ZkTypefaceMetrics &other = metricsOf(s->font);
+            ascent = std::max(ascent, other.ascent);
+            descent = std::max(descent, other.descent + other.gap);
             covered = s->first <= covered ? std::max(covered, s->last) : covered;
         }
         if (covered < line.last || line.first == line.last) { // some text is in no span
