@@ -38,6 +38,7 @@ struct ZkOpenTypeface : ZkTypefaceData {
     ZkTypeface::Axis *axes;
     int axisCount;
     int instanceCount;
+    int strikePosition, strikeThickness; ///< of the stroke through letters; 0 is not told
 
     mutable pthread_mutex_t lock;
     mutable ZkFontMemory memory;
@@ -57,6 +58,7 @@ struct ZkOpenTypeface : ZkTypefaceData {
                    : nullptr;
     }
 
+    void findStroke();
     bool isScalable() const { return FT_IS_SCALABLE(face); }
     int nearestStrike(int pixelSize) const; ///< -1 without strikes
     int strikeSize(int index) const;

@@ -42,11 +42,6 @@ int roundPixels(FT_Pos value)
     return static_cast<int>((value + 32) >> 6);
 }
 
-const TT_OS2 *os2Of(FT_Face face)
-{
-    return static_cast<const TT_OS2 *>(FT_Get_Sfnt_Table(face, FT_SFNT_OS2));
-}
-
 // Where the strokes go in a font that does not say: by its ascent.
 void guessStrokes(ZkTypefaceMetrics *metrics)
 {
@@ -66,14 +61,22 @@ void scaleStrokes(const ZkOpenTypeface &open, FT_Fixed scale, ZkTypefaceMetrics 
             std::max(1, roundPixels(FT_MulFix(face->underline_thickness, scale)));
         metrics->underlineTop = std::max(1, roundPixels(FT_MulFix(top, scale)));
     }
-    const TT_OS2 *const os2 = os2Of(face);
-    if (os2 != nullptr && os2->version != 0xFFFF && os2->yStrikeoutSize > 0) {
-        metrics->strikeThickness = std::max(1, roundPixels(FT_MulFix(os2->yStrikeoutSize, scale)));
-        metrics->strikeTop = std::min(-1, -roundPixels(FT_MulFix(os2->yStrikeoutPosition, scale)));
+    if (open.strikeThickness > 0) {
+        metrics->strikeThickness = std::max(1, roundPixels(FT_MulFix(open.strikeThickness, scale)));
+        metrics->strikeTop = std::min(-1, -roundPixels(FT_MulFix(open.strikePosition, scale)));
     }
 }
 
 } // namespace
+
+void ZkOpenTypeface::findStroke()
+{
+    const auto *const os2 = static_cast<const TT_OS2 *>(FT_Get_Sfnt_Table(face, FT_SFNT_OS2));
+    if (os2 != nullptr && os2->version != 0xFFFF) {
+        strikePosition = os2->yStrikeoutPosition;
+        strikeThickness = os2->yStrikeoutSize;
+    }
+}
 
 int ZkOpenTypeface::strikeSize(int index) const
 {

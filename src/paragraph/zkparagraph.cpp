@@ -476,7 +476,8 @@ std::size_t ZkParagraph::memoryBytes() const
 {
     const auto unit = static_cast<std::size_t>(d->text.size());
     std::size_t bytes =
-        sizeof *d + d->spans.memoryBytes() + d->runs.memoryBytes() + d->hardLines.memoryBytes() +
+        sizeof *d + (d->shown == nullptr ? 0 : sizeof *d->shown * d->kShown) +
+        d->spans.memoryBytes() + d->runs.memoryBytes() + d->hardLines.memoryBytes() +
         d->penBases.memoryBytes() + d->lines.memoryBytes() + d->unstretched.memoryBytes() +
         d->patches.memoryBytes() + d->placed.memoryBytes() + d->stretches.memoryBytes() +
         d->cells.memoryBytes() + d->levels.memoryBytes();

@@ -117,6 +117,9 @@ struct ZkParagraphData {
     enum Stage { TextSet, Analysed, Shaped, Divided };
 
     explicit ZkParagraphData(ZkGlyphCache &cache) : holder(cache) {}
+    ~ZkParagraphData() { std::free(shown); }
+    ZkParagraphData(const ZkParagraphData &) = delete;
+    ZkParagraphData &operator=(const ZkParagraphData &) = delete;
 
     void invalidate(Stage stage)
     {
@@ -228,14 +231,14 @@ struct ZkParagraphData {
     mutable std::uint32_t metricsSerial = 0; ///< that of the chain
     mutable int metricsSize = -1;            ///< pixel size that `metrics` are of, -1 is none
     mutable ZkTypefaceMetrics metrics;
-    ZkPlainArray<ZkRun> runs;
-    ZkPlainArray<ZkHardLine> hardLines;
-    ZkShapedGlyphs glyphs;        ///< `advance` is the pen behind a glyph less its base
-    ZkPlainArray<ZkPen> penBases; ///< of 1,024 glyphs each
-    mutable ZkGlyphHolder holder; ///< whatever is shown; a question may add to it
+    ZkPlainArray<ZkRun, 1> runs;
+    ZkPlainArray<ZkHardLine, 1> hardLines;
+    ZkShapedGlyphs glyphs;           ///< `advance` is the pen behind a glyph less its base
+    ZkPlainArray<ZkPen, 1> penBases; ///< of 1,024 glyphs each
+    mutable ZkGlyphHolder holder;    ///< whatever is shown; a question may add to it
 
     // Divided.
-    ZkPlainArray<ZkTextLine> lines;
+    ZkPlainArray<ZkTextLine, 1> lines;
     ZkPlainArray<int> unstretched; ///< widths of the lines of justified text before
     ZkPlainArray<ZkPatch> patches; ///< by line, and as they stand in it
     ZkShapedGlyphs patchGlyphs;
@@ -247,10 +250,10 @@ struct ZkParagraphData {
     int placedLine = -1;
     bool hasCells = false; ///< of that line
     ZkPlainArray<ZkPlacedGlyph> placed;
-    ZkPlainArray<ZkTextStretch> stretches;
+    ZkPlainArray<ZkTextStretch, 1> stretches;
     ZkPlainArray<ZkTextCell> cells;
     ZkPlainArray<std::uint8_t> levels;
-    ZkPlainArray<ZkLineItem> items;
+    ZkPlainArray<ZkLineItem, 2> items;
 
     /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
     /// index: most letters of a line were shown a moment ago.
@@ -260,8 +263,8 @@ struct ZkParagraphData {
         const GlyphBitmap *bitmap; ///< null has no pixels
     };
     static constexpr std::uint32_t kShown = 64;
-    Shown shown[kShown];
-    int shownFace = -1; ///< -1 is none, and what `shown` says is nothing
+    Shown *shown = nullptr; ///< `kShown` of them; a block of its own, for both stay small
+    int shownFace = -1;     ///< -1 is none, and what `shown` says is nothing
     ZkFont shownFont;
 };
 

@@ -1,14 +1,14 @@
 #include "paragraph/zkparagraphdata.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
 
 using Shown = ZkParagraphData::Shown;
 constexpr std::uint32_t kShown = ZkParagraphData::kShown;
-constexpr std::uint32_t kNoGlyph = 0xFFFFFFFF; // the index of no glyph
-constexpr int kMostAsked = 16;                 // glyphs that the cache is asked for at once
+constexpr int kMostAsked = 16; // glyphs that the cache is asked for at once
 
 /// Places one line: its items in the order of the text, then as they are seen, then each
 /// glyph and each cluster of them.
@@ -264,9 +264,11 @@ void LinePlacer::show(int face, ZkFont font)
     }
     m_d.shownFace = face;
     m_d.shownFont = font;
-    for (Shown &shown : m_d.shown) {
-        shown.index = kNoGlyph;
+    constexpr std::size_t kBytes = kShown * sizeof(Shown);
+    if (m_d.shown == nullptr) {
+        m_d.shown = static_cast<Shown *>(zkAllocate(kBytes));
     }
+    std::memset(m_d.shown, 0xFF, kBytes); // of no glyph
 }
 
 // The record of glyph `i` of an item, which is not remembered: asks for those behind it that
@@ -325,7 +327,7 @@ void LinePlacer::addSign(int face, ZkFont font, std::uint32_t index, ZkPen left,
 void LinePlacer::addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right)
 {
     const int x = zkPixels(left), width = zkPixels(right) - x;
-    ZkPlainArray<ZkTextStretch> &stretches = m_d.stretches;
+    auto &stretches = m_d.stretches;
     if (!stretches.isEmpty()) {
         ZkTextStretch &last = stretches.last();
         if (last.tag == run.tag && last.font == font && last.x + last.width == x) {
