@@ -226,7 +226,7 @@ void ZkParagraph::setChain(const ZkFontChain &chain)
 
 const ZkFontChain &ZkParagraph::chain() const
 {
-    return d->chain;
+    return d->ownChain();
 }
 
 void ZkParagraph::setFont(const ZkFont &font)

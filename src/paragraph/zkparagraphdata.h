@@ -116,7 +116,7 @@ struct ZkParagraphData {
     /// Stages in the order of computation.
     enum Stage { TextSet, Analysed, Shaped, Divided };
 
-    explicit ZkParagraphData(ZkGlyphCache &cache) : holder(cache) {}
+    explicit ZkParagraphData(ZkGlyphCache &cache) : chain(nullptr), holder(cache) {}
     ~ZkParagraphData() { std::free(shown); }
     ZkParagraphData(const ZkParagraphData &) = delete;
     ZkParagraphData &operator=(const ZkParagraphData &) = delete;
@@ -127,6 +127,15 @@ struct ZkParagraphData {
         if (done > stage) {
             done = stage;
         }
+    }
+
+    /// The chain to hand out: one that can be changed.
+    const ZkFontChain &ownChain()
+    {
+        if (chain.d == nullptr) {
+            chain = ZkFontChain();
+        }
+        return chain;
     }
 
     /// Computes what is missing up to `stage`.
@@ -198,7 +207,7 @@ struct ZkParagraphData {
 
     // What the host set.
     ZkString text;
-    ZkFontChain chain;
+    ZkFontChain chain; ///< none before it is set or asked for
     ZkFont font;
     ZkPlainArray<ZkSpan> spans;
     ZkShaper *shaper = nullptr; ///< null: the built-in one

@@ -47,6 +47,7 @@ private:
     void reorder();
     void placeItem(const ZkLineItem &item, ZkPen left);
     void placeText(const ZkLineItem &item, ZkPen left);
+    void addCell(const ZkLineItem &item, ZkPen left, ZkPen right);
     void addCells(const ZkLineItem &item, int first, int last, ZkPen left, ZkPen right);
     void addGlyph(const ZkShapedGlyph *glyphs, int i, int end, int step, ZkPen pen, int cluster,
                   int tag);
@@ -341,6 +342,15 @@ void LinePlacer::addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen rig
                       m_line.baseline + metrics.strikeTop, metrics.strikeThickness});
 }
 
+// The cell of an item that a caret passes as a whole.
+void LinePlacer::addCell(const ZkLineItem &item, ZkPen left, ZkPen right)
+{
+    if (m_withCells) {
+        m_d.cells.append(
+            {item.first, item.last, zkPixels(left), zkPixels(right), (item.level & 1) != 0});
+    }
+}
+
 // The cells of the clusters in `[first, last)`, which share the room between `left` and
 // `right` evenly.
 void LinePlacer::addCells(const ZkLineItem &item, int first, int last, ZkPen left, ZkPen right)
@@ -476,12 +486,11 @@ void LinePlacer::placeItem(const ZkLineItem &item, ZkPen left)
 {
     const ZkRun &run = m_d.runs[item.run];
     const ZkPen right = left + item.length;
-    const bool isRightToLeft = (item.level & 1) != 0;
     switch (item.kind) {
     case ZkLineItem::Text:
     case ZkLineItem::Again: placeText(item, left); break;
     case ZkLineItem::Tab:
-        m_d.cells.append({item.first, item.last, zkPixels(left), zkPixels(right), isRightToLeft});
+        addCell(item, left, right);
         addStretch(run, run.font, left, right);
         break;
     case ZkLineItem::Dots: {
@@ -489,7 +498,7 @@ void LinePlacer::placeItem(const ZkLineItem &item, ZkPen left)
         for (int i = 0; i < dots.count; ++i) {
             addSign(dots.face, dots.font, dots.index, left + dots.advance * i, item.first, run.tag);
         }
-        m_d.cells.append({item.first, item.last, zkPixels(left), zkPixels(right), isRightToLeft});
+        addCell(item, left, right);
         addStretch(run, dots.font, left, right);
         break;
     }

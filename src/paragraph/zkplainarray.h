@@ -79,11 +79,15 @@ public:
 private:
     static_assert(std::is_trivially_copyable<T>::value, "records are moved as bytes");
 
+    static constexpr int kLeast = 16; // records in a block, so that a label takes one
+
     __attribute__((noinline)) void grow(int count)
     {
         const std::int64_t needed = static_cast<std::int64_t>(m_size) + count;
         const bool isFirst = m_capacity <= Inline;
-        const std::int64_t capacity = needed + (isFirst ? 0 : needed / 2);
+        const std::int64_t capacity = isFirst && needed < kLeast ? kLeast
+                                      : isFirst                  ? needed
+                                                                 : needed + needed / 2;
         const std::int64_t size = capacity * static_cast<int>(sizeof(T));
         void *const grown = zkReallocate(isFirst ? nullptr : m_data, size); // INT_MAX at most
         if (isFirst && m_size > 0) {
