@@ -30,6 +30,13 @@ constexpr bool zkEndsLine(ZkUcs2 c)
     return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
+/// Spaces that hang, and line ends.
+constexpr bool zkIsBlank(ZkUcs2 c)
+{
+    return (c <= 0x20 || c == 0x85 || (c >= 0x1680 && c <= 0x3000)) &&
+           (zkHangs(c) || zkEndsLine(c));
+}
+
 constexpr ZkUcs2 kZkTab = 0x09, kZkSoftHyphen = 0xAD;
 
 /// The glyph that a soft hyphen shows where a line ends behind it.
@@ -157,7 +164,16 @@ struct ZkParagraphData {
     ZkPen startOf(int i) const { return i == 0 ? 0 : endOf(i - 1); }
     ZkPen advanceOf(int i) const { return endOf(i) - startOf(i); }
     /// First glyph of the cluster at or before unit `u`; the number of glyphs for the end.
-    int glyphAt(int u) const;
+    int glyphAt(int u) const
+    {
+        // As many glyphs before it as before the unit that was looked for last, as a rule.
+        const int guess = u - glyphLag;
+        return guess > 0 && guess < glyphs.size() && glyphs[guess].cluster == u &&
+                       glyphs[guess - 1].cluster != u
+                   ? guess
+                   : findGlyph(u);
+    }
+    int findGlyph(int u) const;
     /// Places in `runs`, `hardLines` of a unit.
     int runAt(int u) const;
     int hardLineAt(int u) const;
@@ -237,6 +253,8 @@ struct ZkParagraphData {
     ZkFontList faces;
     std::uint32_t chainSerial = 0;
     std::uint32_t shaperSerial = 0;
+    mutable int glyphLag = 0;                ///< units less glyphs where `glyphAt` looked last
+    mutable int lineGlyphs = 0;              ///< of the line that `overflow` ended last
     mutable std::uint32_t metricsSerial = 0; ///< that of the chain
     mutable int metricsSize = -1;            ///< pixel size that `metrics` are of, -1 is none
     mutable ZkTypefaceMetrics metrics;
