@@ -17,7 +17,7 @@ namespace
 {
 
 constexpr char32_t kReplacement = 0xFFFD;
-constexpr char32_t kLam = 0x0644;
+constexpr char32_t kLam = 0x0644, kFirstAlef = 0x0622, kLastAlef = 0x0627;
 constexpr char32_t kSaraAm = 0x0E33;
 // Letters that joining looks at across the ends of a run, marks between them included.
 constexpr int kMostContext = 64;
@@ -60,6 +60,11 @@ inline void put(ZkShapedGlyph *glyph, int u, std::uint32_t index, int advance)
 
 const ZkArabicForms *formsOf(char32_t letter)
 {
+    // The letters of every Arabic text are the first rows, but for a gap.
+    const int guess = static_cast<int>(letter < 0x0641 ? letter - 0x0622 : letter - 0x0628);
+    if (guess >= 0 && guess < kZkArabicFormCount && kZkArabicForms[guess].letter == letter) {
+        return &kZkArabicForms[guess];
+    }
     const ZkArabicForms *const end = kZkArabicForms + kZkArabicFormCount;
     const ZkArabicForms *const found =
         std::lower_bound(kZkArabicForms, end, letter,
@@ -163,7 +168,10 @@ private:
     bool isPlain(char32_t c) const;
     template <bool isRightToLeft>
     int plain(int u);
+    bool letter(int u);
+    unsigned joiningAt(int u);
     bool enter(int u);
+    bool remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph);
     int cluster(int u, int end);
     bool next(Reader *reader, Part *part) const;
     bool joinsBefore(int u) const;
@@ -192,6 +200,8 @@ private:
     bool m_joinsForward = false; // the last letter that counts for joining does
     std::uint32_t m_left = 0;    // glyph that the next one may be kerned with
     int m_kernedAt = 0;          // its place
+    int m_joiningAt = -1;        // unit whose joining type was asked for last
+    unsigned m_joining = 0;      // and that type
 
     // The letter that marks are being set on, its pen at (0, 0).
     ZkPlacedGlyph m_letter = {};
@@ -243,10 +253,12 @@ void Shaping::shape()
 {
     m_joinsForward = joinsBefore(m_run.first);
     for (int u = m_run.first; u < m_run.last;) {
-        u = m_run.isRightToLeft ? plain<true>(u) : plain<false>(u);
-        if (u < m_run.last && !enter(u)) {
-            u = cluster(u, clusterEnd(u));
+        if (letter(u)) {
+            ++u;
+            continue;
         }
+        const int next = m_run.isRightToLeft ? plain<true>(u) : plain<false>(u);
+        u = next > u || enter(u) ? next : cluster(u, clusterEnd(u));
     }
 }
 
@@ -289,6 +301,59 @@ int Shaping::plain(int u)
     return u;
 }
 
+// The joining type of the character at unit `u`, which is no surrogate.
+unsigned Shaping::joiningAt(int u)
+{
+    if (u != m_joiningAt) {
+        m_joiningAt = u;
+        m_joining = zkCharacter(m_run.text[u]).joining;
+    }
+    return m_joining;
+}
+
+// Shapes the Arabic letter at unit `u`, or one that joins as those do, without marks and
+// ligatures. False when there is none.
+inline bool Shaping::letter(int u)
+{
+    const ZkUcs2 *const text = m_run.text;
+    const ZkUcs2 c = text[u];
+    if (c < 0x620 || c >= 0x900) {
+        return false;
+    }
+    const bool hasNext = u + 1 < m_run.contextLast;
+    if (u + 1 < m_run.last &&
+        ((m_run.breaks[u + 1] & ZkTextBreaks::Grapheme) == 0 ||
+         (c == kLam && text[u + 1] >= kFirstAlef && text[u + 1] <= kLastAlef))) {
+        return false;
+    }
+    const unsigned joining = joiningAt(u);
+    if (joining != ZkCharacter::JoiningDual && joining != ZkCharacter::JoiningRight) {
+        return false;
+    }
+    bool after = joining == ZkCharacter::JoiningDual && hasNext;
+    if (after) {
+        const bool isPair = (text[u + 1] & 0xF800) == 0xD800;
+        const unsigned next = isPair ? unsigned{ZkCharacter::JoiningTransparent} : joiningAt(u + 1);
+        after = next == ZkCharacter::JoiningTransparent ? joinsAfter(u + 1) : joinsBackward(next);
+    }
+    const char32_t shown = joined(c, joining, m_joinsForward, after);
+    m_joinsForward = joining == ZkCharacter::JoiningDual;
+    const std::uint32_t word = m_letters.letter(shown);
+    if (ZkFontLetters::has(word, shown)) {
+        kern(ZkFontLetters::indexOf(word));
+        add(u, ZkFontLetters::indexOf(word), ZkFontLetters::advanceOf(word));
+        return true;
+    }
+    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    const ZkGlyph *const glyph = record(index);
+    if (shown != c) { // a form is a character of its own; a letter by itself is not
+        remember(shown, index, glyph);
+    }
+    kern(index);
+    add(u, index, glyph->bitmap.advance);
+    return true;
+}
+
 // Enters the character at unit `u` among the known letters. False when it is not plain, or
 // cannot be remembered: then `cluster` shapes it.
 bool Shaping::enter(int u)
@@ -299,7 +364,11 @@ bool Shaping::enter(int u)
     }
     const char32_t shown = shownFor(c);
     const std::uint32_t index = m_run.face->glyphIndex(shown);
-    const ZkGlyph *const glyph = record(index);
+    return remember(shown, index, record(index));
+}
+
+bool Shaping::remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph)
+{
     return !glyph->isFailed() &&
            m_letters.enter(shown, index, std::max<int>(glyph->bitmap.advance, 0));
 }
@@ -397,7 +466,13 @@ char32_t Shaping::joined(char32_t letter, unsigned joining, bool before, bool af
     const char32_t form = row->forms[before && after ? ZkArabicForms::Medial
                                      : before        ? ZkArabicForms::Final
                                                      : ZkArabicForms::Initial];
-    return form != 0 && m_run.face->hasGlyph(form) ? form : letter;
+    if (form == 0) {
+        return letter;
+    }
+    const std::uint32_t word = m_letters.letter(form);
+    const bool isThere = ZkFontLetters::has(word, form) ? ZkFontLetters::indexOf(word) != 0
+                                                        : m_run.face->hasGlyph(form);
+    return isThere ? form : letter;
 }
 
 // The lam-alef of a lam whose cluster ends at `end`, 0 when no alef follows or the face has
