@@ -11,41 +11,13 @@ enum Resolved : std::uint8_t {
     ResolvedAN,
     ResolvedNeutral,
     ResolvedSeparator, ///< a neutral that is a separator besides
+    ResolvedMark,      ///< a neutral that is a mark, and goes with a bracket before it
     ResolvedMask = 7
 };
-constexpr std::uint8_t kWasNSM = 8; ///< a mark, which goes with the bracket before it
 
 // Of an opening bracket, instead: which directions stand between it and its partner.
 constexpr int kInsideShift = 3;
 constexpr unsigned kInsideMask = 3;
-
-/// The classes that the weak rules tell apart; every other one is neutral.
-enum Weak : std::uint8_t {
-    WeakL,
-    WeakR,
-    WeakAL,
-    WeakEN,
-    WeakES,
-    WeakET,
-    WeakAN,
-    WeakCS,
-    WeakNSM,
-    WeakOther,
-    WeakSeparator
-};
-
-static_assert(static_cast<int>(WeakL) == ZkCharacter::BidiL &&
-                  static_cast<int>(WeakNSM) == ZkCharacter::BidiNSM,
-              "the first classes are the same");
-
-Weak weakOf(std::uint8_t byte)
-{
-    const unsigned bidi = byte & kZkBidiClass;
-    if (bidi <= ZkCharacter::BidiNSM) {
-        return static_cast<Weak>(bidi);
-    }
-    return bidi == ZkCharacter::BidiB || bidi == ZkCharacter::BidiS ? WeakSeparator : WeakOther;
-}
 
 /// The direction of a character that is not neutral: numbers count as right to left.
 constexpr int directionOf(unsigned resolved)
@@ -53,105 +25,155 @@ constexpr int directionOf(unsigned resolved)
     return resolved != ResolvedL;
 }
 
-/// The rules for numbers, and what they know of the characters before.
-class Numbers
-{
-public:
-    explicit Numbers(std::uint8_t *bytes, int count, Weak start)
-        : m_bytes(bytes), m_count(count), m_strong(start)
-    {
-    }
-
-    Resolved read(int i, Weak weak);
-
-private:
-    enum Kind : std::uint8_t { NoNumber, European, Arabic };
-
-    Resolved european() const { return m_strong == WeakL ? ResolvedL : ResolvedEN; }
-    Resolved readEuropean(int i);
-    Resolved readSeparator(int i, Weak weak);
-    Resolved readTerminator(int i);
-
-    std::uint8_t *m_bytes;
-    int m_count;
-    Weak m_strong;             // the last of L, R and AL
-    Kind m_number = NoNumber;  // the character before this one, when it is a digit
-    bool m_inEuropean = false; // a terminator here belongs to the number before it
-    int m_terminators = -1;    // where terminators begin that stand before this character
+/// The classes that the weak rules tell apart. A European digit is an Arabic one behind an
+/// Arabic letter and as good as a letter behind one that runs from left to right.
+enum Weak : std::uint8_t {
+    WeakL,
+    WeakR,
+    WeakAL,
+    WeakEN,
+    WeakENBehindL,
+    WeakES,
+    WeakET,
+    WeakAN,
+    WeakCS,
+    WeakNSM,
+    WeakOther,
+    WeakSeparator,
+    WeakCount
 };
 
-/// What the character at `i` becomes; those before it may change too.
-Resolved Numbers::read(int i, Weak weak)
+/// What the weak rules know of the characters before.
+enum State : std::uint8_t {
+    BehindL,
+    BehindR,
+    BehindAL,
+    BehindNeutral,
+    BehindEN,
+    BehindENBehindL,
+    BehindAN,
+    BehindET,         ///< that belongs to the number before
+    BehindETBehindL,  ///< the same
+    BehindFreeET,     ///< that belongs to the number behind, if there is one
+    BetweenEN,        ///< behind one separator
+    BetweenENBehindL, //
+    BetweenAN,        //
+    StateCount
+};
+
+/// Reads a character: the state behind it, what it becomes, and whether those that have left
+/// the state become the same.
+struct WeakStep {
+    State next;
+    Resolved resolved;
+    bool isForAll;
+};
+
+constexpr WeakStep keepsNumber(State state)
 {
-    switch (weak) {
-    case WeakEN: return readEuropean(i);
-    case WeakET: return readTerminator(i);
-    case WeakES:
-    case WeakCS: return readSeparator(i, weak);
-    default: break;
-    }
-    m_inEuropean = false;
-    m_terminators = -1;
-    m_number = NoNumber;
-    switch (weak) {
-    case WeakL: m_strong = weak; return ResolvedL;
-    case WeakR:
-    case WeakAL: m_strong = weak; return ResolvedR;
-    case WeakAN: m_number = Arabic; return ResolvedAN;
-    default: return weak == WeakSeparator ? ResolvedSeparator : ResolvedNeutral;
+    switch (state) {
+    case BehindEN:
+    case BehindET: return {BehindET, ResolvedEN, false};
+    case BehindENBehindL:
+    case BehindETBehindL: return {BehindETBehindL, ResolvedL, false};
+    default: return {BehindFreeET, ResolvedNeutral, false};
     }
 }
 
-/// A digit is Arabic behind an Arabic letter. Terminators before another one join it.
-Resolved Numbers::readEuropean(int i)
+constexpr WeakStep separates(State state, bool isCommon)
 {
-    const int terminators = m_terminators;
-    m_terminators = -1;
-    if (m_strong == WeakAL) {
-        m_inEuropean = false;
-        m_number = Arabic;
-        return ResolvedAN;
+    switch (state) {
+    case BehindEN: return {BetweenEN, ResolvedNeutral, false};
+    case BehindENBehindL: return {BetweenENBehindL, ResolvedNeutral, false};
+    case BehindAN: return {isCommon ? BetweenAN : BehindNeutral, ResolvedNeutral, false};
+    default: return {BehindNeutral, ResolvedNeutral, false};
     }
-    if (terminators >= 0) {
-        for (int at = terminators; at < i; ++at) {
-            m_bytes[at] = static_cast<std::uint8_t>((m_bytes[at] & ~ResolvedMask) | european());
+}
+
+/// A mark is as the character before it.
+constexpr WeakStep marks(State state)
+{
+    switch (state) {
+    case BehindL:
+    case BehindENBehindL:
+    case BehindETBehindL: return {state, ResolvedL, false};
+    case BehindR:
+    case BehindAL: return {state, ResolvedR, false};
+    case BehindEN:
+    case BehindET: return {state, ResolvedEN, false};
+    case BehindAN: return {state, ResolvedAN, false};
+    case BehindFreeET: return {state, ResolvedNeutral, false};
+    default: return {BehindNeutral, ResolvedMark, false};
+    }
+}
+
+constexpr WeakStep weakStep(State state, int weak)
+{
+    const bool isFree = state == BehindFreeET;
+    switch (weak) {
+    case WeakL: return {BehindL, ResolvedL, false};
+    case WeakR: return {BehindR, ResolvedR, false};
+    case WeakAL: return {BehindAL, ResolvedR, false};
+    case WeakEN: return {BehindEN, ResolvedEN, isFree || state == BetweenEN};
+    case WeakENBehindL: return {BehindENBehindL, ResolvedL, isFree || state == BetweenENBehindL};
+    case WeakAN: return {BehindAN, ResolvedAN, state == BetweenAN};
+    case WeakES: return separates(state, false);
+    case WeakCS: return separates(state, true);
+    case WeakET: return keepsNumber(state);
+    case WeakNSM: return marks(state);
+    case WeakSeparator: return {BehindNeutral, ResolvedSeparator, false};
+    default: return {BehindNeutral, ResolvedNeutral, false};
+    }
+}
+
+// A step in a byte: the next state, what the character becomes, and whether for all.
+constexpr unsigned kStateMask = 15, kResolvedShift = 4, kForAll = 0x80;
+constexpr int kWidth = 16;
+
+/// The weak rules as tables, which the compiler makes of the functions above.
+struct WeakTables {
+    std::uint8_t columns[3][kZkBidiClass + 1]; ///< by the last strong state and the class
+    std::uint8_t steps[StateCount][kWidth];
+};
+
+constexpr Weak weakOf(int strong, int bidi)
+{
+    switch (bidi) {
+    case ZkCharacter::BidiL: return WeakL;
+    case ZkCharacter::BidiR: return WeakR;
+    case ZkCharacter::BidiAL: return WeakAL;
+    case ZkCharacter::BidiEN:
+        return strong == BehindL ? WeakENBehindL : strong == BehindAL ? WeakAN : WeakEN;
+    case ZkCharacter::BidiES: return WeakES;
+    case ZkCharacter::BidiET: return WeakET;
+    case ZkCharacter::BidiAN: return WeakAN;
+    case ZkCharacter::BidiCS: return WeakCS;
+    case ZkCharacter::BidiNSM: return WeakNSM;
+    case ZkCharacter::BidiB:
+    case ZkCharacter::BidiS: return WeakSeparator;
+    default: return WeakOther;
+    }
+}
+
+constexpr WeakTables weakTables()
+{
+    WeakTables tables = {};
+    for (int strong = BehindL; strong <= BehindAL; ++strong) {
+        for (int bidi = 0; bidi <= kZkBidiClass; ++bidi) {
+            tables.columns[strong][bidi] = weakOf(strong, bidi);
         }
     }
-    m_inEuropean = true;
-    m_number = European;
-    return european();
+    for (int state = 0; state < StateCount; ++state) {
+        for (int weak = 0; weak < WeakCount; ++weak) {
+            const WeakStep step = weakStep(static_cast<State>(state), weak);
+            tables.steps[state][weak] = static_cast<std::uint8_t>(
+                step.next | step.resolved << kResolvedShift | (step.isForAll ? kForAll : 0));
+        }
+    }
+    return tables;
 }
 
-Resolved Numbers::readTerminator(int i)
-{
-    m_number = NoNumber;
-    if (m_inEuropean) {
-        return european();
-    }
-    if (m_terminators < 0) {
-        m_terminators = i;
-    }
-    return ResolvedNeutral;
-}
-
-/// One separator between two digits of a kind is part of the number.
-Resolved Numbers::readSeparator(int i, Weak weak)
-{
-    const Kind number = m_number;
-    const Weak next = i + 1 < m_count ? weakOf(m_bytes[i + 1]) : WeakOther;
-    m_number = NoNumber;
-    m_terminators = -1;
-    if (number == European && next == WeakEN) {
-        m_inEuropean = true;
-        return european();
-    }
-    m_inEuropean = false;
-    if (number == Arabic && weak == WeakCS &&
-        (next == WeakAN || (next == WeakEN && m_strong == WeakAL))) {
-        return ResolvedAN;
-    }
-    return ResolvedNeutral;
-}
+constexpr WeakTables kWeak = weakTables();
 
 /// Opening brackets whose partner has not come yet. Deeper ones end the search, so that
 /// every text is read in linear time.
@@ -227,21 +249,25 @@ void ZkBidiSequence::resolve(int level, int before, int behind)
 /// Marks, numbers and what stands between and beside them. True when there are brackets.
 bool ZkBidiSequence::resolveWeak(int before)
 {
-    const Weak start = before != 0 ? WeakR : WeakL;
-    Numbers numbers(m_bytes, m_count, start);
-    Weak previous = start;
+    std::uint8_t *const bytes = m_bytes; // which may be anything to the compiler
+    unsigned state = before != 0 ? BehindR : BehindL;
+    const std::uint8_t *columns = kWeak.columns[state];
+    int since = 0; // where the state began
     unsigned seen = 0;
-    for (int i = 0; i < m_count; ++i) {
-        const std::uint8_t byte = m_bytes[i];
-        auto rest = static_cast<std::uint8_t>(byte & ~kZkBidiClass);
-        Weak weak = weakOf(byte);
-        if (weak == WeakNSM) {
-            weak = previous == WeakSeparator ? WeakOther : previous;
-            rest |= kWasNSM;
-        }
-        previous = weak;
+    for (int i = 0, count = m_count; i < count; ++i) {
+        const unsigned byte = bytes[i], rest = byte & ~static_cast<unsigned>(kZkBidiClass);
+        const unsigned step = kWeak.steps[state][columns[byte & kZkBidiClass]];
+        const unsigned next = step & kStateMask, resolved = step >> kResolvedShift & ResolvedMask;
         seen |= rest;
-        m_bytes[i] = static_cast<std::uint8_t>(rest | numbers.read(i, weak));
+        if ((step & kForAll) != 0) {
+            for (int at = since; at < i; ++at) {
+                bytes[at] = static_cast<std::uint8_t>((bytes[at] & ~ResolvedMask) | resolved);
+            }
+        }
+        bytes[i] = static_cast<std::uint8_t>(rest | resolved);
+        columns = next <= BehindAL ? kWeak.columns[next] : columns;
+        since = next == state ? since : i;
+        state = next;
     }
     return (seen & kZkBidiOpen) != 0;
 }
@@ -308,7 +334,7 @@ void ZkBidiSequence::setBracket(int i, int direction)
     const auto resolved = static_cast<std::uint8_t>(direction != 0 ? ResolvedR : ResolvedL);
     m_bytes[i] = static_cast<std::uint8_t>((m_bytes[i] & kZkBidiBlank) | resolved);
     for (int at = i + 1; at < m_count; ++at) {
-        if ((m_bytes[at] & (kWasNSM | kZkBidiBracket)) != kWasNSM) {
+        if ((m_bytes[at] & ResolvedMask) != ResolvedMark) {
             break;
         }
         m_bytes[at] = static_cast<std::uint8_t>((m_bytes[at] & ~ResolvedMask) | resolved);
@@ -321,26 +347,28 @@ void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
 {
     const int odd = level & 1;
     const int levels[] = {level + odd, level + 1 - odd, level + 2 - odd, level + 2 - odd};
+    std::uint8_t *const bytes = m_bytes; // which may be anything to the compiler
     int context = before;
     int neutrals = 0; // where those before `i` begin; `i` when there are none
-    for (int i = 0; i <= m_count; ++i) {
-        const unsigned resolved =
-            i < m_count ? m_bytes[i] & ResolvedMask : static_cast<unsigned>(ResolvedL);
+    const auto settle = [&](int end, int direction) {
+        const int between = level + (direction == context ? direction ^ odd : 0);
+        for (; neutrals < end; ++neutrals) {
+            const std::uint8_t byte = bytes[neutrals];
+            bytes[neutrals] = (byte & ResolvedMask) == ResolvedSeparator
+                                  ? static_cast<std::uint8_t>(kZkBidiSeparator)
+                                  : static_cast<std::uint8_t>((byte & kZkBidiBlank) | between);
+        }
+        context = direction;
+    };
+    for (int i = 0, count = m_count; i < count; ++i) {
+        const unsigned byte = bytes[i], resolved = byte & ResolvedMask;
         if (resolved >= ResolvedNeutral) {
             continue;
         }
-        const int direction = i < m_count ? directionOf(resolved) : behind;
-        const int between = level + (direction == context ? direction ^ odd : 0);
-        for (; neutrals < i; ++neutrals) {
-            m_bytes[neutrals] =
-                (m_bytes[neutrals] & ResolvedMask) == ResolvedSeparator
-                    ? static_cast<std::uint8_t>(kZkBidiSeparator)
-                    : static_cast<std::uint8_t>((m_bytes[neutrals] & kZkBidiBlank) | between);
-        }
-        if (i < m_count) {
-            m_bytes[i] = static_cast<std::uint8_t>((m_bytes[i] & kZkBidiBlank) | levels[resolved]);
-        }
+        settle(i, directionOf(resolved));
+        bytes[i] = static_cast<std::uint8_t>((byte & kZkBidiBlank) |
+                                             static_cast<unsigned>(levels[resolved]));
         neutrals = i + 1;
-        context = direction;
     }
+    settle(m_count, behind);
 }
