@@ -290,8 +290,9 @@ struct ZkParagraphData {
         const GlyphBitmap *bitmap; ///< null has no pixels
     };
     static constexpr std::uint32_t kShown = 64;
-    Shown *shown = nullptr; ///< `kShown` of them; a block of its own, for both stay small
-    int shownFace = -1;     ///< -1 is none, and what `shown` says is nothing
+    static constexpr int kNotShown = -2; ///< -1 is the face of an empty chain
+    Shown *shown = nullptr;    ///< `kShown` of them; a block of its own, for both stay small
+    int shownFace = kNotShown; ///< or that, and what `shown` says is nothing
     ZkFont shownFont;
 };
 

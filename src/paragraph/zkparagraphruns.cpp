@@ -258,7 +258,7 @@ void ZkParagraphData::shape()
     glyphs.truncate(0);
     penBases.truncate(0);
     holder.clear();
-    shownFace = -1;
+    shownFace = kNotShown;
     minimum = maximum = -1;
 
     const int end = text.size();
