@@ -283,6 +283,7 @@ Outcome openFace(ZkOpenTypeface *open, const FontBytes &font, const ZkTypeface::
     }
     findSymbols(open);
     const Outcome outcome = openAxes(open, options);
+    open->findStroke();
     return open->memory.isStarved || open->memory.isRefused ? kNoMemory : outcome;
 }
 
