@@ -437,10 +437,10 @@ private:
 
     const ZkUcs2 *m_units;    // the text when it is UTF-16, else null
     const char32_t *m_points; // the text when it is code points, else null
-    std::uint16_t *m_records; // the number of each unit's record
+    std::uint16_t *m_classes; // of each unit, what analysis asks
     int m_size;
     int m_capacity;
-    bool m_ownsRecords;
+    bool m_ownsClasses;
     bool m_leftToRight;
     bool m_separated; // there may be separators of paragraphs
 };

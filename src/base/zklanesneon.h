@@ -29,6 +29,11 @@ public:
     {
         vst1q_u8(static_cast<std::uint8_t *>(to), vreinterpretq_u8_u16(m_lanes));
     }
+    /// A byte for each lane, whose value is at most 255.
+    void storeBytes(void *to) const
+    {
+        vst1_u8(static_cast<std::uint8_t *>(to), vmovn_u16(m_lanes));
+    }
 
     Mask mask() const { return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(m_lanes)), 0); }
     bool any() const { return mask() != 0; }
@@ -49,9 +54,13 @@ public:
     /// Lanes whose unit is `first` to `last`.
     static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
     {
-        // The distance from `first`, modulo 65536, is at most that of `last`.
-        const uint16x8_t distance = vsubq_u16(a.m_lanes, vdupq_n_u16(static_cast<ZkUcs2>(first)));
-        return ZkLanes(vcleq_u16(distance, vdupq_n_u16(static_cast<ZkUcs2>(last - first))));
+        return within(a, all(first), all(last - first));
+    }
+    /// Lanes whose unit is `first` or at most `distance` above it.
+    static ZkLanes within(ZkLanes a, ZkLanes first, ZkLanes distance)
+    {
+        // Modulo 65536.
+        return ZkLanes(vcleq_u16(vsubq_u16(a.m_lanes, first.m_lanes), distance.m_lanes));
     }
 
 private:

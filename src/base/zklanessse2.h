@@ -29,6 +29,11 @@ public:
     }
     static ZkLanes all(unsigned unit) { return ZkLanes(_mm_set1_epi16(static_cast<short>(unit))); }
     void store(void *to) const { _mm_storeu_si128(static_cast<__m128i *>(to), m_lanes); }
+    /// A byte for each lane, whose value is at most 255.
+    void storeBytes(void *to) const
+    {
+        _mm_storel_epi64(static_cast<__m128i *>(to), _mm_packus_epi16(m_lanes, m_lanes));
+    }
 
     Mask mask() const { return static_cast<Mask>(_mm_movemask_epi8(m_lanes)); }
     bool any() const { return mask() != 0; }
@@ -49,11 +54,14 @@ public:
     /// Lanes whose unit is `first` to `last`.
     static ZkLanes within(ZkLanes a, unsigned first, unsigned last)
     {
-        // The distance from `first`, modulo 65536, is at most that of `last`.
-        const __m128i distance =
-            _mm_sub_epi16(a.m_lanes, _mm_set1_epi16(static_cast<short>(first)));
+        return within(a, all(first), all(last - first));
+    }
+    /// Lanes whose unit is `first` or at most `distance` above it.
+    static ZkLanes within(ZkLanes a, ZkLanes first, ZkLanes distance)
+    {
+        // Modulo 65536.
         const __m128i above =
-            _mm_subs_epu16(distance, _mm_set1_epi16(static_cast<short>(last - first)));
+            _mm_subs_epu16(_mm_sub_epi16(a.m_lanes, first.m_lanes), distance.m_lanes);
         return ZkLanes(_mm_cmpeq_epi16(above, _mm_setzero_si128()));
     }
 

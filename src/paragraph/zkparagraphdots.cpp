@@ -20,7 +20,7 @@ public:
     void shorten();
 
 private:
-    void chooseDots(int unit);
+    bool chooseDots(int unit);
     ZkPen dotsLength() const { return m_d.dots.advance * m_d.dots.count; }
     int headEnd(ZkPen room) const;
     int tailStart(int least, ZkPen room) const;
@@ -34,12 +34,19 @@ private:
     ZkTextLine &m_line;
     const ZkHardLine &m_hard;
     ZkPen m_limit;
+    int m_run = -1; // whose dots were chosen
 };
 
-// An ellipsis, or three stops, as the typeface at `unit` has it.
-void Shortener::chooseDots(int unit)
+// An ellipsis, or three stops, as the typeface at `unit` has it. False when that is the one
+// chosen before.
+bool Shortener::chooseDots(int unit)
 {
-    const ZkRun &run = m_d.runs[std::min(m_d.runAt(unit), m_d.runs.size() - 1)];
+    const int number = std::min(m_d.runAt(unit), m_d.runs.size() - 1);
+    if (number == m_run) {
+        return false;
+    }
+    m_run = number;
+    const ZkRun &run = m_d.runs[number];
     const ZkTypeface &face = m_d.faces.at(run.face);
     ZkDots &dots = m_d.dots;
     dots.index = face.glyphIndex(0x2026);
@@ -51,6 +58,7 @@ void Shortener::chooseDots(int unit)
     dots.font = run.font;
     dots.advance =
         ZkPen{std::max<int>(m_d.holder.glyph(face, dots.index, run.font)->bitmap.advance, 0)} * 64;
+    return true;
 }
 
 // How far the text from the line's start on may be shown in `room`, spaces before the dots
@@ -186,8 +194,9 @@ void Shortener::shorten()
             break;
         default: head = headEnd(room); break;
         }
-        if (round < kRounds) {
-            chooseDots(head > m_line.first ? head - 1 : std::min(tail, end - 1));
+        if (round < kRounds &&
+            !chooseDots(head > m_line.first ? head - 1 : std::min(tail, end - 1))) {
+            break;
         }
     }
     const ZkPen shown = settle(&head, &tail);

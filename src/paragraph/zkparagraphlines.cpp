@@ -89,7 +89,7 @@ int LineBreaker::overflowOfHead() const
 // The first unit from `unit` on that is no hanging space; a line end counts as one.
 int LineBreaker::skipSpaces(int unit, const ZkHardLine &hard) const
 {
-    while (unit < hard.last && (zkHangs(m_text[unit]) || zkEndsLine(m_text[unit]))) {
+    while (unit < hard.last && zkIsBlank(m_text[unit])) {
         ++unit;
     }
     return unit;
@@ -293,13 +293,29 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
         return hard.last;
     }
     const ZkPen most = startOf(low) + room;
-    // Twice as far each time, then halving: a line is short, the text may be long.
-    int step = 16;
-    while (low + step < end && endOf(low + step) <= most) {
-        low += step;
-        step *= 2;
+    // From where the line before ended, twice as far each time, then halving.
+    const int start = low;
+    int high = end;
+    const int guess = std::min(low + lineGlyphs, end);
+    if (guess < end && endOf(guess) <= most) {
+        low = guess + 1;
+        for (int step = 2; low + step < end; step *= 2) {
+            if (endOf(low + step) > most) {
+                high = low + step;
+                break;
+            }
+            low += step + 1;
+        }
+    } else {
+        high = guess;
+        for (int step = 2; high - step > low; step *= 2) {
+            if (endOf(high - step) <= most) {
+                low = high - step + 1;
+                break;
+            }
+            high -= step;
+        }
     }
-    int high = std::min(low + step, end);
     while (low < high) {
         const int middle = low + (high - low) / 2;
         if (endOf(middle) <= most) {
@@ -308,6 +324,7 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
             high = middle;
         }
     }
+    lineGlyphs = low - start;
     return low == end ? hard.last : glyphs[low].cluster;
 }
 
@@ -315,11 +332,10 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
 bool ZkParagraphData::isUnsafe(int unit) const
 {
     const int glyph = glyphAt(unit);
-    if (glyph >= glyphs.size() || runs[runAt(unit)].first == unit) {
-        return false;
-    }
-    return glyphs[glyph].cluster != unit ||
-           (glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) != 0;
+    const bool isSafe =
+        glyph >= glyphs.size() || (glyphs[glyph].cluster == unit &&
+                                   (glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) == 0);
+    return !isSafe && runs[runAt(unit)].first != unit;
 }
 
 // What units `[first, last)` take as a line of their own.
@@ -362,7 +378,7 @@ ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
 int ZkParagraphData::contentEnd(int first, int last) const
 {
     const ZkUcs2 *const units = text.constData();
-    while (last > first && (zkHangs(units[last - 1]) || zkEndsLine(units[last - 1]))) {
+    while (last > first && zkIsBlank(units[last - 1])) {
         --last;
     }
     return last;
@@ -382,6 +398,7 @@ void ZkParagraphData::divide()
     lines.truncate(0);
     patches.truncate(0);
     patchGlyphs.truncate(0);
+    unstretched.truncate(0);
     dots = ZkDots();
     LineBreaker(this).breakAll();
     shorten();
@@ -389,28 +406,71 @@ void ZkParagraphData::divide()
     done = Divided;
 }
 
+// True for a space that a justified line may stretch.
+bool ZkParagraphData::isStretched(int unit) const
+{
+    const ZkUcs2 c = text.constData()[unit];
+    return (c == 0x20 || c == 0xA0) && isCluster(unit);
+}
+
+// The spaces that a justified line stretches: those behind its last tab.
+ZkStretchedSpaces ZkParagraphData::stretchedSpaces(const ZkTextLine &line) const
+{
+    ZkStretchedSpaces spaces = {line.first, contentEnd(line.first, line.last), 0};
+    if (alignment != ZkParagraph::AlignJustify || line.endsHard || boxWidth <= 0) {
+        return spaces;
+    }
+    for (int u = spaces.last; u-- > spaces.first;) {
+        if (text.constData()[u] == kZkTab) {
+            spaces.first = u + 1;
+            break;
+        }
+        spaces.count += isStretched(u) ? 1 : 0;
+    }
+    return spaces;
+}
+
+// Lines of justified text that have spaces are as wide as the box.
+void ZkParagraphData::stretchLines()
+{
+    for (int i = 0; i < unstretched.size(); ++i) {
+        lines[i].width = unstretched[i];
+    }
+    unstretched.truncate(0);
+    if (alignment != ZkParagraph::AlignJustify || boxWidth <= 0) {
+        return;
+    }
+    for (ZkTextLine &line : lines) {
+        unstretched.append(line.width);
+        if (line.width < boxWidth && stretchedSpaces(line).count > 0) {
+            line.width = boxWidth;
+        }
+    }
+}
+
 // Sets the lines under each other and aligns them.
 void ZkParagraphData::stack()
 {
+    stretchLines();
     widest = 0;
     std::int64_t top = 0;
-    const ZkTypefaceMetrics plain = metricsOf(font);
+    const int plainAscent = metricsOf(font).ascent;
+    const int plainDescent = metricsOf(font).descent + metricsOf(font).gap;
     const ZkSpan *span = spans.begin();
-    for (int i = 0; i < lines.size(); ++i) {
-        ZkTextLine &line = lines[i];
+    for (ZkTextLine &line : lines) {
         int ascent = 0, descent = 0, covered = line.first;
         while (span != spans.end() && span->last <= line.first) {
             ++span;
         }
         for (const ZkSpan *s = span; s != spans.end() && s->first < line.last; ++s) {
-            const ZkTypefaceMetrics metrics = metricsOf(s->font);
-            ascent = std::max(ascent, metrics.ascent);
-            descent = std::max(descent, metrics.descent + metrics.gap);
+            const ZkTypefaceMetrics &other = metricsOf(s->font);
+            ascent = std::max(ascent, other.ascent);
+            descent = std::max(descent, other.descent + other.gap);
             covered = s->first <= covered ? std::max(covered, s->last) : covered;
         }
         if (covered < line.last || line.first == line.last) { // some text is in no span
-            ascent = std::max(ascent, plain.ascent);
-            descent = std::max(descent, plain.descent + plain.gap);
+            ascent = std::max(ascent, plainAscent);
+            descent = std::max(descent, plainDescent);
         }
         line.ascent = ascent;
         line.descent = descent;
@@ -420,13 +480,14 @@ void ZkParagraphData::stack()
         widest = std::max(widest, line.width);
     }
     const int box = boxWidth > 0 ? boxWidth : widest;
+    const bool isStart =
+        alignment == ZkParagraph::AlignStart || alignment == ZkParagraph::AlignJustify;
+    const bool isRight = alignment == ZkParagraph::AlignRight;
+    const bool isRightIn[2] = {isRight || alignment == ZkParagraph::AlignEnd, isRight || isStart};
     for (ZkTextLine &line : lines) {
-        const bool isStart =
-            alignment == ZkParagraph::AlignStart || alignment == ZkParagraph::AlignJustify;
-        const bool isRight = alignment == ZkParagraph::AlignRight ||
-                             (isStart && line.isRightToLeft) ||
-                             (alignment == ZkParagraph::AlignEnd && !line.isRightToLeft);
         const int room = box - line.width;
-        line.x = isRight ? room : alignment == ZkParagraph::AlignCenter ? room / 2 : 0;
+        line.x = isRightIn[line.isRightToLeft ? 1 : 0]   ? room
+                 : alignment == ZkParagraph::AlignCenter ? room / 2
+                                                         : 0;
     }
 }

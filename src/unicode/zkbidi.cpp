@@ -1,8 +1,9 @@
 #include "zkbidi.h"
 
+#include "base/zklanes.h"
 #include "unicode/zkbidiparagraph.h"
-#include "unicode/zkcharactertables.h"
 #include "unicode/zkdirectionscan.h"
+#include "unicode/zkunitclasses.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -22,22 +23,53 @@ constexpr ZkBidiClasses kBlanks =
     zkBidiBit(ZkCharacter::BidiLRI) | zkBidiBit(ZkCharacter::BidiRLI) |
     zkBidiBit(ZkCharacter::BidiFSI) | zkBidiBit(ZkCharacter::BidiPDI);
 
-/// Writes the byte of each record and adds to the set of classes.
-ZkBidiClasses writeBytes(const std::uint16_t *records, int count, std::uint8_t *bytes)
+/// Classes that one must know of before the levels are found.
+constexpr ZkBidiClasses kTold = kBlanks & ~zkBidiBit(ZkCharacter::BidiWS);
+
+std::uint8_t byteOf(std::uint16_t unit)
+{
+    const unsigned bits = zkunit::bidiOf(unit);
+    return static_cast<std::uint8_t>(bits | (kBlanks >> (bits & kZkBidiClass) & 1) << 7);
+}
+
+ZkBidiClasses writeEach(const std::uint16_t *units, int first, int last, std::uint8_t *bytes)
 {
     ZkBidiClasses classes = 0;
-    for (int i = 0; i < count; ++i) {
-        if (records[i] == kZkPairTrail) {
-            bytes[i] = bytes[i - 1]; // as one more character of the kind: nothing changes
-            continue;
-        }
-        const std::uint32_t record = zkClasses(records[i]);
-        const unsigned bidi = zkBidiOf(record);
-        classes |= zkBidiBit(static_cast<int>(bidi));
-        bytes[i] = static_cast<std::uint8_t>((record & (kZkBidiClass | kZkBidiBracket)) |
-                                             (kBlanks >> bidi & 1) << 7);
+    for (int i = first; i < last; ++i) {
+        // The second unit of a pair as one more character of the kind: nothing changes.
+        bytes[i] = units[i] == kZkPairTrail ? bytes[i - 1] : byteOf(units[i]);
+        classes |= zkBidiBit(bytes[i] & kZkBidiClass);
     }
     return classes;
+}
+
+/// Writes the byte of each unit. Returns the set of their classes, of which only those that
+/// `kTold` has are sure to be told.
+ZkBidiClasses writeBytes(const std::uint16_t *units, int count, std::uint8_t *bytes)
+{
+    ZkBidiClasses classes = 0;
+    int i = 0;
+#if ZK_HAS_LANES
+    static_assert(kTold ==
+                      (((zkBidiBit(ZkCharacter::BidiS) << 1) - zkBidiBit(ZkCharacter::BidiBN)) |
+                       ((zkBidiBit(ZkCharacter::BidiPDI) << 1) - zkBidiBit(ZkCharacter::BidiLRE))),
+                  "they stand in two stretches");
+    const ZkLanes space = ZkLanes::all(ZkCharacter::BidiWS), blank = ZkLanes::all(kZkBidiBlank);
+    for (; i + ZkLanes::kCount <= count; i += ZkLanes::kCount) {
+        const ZkLanes lanes = ZkLanes::load(units + i);
+        const ZkLanes bidi = lanes & ZkLanes::all(kZkBidiClass);
+        const ZkLanes told = ZkLanes::within(bidi, ZkCharacter::BidiBN, ZkCharacter::BidiS) |
+                             ZkLanes::within(bidi, ZkCharacter::BidiLRE, ZkCharacter::BidiPDI) |
+                             (lanes == ZkLanes::all(kZkPairTrail));
+        if (told.any()) {
+            classes |= writeEach(units, i, i + ZkLanes::kCount, bytes);
+        } else {
+            ((lanes & ZkLanes::all(kZkBidiClass | kZkBidiBracket)) | ((bidi == space) & blank))
+                .storeBytes(bytes + i);
+        }
+    }
+#endif
+    return classes | writeEach(units, i, count, bytes);
 }
 
 /// The same for a text, which is looked up piece by piece.
@@ -45,8 +77,8 @@ template <typename Unit>
 ZkBidiClasses writeBytesOf(const Unit *text, int units, std::uint8_t *bytes)
 {
     ZkBidiClasses classes = 0;
-    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
-        classes |= writeBytes(records, count, bytes + first);
+    zkForEachPiece(text, units, [&](const std::uint16_t *read, int first, int count) {
+        classes |= writeBytes(read, count, bytes + first);
     });
     return classes;
 }
@@ -210,7 +242,7 @@ void ZkBidi::setText(const ZkTextCharacters &text, Direction direction, void *sc
         return;
     }
     allocate(aligned(m_size), 0);
-    resolve(source, writeBytes(text.m_records, m_size, m_levels), scratch, bytes);
+    resolve(source, writeBytes(text.m_classes, m_size, m_levels), scratch, bytes);
 }
 
 template <typename Unit>
@@ -277,9 +309,18 @@ void *ZkBidi::listParagraphs(const ZkTextSource &text, std::int64_t kept, std::i
 void ZkBidi::resolve(const ZkTextSource &text, std::uint32_t classes, void *scratch,
                      std::int64_t bytes)
 {
-    m_uniformLevel = -1;
     const std::int64_t perUnit = ZkBidiParagraph::scratchSize(1, classes);
-    void *const work = listParagraphs(text, m_size, perUnit, scratch, bytes);
+    void *work = scratch;
+    if ((classes & zkBidiBit(ZkCharacter::BidiB)) != 0) {
+        work = listParagraphs(text, m_size, perUnit, scratch, bytes);
+    } else {
+        setUniform(0); // for the one paragraph
+        if (scratch == nullptr || m_size * perUnit > bytes) {
+            allocate(aligned(m_size) + m_size * perUnit, m_size);
+            work = static_cast<std::uint8_t *>(m_buffer) + aligned(m_size);
+        }
+    }
+    m_uniformLevel = -1;
     resolveParagraphs(text, 0, m_paragraphCount, classes, work);
     m_baseLevel = m_paragraphCount > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
 }
@@ -348,7 +389,7 @@ void ZkBidi::replaceParagraphs(const ZkTextCharacters &text, int begin, int end,
     m_paragraphCount = count;
     m_size = text.m_size;
     const ZkBidiClasses classes =
-        writeBytes(text.m_records + first, last - first, m_levels + first);
+        writeBytes(text.m_classes + first, last - first, m_levels + first);
     resolveParagraphs(source, begin, begin + found.count, classes, block + list);
     m_baseLevel = count > 0 ? m_paragraphs[0].level : defaultLevel(m_direction);
 }

@@ -1,5 +1,7 @@
 #include "unicode/zkbidisequence.h"
 
+#include <cstring>
+
 namespace
 {
 
@@ -11,41 +13,16 @@ enum Resolved : std::uint8_t {
     ResolvedAN,
     ResolvedNeutral,
     ResolvedSeparator, ///< a neutral that is a separator besides
+    ResolvedMark,      ///< a neutral that is a mark, and goes with a bracket before it
+    ResolvedBracket,   ///< a neutral with a letter or number between it and the bracket before
     ResolvedMask = 7
 };
-constexpr std::uint8_t kWasNSM = 8; ///< a mark, which goes with the bracket before it
 
-// Of an opening bracket, instead: which directions stand between it and its partner.
+// Of a bracket, which is never blank: the last direction before it, when it is a
+// `ResolvedBracket`; and of an opening one which directions stand between it and its partner.
+constexpr int kLastShift = 7;
 constexpr int kInsideShift = 3;
 constexpr unsigned kInsideMask = 3;
-
-/// The classes that the weak rules tell apart; every other one is neutral.
-enum Weak : std::uint8_t {
-    WeakL,
-    WeakR,
-    WeakAL,
-    WeakEN,
-    WeakES,
-    WeakET,
-    WeakAN,
-    WeakCS,
-    WeakNSM,
-    WeakOther,
-    WeakSeparator
-};
-
-static_assert(static_cast<int>(WeakL) == ZkCharacter::BidiL &&
-                  static_cast<int>(WeakNSM) == ZkCharacter::BidiNSM,
-              "the first classes are the same");
-
-Weak weakOf(std::uint8_t byte)
-{
-    const unsigned bidi = byte & kZkBidiClass;
-    if (bidi <= ZkCharacter::BidiNSM) {
-        return static_cast<Weak>(bidi);
-    }
-    return bidi == ZkCharacter::BidiB || bidi == ZkCharacter::BidiS ? WeakSeparator : WeakOther;
-}
 
 /// The direction of a character that is not neutral: numbers count as right to left.
 constexpr int directionOf(unsigned resolved)
@@ -53,104 +30,218 @@ constexpr int directionOf(unsigned resolved)
     return resolved != ResolvedL;
 }
 
-/// The rules for numbers, and what they know of the characters before.
-class Numbers
-{
-public:
-    explicit Numbers(std::uint8_t *bytes, int count, Weak start)
-        : m_bytes(bytes), m_count(count), m_strong(start)
-    {
-    }
-
-    Resolved read(int i, Weak weak);
-
-private:
-    enum Kind : std::uint8_t { NoNumber, European, Arabic };
-
-    Resolved european() const { return m_strong == WeakL ? ResolvedL : ResolvedEN; }
-    Resolved readEuropean(int i);
-    Resolved readSeparator(int i, Weak weak);
-    Resolved readTerminator(int i);
-
-    std::uint8_t *m_bytes;
-    int m_count;
-    Weak m_strong;             // the last of L, R and AL
-    Kind m_number = NoNumber;  // the character before this one, when it is a digit
-    bool m_inEuropean = false; // a terminator here belongs to the number before it
-    int m_terminators = -1;    // where terminators begin that stand before this character
+/// The classes that the weak rules tell apart. A European digit is an Arabic one behind an
+/// Arabic letter and as good as a letter behind one that runs from left to right.
+enum Weak : std::uint8_t {
+    WeakL,
+    WeakR,
+    WeakAL,
+    WeakEN,
+    WeakENBehindL,
+    WeakES,
+    WeakET,
+    WeakAN,
+    WeakCS,
+    WeakNSM,
+    WeakOther,
+    WeakSeparator,
+    WeakCount
 };
 
-/// What the character at `i` becomes; those before it may change too.
-Resolved Numbers::read(int i, Weak weak)
+/// What the weak rules know of the characters before.
+enum State : std::uint8_t {
+    BehindL,
+    BehindR,
+    BehindAL,
+    BehindNeutral,
+    BehindEN,
+    BehindENBehindL,
+    BehindAN,
+    BehindET,         ///< that belongs to the number before
+    BehindETBehindL,  ///< the same
+    BehindFreeET,     ///< that belongs to the number behind, if there is one
+    BetweenEN,        ///< behind one separator
+    BetweenENBehindL, //
+    BetweenAN,        //
+    StateCount
+};
+
+/// Reads a character: the state behind it, what it becomes, and whether those that have left
+/// the state become the same.
+struct WeakStep {
+    State next;
+    Resolved resolved;
+    bool isForAll;
+};
+
+constexpr WeakStep keepsNumber(State state)
 {
-    switch (weak) {
-    case WeakEN: return readEuropean(i);
-    case WeakET: return readTerminator(i);
-    case WeakES:
-    case WeakCS: return readSeparator(i, weak);
-    default: break;
-    }
-    m_inEuropean = false;
-    m_terminators = -1;
-    m_number = NoNumber;
-    switch (weak) {
-    case WeakL: m_strong = weak; return ResolvedL;
-    case WeakR:
-    case WeakAL: m_strong = weak; return ResolvedR;
-    case WeakAN: m_number = Arabic; return ResolvedAN;
-    default: return weak == WeakSeparator ? ResolvedSeparator : ResolvedNeutral;
+    switch (state) {
+    case BehindEN:
+    case BehindET: return {BehindET, ResolvedEN, false};
+    case BehindENBehindL:
+    case BehindETBehindL: return {BehindETBehindL, ResolvedL, false};
+    default: return {BehindFreeET, ResolvedNeutral, false};
     }
 }
 
-/// A digit is Arabic behind an Arabic letter. Terminators before another one join it.
-Resolved Numbers::readEuropean(int i)
+constexpr WeakStep separates(State state, bool isCommon)
 {
-    const int terminators = m_terminators;
-    m_terminators = -1;
-    if (m_strong == WeakAL) {
-        m_inEuropean = false;
-        m_number = Arabic;
-        return ResolvedAN;
+    switch (state) {
+    case BehindEN: return {BetweenEN, ResolvedNeutral, false};
+    case BehindENBehindL: return {BetweenENBehindL, ResolvedNeutral, false};
+    case BehindAN: return {isCommon ? BetweenAN : BehindNeutral, ResolvedNeutral, false};
+    default: return {BehindNeutral, ResolvedNeutral, false};
     }
-    if (terminators >= 0) {
-        for (int at = terminators; at < i; ++at) {
-            m_bytes[at] = static_cast<std::uint8_t>((m_bytes[at] & ~ResolvedMask) | european());
+}
+
+/// A mark is as the character before it.
+constexpr WeakStep marks(State state)
+{
+    switch (state) {
+    case BehindL:
+    case BehindENBehindL:
+    case BehindETBehindL: return {state, ResolvedL, false};
+    case BehindR:
+    case BehindAL: return {state, ResolvedR, false};
+    case BehindEN:
+    case BehindET: return {state, ResolvedEN, false};
+    case BehindAN: return {state, ResolvedAN, false};
+    case BehindFreeET: return {state, ResolvedNeutral, false};
+    default: return {BehindNeutral, ResolvedMark, false};
+    }
+}
+
+constexpr WeakStep weakStep(State state, int weak)
+{
+    const bool isFree = state == BehindFreeET;
+    switch (weak) {
+    case WeakL: return {BehindL, ResolvedL, false};
+    case WeakR: return {BehindR, ResolvedR, false};
+    case WeakAL: return {BehindAL, ResolvedR, false};
+    case WeakEN: return {BehindEN, ResolvedEN, isFree || state == BetweenEN};
+    case WeakENBehindL: return {BehindENBehindL, ResolvedL, isFree || state == BetweenENBehindL};
+    case WeakAN: return {BehindAN, ResolvedAN, state == BetweenAN};
+    case WeakES: return separates(state, false);
+    case WeakCS: return separates(state, true);
+    case WeakET: return keepsNumber(state);
+    case WeakNSM: return marks(state);
+    case WeakSeparator: return {BehindNeutral, ResolvedSeparator, false};
+    default: return {BehindNeutral, ResolvedNeutral, false};
+    }
+}
+
+// A step in a byte: what the character becomes, whether for all, and the next state.
+constexpr unsigned kForAll = 8, kNextMask = 0xF0;
+constexpr unsigned kStateShift = 4; // also of the place of a state's steps
+constexpr unsigned kColumnsShift = 5;
+
+/// The weak rules as tables, which the compiler makes of the functions above.
+struct WeakTables {
+    std::uint8_t columns[(BehindAL + 1) << kColumnsShift]; ///< the last letter's state, the class
+    std::uint8_t steps[StateCount << kStateShift];         ///< the state, the column
+};
+
+constexpr Weak weakOf(int strong, int bidi)
+{
+    switch (bidi) {
+    case ZkCharacter::BidiL: return WeakL;
+    case ZkCharacter::BidiR: return WeakR;
+    case ZkCharacter::BidiAL: return WeakAL;
+    case ZkCharacter::BidiEN:
+        return strong == BehindL ? WeakENBehindL : strong == BehindAL ? WeakAN : WeakEN;
+    case ZkCharacter::BidiES: return WeakES;
+    case ZkCharacter::BidiET: return WeakET;
+    case ZkCharacter::BidiAN: return WeakAN;
+    case ZkCharacter::BidiCS: return WeakCS;
+    case ZkCharacter::BidiNSM: return WeakNSM;
+    case ZkCharacter::BidiB:
+    case ZkCharacter::BidiS: return WeakSeparator;
+    default: return WeakOther;
+    }
+}
+
+constexpr WeakTables weakTables()
+{
+    WeakTables tables = {};
+    for (int strong = BehindL; strong <= BehindAL; ++strong) {
+        for (int bidi = 0; bidi <= kZkBidiClass; ++bidi) {
+            tables.columns[(strong << kColumnsShift) + bidi] = weakOf(strong, bidi);
         }
     }
-    m_inEuropean = true;
-    m_number = European;
-    return european();
+    for (int state = 0; state < StateCount; ++state) {
+        for (int weak = 0; weak < WeakCount; ++weak) {
+            const WeakStep step = weakStep(static_cast<State>(state), weak);
+            tables.steps[(state << kStateShift) + weak] = static_cast<std::uint8_t>(
+                unsigned{step.next} << kStateShift | step.resolved | (step.isForAll ? kForAll : 0));
+        }
+    }
+    return tables;
 }
 
-Resolved Numbers::readTerminator(int i)
+constexpr WeakTables kWeak = weakTables();
+
+/// The weak rules: marks, numbers and what stands between and beside them.
+class WeakRules
 {
-    m_number = NoNumber;
-    if (m_inEuropean) {
-        return european();
-    }
-    if (m_terminators < 0) {
-        m_terminators = i;
-    }
-    return ResolvedNeutral;
+public:
+    /// `start` is the direction of what stands before all.
+    explicit WeakRules(int start) : m_state(start != 0 ? BehindR : BehindL), m_letter(m_state) {}
+
+    /// Resolves bytes from `at` on until it has passed a bracket; where the next one is.
+    std::uint8_t *read(std::uint8_t *at, const std::uint8_t *end);
+
+    /// A bit for each kind of `Resolved` that was read last, the bracket's among them.
+    unsigned seen() const { return m_seen; }
+
+private:
+    unsigned m_state;
+    unsigned m_letter;               // the last state behind a letter
+    std::uint8_t *m_since = nullptr; // where the state began
+    unsigned m_seen = 0;
+};
+
+/// A bracket that is neutral, in contrast to what an override made of it.
+constexpr bool isBracket(unsigned byte)
+{
+    const unsigned bracket = byte & kZkBidiBracket;
+    return bracket != 0 && bracket != kZkBidiInitiator && (byte & ResolvedMask) >= ResolvedNeutral;
 }
 
-/// One separator between two digits of a kind is part of the number.
-Resolved Numbers::readSeparator(int i, Weak weak)
+__attribute__((noinline)) std::uint8_t *WeakRules::read(std::uint8_t *at, const std::uint8_t *end)
 {
-    const Kind number = m_number;
-    const Weak next = i + 1 < m_count ? weakOf(m_bytes[i + 1]) : WeakOther;
-    m_number = NoNumber;
-    m_terminators = -1;
-    if (number == European && next == WeakEN) {
-        m_inEuropean = true;
-        return european();
+    unsigned state = m_state << kStateShift, seen = 0, byte = 0;
+    const std::uint8_t *columns = kWeak.columns + (m_letter << kColumnsShift);
+    std::uint8_t *since = m_since;
+    while (at < end && !isBracket(byte)) {
+        const unsigned before = *at, bidi = before & kZkBidiClass;
+        const unsigned step = kWeak.steps[state | columns[bidi]];
+        const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
+        if ((step & kForAll) != 0) {
+            for (; since < at; ++since) {
+                *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
+            }
+        }
+        byte = before - bidi + resolved;
+        seen |= 1U << resolved;
+        if (next <= BehindAL << kStateShift) {
+            columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
+        }
+        since = next == state ? since : at;
+        state = next;
+        *at++ = static_cast<std::uint8_t>(byte);
+        // All but separators in numbers, and brackets, do again what the first of a kind does.
+        if (next < BetweenEN << kStateShift && (before & kZkBidiBracket) == 0) {
+            for (; at < end && *at == before; ++at) {
+                *at = static_cast<std::uint8_t>(byte);
+            }
+        }
     }
-    m_inEuropean = false;
-    if (number == Arabic && weak == WeakCS &&
-        (next == WeakAN || (next == WeakEN && m_strong == WeakAL))) {
-        return ResolvedAN;
-    }
-    return ResolvedNeutral;
+    m_state = state >> kStateShift;
+    m_letter = static_cast<unsigned>(columns - kWeak.columns) >> kColumnsShift;
+    m_since = since;
+    m_seen = seen;
+    return at;
 }
 
 /// Opening brackets whose partner has not come yet. Deeper ones end the search, so that
@@ -167,19 +258,14 @@ public:
         unsigned inside; // bit 0: left to right seen since, bit 1: right to left
     };
 
-    bool push(const Entry &entry)
-    {
-        if (m_size == kDepth) {
-            return false;
-        }
-        m_entries[m_size++] = entry;
-        return true;
-    }
+    bool isFull() const { return m_size == kDepth; }
+    void push(const Entry &entry) { m_entries[m_size++] = entry; }
 
-    void see(int direction)
+    /// `directions` as in an entry.
+    void see(unsigned directions)
     {
         if (m_size > 0) {
-            m_entries[m_size - 1].inside |= 1U << direction;
+            m_entries[m_size - 1].inside |= directions;
         }
     }
 
@@ -214,86 +300,131 @@ constexpr char32_t canonicalClosing(char32_t c)
     return c == 0x232A ? U'\u3009' : c;
 }
 
+/// The bracket that closes what `c` opens.
+char32_t closingOf(char32_t c)
+{
+    // In ASCII the square and the curly one have a character between them.
+    return c < 0x80 ? c + (c == '(' ? 1 : 2) : canonicalClosing(zkMirrored(c));
+}
+
+/// The first byte of `[first, last)` that has a bit of a bracket, `last` for none.
+int findBracket(const std::uint8_t *bytes, int first, int last)
+{
+    constexpr std::uint64_t kBits = ~std::uint64_t(0) / 0xFF * kZkBidiBracket;
+    for (std::uint64_t word; first <= last - static_cast<int>(sizeof word);
+         first += static_cast<int>(sizeof word)) {
+        std::memcpy(&word, bytes + first, sizeof word);
+        if ((word & kBits) != 0) {
+            return first + __builtin_ctzll(word & kBits) / 8;
+        }
+    }
+    while (first < last && (bytes[first] & kZkBidiBracket) == 0) {
+        ++first;
+    }
+    return first;
+}
+
 } // namespace
+
+/// Pairs brackets one after the other, as the weak rules come by.
+class ZkBidiSequence::Brackets
+{
+public:
+    explicit Brackets(const ZkBidiSequence &sequence) : m_sequence(sequence) {}
+
+    /// The bracket at `i`. `seen` has a bit for each kind of `Resolved` since the last one.
+    void read(int i, unsigned seen);
+
+    /// The end of those that were read.
+    int end() const { return m_end; }
+
+private:
+    unsigned lastDirection(int i) const
+    {
+        unsigned resolved;
+        do {
+            resolved = m_sequence.m_bytes[--i] & ResolvedMask;
+        } while (resolved >= ResolvedNeutral);
+        return static_cast<unsigned>(directionOf(resolved));
+    }
+
+    const ZkBidiSequence &m_sequence;
+    OpenBrackets m_open;
+    int m_end = 0;
+    int m_opening = 0;
+    bool m_isOver = false; // there are too many open ones
+};
+
+void ZkBidiSequence::Brackets::read(int i, unsigned seen)
+{
+    std::uint8_t *const bytes = m_sequence.m_bytes;
+    const unsigned bracket = bytes[i] & kZkBidiBracket;
+    m_isOver = m_isOver || (bracket == kZkBidiOpen && m_open.isFull());
+    if (m_isOver) {
+        return;
+    }
+    m_end = i + 1;
+    constexpr unsigned kRight = 1U << ResolvedR | 1U << ResolvedEN | 1U << ResolvedAN;
+    const unsigned directions = (seen & 1U << ResolvedL) | ((seen & kRight) != 0 ? 2U : 0U);
+    m_open.see(directions);
+    if (directions != 0) {
+        bytes[i] =
+            static_cast<std::uint8_t>(bracket | ResolvedBracket | lastDirection(i) << kLastShift);
+    }
+    const char32_t c = m_sequence.character(i);
+    OpenBrackets::Entry entry = {0, i, m_opening, 0};
+    if (bracket == kZkBidiOpen) {
+        entry.closing = closingOf(c);
+        m_open.push(entry);
+        m_sequence.m_pairs[m_opening++] = -1;
+    } else if (m_open.pop(canonicalClosing(c), &entry)) {
+        m_sequence.m_pairs[entry.number] = i;
+        bytes[entry.place] |= static_cast<std::uint8_t>(entry.inside << kInsideShift);
+    }
+}
 
 void ZkBidiSequence::resolve(int level, int before, int behind)
 {
-    if (resolveWeak(before)) {
-        resolveBrackets(level, before);
+    WeakRules weak(before);
+    Brackets brackets(*this);
+    for (std::uint8_t *at = m_bytes, *const end = m_bytes + m_count; at < end;) {
+        at = weak.read(at, end);
+        if (isBracket(at[-1])) {
+            brackets.read(static_cast<int>(at - m_bytes) - 1, weak.seen());
+        }
+    }
+    if (brackets.end() > 0) {
+        resolveBrackets(level, before, brackets);
     }
     resolveNeutrals(level, before, behind);
 }
 
-/// Marks, numbers and what stands between and beside them. True when there are brackets.
-bool ZkBidiSequence::resolveWeak(int before)
-{
-    const Weak start = before != 0 ? WeakR : WeakL;
-    Numbers numbers(m_bytes, m_count, start);
-    Weak previous = start;
-    unsigned seen = 0;
-    for (int i = 0; i < m_count; ++i) {
-        const std::uint8_t byte = m_bytes[i];
-        auto rest = static_cast<std::uint8_t>(byte & ~kZkBidiClass);
-        Weak weak = weakOf(byte);
-        if (weak == WeakNSM) {
-            weak = previous == WeakSeparator ? WeakOther : previous;
-            rest |= kWasNSM;
-        }
-        previous = weak;
-        seen |= rest;
-        m_bytes[i] = static_cast<std::uint8_t>(rest | numbers.read(i, weak));
-    }
-    return (seen & kZkBidiOpen) != 0;
-}
-
-/// Notes for every opening bracket its partner and what stands between; how many there
-/// are.
-int ZkBidiSequence::findPairs()
-{
-    OpenBrackets open;
-    int count = 0;
-    for (int i = 0; i < m_count; ++i) {
-        const unsigned resolved = m_bytes[i] & ResolvedMask;
-        if (resolved < ResolvedNeutral) {
-            open.see(directionOf(resolved));
-            continue;
-        }
-        const unsigned bracket = m_bytes[i] & kZkBidiBracket;
-        if (bracket == kZkBidiOpen) {
-            if (!open.push({canonicalClosing(zkMirrored(character(i))), i, count, 0})) {
-                break;
-            }
-            m_pairs[count++] = -1;
-        } else if (bracket == kZkBidiClose) {
-            OpenBrackets::Entry entry;
-            if (open.pop(canonicalClosing(character(i)), &entry)) {
-                m_pairs[entry.number] = i;
-                m_bytes[entry.place] |= static_cast<std::uint8_t>(entry.inside << kInsideShift);
-            }
-        }
-    }
-    return count;
-}
-
 /// A pair of brackets takes the direction of what is in it, if there is any: that of the
 /// embedding if it is among them, else that of the text before when it is the same.
-void ZkBidiSequence::resolveBrackets(int level, int before)
+void ZkBidiSequence::resolveBrackets(int level, int before, const Brackets &brackets)
 {
-    const int pairs = findPairs();
     const int embedding = level & 1;
     int context = before;
     int number = 0;
-    for (int i = 0; i < m_count && number < pairs; ++i) {
-        const unsigned resolved = m_bytes[i] & ResolvedMask;
-        if (resolved < ResolvedNeutral) {
-            context = directionOf(resolved);
-        } else if ((m_bytes[i] & kZkBidiBracket) == kZkBidiOpen) {
-            const int partner = m_pairs[number++];
-            const unsigned inside = m_bytes[i] >> kInsideShift & kInsideMask;
-            m_bytes[i] &= static_cast<std::uint8_t>(~(kInsideMask << kInsideShift));
-            if (partner < 0 || inside == 0) {
-                continue;
-            }
+    for (int i = findBracket(m_bytes, 0, brackets.end()); i < brackets.end();
+         i = findBracket(m_bytes, i + 1, brackets.end())) {
+        const unsigned byte = m_bytes[i], resolved = byte & ResolvedMask;
+        const unsigned bracket = byte & kZkBidiBracket;
+        if (resolved < ResolvedNeutral || bracket == kZkBidiInitiator) {
+            // One that is resolved with its partner, or no bracket.
+            context = resolved < ResolvedNeutral ? directionOf(resolved) : context;
+            continue;
+        }
+        if (resolved == ResolvedBracket) {
+            context = static_cast<int>(byte >> kLastShift);
+        }
+        m_bytes[i] = static_cast<std::uint8_t>(bracket | ResolvedNeutral);
+        if (bracket != kZkBidiOpen) {
+            continue;
+        }
+        const int partner = m_pairs[number++];
+        const unsigned inside = byte >> kInsideShift & kInsideMask;
+        if (partner >= 0 && inside != 0) {
             const bool isOpposite = (inside >> embedding & 1) == 0 && context != embedding;
             context = isOpposite ? 1 - embedding : embedding;
             setBracket(i, context);
@@ -306,11 +437,8 @@ void ZkBidiSequence::resolveBrackets(int level, int before)
 void ZkBidiSequence::setBracket(int i, int direction)
 {
     const auto resolved = static_cast<std::uint8_t>(direction != 0 ? ResolvedR : ResolvedL);
-    m_bytes[i] = static_cast<std::uint8_t>((m_bytes[i] & kZkBidiBlank) | resolved);
-    for (int at = i + 1; at < m_count; ++at) {
-        if ((m_bytes[at] & (kWasNSM | kZkBidiBracket)) != kWasNSM) {
-            break;
-        }
+    m_bytes[i] = static_cast<std::uint8_t>((m_bytes[i] & kZkBidiBracket) | resolved);
+    for (int at = i + 1; at < m_count && (m_bytes[at] & ResolvedMask) == ResolvedMark; ++at) {
         m_bytes[at] = static_cast<std::uint8_t>((m_bytes[at] & ~ResolvedMask) | resolved);
     }
 }
@@ -321,26 +449,35 @@ void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
 {
     const int odd = level & 1;
     const int levels[] = {level + odd, level + 1 - odd, level + 2 - odd, level + 2 - odd};
+    std::uint8_t *const bytes = m_bytes; // which may be anything to the compiler
     int context = before;
     int neutrals = 0; // where those before `i` begin; `i` when there are none
-    for (int i = 0; i <= m_count; ++i) {
-        const unsigned resolved =
-            i < m_count ? m_bytes[i] & ResolvedMask : static_cast<unsigned>(ResolvedL);
+    const auto settle = [&](int end, int direction) {
+        const int between = level + (direction == context ? direction ^ odd : 0);
+        do {
+            const std::uint8_t byte = bytes[neutrals];
+            bytes[neutrals] = (byte & ResolvedMask) == ResolvedSeparator
+                                  ? static_cast<std::uint8_t>(kZkBidiSeparator)
+                                  : static_cast<std::uint8_t>((byte & kZkBidiBlank) | between);
+        } while (++neutrals < end);
+    };
+    for (int i = 0, count = m_count; i < count;) {
+        const unsigned byte = bytes[i], resolved = byte & ResolvedMask;
         if (resolved >= ResolvedNeutral) {
+            ++i;
             continue;
         }
-        const int direction = i < m_count ? directionOf(resolved) : behind;
-        const int between = level + (direction == context ? direction ^ odd : 0);
-        for (; neutrals < i; ++neutrals) {
-            m_bytes[neutrals] =
-                (m_bytes[neutrals] & ResolvedMask) == ResolvedSeparator
-                    ? static_cast<std::uint8_t>(kZkBidiSeparator)
-                    : static_cast<std::uint8_t>((m_bytes[neutrals] & kZkBidiBlank) | between);
+        if (neutrals < i) {
+            settle(i, directionOf(resolved));
         }
-        if (i < m_count) {
-            m_bytes[i] = static_cast<std::uint8_t>((m_bytes[i] & kZkBidiBlank) | levels[resolved]);
-        }
-        neutrals = i + 1;
-        context = direction;
+        const unsigned settled = (byte & kZkBidiBlank) | static_cast<unsigned>(levels[resolved]);
+        do {
+            bytes[i++] = static_cast<std::uint8_t>(settled);
+        } while (i < count && bytes[i] == byte);
+        neutrals = i;
+        context = directionOf(resolved);
+    }
+    if (neutrals < m_count) {
+        settle(m_count, behind);
     }
 }

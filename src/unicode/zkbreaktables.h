@@ -1,36 +1,64 @@
 #ifndef ZKBREAKTABLES_H
 #define ZKBREAKTABLES_H
 
-#include <cstdint>
+#include "zkglobal.h"
 
-/// The generated state machines that divide a text. An entry of a table, found by
+/// The generated tables that divide a text. A state machine's entry, found by
 /// `next[state * width + column]`, has the state that follows in its lower six bits and
 /// in the upper two what happens before the character that leads to it. The first
 /// state is 0.
 enum ZkBreakVerdict {
     ZkBreakNo,
     ZkBreakYes,
-    /// Yes, unless a later verdict revokes it. Behind a hard end of line: no.
-    ZkBreakDoubt,
-    /// No, here and at the last doubt. Behind a hard end of line: must.
-    ZkBreakRevoke
+    ZkBreakRevoke, ///< no, here and at the last boundary that was allowed
+    ZkBreakMust    ///< of lines
+};
+
+/// What the machines take from a class of characters, and what lines ask of it in
+/// scripts without spaces.
+struct ZkBreakColumns {
+    std::uint8_t line;
+    std::uint8_t grapheme;
+    std::uint8_t word;
+    std::uint8_t unspaced;
+};
+
+enum ZkUnspacedBits { ZkUnspacedLetter = 1, ZkUnspacedMayBegin = 2, ZkUnspacedMayEnd = 4 };
+
+/// Of a pair of common classes: the flags of the boundary between them, and these.
+enum ZkBreakPairFlag {
+    ZkBreakUnspaced = 0x10, ///< between clusters of a script without spaces
+    ZkBreakUndecided = 0x80 ///< ask the machines
+};
+
+/// Units `first` to `last` are of the classes that `unit` tells.
+struct ZkPlainRange {
+    ZkUcs2 first;
+    ZkUcs2 last;
+    std::uint16_t unit;
 };
 
 // tools/unicode/breaks.py stops where these are not what it finds.
-constexpr unsigned kZkLineWidth = 39;
-constexpr unsigned kZkLineUnspaced = 32;  ///< the column of class SA, but for marks
-constexpr unsigned kZkLineFirstHard = 60; ///< states from here on stand behind a hard end
+constexpr unsigned kZkLineWidth = 38;
 constexpr unsigned kZkGraphemeWidth = 26;
 constexpr unsigned kZkWordWidth = 33;
+constexpr unsigned kZkCommonClasses = 27;             ///< the first ones, which pairs are known of
+constexpr unsigned kZkStartOfText = kZkCommonClasses; ///< counts as one of them
+constexpr std::uint16_t kZkPairTrail = 0xFA80;        ///< the second unit of a surrogate pair
+constexpr std::uint32_t kZkClassFactor = 2142062991U;
 
 #pragma GCC visibility push(hidden)
 
-extern const std::uint8_t kZkLineColumns[128]; ///< by line class and its variant
 extern const std::uint8_t kZkLineNext[];
-extern const std::uint8_t kZkGraphemeColumns[32]; ///< by grapheme class and being a pictograph
 extern const std::uint8_t kZkGraphemeNext[];
-extern const std::uint8_t kZkWordColumns[64]; ///< by being a pictograph and word class
 extern const std::uint8_t kZkWordNext[];
+extern const ZkBreakColumns kZkBreakColumns[];    ///< by class
+extern const std::uint8_t kZkBreakClasses[512];   ///< found by `kZkClassFactor`
+extern const std::uint8_t kZkBreakPairs[32 * 32]; ///< by the class before and the class
+extern const std::uint32_t kZkUsualStates[];      ///< lines, clusters, words: a byte for each
+extern const std::uint16_t kZkAsciiUnits[128];
+extern const std::uint16_t kZkSyllableUnits[2]; ///< of Hangul, without and with a final
+extern const ZkPlainRange kZkPlainRanges[];     ///< ascending; the last one ends at U+FFFF
 
 #pragma GCC visibility pop
 

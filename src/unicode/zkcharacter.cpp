@@ -1,8 +1,8 @@
 #include "zkcharacter.h"
 
-#include "unicode/zkcharactertables.h"
 #include "unicode/zkdirectionscan.h"
 #include "unicode/zktextsource.h"
+#include "unicode/zkunitclasses.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -31,22 +31,6 @@ char32_t composedSyllable(char32_t base, char32_t mark)
 }
 
 } // namespace
-
-void ZkRecordBlocks::unpack(unsigned block, unsigned slot)
-{
-    m_blocks[slot] = block;
-    const unsigned shape = kZkCharacterBlocks[kZkCharacterPages[block >> 4] * 16U + (block & 15)];
-    const unsigned pattern = kZkCharacterShapes[2 * shape];
-    const std::uint16_t *const palette = kZkCharacterPalettes + kZkCharacterShapes[2 * shape + 1];
-    const std::uint8_t *const packed = kZkCharacterPatterns + (pattern & 0x1FFF);
-    const unsigned bits = 1U << (pattern >> 13) >> 1;
-    const unsigned mask = (1U << bits) - 1;
-    unsigned at = 0;
-    for (std::uint16_t &record : m_records[slot]) {
-        record = palette[packed[at >> 3] >> (at & 7) & mask];
-        at += bits;
-    }
-}
 
 const ZkCharacter &zkCharacter(char32_t c)
 {
@@ -94,10 +78,10 @@ ZkTextCharacters::ZkTextCharacters() : ZkTextCharacters(nullptr, 0)
 ZkTextCharacters::ZkTextCharacters(std::uint16_t *buffer, int capacity)
     : m_units(nullptr),
       m_points(nullptr),
-      m_records(buffer),
+      m_classes(buffer),
       m_size(0),
       m_capacity(capacity),
-      m_ownsRecords(false),
+      m_ownsClasses(false),
       m_leftToRight(true),
       m_separated(false)
 {
@@ -105,8 +89,8 @@ ZkTextCharacters::ZkTextCharacters(std::uint16_t *buffer, int capacity)
 
 ZkTextCharacters::~ZkTextCharacters()
 {
-    if (m_ownsRecords) {
-        std::free(m_records);
+    if (m_ownsClasses) {
+        std::free(m_classes);
     }
 }
 
@@ -121,13 +105,13 @@ void ZkTextCharacters::reserve(int units)
                                                    static_cast<std::int64_t>(INT32_MAX / 2)));
     m_capacity = m_capacity == 0 ? units : std::max(units, capacity);
     const std::int64_t bytes = static_cast<std::int64_t>(m_capacity) * 2;
-    if (m_ownsRecords) {
-        m_records = static_cast<std::uint16_t *>(zkReallocate(m_records, bytes));
+    if (m_ownsClasses) {
+        m_classes = static_cast<std::uint16_t *>(zkReallocate(m_classes, bytes));
     } else {
-        const std::uint16_t *const old = m_records;
-        m_records = static_cast<std::uint16_t *>(zkAllocate(bytes));
-        std::copy_n(old, m_size, m_records);
-        m_ownsRecords = true;
+        const std::uint16_t *const old = m_classes;
+        m_classes = static_cast<std::uint16_t *>(zkAllocate(bytes));
+        std::copy_n(old, m_size, m_classes);
+        m_ownsClasses = true;
     }
 }
 
@@ -147,13 +131,7 @@ void ZkTextCharacters::set(const Unit *text, int units)
     m_size = 0;
     reserve(units);
     m_size = units;
-    if (units < kZkManyCharacters) {
-        ZkSingleRecords single;
-        zkLookUp(single, text, 0, units, units, m_records);
-    } else {
-        ZkRecordBlocks blocks;
-        zkLookUp(blocks, text, 0, units, units, m_records);
-    }
+    ZkUnitReader().read(text, 0, units, units, m_classes);
     keep(text);
 }
 
@@ -186,17 +164,14 @@ void ZkTextCharacters::replace(const Unit *text, int first, int removed, int ins
     reserve(size);
     const int behind = m_size - first - removed;
     if (behind > 0) {
-        std::memmove(m_records + first + inserted, m_records + first + removed,
-                     static_cast<std::size_t>(behind) * sizeof *m_records);
+        std::memmove(m_classes + first + inserted, m_classes + first + removed,
+                     static_cast<std::size_t>(behind) * sizeof *m_classes);
     }
     m_size = size;
     // A surrogate beside the new units may have found or lost its partner.
-    int from = std::max(first - 1, 0);
-    if (from > 0 && zkIsTrailSurrogate(text[from]) && zkIsLeadSurrogate(text[from - 1])) {
-        --from;
-    }
-    ZkSingleRecords single;
-    zkLookUp(single, text, from, std::min(first + inserted + 1, size), size, m_records + from);
+    const int from = std::max(first - 1, 0);
+    const int to = std::min(first + inserted + 1, size);
+    ZkUnitReader().read(text, from, to, size, m_classes + from);
     keep(text);
 }
 
@@ -205,9 +180,9 @@ char32_t ZkTextCharacters::character(int i) const
     if (m_points != nullptr) {
         return m_points[i];
     }
-    if (m_records[i] == kZkPairTrail) {
+    if (m_classes[i] == kZkPairTrail) {
         --i;
     }
-    return i + 1 < m_size && m_records[i + 1] == kZkPairTrail ? zkPairOf(m_units[i], m_units[i + 1])
+    return i + 1 < m_size && m_classes[i + 1] == kZkPairTrail ? zkPairOf(m_units[i], m_units[i + 1])
                                                               : static_cast<char32_t>(m_units[i]);
 }

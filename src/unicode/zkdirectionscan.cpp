@@ -3,6 +3,8 @@
 #include "base/zklanes.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace
 {
@@ -36,6 +38,11 @@ constexpr Range kLetters[] = {{0x05D0, 0x05EA}, {0x0620, 0x064A}, {0x0671, 0x06D
 
 constexpr Range kSeparators[] = {{0x00, 0x1F}, {0x85, 0x85}, {0x2029, 0x2029}};
 
+// Neither turning nor separators.
+constexpr Range kQuietAscii[] = {{0x20, 0x7F}};
+constexpr Range kQuiet[] = {{0x20, 0x84},     {0x86, 0x058F},   {0x0900, 0x200E}, {0x2010, 0x2028},
+                            {0x2070, 0xD7FF}, {0xD83C, 0xD83E}, {0xFE00, 0xFE6F}, {0xFF00, 0xFFFF}};
+
 template <int Count>
 bool isIn(const Range (&ranges)[Count], char32_t c)
 {
@@ -59,23 +66,27 @@ ZkDirectionScan scanOneByOne(const Unit *text, int units)
 {
     ZkDirectionScan scan = {true, false};
     for (int i = 0; i < units && scan.isLeftToRight; ++i) {
-        scan.isLeftToRight = !turns(text[i]);
-        scan.isSeparated = scan.isSeparated || zkIsParagraphSeparator(text[i]);
+        if (!isIn(kQuietAscii, text[i])) {
+            scan.isLeftToRight = !turns(text[i]);
+            scan.isSeparated = scan.isSeparated || zkIsParagraphSeparator(text[i]);
+        }
     }
     return scan;
 }
 
 #if ZK_HAS_LANES
 
-/// Lanes whose unit is in one of the ranges.
-template <int Count>
-ZkLanes lanesIn(const Range (&ranges)[Count], ZkLanes units)
+template <const auto &ranges, std::size_t... I>
+ZkLanes lanesIn(ZkLanes units, std::index_sequence<I...>)
 {
-    ZkLanes found = ZkLanes::within(units, ranges[0].first, ranges[0].last);
-    for (int i = 1; i < Count; ++i) {
-        found = found | ZkLanes::within(units, ranges[i].first, ranges[i].last);
-    }
-    return found;
+    return (ZkLanes::within(units, ranges[I].first, ranges[I].last) | ...);
+}
+
+/// Lanes whose unit is in one of the ranges, which the compiler knows one by one.
+template <const auto &ranges>
+ZkLanes lanesIn(ZkLanes units)
+{
+    return lanesIn<ranges>(units, std::make_index_sequence<std::size(ranges)>());
 }
 
 #endif
@@ -90,12 +101,13 @@ ZkDirectionScan zkScanDirection(const ZkUcs2 *text, int units)
         for (int i = 0;; i += ZkLanes::kCount) {
             i = std::min(i, units - ZkLanes::kCount); // the last ones may be read again
             const ZkLanes lanes = ZkLanes::load(text + i);
-            // Most texts have no unit of the first test.
-            if (ZkLanes::within(lanes, kTurning[0].first, 0xFFFF).any() &&
-                (lanesIn(kTurning, lanes) | lanesIn(kTurningUnits, lanes)).any()) {
-                return {false, true};
+            // Most texts have no other units.
+            if (!lanesIn<kQuietAscii>(lanes).every() && !lanesIn<kQuiet>(lanes).every()) {
+                if ((lanesIn<kTurning>(lanes) | lanesIn<kTurningUnits>(lanes)).any()) {
+                    return {false, true};
+                }
+                separated = separated || lanesIn<kSeparators>(lanes).any();
             }
-            separated = separated || lanesIn(kSeparators, lanes).any();
             if (i == units - ZkLanes::kCount) {
                 return {true, separated};
             }
@@ -118,10 +130,10 @@ bool zkIsRightToLeft(const ZkUcs2 *text, int units)
         for (int i = 0;; i += ZkLanes::kCount) {
             i = std::min(i, units - ZkLanes::kCount);
             const ZkLanes lanes = ZkLanes::load(text + i);
-            if (!lanesIn(kAmongLetters, lanes).every()) {
+            if (!lanesIn<kAmongLetters>(lanes).every()) {
                 return false;
             }
-            hasLetter = hasLetter || lanesIn(kLetters, lanes).any();
+            hasLetter = hasLetter || lanesIn<kLetters>(lanes).any();
             if (i == units - ZkLanes::kCount) {
                 return hasLetter;
             }

@@ -1,7 +1,6 @@
 #include "zktextbreaks.h"
 
-#include "unicode/zkbreaktables.h"
-#include "unicode/zkcharactertables.h"
+#include "unicode/zkunitclasses.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -14,119 +13,210 @@ namespace
 
 constexpr unsigned kVerdictShift = 6;
 constexpr unsigned kStateMask = (1U << kVerdictShift) - 1;
-constexpr unsigned kRare = 2U << kVerdictShift; // neither a plain yes nor a plain no
+constexpr unsigned kRevoked = ZkBreakRevoke << kVerdictShift;
 
-constexpr unsigned kLines = ZkTextBreaks::LineAllowed, kWords = ZkTextBreaks::Word,
-                   kClusters = ZkTextBreaks::Grapheme;
 constexpr unsigned kAll = ZkTextBreaks::AllKinds;
 
-/// A plain yes as `flag`.
-constexpr unsigned flagOf(unsigned entry, unsigned flag)
+static_assert(unsigned(ZkBreakYes) == ZkTextBreaks::LineAllowed &&
+                  unsigned(ZkBreakMust) == ZkTextBreaks::Lines,
+              "the verdict of lines is their flags");
+
+/// Eight bytes of flags at once.
+typedef std::uint64_t FlagWord;
+constexpr int kWord = sizeof(FlagWord);
+
+constexpr FlagWord inEach(unsigned byte)
 {
-    return (entry >> kVerdictShift & 1) * flag;
+    return ~FlagWord(0) / 0xFF * byte;
 }
 
-/// Reads records one after the other and writes the flags before each.
+FlagWord load(const std::uint8_t *from)
+{
+    FlagWord word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+/// The three state machines, which know all that was read.
+class Machines
+{
+public:
+    /// Behind a common class, in the state that it mostly leaves.
+    void setUsual(unsigned cls)
+    {
+        const std::uint32_t states = kZkUsualStates[cls];
+        m_line = states & 0xFF;
+        m_grapheme = states >> 8 & 0xFF;
+        m_word = states >> 16;
+        m_unspaced = kZkBreakColumns[cls].unspaced;
+    }
+    bool isUsual(unsigned cls) const
+    {
+        return cls < kZkCommonClasses &&
+               (m_line | m_grapheme << 8 | m_word << 16) == kZkUsualStates[cls];
+    }
+
+    /// Reads a character, writes the flags before it to `*flags` and returns them; those of
+    /// characters before may change.
+    unsigned read(const ZkBreakColumns &columns, std::uint8_t *flags);
+
+private:
+    /// The last boundary that was allowed is none.
+    static void revoke(std::uint8_t *flags, unsigned flag)
+    {
+        do {
+            --flags;
+        } while ((*flags & flag) == 0);
+        *flags &= static_cast<std::uint8_t>(~flag);
+    }
+
+    unsigned m_line = 0, m_grapheme = 0, m_word = 0; // states
+    unsigned m_unspaced = 0;                         // of the character before
+};
+
+inline unsigned Machines::read(const ZkBreakColumns &columns, std::uint8_t *flags)
+{
+    const unsigned line = kZkLineNext[m_line * kZkLineWidth + columns.line];
+    const unsigned grapheme = kZkGraphemeNext[m_grapheme * kZkGraphemeWidth + columns.grapheme];
+    const unsigned word = kZkWordNext[m_word * kZkWordWidth + columns.word];
+    m_line = line & kStateMask;
+    m_grapheme = grapheme & kStateMask;
+    m_word = word & kStateMask;
+    unsigned found = line >> kVerdictShift;
+    if (found == ZkBreakRevoke) {
+        found = 0;
+        revoke(flags, ZkTextBreaks::LineAllowed);
+    }
+    if (word >= kRevoked) {
+        revoke(flags, ZkTextBreaks::Word);
+    }
+    found |= (grapheme >> kVerdictShift) * ZkTextBreaks::Grapheme;
+    found |= (word >> kVerdictShift & 1) * ZkTextBreaks::Word;
+    if (columns.unspaced != 0) {
+        const bool isBetween = (m_unspaced & ZkUnspacedMayEnd) != 0 &&
+                               (columns.unspaced & ZkUnspacedMayBegin) != 0 &&
+                               (found & ZkTextBreaks::Grapheme) != 0;
+        found |= isBetween ? static_cast<unsigned>(ZkBreakUnspaced) : 0U;
+    }
+    m_unspaced = columns.unspaced;
+    *flags = static_cast<std::uint8_t>(found);
+    return found;
+}
+
+/// The first undecided one of the flags `[first, last)`, `last` for none.
+int findUndecided(const std::uint8_t *flags, int first, int last)
+{
+    for (; first <= last - kWord; first += kWord) {
+        if (const FlagWord undecided = load(flags + first) & inEach(ZkBreakUndecided)) {
+            return first + __builtin_ctzll(undecided) / 8;
+        }
+    }
+    while (first < last && (flags[first] & ZkBreakUndecided) == 0) {
+        ++first;
+    }
+    return first;
+}
+
+/// Reads the classes of units one after the other and writes the flags before each.
 class Divider
 {
 public:
     explicit Divider(std::uint8_t *flags) : m_flags(flags) {}
 
-    /// The next `count` records, of the units from `first` on; boundaries of `Kinds`.
-    template <unsigned Kinds>
-    void read(const std::uint16_t *records, int first, int count);
+    void read(const std::uint16_t *units, int count);
 
-    /// True when lines were asked for and there was a letter of class SA.
-    bool hasUnspaced() const { return m_unspaced; }
+    /// True when there is a boundary between clusters of a script without spaces.
+    bool hasUnspaced() const { return (m_seen & ZkBreakUnspaced) != 0; }
 
 private:
-    unsigned settle(int i, unsigned line, unsigned lineEntry, unsigned wordEntry);
+    bool pair(const std::uint16_t *units, int first, int count);
+    int ask(const std::uint16_t *units, int first, int count);
 
-    std::uint8_t *m_flags;
-    unsigned m_line = 0, m_grapheme = 0, m_word = 0; // states
-    int m_lineDoubt = 0, m_wordDoubt = 0;            // where the last doubt was
-    bool m_unspaced = false;
+    std::uint8_t *m_flags; // before the next unit
+    Machines m_machines;
+    unsigned m_seen = 0;                // flags
+    unsigned m_before = kZkStartOfText; // the common class of the last unit,
+    bool m_isUsual = true;              // when its state is the usual one
 };
 
-template <unsigned Kinds>
-void Divider::read(const std::uint16_t *records, int first, int count)
+void Divider::read(const std::uint16_t *units, int count)
 {
-    std::uint8_t *const flags = m_flags + first;
-    unsigned line = m_line, grapheme = m_grapheme, word = m_word;
-    bool unspaced = false;
-    for (int i = 0; i < count; ++i) {
-        if (records[i] == kZkPairTrail) {
-            flags[i] = 0;
+    int i = m_isUsual ? 0 : ask(units, 0, count);
+    if (i < count && pair(units, i, count)) {
+        while ((i = findUndecided(m_flags, i, count)) < count) {
+            m_machines.setUsual(i > 0 ? zkunit::commonClassOf(units[i - 1]) : m_before);
+            i = ask(units, i, count);
+        }
+    }
+    m_before = count > 0 ? zkunit::commonClassOf(units[count - 1]) : m_before;
+    m_flags += count;
+}
+
+/// Writes what the pairs say from unit `first` on. True when they do not decide all.
+bool Divider::pair(const std::uint16_t *units, int first, int count)
+{
+    std::uint8_t *const flags = m_flags; // which may be anything to the compiler
+    unsigned seen = 0;
+    unsigned before = first > 0 ? zkunit::commonClassOf(units[first - 1]) : m_before;
+    const auto step = [&](int i) {
+        const unsigned cls = zkunit::commonClassOf(units[i]);
+        const unsigned found = kZkBreakPairs[before * 32 + cls];
+        before = cls;
+        seen |= found;
+        flags[i] = static_cast<std::uint8_t>(found);
+    };
+    for (; first <= count - 4; first += 4) {
+        step(first);
+        step(first + 1);
+        step(first + 2);
+        step(first + 3);
+    }
+    for (; first < count; ++first) {
+        step(first);
+    }
+    m_seen |= seen;
+    return (seen & ZkBreakUndecided) != 0;
+}
+
+/// Asks the machines from unit `first` on until a common class has left them in its usual
+/// state; where the next unit is.
+int Divider::ask(const std::uint16_t *units, int first, int count)
+{
+    Machines machines = m_machines; // beside flags, which may be anything to the compiler
+    std::uint8_t *flags = m_flags + first;
+    unsigned seen = 0;
+    bool isUsual = false;
+    for (; first < count && !isUsual; ++first, ++flags) {
+        const std::uint16_t unit = units[first];
+        if (unit == kZkPairTrail) {
+            *flags = 0;
             continue;
         }
-        const std::uint32_t classes = zkClasses(records[i]);
-        unsigned lineEntry = 0, wordEntry = 0, found = 0;
-        if ((Kinds & kLines) != 0) {
-            const unsigned column = kZkLineColumns[zkLineIndexOf(classes)];
-            unspaced |= column == kZkLineUnspaced;
-            lineEntry = kZkLineNext[line * kZkLineWidth + column];
-            found = flagOf(lineEntry, kLines);
-        }
-        if ((Kinds & kClusters) != 0) {
-            const unsigned column = kZkGraphemeColumns[zkGraphemeIndexOf(classes)];
-            const unsigned entry = kZkGraphemeNext[grapheme * kZkGraphemeWidth + column];
-            grapheme = entry & kStateMask;
-            found |= flagOf(entry, kClusters);
-        }
-        if ((Kinds & kWords) != 0) {
-            const unsigned column = kZkWordColumns[zkWordIndexOf(classes)];
-            wordEntry = kZkWordNext[word * kZkWordWidth + column];
-            word = wordEntry & kStateMask;
-            found |= flagOf(wordEntry, kWords);
-        }
-        if (((lineEntry | wordEntry) & kRare) != 0) {
-            found = (found & kClusters) | settle(first + i, line, lineEntry, wordEntry);
-        }
-        line = lineEntry & kStateMask;
-        flags[i] = static_cast<std::uint8_t>(found);
+        seen |= machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], flags);
+        isUsual = machines.isUsual(zkunit::commonClassOf(unit));
     }
-    m_line = line;
-    m_grapheme = grapheme;
-    m_word = word;
-    m_unspaced = m_unspaced || unspaced;
+    m_machines = machines;
+    m_seen |= seen;
+    m_isUsual = isUsual;
+    return first;
 }
 
-/// The flags for lines and words where one of the verdicts is not plain. `line` is the
-/// state for lines before the character at `i`.
-__attribute__((noinline)) unsigned Divider::settle(int i, unsigned line, unsigned lineEntry,
-                                                   unsigned wordEntry)
+/// Leaves the flags of `kinds`. Lines may end between clusters of scripts without spaces
+/// when `betweenClusters`.
+void settle(std::uint8_t *flags, int units, unsigned kinds, bool betweenClusters)
 {
-    const unsigned lineVerdict = lineEntry >> kVerdictShift;
-    const unsigned wordVerdict = wordEntry >> kVerdictShift;
-    unsigned flags = 0;
-    if (line >= kZkLineFirstHard) {
-        flags = lineVerdict == ZkBreakRevoke ? static_cast<unsigned>(ZkTextBreaks::Lines) : 0U;
-    } else if (lineVerdict == ZkBreakRevoke) {
-        m_flags[m_lineDoubt] &= static_cast<std::uint8_t>(~kLines);
-    } else {
-        flags = lineVerdict != ZkBreakNo ? kLines : 0U;
-        m_lineDoubt = lineVerdict == ZkBreakDoubt ? i : m_lineDoubt;
+    const FlagWord lines = betweenClusters ? inEach(ZkTextBreaks::LineAllowed) : 0;
+    const auto settled = [&](FlagWord word) {
+        static_assert(ZkBreakUnspaced == ZkTextBreaks::LineAllowed << 4, "is moved there");
+        return (word | (word >> 4 & lines)) & inEach(kinds);
+    };
+    int i = 0;
+    for (; i <= units - kWord; i += kWord) {
+        const FlagWord word = settled(load(flags + i));
+        std::memcpy(flags + i, &word, sizeof word);
     }
-    if (wordVerdict == ZkBreakRevoke) {
-        m_flags[m_wordDoubt] &= static_cast<std::uint8_t>(~kWords);
-    } else {
-        flags |= wordVerdict != ZkBreakNo ? kWords : 0U;
-        m_wordDoubt = wordVerdict == ZkBreakDoubt ? i : m_wordDoubt;
-    }
-    return flags;
-}
-
-/// At the end of a text all ends; an empty one has no end.
-void finish(std::uint8_t *flags, int units, unsigned kinds)
-{
-    flags[units] = units == 0 ? std::uint8_t(0) : static_cast<std::uint8_t>(kinds);
-}
-
-/// Takes away the flags of kinds that were not asked for.
-void clearBut(std::uint8_t *flags, int units, unsigned kinds)
-{
-    for (int i = 0; i <= units; ++i) {
-        flags[i] &= static_cast<std::uint8_t>(kinds);
+    for (; i < units; ++i) {
+        flags[i] = static_cast<std::uint8_t>(settled(flags[i]));
     }
 }
 
@@ -149,35 +239,6 @@ char32_t characterAt(const char32_t *text, int i, int, int *length)
 {
     *length = 1;
     return text[i];
-}
-
-/// Lets lines end between the clusters of scripts without spaces.
-template <typename Unit>
-void divideClusters(const Unit *text, int units, std::uint8_t *flags)
-{
-    const ZkCharacter *before = nullptr; // the last character, when it is of class SA
-    unsigned grapheme = 0;
-    int length = 0;
-    for (int i = 0; i < units; i += length) {
-        const char32_t c = characterAt(text, i, units, &length);
-        if (!isUnspaced(c)) {
-            before = nullptr;
-            continue;
-        }
-        const std::uint16_t record = zkRecordNumber(c);
-        const unsigned column = kZkGraphemeColumns[zkGraphemeIndexOf(zkClasses(record))];
-        const unsigned state = before == nullptr ? 0 : grapheme;
-        const unsigned entry = kZkGraphemeNext[state * kZkGraphemeWidth + column];
-        grapheme = entry & kStateMask;
-        const ZkCharacter *const character = &kZkCharacterRecords[record];
-        if (before != nullptr && flagOf(entry, 1) != 0 &&
-            before->indic != ZkCharacter::IndicLeadingVowel &&
-            before->indic != ZkCharacter::IndicStacker &&
-            character->indic != ZkCharacter::IndicFollowingVowel) {
-            flags[i] |= ZkTextBreaks::LineAllowed;
-        }
-        before = character;
-    }
 }
 
 /// Asks a breaker about each run of a text and writes its answers among the flags.
@@ -277,15 +338,6 @@ void Asking::answer(const Unit *run, int first, int count)
     }
 }
 
-/// The records of a text for a `Divider`, looked up piece by piece in a fixed room.
-template <unsigned Kinds, typename Unit>
-void divide(const Unit *text, int units, Divider &divider)
-{
-    zkForEachPiece(text, units, [&](const std::uint16_t *records, int first, int count) {
-        divider.read<Kinds>(records, first, count);
-    });
-}
-
 /// What is asked for besides the text.
 struct Rules {
     ZkTextBreaks::Unspaced unspaced;
@@ -293,41 +345,33 @@ struct Rules {
     unsigned kinds; // flags
 };
 
-/// True when flags of no other kind are found besides.
-bool isOneKind(const Rules &rules)
-{
-    return rules.breaker == nullptr && (rules.kinds == ZkTextBreaks::Lines ||
-                                        rules.kinds == kClusters || rules.kinds == kWords);
-}
-
 /// What comes behind the state machines.
 template <typename Unit>
-void complete(const Unit *text, int units, std::uint8_t *flags, const Divider &divider,
+void complete(const Unit *text, int units, std::uint8_t *flags, bool hasUnspaced,
               const Rules &rules)
 {
-    finish(flags, units, rules.kinds);
-    if (rules.breaker != nullptr) {
+    const bool asks = rules.breaker != nullptr;
+    if (hasUnspaced) {
+        settle(flags, units, kAll, !asks && rules.unspaced == ZkTextBreaks::BetweenClusters);
+    }
+    if (asks) {
         Asking(rules.breaker, flags, units).read(text);
-    } else if (rules.unspaced == ZkTextBreaks::BetweenClusters && divider.hasUnspaced()) {
-        divideClusters(text, units, flags);
     }
-    if (rules.kinds != kAll && !isOneKind(rules)) {
-        clearBut(flags, units, rules.kinds);
+    if (rules.kinds != kAll) {
+        settle(flags, units, rules.kinds, false);
     }
+    // At the end of a text all ends; an empty one has no end.
+    flags[units] = units == 0 ? std::uint8_t(0) : static_cast<std::uint8_t>(rules.kinds);
 }
 
 template <typename Unit>
 void findIn(const Unit *text, int units, std::uint8_t *flags, const Rules &rules)
 {
     Divider divider(flags);
-    // A breaker's words are looked at beside clusters.
-    switch (rules.breaker != nullptr ? kAll : rules.kinds) {
-    case ZkTextBreaks::Lines: divide<kLines>(text, units, divider); break;
-    case kClusters: divide<kClusters>(text, units, divider); break;
-    case kWords: divide<kWords>(text, units, divider); break;
-    default: divide<kAll>(text, units, divider); break;
-    }
-    complete(text, units, flags, divider, rules);
+    zkForEachPiece(text, units, [&](const std::uint16_t *classes, int, int count) {
+        divider.read(classes, count);
+    });
+    complete(text, units, flags, divider.hasUnspaced(), rules);
 }
 
 } // namespace
@@ -354,14 +398,14 @@ void ZkTextBreaks::find(const ZkTextCharacters &text, std::uint8_t *flags, Unspa
 void ZkTextBreaks::findRange(const ZkTextCharacters &text, int first, int last, std::uint8_t *flags,
                              Unspaced unspaced, ZkWordBreaker *breaker)
 {
-    Divider divider(flags);
     const int count = last - first;
-    divider.read<kAll>(text.m_records + first, 0, count);
+    Divider divider(flags);
+    divider.read(text.m_classes + first, count);
     const Rules rules = {unspaced, breaker, kAll};
     if (text.m_units != nullptr) {
-        complete(text.m_units + first, count, flags, divider, rules);
+        complete(text.m_units + first, count, flags, divider.hasUnspaced(), rules);
     } else {
-        complete(text.m_points + first, count, flags, divider, rules);
+        complete(text.m_points + first, count, flags, divider.hasUnspaced(), rules);
     }
 }
 

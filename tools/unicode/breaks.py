@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Writes src/unicode/zkbreaktables.cpp: state machines that divide a text.
 
-    tools/unicode/breaks.py [OUTPUT]
+    tools/unicode/breaks.py [FOLDER [OUTPUT]]
+
+FOLDER is where Debian's package unicode-data keeps the files, /usr/share/unicode unless
+told.
 
 The rules of Unicode 15.0 for lines, grapheme clusters and words are functions below.
 Each says, for what has been read so far and the class of the next character, what may
@@ -12,8 +15,16 @@ state tells apart share a column, and the rest is a table:
     state = next[state * columns + column[class]]
 
 A state tells what may happen before the character that led to it. Where that is known
-only later, it is first allowed and remembered, and taken back by the state that knows.
-The classes are numbered as include/unicode/zkcharacter.h declares them.
+only later, it is first allowed, and taken back by the state that knows: then it is the
+last boundary that was allowed. The classes are numbered as include/unicode/zkcharacter.h
+declares them.
+
+Few characters need the machines. Those that take the same column in all three make a
+class. For the common ones, listed below, there is a state in which they are mostly left
+behind, and a table of pairs has what the machines would say between any two of them, or
+that a machine must be asked since a state is not the usual one:
+
+    flags = pairs[class before][class]
 """
 
 import os
@@ -22,6 +33,7 @@ import textwrap
 from collections import namedtuple
 
 import database
+import properties
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 HEADER = os.path.join(HERE, "..", "..", "include", "unicode", "zkcharacter.h")
@@ -267,11 +279,9 @@ def word_verdict(state, name, pictographic):
 
 
 class Machine:
-    """A minimal table of the states that `step` reaches from `start` over `classes`.
+    """A minimal table of the states that `step` reaches from `start` over `classes`."""
 
-    Those at the places `apart` share no column with others."""
-
-    def __init__(self, start, step, classes, apart=()):
+    def __init__(self, start, step, classes):
         numbers, order, moves, verdicts = {start: 0}, [start], [], []
         for state in order:  # grows
             steps = [step(state, cls) for cls in classes]
@@ -282,23 +292,16 @@ class Machine:
             moves.append([numbers[following] for _, following in steps])
             verdicts.append(tuple(verdict for verdict, _ in steps))
         groups = self.join(verdicts, moves)
-        # States behind a hard end come last, so that one comparison tells them.
-        hard = {groups[i] for i, row in enumerate(verdicts) if MUST in row}
-        places = sorted(set(groups), key=lambda group: (group in hard, group))
-        groups = [places.index(group) for group in groups]
-        self.first_hard = len(places) - len(hard)
         members = {}
         for state, group in enumerate(groups):
             members.setdefault(group, state)
         rows = [[(verdicts[state][i], groups[moves[state][i]]) for i in range(len(classes))]
                 for _, state in sorted(members.items())]
         columns = {}
-        self.columns = [columns.setdefault((i in apart, tuple(row[i] for row in rows)),
-                                           len(columns)) for i in range(len(classes))]
+        self.columns = [columns.setdefault(tuple(row[i] for row in rows), len(columns))
+                        for i in range(len(classes))]
         self.width = len(columns)
-        self.rows = list(zip(*(column for _, column in columns)))
-        for row in self.rows[self.first_hard:]:
-            assert all(verdict in (MUST, NO) for verdict, _ in row)
+        self.rows = list(zip(*columns))
         assert len(self.rows) <= 64 and groups[0] == 0
 
     @staticmethod
@@ -317,10 +320,8 @@ class Machine:
 
 def line_machine():
     names = pad(database.enumerators(HEADER, "Line"), 64)
-    # Letters of scripts without spaces do as others, but the reader wants to know of them.
     return Machine(LINE_START, line_machine_step,
-                   [line_class(name, variant) for variant in (0, 1) for name in names],
-                   apart=[names.index("SA")])
+                   [line_class(name, variant) for variant in (0, 1) for name in names])
 
 
 def pad(names, count):
@@ -340,11 +341,126 @@ def word_machine():
                    [(name, bool(variant)) for name in names for variant in (0, 1)])
 
 
+# What most texts are made of: a character of each class, and one that it often stands
+# behind.
+COMMON = [("\n", "a"), ("a", "a"), (" ", "a"), ("\u05d0", "\u05d0"), ("1", "1"), (".", "a"),
+          (",", "a"), ("-", "a"), ("(", " "), (")", "a"), ('"', " "), ("'", "a"),
+          ("\u201c", " "), ("!", "a"), (":", "a"), ("\u0301", "a"),
+          # Chinese, Japanese, Korean
+          ("\u4e00", "\u4e00"), ("\u3002", "\u4e00"), ("\uff0c", "\u4e00"),
+          ("\u30a2", "\u30a2"), ("\u30fc", "\u30a2"), ("\uac00", "\uac01"),
+          ("\uac01", "\uac00"),
+          # Thai: a consonant, a mark, vowels before and behind one
+          ("\u0e01", "\u0e01"), ("\u0e34", "\u0e01"), ("\u0e40", "\u0e01"),
+          ("\u0e32", "\u0e01")]
+
+# Stretches of units of one class, where several can be told at once; not of the first one,
+# so that no unit is 0.
+PLAIN = [(0x61, 0x7A), (0x0391, 0x03A1), (0x03A3, 0x03F5), (0x0400, 0x0481), (0x05D0, 0x05EA),
+         (0x0620, 0x064A), (0x0671, 0x06D3), (0x0E01, 0x0E2E), (0x3400, 0x4DBF), (0x4E00, 0x9FFF)]
+
+# Bits of a class in scripts without spaces.
+UNSPACED, MAY_BEGIN, MAY_END = 1, 2, 4
+# Flags of ZkTextBreaks, and those that only pairs have.
+FLAGS = ({NO: 0, YES: 1, DOUBT: 1, MUST: 3}, {NO: 0, YES: 4}, {NO: 0, YES: 8, DOUBT: 8})
+UNSPACED_LINE, UNDECIDED = 0x10, 0x80
+
+Class = namedtuple("Class", "columns unspaced")
+
+
+class Classes:
+    """The class of every record: the columns of the machines, and what lines ask of
+    scripts without spaces."""
+
+    def __init__(self, machines, records):
+        self.machines = machines
+        self.names = {kind: database.enumerators(HEADER, kind) for kind in ("Line", "Indic")}
+        self.keys = {}
+        for record in records:
+            fields = dict(zip(properties.FIELDS, record))
+            cls = self.class_of(fields)
+            assert self.keys.setdefault(self.key(fields), cls) == cls
+        self.common, self.usual, self.order = [], [], []
+
+    @staticmethod
+    def key(fields):
+        """The bits of a record that tell its class, as src/unicode/zkunitclasses.h."""
+        return (fields["line"] << 7 | fields["variant"] << 13 | fields["grapheme"] << 14 |
+                fields["pictographic"] << 18 | fields["word"] << 19 | fields["indic"] << 24)
+
+    def class_of(self, fields):
+        line, grapheme, word = self.machines
+        columns = (line.columns[fields["line"] | fields["variant"] << 6],
+                   grapheme.columns[fields["grapheme"] | fields["pictographic"] << 4],
+                   word.columns[fields["pictographic"] | fields["word"] << 1])
+        if self.names["Line"][fields["line"]] != "SA":
+            return Class(columns, 0)
+        indic = self.names["Indic"][fields["indic"]]
+        return Class(columns, UNSPACED |
+                     (0 if indic == "FollowingVowel" else MAY_BEGIN) |
+                     (0 if indic in ("LeadingVowel", "Stacker") else MAY_END))
+
+    def step(self, states, cls):
+        """The verdicts of the machines, and their states behind a character."""
+        entries = [machine.rows[state][column]
+                   for machine, state, column in zip(self.machines, states, cls.columns)]
+        return [entry[0] for entry in entries], tuple(entry[1] for entry in entries)
+
+    def choose(self, class_at):
+        """The common classes first, each with the state that it mostly leaves behind."""
+        self.common = [class_at(ord(c)) for c, _ in COMMON]
+        assert len(set(self.common)) == len(COMMON)
+        others = sorted(set(self.keys.values()) - set(self.common),
+                        key=lambda cls: (cls.unspaced, cls))
+        self.order = self.common + others
+        for c, before in COMMON:
+            states = (0, 0, 0)
+            for part in "a" + before + c:
+                _, states = self.step(states, class_at(ord(part)))
+            self.usual.append(states)
+        # The start of a text is a class too, which no character has.
+        self.usual.append((0, 0, 0))
+
+    def pair(self, before, behind):
+        """What stands between two common classes, or at the start, in one byte."""
+        verdicts, states = self.step(self.usual[before], self.common[behind])
+        if REVOKE in verdicts or states != self.usual[behind]:
+            return UNDECIDED
+        flags = sum(flag[verdict] for flag, verdict in zip(FLAGS, verdicts))
+        is_between = (flags & 4 and self.order[before].unspaced & MAY_END and
+                      self.order[behind].unspaced & MAY_BEGIN)
+        return flags | (UNSPACED_LINE if is_between else 0)
+
+
+# Numbers of a unit's classes as src/unicode/zkunitclasses.h takes them apart: the upper five
+# bits of nine are the row and the column of a common class among the pairs.
+ROWS = 32
+
+
+def code_of(number):
+    common = len(COMMON)
+    return number << 4 if number < common else (common << 4) + number - common
+
+
+def find_factor(keys, bits):
+    """A factor that leads all keys to different places, the upper bits of the product."""
+    random = 1
+    while True:
+        random = (random * 1664525 + 1013904223) & 0xFFFFFFFF
+        factor = random | 1
+        places = set()
+        for key in keys:
+            place = (key * factor & 0xFFFFFFFF) >> 32 - bits
+            if place in places:
+                break
+            places.add(place)
+        else:
+            return factor
+
+
 # An entry is the state that follows, and in the two upper bits what happens before the
-# character. Behind a hard end of line, which the last states are, the numbers of doubt and
-# revocation mean something else: all that is not plain has the highest bit.
-VERDICTS = {NO: 0, YES: 1, DOUBT: 2, REVOKE: 3}
-BEHIND_HARD = {NO: 2, MUST: 3}
+# character. For lines these are the flags of ZkTextBreaks but for the revocation.
+VERDICTS = {NO: 0, YES: 1, DOUBT: 1, REVOKE: 2, MUST: 3}
 
 TABLES = os.path.join(HERE, "..", "..", "src", "unicode", "zkbreaktables.h")
 
@@ -352,7 +468,7 @@ TABLES = os.path.join(HERE, "..", "..", "src", "unicode", "zkbreaktables.h")
 def check_constant(name, value):
     """The header says how wide each table is, so that the compiler knows."""
     with open(TABLES, encoding="ascii") as file:
-        if f"constexpr unsigned {name} = {value};" not in file.read():
+        if f" {name} = {value};" not in file.read():
             database.fail(f"zkbreaktables.h must say {name} = {value}")
 
 
@@ -362,36 +478,82 @@ def in_lines(items):
 
 
 def arrays(name, machine):
-    following = []
-    for number, row in enumerate(machine.rows):
-        verdicts = VERDICTS if number < machine.first_hard else BEHIND_HARD
-        following += [verdicts[verdict] << 6 | state for verdict, state in row]
-    text = "\n".join(
-        f"const std::uint8_t kZk{name}{part}[{len(items)}] = {{\n{in_lines(items)}\n}};\n"
-        for part, items in (("Columns", machine.columns), ("Next", following)))
-    size = len(machine.columns) + len(following)
-    return text, (f"{name:<10}{len(machine.rows):>3} states, {machine.width:>2} columns, "
-                  f"{size:>5} bytes"), size
+    following = [VERDICTS[verdict] << 6 | state for row in machine.rows for verdict, state in row]
+    check_constant(f"kZk{name}Width", machine.width)
+    return array("std::uint8_t", f"kZk{name}Next", following, 1)
+
+
+def array(kind, name, items, size):
+    """An array's definition, and a line about its bytes for the banner."""
+    items = list(items)
+    return (f"const {kind} {name}[{len(items)}] = {{\n{in_lines(items)}\n}};\n",
+            f"//   {name:<24} {len(items) * size:>5} bytes", len(items) * size)
+
+
+HASH_BITS = 9
+BUDGET = 6 * 1024  # bytes of all tables
+
+
+def class_arrays(machines, characters):
+    classes = Classes(machines, set(characters))
+
+    def fields_at(c):
+        return dict(zip(properties.FIELDS, characters[c]))
+
+    classes.choose(lambda c: classes.class_of(fields_at(c)))
+    numbers = {cls: i for i, cls in enumerate(classes.order)}
+    trail = len(numbers)  # the second unit of a pair, which has no column
+
+    def unit_at(c):
+        fields = fields_at(c)
+        return (fields["bidi"] | fields["bracket"] << 5 |
+                code_of(numbers[classes.class_of(fields)]) << 7)
+
+    factor = find_factor(sorted(classes.keys), HASH_BITS)
+    places = [0] * (1 << HASH_BITS)
+    for key, cls in classes.keys.items():
+        places[(key * factor & 0xFFFFFFFF) >> 32 - HASH_BITS] = numbers[cls]
+    common = len(COMMON)
+    assert code_of(trail) < 1 << 9 and common < ROWS and classes.order[common].unspaced == 0
+    pairs = [classes.pair(before, behind) if before <= common and behind < common else UNDECIDED
+             for before in range(ROWS) for behind in range(ROWS)]
+    plain = []
+    for first, last in PLAIN:
+        units = {unit_at(c) for c in range(first, last + 1)}
+        assert len(units) == 1 and 0 not in units, hex(first)
+        plain.append("{%d,%d,%d}" % (first, last, unit_at(first)))
+    plain.append("{65535,65535,0}")  # ends a search
+    check_constant("kZkCommonClasses", common)
+    check_constant("kZkPairTrail", f"0x{code_of(trail) << 7:X}")
+    check_constant("kZkClassFactor", f"{factor}U")
+    columns = ["{%d,%d,%d,%d}" % (cls.columns + (cls.unspaced,)) for cls in classes.order]
+    usual = [line | grapheme << 8 | word << 16 for line, grapheme, word in classes.usual]
+    return [array("ZkBreakColumns", "kZkBreakColumns", columns, 4),
+            array("std::uint8_t", "kZkBreakClasses", places, 1),
+            array("std::uint8_t", "kZkBreakPairs", pairs, 1),
+            array("std::uint32_t", "kZkUsualStates", usual, 4),
+            array("std::uint16_t", "kZkAsciiUnits", (unit_at(c) for c in range(0x80)), 2),
+            array("std::uint16_t", "kZkSyllableUnits", (unit_at(0xAC00), unit_at(0xAC01)), 2),
+            array("ZkPlainRange", "kZkPlainRanges", plain, 6)]
 
 
 def main(arguments):
-    if len(arguments) > 1:
+    if len(arguments) > 2:
         sys.exit(__doc__)
-    output = arguments[0] if arguments else OUTPUT
-    machines = (("Line", line_machine()),
-                ("Grapheme", grapheme_machine()),
-                ("Word", word_machine()))
-    made = [arrays(*entry) for entry in machines]
-    sizes = "\n".join("//   " + size for _, size, _ in made)
+    folder = arguments[0] if arguments else database.FOLDER
+    output = arguments[1] if len(arguments) > 1 else OUTPUT
+    machines = (line_machine(), grapheme_machine(), word_machine())
+    characters = properties.read_characters(folder, properties.read_mirrors(folder))
+    made = [arrays(*entry) for entry in zip(("Line", "Grapheme", "Word"), machines)]
+    made += class_arrays(machines, characters)
+    total = sum(size for _, _, size in made)
+    if total > BUDGET:
+        database.fail(f"{total} bytes of tables, more than {BUDGET}")
+    sizes = "\n".join(size for _, size, _ in made)
     definitions = "\n".join(text for text, _, _ in made)
-    for name, machine in machines:
-        check_constant(f"kZk{name}Width", machine.width)
-    line = machines[0][1]
-    check_constant("kZkLineFirstHard", line.first_hard)
-    check_constant("kZkLineUnspaced",
-                   line.columns[database.enumerators(HEADER, "Line").index("SA")])
     database.write(output, f"""\
-// Made by tools/unicode/breaks.py, which has the rules of Unicode {database.VERSION}. Do not edit.
+// Made by tools/unicode/breaks.py, which has the rules of Unicode {database.VERSION}, from its
+// Character Database. Do not edit.
 //
 {sizes}
 
@@ -401,7 +563,7 @@ def main(arguments):
 
 {definitions}""")
     print(sizes.replace("//   ", ""))
-    print(sum(size for _, _, size in made), "bytes")
+    print(total, "bytes")
 
 
 if __name__ == "__main__":

@@ -9,9 +9,10 @@ NAMES, tools/common/characternames.cpp, has their names for hosts that show them
 The same input gives the same bytes on every machine.
 
 Each distinct combination of properties is a record, stored once. The number of the
-record of a code point is found in four steps, so that all of them take little room:
+record of a code point is found in five steps, so that all of them take little room:
 
-  pages     for each 512 code points the number of a page
+  areas     for each 8192 code points the number of an area
+  pages     for each area 16 numbers, one for every 512 code points, of a page
   blocks    for each page 16 numbers, one for every 32 code points, of a block
   shapes    for each block where its pattern and its palette begin, and how many bits
             an entry of the pattern has: 0, 1, 2, 4 or 8
@@ -35,6 +36,8 @@ from database import CODE_POINTS, read_fields, read_lines, read_property, read_s
 
 BLOCK = 32
 PAGE = 16  # blocks
+AREA = 16  # pages
+BUDGET = 34 * 1024  # bytes of all tables
 BITS = (0, 1, 2, 4, 8)
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -197,9 +200,21 @@ class Trie:
                 self.blocks.extend(page)
             self.pages.append(pages[page])
         assert len(pages) <= 256 and len(self.patterns) < 1 << 13
+        self.fold_pages()
         assert len(self.palettes) < 1 << 16 and max(self.blocks) <= 0xFFFF
         for c, number in enumerate(numbers):
             assert self.find(c) == number, hex(c)
+
+    def fold_pages(self):
+        """Most pages are those of planes without characters."""
+        areas, pages = {}, self.pages
+        self.areas, self.pages = [], []
+        for start in range(0, len(pages), AREA):
+            area = tuple(pages[start:start + AREA])
+            if area not in areas:
+                areas[area] = len(areas)
+                self.pages.extend(area)
+            self.areas.append(areas[area])
 
     def number_blocks(self, numbers):
         """Gives equal blocks one number, and each its pattern and its palette."""
@@ -239,7 +254,8 @@ class Trie:
         return places
 
     def find(self, c):
-        block = self.blocks[self.pages[c >> 9] * PAGE + (c >> 5 & PAGE - 1)]
+        page = self.pages[self.areas[c >> 13] * AREA + (c >> 9 & AREA - 1)]
+        block = self.blocks[page * PAGE + (c >> 5 & PAGE - 1)]
         pattern, palette = self.shapes[2 * block:2 * block + 2]
         bits = BITS[pattern >> 13]
         at = (c & BLOCK - 1) * bits
@@ -344,6 +360,7 @@ def main(arguments):
     texts = ["{" + ",".join(map(str, record)) + "}" for record in records]
 
     arrays = [array("ZkCharacter", "kZkCharacterRecords", texts, 8),
+              array("std::uint8_t", "kZkCharacterAreas", trie.areas, 1),
               array("std::uint8_t", "kZkCharacterPages", trie.pages, 1),
               array("std::uint16_t", "kZkCharacterBlocks", trie.blocks, 2),
               array("std::uint16_t", "kZkCharacterShapes", trie.shapes, 2),
@@ -353,6 +370,9 @@ def main(arguments):
     composition_list, mark_count, high_count = composition_arrays(read_compositions(folder))
     arrays += mirror_list + composition_list
 
+    total = sum(int(size.split()[-2]) for _, size in arrays)
+    if total > BUDGET:
+        database.fail(f"{total} bytes of tables, more than {BUDGET}")
     for name in INPUTS:
         read_lines(folder, name)  # stops on a file of another version
     inputs = textwrap.fill(", ".join(INPUTS) + ".", width=96, initial_indent="// ",
@@ -377,7 +397,7 @@ const int kZkCompositionMarkCount = {mark_count};
 const int kZkHighCompositionCount = {high_count};
 """)
     print(sizes.replace("//   ", ""))
-    print(f"{sum(int(size.split()[-2]) for _, size in arrays)} bytes, {len(records)} records")
+    print(f"{total} bytes, {len(records)} records")
 
 
 if __name__ == "__main__":
