@@ -4,6 +4,7 @@
 #include "zktextbreaks.h"
 
 struct _ThBrk; // of libthai
+struct ZkKnownThai;
 
 /// Thai words by the dictionary of libthai, so that lines end between them.
 ///
@@ -15,8 +16,9 @@ struct _ThBrk; // of libthai
 /// Lao, Khmer, Myanmar and the other scripts that have no spaces are not in the
 /// dictionary: their lines end between clusters, as without a breaker.
 ///
-/// An object holds the dictionary, about half a megabyte, and belongs to one thread; it
-/// may serve any number of texts there, and must outlive those that use it.
+/// An object holds the dictionary, about half a megabyte, and the words of what it was last
+/// asked for, 19 KB: texts of a user interface repeat. It belongs to one thread; it may serve
+/// any number of texts there, and must outlive those that use it.
 class ZK_EXPORT ZkThaiWords : public ZkWordBreaker
 {
 public:
@@ -38,6 +40,7 @@ public:
 
 private:
     _ThBrk *m_dictionary; // null without one
+    ZkKnownThai *m_known; // null without memory
 };
 
 #endif

@@ -1,8 +1,38 @@
 #include "zkthaiwords.h"
 
 #include <cstdlib>
+#include <cstring>
+#include <new>
 
 #include <thai/thbrk.h>
+
+/// Stretches that were asked for before, each in the one place that its letters lead to.
+struct ZkKnownThai {
+    static constexpr int kPlaces = 64, kMostUnits = 96;
+
+    struct Stretch {
+        int units = 0;
+        ZkUcs2 text[kMostUnits];
+        std::uint8_t starts[kMostUnits + 1];
+
+        bool is(const ZkUcs2 *other, int count) const
+        {
+            return units == count &&
+                   std::memcmp(text, other, static_cast<std::size_t>(count) * sizeof *text) == 0;
+        }
+    };
+
+    Stretch &placeOf(const ZkUcs2 *text, int units)
+    {
+        std::uint32_t sum = 0;
+        for (int i = 0; i < units; ++i) {
+            sum = (sum ^ text[i]) * 0x9E3779B1u;
+        }
+        return stretches[sum >> 26]; // its six highest bits
+    }
+
+    Stretch stretches[kPlaces];
+};
 
 namespace
 {
@@ -51,6 +81,27 @@ void findThai(ThBrk *dictionary, const ZkUcs2 *text, int units, std::uint8_t *st
     }
 }
 
+/// The same through what is known already.
+void findKnown(ThBrk *dictionary, ZkKnownThai *known, const ZkUcs2 *text, int units,
+               std::uint8_t *starts)
+{
+    if (known == nullptr || units > ZkKnownThai::kMostUnits) {
+        findThai(dictionary, text, units, starts);
+        return;
+    }
+    ZkKnownThai::Stretch &stretch = known->placeOf(text, units);
+    const std::size_t count = static_cast<std::size_t>(units);
+    if (!stretch.is(text, units)) {
+        stretch.units = units;
+        std::memcpy(stretch.text, text, count * sizeof *text);
+        std::memset(stretch.starts, 0, count);
+        findThai(dictionary, text, units, stretch.starts);
+    }
+    for (std::size_t i = 1; i < count; ++i) {
+        starts[i] = stretch.starts[i] != 0 ? 1 : starts[i];
+    }
+}
+
 /// What the library does where nobody knows the words: lines end between clusters.
 void findClusters(const ZkUcs2 *text, int units, std::uint8_t *starts)
 {
@@ -78,12 +129,15 @@ ZkThaiWords::ZkThaiWords() : ZkThaiWords(nullptr)
 {
 }
 
-ZkThaiWords::ZkThaiWords(const char *file) : m_dictionary(th_brk_new(file))
+ZkThaiWords::ZkThaiWords(const char *file)
+    : m_dictionary(th_brk_new(file)),
+      m_known(m_dictionary == nullptr ? nullptr : new (std::nothrow) ZkKnownThai)
 {
 }
 
 ZkThaiWords::~ZkThaiWords()
 {
+    delete m_known;
     if (m_dictionary != nullptr) {
         th_brk_delete(m_dictionary);
     }
@@ -99,7 +153,7 @@ void ZkThaiWords::findWords(const ZkUcs2 *run, int units, std::uint8_t *starts)
             starts[first] = 1;
         }
         if (thai && isValid()) {
-            findThai(m_dictionary, run + first, last - first, starts + first);
+            findKnown(m_dictionary, m_known, run + first, last - first, starts + first);
         } else {
             findClusters(run + first, last - first, starts + first);
         }

@@ -112,6 +112,29 @@ TEST_F(ZkThaiWordsBesideLibthai, DividesRandomLetters)
     }
 }
 
+TEST(ZkThaiWords, FindsTheSameWordsAgain)
+{
+    const std::u16string text = u"มนุษย์ทั้งหลายเกิดมามีอิสระและเสมอภาคกันในเกียรติศักดิ์และสิทธิ";
+    ZkThaiWords known;
+    ASSERT_TRUE(known.isValid());
+    for (int round = 0; round < 2; ++round) {
+        for (std::size_t first = 0; first < text.size(); ++first) {
+            for (std::size_t size = 1; first + size <= text.size(); size += 3) {
+                const ZkUcs2 *const part = reinterpret_cast<const ZkUcs2 *>(text.data()) + first;
+                std::vector<std::uint8_t> starts(size), expected(size);
+                known.findWords(part, static_cast<int>(size), starts.data());
+                if (round == 1 && first % 8 == 0) {
+                    ZkThaiWords fresh;
+                    fresh.findWords(part, static_cast<int>(size), expected.data());
+                    EXPECT_EQ(starts, expected) << first << ", " << size;
+                    known.findWords(part, static_cast<int>(size), starts.data());
+                    EXPECT_EQ(starts, expected) << "known";
+                }
+            }
+        }
+    }
+}
+
 TEST(ZkThaiWords, FindsNothingInFrontOfTheFirstLetter)
 {
     ZkThaiWords words;
