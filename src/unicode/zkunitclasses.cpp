@@ -113,6 +113,9 @@ private:
 
     bool chooseFor(ZkUcs2 sample)
     {
+        if (sample >= kFirstSyllable) {
+            return false; // the last stretch is one of ideographs
+        }
         const ZkPlainRange *range = kZkPlainRanges;
         while (range->last < sample) {
             ++range;
