@@ -94,6 +94,10 @@ public:
     bool operator!=(const ZkFontChain &other) const { return d != other.d; }
 
 private:
+    friend struct ZkParagraphData;
+
+    /// Without a chain, as one that was moved from.
+    explicit ZkFontChain(std::nullptr_t) noexcept {}
     bool change(int at, int removed, const ZkTypeface *added);
 
     ZkFontChainData *d = nullptr;

@@ -33,10 +33,11 @@ public:
     /// Closes the face and the library. Nothing happens when neither is open.
     static void freetype_Done(); // sic: the exported name
 
-    /// Sets the size in pixels alone. Allowed without a font. A font that consists of
-    /// fixed strikes (bitmap fonts, colour emoji) keeps the last strike that matched;
-    /// while none has, since it was opened, FreeType has no size to load at and every
-    /// glyph is blank. Nothing is printed about either: ask for a size that the font has.
+    /// Sets the size in pixels alone. Allowed without a font. Of a font that consists of
+    /// fixed strikes only one is drawn: a bitmap font (BDF, PCF) keeps the strike that
+    /// matched last, the glyphs of an sfnt (colour emoji) are blank at every size that is
+    /// none of its strikes'. Nothing is printed about either: ask for a size that the font
+    /// has.
     void setTextFontSize(int n);
 
     /// Takes size and style. Bold face slants by a quarter, the second flag thickens

@@ -197,6 +197,8 @@ private:
     int m_count = 0;
     ZkGlyphHolder *m_next = nullptr, **m_link = nullptr; ///< among those of `m_stripe`
     unsigned m_stripe = 0;
+    std::uint32_t m_hits = 0;  ///< that its stripe was not told yet
+    std::uint32_t m_clock = 0; ///< of the cache when the first of them was added
     const ZkGlyph *m_inline[InlineSlots] = {};
 };
 

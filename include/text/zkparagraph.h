@@ -20,7 +20,7 @@ struct ZkTextLine {
     int baseline;       ///< the first row below it
     int ascent;         ///< rows from its top to the baseline
     int descent;        ///< rows from the baseline to its bottom, `gap` included
-    int width;          ///< without the spaces that hang at a soft end
+    int width;          ///< as drawn, stretched spaces counted, those that hang at a soft end not
     bool isRightToLeft; ///< base direction
     bool endsHard;      ///< by a line end or the end of the text, not for want of room
     bool isShortened;   ///< an ellipsis stands for a part of it

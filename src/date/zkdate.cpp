@@ -67,8 +67,9 @@ bool isCalendarDay(long long y, long long m, long long d)
     return d <= monthLength(y, static_cast<int>(m));
 }
 
-/// The day number of any triple, in or out of range; the divisions round to 0.
-long long dayNumberOfAnything(long long y, long long m, long long d)
+/// The day number of any triple, in or out of range; the divisions round to 0. Seldom
+/// needed, and long divisions by numbers known beforehand take many instructions.
+__attribute__((noinline, cold)) long long dayNumberOfAnything(long long y, long long m, long long d)
 {
     if (isInReformGap(y, m, d)) {
         return 0;

@@ -86,27 +86,24 @@ ZkGlyphCache::Stats ZkGlyphCache::stats() const
     stats.unusedBytes = d->slabs.bytes() - stats.pixelBytes - stats.recordBytes;
     stats.overBytes = d->budget != 0 && stats.bytes > d->budget ? stats.bytes - d->budget : 0;
     stats.peakBytes = d->peak;
-    for (const ZkGlyphCacheData::Stripe &stripe : d->stripes) {
-        stats.hits += __atomic_load_n(&stripe.hits, __ATOMIC_RELAXED);
-    }
-    stats.holders = d->holderCount();
-    stats.hits -= d->hitsBefore;
+    stats.hits = d->hits(&stats.holders) - d->hitsBefore;
     stats.misses = d->misses;
     stats.evictions = d->evictions;
     stats.refills = d->refills;
     stats.failures = d->failures;
     stats.trims = d->trims;
     stats.longestLockMicroseconds = d->longestLock;
-    stats.clock = __atomic_load_n(&d->clock, __ATOMIC_RELAXED);
+    stats.clock = d->now();
     return stats;
 }
 
 void ZkGlyphCache::resetStats()
 {
     const ZkGlyphMutexLock lock(&d->mutex);
-    d->hitsBefore = 0;
-    for (const ZkGlyphCacheData::Stripe &stripe : d->stripes) {
-        d->hitsBefore += __atomic_load_n(&stripe.hits, __ATOMIC_RELAXED);
+    {
+        const ZkGlyphStopLock stop(d);
+        int holders = 0;
+        d->hitsBefore = d->hits(&holders);
     }
     d->misses = d->evictions = d->refills = d->failures = d->trims = 0;
     d->longestLock = 0;

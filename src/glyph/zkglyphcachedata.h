@@ -22,7 +22,9 @@ struct alignas(128) ZkGlyphCacheStripe {
 /// - Moving and dropping glyphs, growing the table: under `mutex` and all stripes. Then no
 ///   holder changes either, and what they hold can be asked.
 ///
-/// A typeface's lock is taken before `mutex`, `mutex` before stripes.
+/// A typeface's lock is taken before `mutex`, `mutex` before stripes. What every look-up
+/// reads keeps away from what is written.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct ZkGlyphCacheData {
     static constexpr unsigned kStripes = 8; // threads that look up at once undisturbed
     static constexpr unsigned kGhosts = 512;
@@ -70,8 +72,9 @@ struct ZkGlyphCacheData {
     void keepBudget();
     char *pack(const ZkFontList &faces, std::size_t *size, int *glyphs);
 
+    std::uint32_t now() const { return __atomic_load_n(&clock, __ATOMIC_RELAXED); }
     /// Notes that a glyph was looked up.
-    void touch(const ZkGlyph *glyph) const;
+    static void touch(const ZkGlyph *glyph, std::uint32_t now);
     void countHits(Stripe *stripe, unsigned hits);
     void tick();
 
@@ -110,7 +113,8 @@ struct ZkGlyphCacheData {
     void dropAll(); ///< that nobody holds, and their slabs
 
     // Under the mutex and with look-ups stopped.
-    int holderCount() const;
+    /// Of all stripes and holders, whose number is added to `*holderCount`.
+    std::uint64_t hits(int *holderCount) const;
     void markHeld(bool isHeld);
     void evict(ZkGlyph *glyph);
     ZkGlyph *oldestFirst();
@@ -186,9 +190,8 @@ inline ZkGlyph *ZkGlyphCacheData::find(std::uint32_t low, std::uint32_t high,
     }
 }
 
-inline void ZkGlyphCacheData::touch(const ZkGlyph *glyph) const
+inline void ZkGlyphCacheData::touch(const ZkGlyph *glyph, std::uint32_t now)
 {
-    const std::uint32_t now = __atomic_load_n(&clock, __ATOMIC_RELAXED);
     if (__atomic_load_n(&glyph->stamp, __ATOMIC_RELAXED) != now) {
         __atomic_store_n(&glyph->stamp, now, __ATOMIC_RELAXED);
     }

@@ -9,7 +9,7 @@ namespace
 std::uint8_t noPixels = 0;
 
 // What stands for a glyph that there is no typeface or no memory for.
-const ZkGlyph emptyGlyph = {
+const ZkGlyph kEmptyGlyph = {
     {0, 0, 0, 0, 0, 0, 0, {0, 0}, &noPixels, 0xFFFF, 0}, 0, 0, nullptr, 0, 0};
 
 std::uint32_t lowOf(std::uint32_t index)
@@ -33,8 +33,10 @@ ZkGlyphHolder::~ZkGlyphHolder()
 {
     if (m_link != nullptr) {
         {
-            const ZkGlyphStripeLock lock(&m_cache->stripes[m_stripe], true);
+            ZkGlyphCacheStripe *const stripe = &m_cache->stripes[m_stripe];
+            const ZkGlyphStripeLock lock(stripe, true);
             touchAll();
+            m_cache->countHits(stripe, m_hits);
             *m_link = m_next;
             if (m_next != nullptr) {
                 m_next->m_link = m_link;
@@ -122,14 +124,14 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(face);
     if (open == nullptr) {
         for (int i = 0; i < n; ++i) {
-            out[i] = &emptyGlyph;
+            out[i] = &kEmptyGlyph;
         }
         return;
     }
     const std::uint32_t size = static_cast<std::uint32_t>(font.fontSize()) << 24;
     const std::uint32_t high = open->id << 3 | (font.attr().flags & 7u);
     int next = 0;
-    for (; next < n; ++next) { // what is held needs no lock
+    for (; next < n && m_count != 0; ++next) { // what is held needs no lock
         const std::uint32_t low = lowOf(indices[next]) | size;
         out[next] = find(low, high, ZkGlyphCacheData::hashOf(low, high));
         if (out[next] == nullptr) {
@@ -147,7 +149,7 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
         }
         if (out[i] == nullptr) {
             m_cache->noteFailure();
-            out[i] = &emptyGlyph;
+            out[i] = &kEmptyGlyph;
         }
     }
 }
@@ -157,40 +159,60 @@ bool ZkGlyphHolder::lookUp(std::uint32_t size, std::uint32_t high, const std::ui
                            int n, const ZkGlyph **out)
 {
     bool allThere = true;
-    unsigned hits = 0;
     ZkGlyphCacheStripe *const stripe = m_cache->ownStripe();
     const ZkGlyphStripeLock lock(stripe, m_link == nullptr);
     if (m_link == nullptr) {
         enroll(stripe);
     }
+    const std::uint32_t now = m_cache->now();
+    m_clock = m_count == 0 ? now : m_clock;
     for (int i = 0; i < n; ++i) {
         const std::uint32_t low = lowOf(indices[i]) | size;
         const std::uint32_t hash = ZkGlyphCacheData::hashOf(low, high);
-        const ZkGlyph *glyph = find(low, high, hash);
+        std::uint32_t slot = hash & m_mask;
+        const ZkGlyph *glyph = m_slots[slot];
+        while (glyph != nullptr && (glyph->low != low || glyph->high != high)) {
+            slot = (slot + 1) & m_mask;
+            glyph = m_slots[slot];
+        }
         if (glyph == nullptr) {
             glyph = m_cache->find(low, high, hash);
-            if (glyph != nullptr && makeRoom()) {
-                m_cache->touch(glyph);
-                add(glyph, hash);
-                ++hits;
-            } else {
+            const bool hasRoom = static_cast<std::uint32_t>(m_count) < m_mask - m_mask / 4;
+            if (glyph == nullptr || !(hasRoom || makeRoom())) {
                 glyph = nullptr;
                 allThere = false;
+            } else {
+                ZkGlyphCacheData::touch(glyph, now);
+                ++m_hits;
+                if (hasRoom) {
+                    m_slots[slot] = glyph;
+                    ++m_count;
+                } else {
+                    add(glyph, hash);
+                }
             }
         }
         out[i] = glyph;
     }
-    m_cache->countHits(stripe, hits);
+    if (m_hits >> ZkGlyphCacheData::kTickBits != 0) {
+        m_cache->countHits(stripe, m_hits);
+        m_hits = 0;
+    }
     return allThere;
 }
 
-// What is let go was used until now. Under a stripe's lock.
+// What is let go was used until now. Under a stripe's lock. While the clock stood still
+// since the first of them was added, their stamps say so already.
 void ZkGlyphHolder::touchAll() const
 {
-    for (std::uint32_t i = 0; m_count != 0 && i <= m_mask; ++i) {
+    const std::uint32_t now = m_cache->now();
+    if (m_count == 0 || now == m_clock) {
+        return;
+    }
+    for (std::uint32_t i = 0; i <= m_mask; ++i) {
         const ZkGlyph *const glyph = m_slots[i];
         if (glyph != nullptr && __atomic_load_n(&glyph->stamp, __ATOMIC_RELAXED) != 0) {
-            m_cache->touch(glyph);
+            ZkGlyphCacheData::touch(glyph, now);
         }
     }
 }
@@ -203,8 +225,12 @@ void ZkGlyphHolder::clear()
     {
         const ZkGlyphStripeLock lock(m_cache->ownStripe());
         touchAll();
-        std::memset(static_cast<void *>(m_slots), 0,
-                    (static_cast<std::size_t>(m_mask) + 1) * sizeof *m_slots);
+        if (m_slots == m_inline) {
+            std::memset(static_cast<void *>(m_inline), 0, sizeof m_inline);
+        } else {
+            std::memset(static_cast<void *>(m_slots), 0,
+                        (m_mask + std::size_t{1}) * sizeof *m_slots);
+        }
         m_count = 0;
     }
     m_cache->keepBudget();

@@ -223,16 +223,18 @@ ZkGlyphStopLock::~ZkGlyphStopLock()
         m_cache->longestLock, static_cast<std::uint32_t>(std::min<std::int64_t>(micro, INT_MAX)));
 }
 
-int ZkGlyphCacheData::holderCount() const
+std::uint64_t ZkGlyphCacheData::hits(int *holderCount) const
 {
-    int holders = 0;
+    std::uint64_t sum = 0;
     for (const Stripe &stripe : stripes) {
+        sum += stripe.hits;
         for (const ZkGlyphHolder *holder = stripe.holders; holder != nullptr;
              holder = holder->m_next) {
-            ++holders;
+            ++*holderCount;
+            sum += holder->m_hits;
         }
     }
-    return holders;
+    return sum;
 }
 
 void ZkGlyphCacheData::markHeld(bool isHeld)
@@ -433,7 +435,7 @@ ZkGlyph *ZkGlyphCacheData::add(std::uint32_t low, std::uint32_t high, const Glyp
     glyph->low = low;
     glyph->high = high;
     tick();
-    glyph->stamp = __atomic_load_n(&clock, __ATOMIC_RELAXED);
+    glyph->stamp = now();
     if (ghosts[hash % kGhosts] == ghostOf(hash)) {
         ghosts[hash % kGhosts] = 0;
         ++refills;
@@ -450,11 +452,11 @@ void ZkGlyphCacheData::visit(ZkGlyphCache::Visit visitor, void *context)
         markHeld(true);
     }
     // Look-ups go on: the marks are the mutex's, and no glyph moves without it.
-    const std::uint32_t now = __atomic_load_n(&clock, __ATOMIC_RELAXED);
-    slabs.each([visitor, context, now](ZkGlyph *glyph) {
+    const std::uint32_t at = now();
+    slabs.each([visitor, context, at](ZkGlyph *glyph) {
         const bool isHeld = ZkGlyphSlabs::isHeld(*glyph);
         glyph->bytes &= ~static_cast<std::uint32_t>(ZkGlyphSlabs::Held);
-        visitor(*glyph, isHeld, now - __atomic_load_n(&glyph->stamp, __ATOMIC_RELAXED), context);
+        visitor(*glyph, isHeld, at - __atomic_load_n(&glyph->stamp, __ATOMIC_RELAXED), context);
     });
 }
 
@@ -547,7 +549,7 @@ const ZkGlyph *ZkGlyphCacheData::render(ZkGlyphHolder *holder, const ZkOpenTypef
             return nullptr;
         }
         if (const ZkGlyph *const glyph = find(low, high, hash)) {
-            touch(glyph);
+            touch(glyph, now());
             holder->add(glyph, hash);
             return glyph;
         }

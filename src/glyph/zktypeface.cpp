@@ -283,6 +283,7 @@ Outcome openFace(ZkOpenTypeface *open, const FontBytes &font, const ZkTypeface::
     }
     findSymbols(open);
     const Outcome outcome = openAxes(open, options);
+    open->findStroke();
     return open->memory.isStarved || open->memory.isRefused ? kNoMemory : outcome;
 }
 
@@ -316,7 +317,7 @@ ZkTypeface openBytes(FontBytes font, const char *name, const ZkTypeface::Options
         }
         outcome = {ZkTypeface::OutOfMemory, "too many fonts were opened before: %s"};
     }
-    const ZkTypeface typeface = failed(outcome, name); // while the name is there
+    ZkTypeface typeface = failed(outcome, name); // while the name is there
     open->close();
     return typeface;
 }
@@ -349,7 +350,7 @@ ZkTypeface::~ZkTypeface()
         return;
     }
     if (d->error != NoError) {
-        std::free(d);
+        std::free(d); // NOLINT(clang-analyzer-unix.Malloc): the count of `noMemory` never ends
         return;
     }
     auto *const open = static_cast<ZkOpenTypeface *>(d);

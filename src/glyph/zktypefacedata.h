@@ -1,6 +1,7 @@
 #ifndef ZKTYPEFACEDATA_H
 #define ZKTYPEFACEDATA_H
 
+#include "glyph/zkfontletters.h"
 #include "glyph/zkfontmemory.h"
 #include "glyph/zktypefacepages.h"
 #include "zktypeface.h"
@@ -37,6 +38,7 @@ struct ZkOpenTypeface : ZkTypefaceData {
     ZkTypeface::Axis *axes;
     int axisCount;
     int instanceCount;
+    int strikePosition, strikeThickness; ///< of the stroke through letters; 0 is not told
 
     mutable pthread_mutex_t lock;
     mutable ZkFontMemory memory;
@@ -44,6 +46,8 @@ struct ZkOpenTypeface : ZkTypefaceData {
     mutable ZkGlyphPages pages;          ///< characters that were asked for
     mutable std::uint64_t *kerningPairs; ///< see `kerning`, null until it is asked for
     mutable std::uint64_t digest;        ///< 0 until asked for
+    mutable ZkFontLetters *letters;      ///< of the fonts that were shaped with first
+    mutable int letterCount;             ///< of those fonts
 
     /// Null for a handle that is not valid.
     static const ZkOpenTypeface *of(const ZkTypeface &face)
@@ -54,9 +58,13 @@ struct ZkOpenTypeface : ZkTypefaceData {
                    : nullptr;
     }
 
+    void findStroke();
     bool isScalable() const { return FT_IS_SCALABLE(face); }
     int nearestStrike(int pixelSize) const; ///< -1 without strikes
     int strikeSize(int index) const;
+
+    /// What shaping remembers of a font; null for one too many, or without memory.
+    ZkFontLetters *lettersOf(ZkFont font) const;
 
     // Under the lock and an account.
     bool scale(int pixelSize) const; ///< false when FreeType cannot

@@ -23,6 +23,10 @@ constexpr std::uint16_t kAsk = 0xFFFF;
 
 constexpr std::uint32_t kPairSlots = 1024;
 
+// Fonts of a typeface whose letters are remembered, 4 KB each: the sizes and styles of one
+// screen. A host that zooms through all of them takes no memory for each.
+constexpr int kMostLetters = 8;
+
 int ceilPixels(FT_Pos value)
 {
     return static_cast<int>((value + 63) >> 6);
@@ -38,11 +42,6 @@ int roundPixels(FT_Pos value)
     return static_cast<int>((value + 32) >> 6);
 }
 
-const TT_OS2 *os2Of(FT_Face face)
-{
-    return static_cast<const TT_OS2 *>(FT_Get_Sfnt_Table(face, FT_SFNT_OS2));
-}
-
 // Where the strokes go in a font that does not say: by its ascent.
 void guessStrokes(ZkTypefaceMetrics *metrics)
 {
@@ -55,21 +54,29 @@ void guessStrokes(ZkTypefaceMetrics *metrics)
 // other stroke; both upwards.
 void scaleStrokes(const ZkOpenTypeface &open, FT_Fixed scale, ZkTypefaceMetrics *metrics)
 {
-    const FT_Face face = open.face;
+    FT_FaceRec *const face = open.face;
     if (face->underline_thickness > 0) {
         const FT_Pos top = -face->underline_position - face->underline_thickness / 2;
         metrics->underlineThickness =
             std::max(1, roundPixels(FT_MulFix(face->underline_thickness, scale)));
         metrics->underlineTop = std::max(1, roundPixels(FT_MulFix(top, scale)));
     }
-    const TT_OS2 *const os2 = os2Of(face);
-    if (os2 != nullptr && os2->version != 0xFFFF && os2->yStrikeoutSize > 0) {
-        metrics->strikeThickness = std::max(1, roundPixels(FT_MulFix(os2->yStrikeoutSize, scale)));
-        metrics->strikeTop = std::min(-1, -roundPixels(FT_MulFix(os2->yStrikeoutPosition, scale)));
+    if (open.strikeThickness > 0) {
+        metrics->strikeThickness = std::max(1, roundPixels(FT_MulFix(open.strikeThickness, scale)));
+        metrics->strikeTop = std::min(-1, -roundPixels(FT_MulFix(open.strikePosition, scale)));
     }
 }
 
 } // namespace
+
+void ZkOpenTypeface::findStroke()
+{
+    const auto *const os2 = static_cast<const TT_OS2 *>(FT_Get_Sfnt_Table(face, FT_SFNT_OS2));
+    if (os2 != nullptr && os2->version != 0xFFFF) {
+        strikePosition = os2->yStrikeoutPosition;
+        strikeThickness = os2->yStrikeoutSize;
+    }
+}
 
 int ZkOpenTypeface::strikeSize(int index) const
 {
@@ -172,10 +179,38 @@ std::uint32_t ZkTypeface::glyphIndex(char32_t character) const
     return askWithLock(*open, character);
 }
 
+ZkFontLetters *ZkOpenTypeface::lettersOf(ZkFont font) const
+{
+    ZkFontLetters *found = __atomic_load_n(&letters, __ATOMIC_ACQUIRE);
+    while (found != nullptr && !(found->font == font)) {
+        found = found->next;
+    }
+    if (found != nullptr || __atomic_load_n(&letterCount, __ATOMIC_RELAXED) >= kMostLetters) {
+        return found;
+    }
+    const ZkTypefaceLock held(*this);
+    if (letterCount >= kMostLetters) {
+        return nullptr;
+    }
+    found = static_cast<ZkFontLetters *>(std::calloc(1, sizeof(ZkFontLetters)));
+    if (found != nullptr) { // twice at worst, when two threads come for it at once
+        found->next = letters;
+        found->font = font;
+        __atomic_store_n(&letterCount, letterCount + 1, __ATOMIC_RELAXED);
+        __atomic_store_n(&letters, found, __ATOMIC_RELEASE);
+    }
+    return found;
+}
+
 void ZkOpenTypeface::releaseRemembered()
 {
     pages.release(emptyPage);
     std::free(kerningPairs);
+    while (letters != nullptr) {
+        ZkFontLetters *const next = letters->next;
+        std::free(letters);
+        letters = next;
+    }
 }
 
 std::uint32_t ZkTypeface::id() const
@@ -286,7 +321,7 @@ ZkTypefaceMetrics ZkTypeface::metrics(int pixelSize) const
     FT_Pos ascent = 0, descent = 0, height = 0; // 26.6 pixels, rounded as FreeType does
     FT_Fixed scale = 0;
     if (open->isScalable()) {
-        const FT_Face face = open->face;
+        FT_FaceRec *const face = open->face;
         scale = FT_DivFix(static_cast<FT_Long>(size) << 6,
                           std::max(1, static_cast<int>(face->units_per_EM)));
         ascent = FT_MulFix(face->ascender, scale);
@@ -422,6 +457,8 @@ std::size_t ZkTypeface::memoryBytes() const
     const ZkTypefaceLock lock(*open);
     return sizeof(ZkOpenTypeface) + open->memory.bytes + open->pages.bytes(emptyPage) +
            (open->kerningPairs == nullptr ? 0 : kPairSlots * sizeof(std::uint64_t)) +
+           static_cast<std::size_t>(__atomic_load_n(&open->letterCount, __ATOMIC_RELAXED)) *
+               sizeof(ZkFontLetters) +
            static_cast<std::size_t>(open->axisCount) * sizeof(Axis) +
            (open->source == ZkOpenTypeface::Allocated ? open->size : 0);
 }

@@ -145,14 +145,14 @@ ZkFont ZkParagraphData::fontAt(int u) const
 }
 
 // Of the first typeface, whatever else stands in a line: so lines keep their height.
-ZkTypefaceMetrics ZkParagraphData::metricsOf(ZkFont wanted) const
+const ZkTypefaceMetrics &ZkParagraphData::metricsOf(ZkFont wanted) const
 {
-    const ZkTypeface &face = faces.at(0);
-    ZkTypefaceMetrics metrics = {};
-    if (face.isValid()) {
-        metrics = face.metrics(wanted.fontSize());
-    } else {
-        metrics.ascent = wanted.fontSize();
+    if (chainSerial != metricsSerial || wanted.fontSize() != metricsSize) {
+        const ZkTypeface &face = faces.at(0);
+        metricsSerial = chainSerial;
+        metricsSize = wanted.fontSize();
+        metrics = face.metrics(metricsSize);
+        metrics.ascent = face.isValid() ? metrics.ascent : metricsSize;
     }
     return metrics;
 }
@@ -226,7 +226,7 @@ void ZkParagraph::setChain(const ZkFontChain &chain)
 
 const ZkFontChain &ZkParagraph::chain() const
 {
-    return d->chain;
+    return d->ownChain();
 }
 
 void ZkParagraph::setFont(const ZkFont &font)
@@ -475,11 +475,12 @@ int ZkParagraph::stretches(int line, const ZkTextStretch **stretches) const
 std::size_t ZkParagraph::memoryBytes() const
 {
     const auto unit = static_cast<std::size_t>(d->text.size());
-    std::size_t bytes = sizeof *d + d->spans.memoryBytes() + d->runs.memoryBytes() +
-                        d->hardLines.memoryBytes() + d->penBases.memoryBytes() +
-                        d->lines.memoryBytes() + d->patches.memoryBytes() +
-                        d->placed.memoryBytes() + d->stretches.memoryBytes() +
-                        d->cells.memoryBytes() + d->levels.memoryBytes();
+    std::size_t bytes =
+        sizeof *d + (d->shown == nullptr ? 0 : sizeof *d->shown * d->kShown) +
+        d->spans.memoryBytes() + d->runs.memoryBytes() + d->hardLines.memoryBytes() +
+        d->penBases.memoryBytes() + d->lines.memoryBytes() + d->unstretched.memoryBytes() +
+        d->patches.memoryBytes() + d->placed.memoryBytes() + d->stretches.memoryBytes() +
+        d->cells.memoryBytes() + d->levels.memoryBytes();
     bytes += d->glyphs.memoryBytes() + d->patchGlyphs.memoryBytes();
     bytes += unit * 3; // characters and boundaries
     bytes += d->bidi.isLeftToRight() ? 0 : unit;

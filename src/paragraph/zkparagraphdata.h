@@ -30,6 +30,13 @@ constexpr bool zkEndsLine(ZkUcs2 c)
     return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
+/// Spaces that hang, and line ends.
+constexpr bool zkIsBlank(ZkUcs2 c)
+{
+    return (c <= 0x20 || c == 0x85 || (c >= 0x1680 && c <= 0x3000)) &&
+           (zkHangs(c) || zkEndsLine(c));
+}
+
 constexpr ZkUcs2 kZkTab = 0x09, kZkSoftHyphen = 0xAD;
 
 /// The glyph that a soft hyphen shows where a line ends behind it.
@@ -95,6 +102,12 @@ struct ZkLineItem {
     ZkPen length;
 };
 
+/// The spaces in units `[first, last)` of a justified line, which are stretched.
+struct ZkStretchedSpaces {
+    int first, last;
+    int count;
+};
+
 /// What is shown in place of text that is left out.
 struct ZkDots {
     int hiddenFirst = 0, hiddenLast = 0; ///< units
@@ -110,7 +123,10 @@ struct ZkParagraphData {
     /// Stages in the order of computation.
     enum Stage { TextSet, Analysed, Shaped, Divided };
 
-    explicit ZkParagraphData(ZkGlyphCache &cache) : holder(cache) {}
+    explicit ZkParagraphData(ZkGlyphCache &cache) : chain(nullptr), holder(cache) {}
+    ~ZkParagraphData() { std::free(shown); }
+    ZkParagraphData(const ZkParagraphData &) = delete;
+    ZkParagraphData &operator=(const ZkParagraphData &) = delete;
 
     void invalidate(Stage stage)
     {
@@ -118,6 +134,15 @@ struct ZkParagraphData {
         if (done > stage) {
             done = stage;
         }
+    }
+
+    /// The chain to hand out: one that can be changed.
+    const ZkFontChain &ownChain()
+    {
+        if (chain.d == nullptr) {
+            chain = ZkFontChain();
+        }
+        return chain;
     }
 
     /// Computes what is missing up to `stage`.
@@ -139,7 +164,16 @@ struct ZkParagraphData {
     ZkPen startOf(int i) const { return i == 0 ? 0 : endOf(i - 1); }
     ZkPen advanceOf(int i) const { return endOf(i) - startOf(i); }
     /// First glyph of the cluster at or before unit `u`; the number of glyphs for the end.
-    int glyphAt(int u) const;
+    int glyphAt(int u) const
+    {
+        // As many glyphs before it as before the unit that was looked for last, as a rule.
+        const int guess = u - glyphLag;
+        return guess > 0 && guess < glyphs.size() && glyphs[guess].cluster == u &&
+                       glyphs[guess - 1].cluster != u
+                   ? guess
+                   : findGlyph(u);
+    }
+    int findGlyph(int u) const;
     /// Places in `runs`, `hardLines` of a unit.
     int runAt(int u) const;
     int hardLineAt(int u) const;
@@ -156,7 +190,7 @@ struct ZkParagraphData {
     bool isCluster(int u) const { return (breaks.flags()[u] & ZkTextBreaks::Grapheme) != 0; }
     const ZkSpan *spanAt(int u) const;
     ZkFont fontAt(int u) const;
-    ZkTypefaceMetrics metricsOf(ZkFont font) const;
+    const ZkTypefaceMetrics &metricsOf(ZkFont font) const; ///< good until the next call
     ZkShaper &shaperInUse() { return shaper != nullptr ? *shaper : simpleShaper; }
 
     /// Turns the advances of glyphs `[first, glyphs.size())` into pens.
@@ -183,10 +217,13 @@ struct ZkParagraphData {
     /// The last unit of `[first, last)` that is neither a space nor a line end, plus one.
     int contentEnd(int first, int last) const;
     ZkPen hyphenAt(int end) const;
+    bool isStretched(int unit) const;
+    ZkStretchedSpaces stretchedSpaces(const ZkTextLine &line) const;
+    void stretchLines();
 
     // What the host set.
     ZkString text;
-    ZkFontChain chain;
+    ZkFontChain chain; ///< none before it is set or asked for
     ZkFont font;
     ZkPlainArray<ZkSpan> spans;
     ZkShaper *shaper = nullptr; ///< null: the built-in one
@@ -216,15 +253,21 @@ struct ZkParagraphData {
     ZkFontList faces;
     std::uint32_t chainSerial = 0;
     std::uint32_t shaperSerial = 0;
-    ZkPlainArray<ZkRun> runs;
-    ZkPlainArray<ZkHardLine> hardLines;
-    ZkShapedGlyphs glyphs;        ///< `advance` is the pen behind a glyph less its base
-    ZkPlainArray<ZkPen> penBases; ///< of 1,024 glyphs each
-    mutable ZkGlyphHolder holder; ///< whatever is shown; a question may add to it
+    mutable int glyphLag = 0;                ///< units less glyphs where `glyphAt` looked last
+    mutable int lineGlyphs = 0;              ///< of the line that `overflow` ended last
+    mutable std::uint32_t metricsSerial = 0; ///< that of the chain
+    mutable int metricsSize = -1;            ///< pixel size that `metrics` are of, -1 is none
+    mutable ZkTypefaceMetrics metrics;
+    ZkPlainArray<ZkRun, 1> runs;
+    ZkPlainArray<ZkHardLine, 1> hardLines;
+    ZkShapedGlyphs glyphs;           ///< `advance` is the pen behind a glyph less its base
+    ZkPlainArray<ZkPen, 1> penBases; ///< of 1,024 glyphs each
+    mutable ZkGlyphHolder holder;    ///< whatever is shown; a question may add to it
 
     // Divided.
-    ZkPlainArray<ZkTextLine> lines;
-    ZkPlainArray<ZkPatch> patches;
+    ZkPlainArray<ZkTextLine, 1> lines;
+    ZkPlainArray<int> unstretched; ///< widths of the lines of justified text before
+    ZkPlainArray<ZkPatch> patches; ///< by line, and as they stand in it
     ZkShapedGlyphs patchGlyphs;
     ZkDots dots; ///< of the last line
     int widest = 0;
@@ -234,27 +277,23 @@ struct ZkParagraphData {
     int placedLine = -1;
     bool hasCells = false; ///< of that line
     ZkPlainArray<ZkPlacedGlyph> placed;
-    ZkPlainArray<ZkTextStretch> stretches;
+    ZkPlainArray<ZkTextStretch, 1> stretches;
     ZkPlainArray<ZkTextCell> cells;
     ZkPlainArray<std::uint8_t> levels;
-    ZkPlainArray<ZkLineItem> items;
+    ZkPlainArray<ZkLineItem, 2> items;
 
     /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
     /// index: most letters of a line were shown a moment ago.
     struct Shown {
         std::uint32_t index;
-        const GlyphBitmap *bitmap; ///< null is none
+        std::int16_t left, top;    ///< where the record belongs
+        const GlyphBitmap *bitmap; ///< null has no pixels
     };
     static constexpr std::uint32_t kShown = 64;
-    Shown shown[kShown] = {};
-    int shownFace = -1;
+    static constexpr int kNotShown = -2; ///< -1 is the face of an empty chain
+    Shown *shown = nullptr;    ///< `kShown` of them; a block of its own, for both stay small
+    int shownFace = kNotShown; ///< or that, and what `shown` says is nothing
     ZkFont shownFont;
-    void forgetShown()
-    {
-        for (Shown &glyph : shown) {
-            glyph.bitmap = nullptr;
-        }
-    }
 };
 
 #endif

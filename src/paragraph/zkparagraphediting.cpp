@@ -111,7 +111,7 @@ bool beginsWord(const ZkParagraphData &d, int u)
 int ZkParagraph::lineOf(int index, ZkAffinity affinity) const
 {
     d->need(ZkParagraphData::Divided);
-    const ZkPlainArray<ZkTextLine> &lines = d->lines;
+    const auto &lines = d->lines;
     const ZkTextLine *const found =
         std::upper_bound(lines.begin(), lines.end(), index,
                          [](int unit, const ZkTextLine &line) { return unit < line.last; });
@@ -157,7 +157,7 @@ ZkCaret ZkParagraph::caret(int index, ZkAffinity affinity) const
 ZkTextPosition ZkParagraph::hit(int x, int y) const
 {
     d->need(ZkParagraphData::Divided);
-    const ZkPlainArray<ZkTextLine> &lines = d->lines;
+    const auto &lines = d->lines;
     int number = 0;
     while (number + 1 < lines.size() && y >= lines[number + 1].top()) {
         ++number;

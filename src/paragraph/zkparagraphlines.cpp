@@ -24,11 +24,14 @@ private:
     bool breakHard(const ZkHardLine &hard);
     int fit(int first, const ZkHardLine &hard);
     int overflowAt(int first, const ZkHardLine &hard) const;
+    int overflowOfHead() const;
     int allowedBefore(int first, int unit, const ZkHardLine &hard) const;
     int skipSpaces(int unit, const ZkHardLine &hard) const;
     bool isUnsafe(int unit) const { return m_d.isUnsafe(unit); }
     int clusterBefore(int unit) const;
     int settle(int first, int end, const ZkHardLine &hard);
+    void dropHead(int patch, int glyph);
+    void shapeHead(int first, const ZkHardLine &hard);
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
     void addLine(int first, int last, const ZkHardLine &hard);
     int nextCluster(int unit, int end) const;
@@ -36,9 +39,11 @@ private:
     ZkParagraphData &m_d;
     const ZkUcs2 *m_text;
     ZkPen m_limit;
-    // The start of the line at work that was shaped again, and what that took.
+    // The start of the line at work that was shaped again, what that took, and where its
+    // patches and their glyphs begin.
     int m_headEnd = 0;
     ZkPen m_headLength = 0;
+    int m_headPatch = 0, m_headGlyph = 0;
     ZkPen m_tailDifference = 0; // by which shaping its end again changed its length
 };
 
@@ -66,13 +71,25 @@ int LineBreaker::overflowAt(int first, const ZkHardLine &hard) const
     if (m_headEnd <= first) {
         return m_d.overflow(first, hard, m_limit);
     }
-    return m_headLength > m_limit ? first : m_d.overflow(m_headEnd, hard, m_limit - m_headLength);
+    return m_headLength > m_limit ? overflowOfHead()
+                                  : m_d.overflow(m_headEnd, hard, m_limit - m_headLength);
+}
+
+// The first cluster of the line's start that does not fit, as that was shaped again.
+int LineBreaker::overflowOfHead() const
+{
+    ZkPen pen = 0;
+    int glyph = m_headGlyph;
+    do {
+        pen += m_d.patchGlyphs[glyph].advance;
+    } while (pen <= m_limit && ++glyph < m_d.patchGlyphs.size());
+    return m_d.patchGlyphs[glyph].cluster;
 }
 
 // The first unit from `unit` on that is no hanging space; a line end counts as one.
 int LineBreaker::skipSpaces(int unit, const ZkHardLine &hard) const
 {
-    while (unit < hard.last && (zkHangs(m_text[unit]) || zkEndsLine(m_text[unit]))) {
+    while (unit < hard.last && zkIsBlank(m_text[unit])) {
         ++unit;
     }
     return unit;
@@ -116,7 +133,11 @@ int LineBreaker::fit(int first, const ZkHardLine &hard)
         return end;
     }
     if (m_d.cutsWords) {
-        end = over > first ? over : nextCluster(first, hard.last);
+        end = over;
+        if (end == first) { // not even the first glyph fits: a ligature is cut
+            const int next = nextCluster(first, hard.last), part = m_d.clusterAt(next - 1);
+            end = part > first ? part : next;
+        }
         if (end > first + 1 && m_text[end - 1] == kZkSoftHyphen) {
             --end; // there is no room for its hyphen
         }
@@ -149,17 +170,11 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
         const ZkPen before = isWhole ? 0 : extent(first, safe, hard);
         const ZkPen length = before + m_d.shapeAgain(safe, end, first, end, line);
         const int earlier = length <= m_limit ? first : allowedBefore(first, end - 1, hard);
-        const int cluster = clusterBefore(end);
+        const int cluster = m_d.clusterAt(end - 1);
         if (length <= m_limit || (earlier <= first && (!m_d.cutsWords || cluster <= first))) {
             m_tailDifference = length - extent(first, end, hard);
-            if (isWhole) { // and the head with it
-                int kept = patch;
-                while (kept > 0 && m_d.patches[kept - 1].line == line) {
-                    --kept;
-                }
-                std::copy(m_d.patches.begin() + patch, m_d.patches.end(),
-                          m_d.patches.begin() + kept);
-                m_d.patches.truncate(m_d.patches.size() - (patch - kept));
+            if (isWhole) {
+                dropHead(patch, glyph);
             }
             return end;
         }
@@ -170,27 +185,63 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
     return end;
 }
 
+// The start of the line was shaped with all of it: what begins at `patch` and `glyph`
+// takes its place.
+void LineBreaker::dropHead(int patch, int glyph)
+{
+    if (patch == m_headPatch) {
+        return;
+    }
+    for (int from = patch; from < m_d.patches.size(); ++from) {
+        ZkPatch &kept = m_d.patches[m_headPatch + from - patch];
+        kept = m_d.patches[from];
+        kept.glyphFirst -= glyph - m_headGlyph;
+        kept.glyphLast -= glyph - m_headGlyph;
+    }
+    m_d.patches.truncate(m_d.patches.size() - (patch - m_headPatch));
+    const int count = m_d.patchGlyphs.size();
+    for (int from = glyph; from < count; ++from) {
+        m_d.patchGlyphs[m_headGlyph + from - glyph] = m_d.patchGlyphs[from];
+    }
+    m_d.patchGlyphs.truncate(count - (glyph - m_headGlyph));
+}
+
+// Shapes a line's start again where its letters depend on those before it: up to where
+// they no longer do, or so much that the line ends in it.
+void LineBreaker::shapeHead(int first, const ZkHardLine &hard)
+{
+    m_headEnd = first;
+    m_headLength = 0;
+    m_headPatch = m_d.patches.size();
+    m_headGlyph = m_d.patchGlyphs.size();
+    if (first == hard.last || !isUnsafe(first)) {
+        return;
+    }
+    for (ZkPen room = m_limit;; room *= 2) {
+        const int reach = m_d.overflow(first, hard, room);
+        do {
+            m_headEnd = nextCluster(m_headEnd, hard.last);
+        } while (m_headEnd < hard.last && isUnsafe(m_headEnd) && m_headEnd <= reach);
+        m_headLength = m_d.shapeAgain(first, m_headEnd, first, m_headEnd, m_d.lines.size());
+        if (m_headLength > m_limit || m_headEnd == hard.last || !isUnsafe(m_headEnd)) {
+            return;
+        }
+        m_d.patches.truncate(m_headPatch);
+        m_d.patchGlyphs.truncate(m_headGlyph);
+    }
+}
+
 bool LineBreaker::breakHard(const ZkHardLine &hard)
 {
     int first = hard.first;
-    m_headEnd = first;
-    m_headLength = 0;
+    shapeHead(first, hard);
     do {
         const int end = settle(first, fit(first, hard), hard);
         addLine(first, end, hard);
         if (m_d.maximumLines > 0 && m_d.lines.size() == m_d.maximumLines) {
             return false;
         }
-        m_headEnd = end;
-        m_headLength = 0;
-        if (end < hard.last && isUnsafe(end)) {
-            int safe = end;
-            do {
-                safe = nextCluster(safe, hard.last);
-            } while (safe < hard.last && isUnsafe(safe));
-            m_headEnd = safe;
-            m_headLength = m_d.shapeAgain(end, safe, end, safe, m_d.lines.size());
-        }
+        shapeHead(end, hard);
         first = end;
     } while (first < hard.last);
     return true;
@@ -242,13 +293,29 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
         return hard.last;
     }
     const ZkPen most = startOf(low) + room;
-    // Twice as far each time, then halving: a line is short, the text may be long.
-    int step = 16;
-    while (low + step < end && endOf(low + step) <= most) {
-        low += step;
-        step *= 2;
+    // From where the line before ended, twice as far each time, then halving.
+    const int start = low;
+    int high = end;
+    const int guess = std::min(low + lineGlyphs, end);
+    if (guess < end && endOf(guess) <= most) {
+        low = guess + 1;
+        for (int step = 2; low + step < end; step *= 2) {
+            if (endOf(low + step) > most) {
+                high = low + step;
+                break;
+            }
+            low += step + 1;
+        }
+    } else {
+        high = guess;
+        for (int step = 2; high - step > low; step *= 2) {
+            if (endOf(high - step) <= most) {
+                low = high - step + 1;
+                break;
+            }
+            high -= step;
+        }
     }
-    int high = std::min(low + step, end);
     while (low < high) {
         const int middle = low + (high - low) / 2;
         if (endOf(middle) <= most) {
@@ -257,6 +324,7 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
             high = middle;
         }
     }
+    lineGlyphs = low - start;
     return low == end ? hard.last : glyphs[low].cluster;
 }
 
@@ -264,11 +332,10 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
 bool ZkParagraphData::isUnsafe(int unit) const
 {
     const int glyph = glyphAt(unit);
-    if (glyph >= glyphs.size() || runs[runAt(unit)].first == unit) {
-        return false;
-    }
-    return glyphs[glyph].cluster != unit ||
-           (glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) != 0;
+    const bool isSafe =
+        glyph >= glyphs.size() || (glyphs[glyph].cluster == unit &&
+                                   (glyphs[glyph].flags & ZkShapedGlyph::UnsafeToBreak) == 0);
+    return !isSafe && runs[runAt(unit)].first != unit;
 }
 
 // What units `[first, last)` take as a line of their own.
@@ -311,7 +378,7 @@ ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
 int ZkParagraphData::contentEnd(int first, int last) const
 {
     const ZkUcs2 *const units = text.constData();
-    while (last > first && (zkHangs(units[last - 1]) || zkEndsLine(units[last - 1]))) {
+    while (last > first && zkIsBlank(units[last - 1])) {
         --last;
     }
     return last;
@@ -331,6 +398,7 @@ void ZkParagraphData::divide()
     lines.truncate(0);
     patches.truncate(0);
     patchGlyphs.truncate(0);
+    unstretched.truncate(0);
     dots = ZkDots();
     LineBreaker(this).breakAll();
     shorten();
@@ -338,28 +406,71 @@ void ZkParagraphData::divide()
     done = Divided;
 }
 
+// True for a space that a justified line may stretch.
+bool ZkParagraphData::isStretched(int unit) const
+{
+    const ZkUcs2 c = text.constData()[unit];
+    return (c == 0x20 || c == 0xA0) && isCluster(unit);
+}
+
+// The spaces that a justified line stretches: those behind its last tab.
+ZkStretchedSpaces ZkParagraphData::stretchedSpaces(const ZkTextLine &line) const
+{
+    ZkStretchedSpaces spaces = {line.first, contentEnd(line.first, line.last), 0};
+    if (alignment != ZkParagraph::AlignJustify || line.endsHard || boxWidth <= 0) {
+        return spaces;
+    }
+    for (int u = spaces.last; u-- > spaces.first;) {
+        if (text.constData()[u] == kZkTab) {
+            spaces.first = u + 1;
+            break;
+        }
+        spaces.count += isStretched(u) ? 1 : 0;
+    }
+    return spaces;
+}
+
+// Lines of justified text that have spaces are as wide as the box.
+void ZkParagraphData::stretchLines()
+{
+    for (int i = 0; i < unstretched.size(); ++i) {
+        lines[i].width = unstretched[i];
+    }
+    unstretched.truncate(0);
+    if (alignment != ZkParagraph::AlignJustify || boxWidth <= 0) {
+        return;
+    }
+    for (ZkTextLine &line : lines) {
+        unstretched.append(line.width);
+        if (line.width < boxWidth && stretchedSpaces(line).count > 0) {
+            line.width = boxWidth;
+        }
+    }
+}
+
 // Sets the lines under each other and aligns them.
 void ZkParagraphData::stack()
 {
+    stretchLines();
     widest = 0;
     std::int64_t top = 0;
-    const ZkTypefaceMetrics plain = metricsOf(font);
+    const int plainAscent = metricsOf(font).ascent;
+    const int plainDescent = metricsOf(font).descent + metricsOf(font).gap;
     const ZkSpan *span = spans.begin();
-    for (int i = 0; i < lines.size(); ++i) {
-        ZkTextLine &line = lines[i];
+    for (ZkTextLine &line : lines) {
         int ascent = 0, descent = 0, covered = line.first;
         while (span != spans.end() && span->last <= line.first) {
             ++span;
         }
         for (const ZkSpan *s = span; s != spans.end() && s->first < line.last; ++s) {
-            const ZkTypefaceMetrics metrics = metricsOf(s->font);
-            ascent = std::max(ascent, metrics.ascent);
-            descent = std::max(descent, metrics.descent + metrics.gap);
+            const ZkTypefaceMetrics &other = metricsOf(s->font);
+            ascent = std::max(ascent, other.ascent);
+            descent = std::max(descent, other.descent + other.gap);
             covered = s->first <= covered ? std::max(covered, s->last) : covered;
         }
         if (covered < line.last || line.first == line.last) { // some text is in no span
-            ascent = std::max(ascent, plain.ascent);
-            descent = std::max(descent, plain.descent + plain.gap);
+            ascent = std::max(ascent, plainAscent);
+            descent = std::max(descent, plainDescent);
         }
         line.ascent = ascent;
         line.descent = descent;
@@ -369,13 +480,14 @@ void ZkParagraphData::stack()
         widest = std::max(widest, line.width);
     }
     const int box = boxWidth > 0 ? boxWidth : widest;
+    const bool isStart =
+        alignment == ZkParagraph::AlignStart || alignment == ZkParagraph::AlignJustify;
+    const bool isRight = alignment == ZkParagraph::AlignRight;
+    const bool isRightIn[2] = {isRight || alignment == ZkParagraph::AlignEnd, isRight || isStart};
     for (ZkTextLine &line : lines) {
-        const bool isStart =
-            alignment == ZkParagraph::AlignStart || alignment == ZkParagraph::AlignJustify;
-        const bool isRight = alignment == ZkParagraph::AlignRight ||
-                             (isStart && line.isRightToLeft) ||
-                             (alignment == ZkParagraph::AlignEnd && !line.isRightToLeft);
         const int room = box - line.width;
-        line.x = isRight ? room : alignment == ZkParagraph::AlignCenter ? room / 2 : 0;
+        line.x = isRightIn[line.isRightToLeft ? 1 : 0]   ? room
+                 : alignment == ZkParagraph::AlignCenter ? room / 2
+                                                         : 0;
     }
 }

@@ -1,9 +1,14 @@
 #include "paragraph/zkparagraphdata.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
+
+using Shown = ZkParagraphData::Shown;
+constexpr std::uint32_t kShown = ZkParagraphData::kShown;
+constexpr int kMostAsked = 16; // glyphs that the cache is asked for at once
 
 /// Places one line: its items in the order of the text, then as they are seen, then each
 /// glyph and each cluster of them.
@@ -29,6 +34,7 @@ private:
     void addDots();
     void addHyphen();
     void findLevels(int first, int last);
+    void findPatches();
     void stretchSpaces();
     ZkPen stretchBefore(int spaces) const
     {
@@ -36,17 +42,19 @@ private:
     }
     bool isStretched(int unit) const
     {
-        const ZkUcs2 c = m_d.text.constData()[unit];
-        return (c == 0x20 || c == 0xA0) && unit >= m_stretchFirst && unit < m_stretchLast &&
-               m_d.isCluster(unit);
+        return unit >= m_stretched.first && unit < m_stretched.last && m_d.isStretched(unit);
     }
     void reorder();
     void placeItem(const ZkLineItem &item, ZkPen left);
     void placeText(const ZkLineItem &item, ZkPen left);
+    void addCell(const ZkLineItem &item, ZkPen left, ZkPen right);
     void addCells(const ZkLineItem &item, int first, int last, ZkPen left, ZkPen right);
-    void addGlyph(const ZkTypeface &face, std::uint32_t index, ZkFont font, ZkPen x, ZkPen y,
-                  int cluster, int tag);
+    void addGlyph(const ZkShapedGlyph *glyphs, int i, int end, int step, ZkPen pen, int cluster,
+                  int tag);
+    void addSign(int face, ZkFont font, std::uint32_t index, ZkPen left, int cluster, int tag);
     void show(int face, ZkFont font);
+    const Shown &find(const ZkShapedGlyph *glyphs, int i, int end, int step);
+    template <bool isRightToLeft>
     void addPlain(const ZkLineItem &item, ZkPen left);
     void addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right);
 
@@ -59,7 +67,8 @@ private:
     ZkPen m_pen = 0;       // behind the last item, in the order of the text
     int m_extra = 0;       // pixels that spaces are stretched by
     int m_spaces = 0;      // and how many of them
-    int m_stretchFirst = 0, m_stretchLast = 0;
+    ZkStretchedSpaces m_stretched = {};
+    int m_patchFirst = 0, m_patchLast = 0; // of this line, a few at most
 };
 
 // The levels of `[first, last)` as this line shows them; a line may hold several paragraphs
@@ -73,6 +82,17 @@ void LinePlacer::findLevels(int first, int last)
         const int to = std::min(m_d.bidi.paragraphOf(from).last, last);
         m_d.bidi.lineLevels(from, to, m_d.levels.begin() + (from - first));
         from = to;
+    }
+}
+
+void LinePlacer::findPatches()
+{
+    const ZkPatch *const begin = m_d.patches.begin(), *const end = m_d.patches.end();
+    const ZkPatch *const first = std::lower_bound(
+        begin, end, m_number, [](const ZkPatch &patch, int line) { return patch.line < line; });
+    m_patchFirst = m_patchLast = static_cast<int>(first - begin);
+    while (m_patchLast < m_d.patches.size() && m_d.patches[m_patchLast].line == m_number) {
+        ++m_patchLast;
     }
 }
 
@@ -111,8 +131,9 @@ void LinePlacer::addPiece(int run, int first, int last, std::uint8_t level)
 {
     while (first < last) {
         int end = last;
-        for (const ZkPatch &patch : m_d.patches) {
-            if (patch.line != m_number || patch.last <= first || patch.first >= end) {
+        for (int i = m_patchFirst; i < m_patchLast; ++i) {
+            const ZkPatch &patch = m_d.patches[i];
+            if (patch.last <= first || patch.first >= end) {
                 continue;
             }
             if (patch.first <= first) {
@@ -190,30 +211,23 @@ void LinePlacer::addHyphen()
     addItem(ZkLineItem::Hyphen, run, end - 1, end, 0, 1, m_d.runs[run].level);
 }
 
-// Spreads what is left of the width over the spaces behind the last tab.
+// Spreads what is left of the width over the spaces of a justified line.
 void LinePlacer::stretchSpaces()
 {
-    if (m_d.alignment != ZkParagraph::AlignJustify || m_line.endsHard || m_d.boxWidth <= 0) {
+    if (m_d.unstretched.isEmpty() || m_d.unstretched[m_number] == m_line.width) {
         return;
     }
-    m_extra = m_d.boxWidth - m_line.width;
-    m_stretchLast = m_d.contentEnd(m_line.first, m_line.last);
-    m_stretchFirst = m_line.first;
-    for (int u = m_line.first; m_hard.hasTabs && u < m_stretchLast; ++u) {
-        if (m_d.text.constData()[u] == kZkTab) {
-            m_stretchFirst = u + 1;
-        }
-    }
+    m_extra = m_line.width - m_d.unstretched[m_number];
+    m_stretched = m_d.stretchedSpaces(m_line);
+    int before = 0;
     for (ZkLineItem &item : m_d.items) {
-        item.spaces = m_spaces;
+        item.spaces = before;
         for (int u = item.first; item.kind <= ZkLineItem::Again && u < item.last; ++u) {
-            m_spaces += isStretched(u) ? 1 : 0;
+            before += isStretched(u) ? 1 : 0;
         }
     }
-    if (m_extra <= 0) {
-        m_spaces = 0;
-    }
-    for (int i = 0; m_spaces > 0 && i < m_d.items.size(); ++i) {
+    m_spaces = before;
+    for (int i = 0; i < m_d.items.size(); ++i) {
         ZkLineItem &item = m_d.items[i];
         const int behind = i + 1 < m_d.items.size() ? m_d.items[i + 1].spaces : m_spaces;
         item.length += stretchBefore(behind) - stretchBefore(item.spaces);
@@ -243,38 +257,78 @@ void LinePlacer::reorder()
     }
 }
 
-void LinePlacer::addGlyph(const ZkTypeface &face, std::uint32_t index, ZkFont font, ZkPen x,
-                          ZkPen y, int cluster, int tag)
-{
-    ZkParagraphData::Shown &shown = m_d.shown[index % ZkParagraphData::kShown];
-    if (shown.bitmap == nullptr || shown.index != index) {
-        shown = {index, &m_d.holder.glyph(face, index, font)->bitmap};
-    }
-    const GlyphBitmap &bitmap = *shown.bitmap;
-    if (bitmap.width == 0 || bitmap.height == 0) {
-        return;
-    }
-    // An outlined record tells a top that is two rows too low; its ink belongs where the
-    // plain glyph has it.
-    const int top = bitmap.top + (font.isOutline() ? 2 : 0);
-    m_d.placed.append(
-        {&bitmap, zkPixels(x) + bitmap.left, m_line.baseline + zkPixels(y) - top, cluster, tag});
-}
-
-// Readies the records that are remembered for glyphs of another typeface or font.
+// Readies the records that are remembered for glyphs of a typeface and font.
 void LinePlacer::show(int face, ZkFont font)
 {
-    if (face != m_d.shownFace || !(font == m_d.shownFont)) {
-        m_d.forgetShown();
-        m_d.shownFace = face;
-        m_d.shownFont = font;
+    if (face == m_d.shownFace && font == m_d.shownFont) {
+        return;
     }
+    m_d.shownFace = face;
+    m_d.shownFont = font;
+    constexpr std::size_t kBytes = kShown * sizeof(Shown);
+    if (m_d.shown == nullptr) {
+        m_d.shown = static_cast<Shown *>(zkAllocate(kBytes));
+    }
+    std::memset(m_d.shown, 0xFF, kBytes); // of no glyph
+}
+
+// The record of glyph `i` of an item, which is not remembered: asks for those behind it that
+// are not either with it.
+const Shown &LinePlacer::find(const ZkShapedGlyph *glyphs, int i, int end, int step)
+{
+    std::uint32_t indices[kMostAsked];
+    const ZkGlyph *found[kMostAsked];
+    int count = 0;
+    for (int k = i, rest = kMostAsked; k != end && rest > 0; k += step, --rest) {
+        const bool isSeen = (glyphs[k].flags & ZkShapedGlyph::Invisible) == 0;
+        if (isSeen && m_d.shown[glyphs[k].index % kShown].index != glyphs[k].index) {
+            indices[count++] = glyphs[k].index;
+        }
+    }
+    const ZkFont font = m_d.shownFont;
+    m_d.holder.fetch(m_d.faces.at(m_d.shownFace), font, indices, count, found);
+    while (count-- > 0) { // the first of them last, so that it is there
+        const GlyphBitmap &bitmap = found[count]->bitmap;
+        // An outlined record tells a top that is two rows too low; its ink belongs where
+        // the plain glyph has it.
+        const int top = bitmap.top + (font.isOutline() ? 2 : 0);
+        m_d.shown[indices[count] % kShown] = {
+            indices[count], bitmap.left, static_cast<std::int16_t>(top),
+            bitmap.width == 0 || bitmap.height == 0 ? nullptr : &bitmap};
+    }
+    return m_d.shown[glyphs[i].index % kShown];
+}
+
+inline void LinePlacer::addGlyph(const ZkShapedGlyph *glyphs, int i, int end, int step, ZkPen pen,
+                                 int cluster, int tag)
+{
+    const ZkShapedGlyph &glyph = glyphs[i];
+    if ((glyph.flags & ZkShapedGlyph::Invisible) != 0) {
+        return;
+    }
+    const Shown *shown = &m_d.shown[glyph.index % kShown];
+    if (shown->index != glyph.index) {
+        shown = &find(glyphs, i, end, step);
+    }
+    if (shown->bitmap != nullptr) {
+        m_d.placed.append({shown->bitmap, zkPixels(pen + glyph.x) + shown->left,
+                           m_line.baseline + zkPixels(glyph.y) - shown->top, cluster, tag});
+    }
+}
+
+// One glyph that is not in the text.
+void LinePlacer::addSign(int face, ZkFont font, std::uint32_t index, ZkPen left, int cluster,
+                         int tag)
+{
+    const ZkShapedGlyph glyph = {index & 0xFFFFFF, 0, 0, 0, 0, cluster};
+    show(face, font);
+    addGlyph(&glyph, 0, 1, 1, left, cluster, tag);
 }
 
 void LinePlacer::addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right)
 {
     const int x = zkPixels(left), width = zkPixels(right) - x;
-    ZkPlainArray<ZkTextStretch> &stretches = m_d.stretches;
+    auto &stretches = m_d.stretches;
     if (!stretches.isEmpty()) {
         ZkTextStretch &last = stretches.last();
         if (last.tag == run.tag && last.font == font && last.x + last.width == x) {
@@ -282,10 +336,19 @@ void LinePlacer::addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen rig
             return;
         }
     }
-    const ZkTypefaceMetrics metrics = m_d.metricsOf(font);
+    const ZkTypefaceMetrics &metrics = m_d.metricsOf(font);
     stretches.append({x, width, m_line.baseline, font, run.tag,
                       m_line.baseline + metrics.underlineTop, metrics.underlineThickness,
                       m_line.baseline + metrics.strikeTop, metrics.strikeThickness});
+}
+
+// The cell of an item that a caret passes as a whole.
+void LinePlacer::addCell(const ZkLineItem &item, ZkPen left, ZkPen right)
+{
+    if (m_withCells) {
+        m_d.cells.append(
+            {item.first, item.last, zkPixels(left), zkPixels(right), (item.level & 1) != 0});
+    }
 }
 
 // The cells of the clusters in `[first, last)`, which share the room between `left` and
@@ -314,19 +377,60 @@ void LinePlacer::addCells(const ZkLineItem &item, int first, int last, ZkPen lef
     }
 }
 
-// The glyphs of left-to-right text as it was shaped: their pens are known.
+// The glyphs of text as it was shaped, of which places alone are wanted: their pens are
+// known. From left to right, which is backwards in right-to-left text.
+template <bool isRightToLeft>
 void LinePlacer::addPlain(const ZkLineItem &item, ZkPen left)
 {
-    const ZkRun &run = m_d.runs[item.run];
-    const ZkTypeface &face = m_d.faces.at(run.face);
-    const ZkPen start = left - m_d.startOf(item.glyphFirst);
-    ZkPen pen = left;
-    for (int i = item.glyphFirst; i < item.glyphLast; ++i) {
-        const ZkShapedGlyph &glyph = m_d.glyphs[i];
-        if ((glyph.flags & ZkShapedGlyph::Invisible) == 0) {
-            addGlyph(face, glyph.index, run.font, pen + glyph.x, glyph.y, glyph.cluster, run.tag);
+    constexpr int kStep = isRightToLeft ? -1 : 1;
+    constexpr int kPart = 1 << ZkParagraphData::kPenShift;
+    const ZkShapedGlyph *const glyphs = &m_d.glyphs[0];
+    const Shown *const remembered = m_d.shown;
+    const int from = isRightToLeft ? item.glyphLast - 1 : item.glyphFirst;
+    const int end = isRightToLeft ? item.glyphFirst - 1 : item.glyphLast;
+    const int baseline = m_line.baseline, tag = m_d.runs[item.run].tag;
+    const int before = m_d.placed.size();
+    ZkPlacedGlyph *placed = m_d.placed.extend(item.glyphLast - item.glyphFirst);
+    // The caller knows that all pens are inside of 32 bits; half a pixel is added to each.
+    const ZkPen origin = isRightToLeft ? left + m_d.endOf(from) : left - m_d.startOf(from);
+    auto pen = static_cast<std::uint32_t>(left) + 32;
+    for (int i = from; i != end;) {
+        const int part = i / kPart;
+        const int partEnd =
+            isRightToLeft ? std::max(part * kPart - 1, end) : std::min(part * kPart + kPart, end);
+        const auto base = static_cast<std::uint32_t>(isRightToLeft ? origin - m_d.penBases[part]
+                                                                   : origin + m_d.penBases[part]) +
+                          32;
+        for (; i != partEnd; i += kStep) {
+            const ZkShapedGlyph &glyph = glyphs[i];
+            const auto behind = static_cast<std::uint32_t>(glyph.advance);
+            pen = isRightToLeft ? base - behind : pen;
+            if ((glyph.flags & ZkShapedGlyph::Invisible) == 0) {
+                const Shown *shown = remembered + glyph.index % kShown;
+                if (shown->index != glyph.index) {
+                    shown = &find(glyphs, i, end, kStep);
+                }
+                if (shown->bitmap != nullptr) {
+                    const auto x = static_cast<std::int32_t>(pen + static_cast<unsigned>(glyph.x));
+                    placed->glyph = shown->bitmap;
+                    placed->x = (x >> 6) + shown->left;
+                    placed->y = baseline + ((glyph.y + 32) >> 6) - shown->top;
+                    placed->cluster = glyph.cluster;
+                    placed->tag = tag;
+                    ++placed;
+                }
+            }
+            pen = isRightToLeft ? pen : base + behind;
         }
-        pen = start + m_d.endOf(i);
+    }
+    m_d.placed.truncate(static_cast<int>(placed - m_d.placed.begin()));
+    // A cluster that began in another piece is seen here from the start of this one on.
+    for (int i = before; i < m_d.placed.size(); ++i) {
+        ZkPlacedGlyph &first = m_d.placed[isRightToLeft ? m_d.placed.size() - 1 + before - i : i];
+        if (first.cluster >= item.first) {
+            break;
+        }
+        first.cluster = item.first;
     }
 }
 
@@ -334,16 +438,18 @@ void LinePlacer::placeText(const ZkLineItem &item, ZkPen left)
 {
     const bool isRightToLeft = (item.level & 1) != 0;
     const bool isAgain = item.kind == ZkLineItem::Again;
-    const ZkShapedGlyphs &glyphs = isAgain ? m_d.patchGlyphs : m_d.glyphs;
     const ZkRun &run = m_d.runs[item.run];
-    const ZkTypeface &face = m_d.faces.at(run.face);
-    const int firstCell = m_d.cells.size(), firstGlyph = m_d.placed.size();
+    constexpr ZkPen kMost = INT32_MAX / 2;
+    const bool isPlain =
+        !m_withCells && !isAgain && m_spaces == 0 && left > -kMost && left + item.length < kMost;
+    addStretch(run, run.font, left, left + item.length);
     show(run.face, run.font);
-    if (!m_withCells && !isRightToLeft && !isAgain && m_spaces == 0) {
-        addPlain(item, left);
-        addStretch(run, run.font, left, left + item.length);
+    if (isPlain) {
+        isRightToLeft ? addPlain<true>(item, left) : addPlain<false>(item, left);
         return;
     }
+    const ZkShapedGlyph *const glyphs = isAgain ? &m_d.patchGlyphs[0] : &m_d.glyphs[0];
+    const int firstCell = m_d.cells.size(), firstGlyph = m_d.placed.size();
     int spaces = item.spaces;
     ZkPen pen = isRightToLeft ? left + item.length : left;
     for (int i = item.glyphFirst; i < item.glyphLast;) {
@@ -356,9 +462,7 @@ void LinePlacer::placeText(const ZkLineItem &item, ZkPen left)
             if (isRightToLeft) {
                 pen -= advance;
             }
-            if ((glyph.flags & ZkShapedGlyph::Invisible) == 0) {
-                addGlyph(face, glyph.index, run.font, pen + glyph.x, glyph.y, cluster, run.tag);
-            }
+            addGlyph(glyphs, next, item.glyphLast, 1, pen, cluster, run.tag);
             if (!isRightToLeft) {
                 pen += advance;
             }
@@ -376,36 +480,30 @@ void LinePlacer::placeText(const ZkLineItem &item, ZkPen left)
         std::reverse(m_d.cells.begin() + firstCell, m_d.cells.end());
         std::reverse(m_d.placed.begin() + firstGlyph, m_d.placed.end());
     }
-    addStretch(run, run.font, left, left + item.length);
 }
 
 void LinePlacer::placeItem(const ZkLineItem &item, ZkPen left)
 {
     const ZkRun &run = m_d.runs[item.run];
     const ZkPen right = left + item.length;
-    const bool isRightToLeft = (item.level & 1) != 0;
     switch (item.kind) {
     case ZkLineItem::Text:
     case ZkLineItem::Again: placeText(item, left); break;
     case ZkLineItem::Tab:
-        m_d.cells.append({item.first, item.last, zkPixels(left), zkPixels(right), isRightToLeft});
+        addCell(item, left, right);
         addStretch(run, run.font, left, right);
         break;
     case ZkLineItem::Dots: {
         const ZkDots &dots = m_d.dots;
-        show(dots.face, dots.font);
         for (int i = 0; i < dots.count; ++i) {
-            addGlyph(m_d.faces.at(dots.face), dots.index, dots.font, left + dots.advance * i, 0,
-                     item.first, run.tag);
+            addSign(dots.face, dots.font, dots.index, left + dots.advance * i, item.first, run.tag);
         }
-        m_d.cells.append({item.first, item.last, zkPixels(left), zkPixels(right), isRightToLeft});
+        addCell(item, left, right);
         addStretch(run, dots.font, left, right);
         break;
     }
     case ZkLineItem::Hyphen: {
-        const ZkTypeface &face = m_d.faces.at(run.face);
-        show(run.face, run.font);
-        addGlyph(face, zkHyphenOf(face), run.font, left, 0, item.first, run.tag);
+        addSign(run.face, run.font, zkHyphenOf(m_d.faces.at(run.face)), left, item.first, run.tag);
         addStretch(run, run.font, left, right);
         break;
     }
@@ -418,6 +516,7 @@ void LinePlacer::place()
     m_d.placed.truncate(0);
     m_d.stretches.truncate(0);
     m_d.cells.truncate(0);
+    findPatches();
     if (m_line.isShortened) {
         addRange(m_line.first, m_d.dots.hiddenFirst);
         addDots();

@@ -199,8 +199,12 @@ ZkPen ZkParagraphData::shapeAgain(int first, int last, int contextFirst, int con
 }
 
 // Hides controls and adds letter spacing: the advances of glyphs `[first, size)` of a run.
+// The built-in shaper hides controls by itself.
 void ZkParagraphData::settleAdvances(ZkShapedGlyphs *shaped, int first) const
 {
+    if (shaper == nullptr && letterSpacing == 0) {
+        return;
+    }
     const int count = shaped->size();
     const ZkUcs2 *const units = text.constData();
     const int spacing = letterSpacing * 64;
@@ -254,7 +258,7 @@ void ZkParagraphData::shape()
     glyphs.truncate(0);
     penBases.truncate(0);
     holder.clear();
-    forgetShown();
+    shownFace = kNotShown;
     minimum = maximum = -1;
 
     const int end = text.size();
@@ -282,19 +286,15 @@ void ZkParagraphData::shape()
     done = Shaped;
 }
 
-int ZkParagraphData::glyphAt(int u) const
+int ZkParagraphData::findGlyph(int u) const
 {
     const int count = glyphs.size();
-    if (u >= text.size()) {
-        return count;
+    if (u <= 0 || u >= text.size()) {
+        return u <= 0 ? 0 : count;
     }
-    if (u < count && glyphs[u].cluster == u && (u == 0 || glyphs[u - 1].cluster != u)) {
-        return u; // one glyph a unit so far
-    }
-    // Glyphs stand about as far on as their units: the last one whose cluster is at most `u`
-    // is looked for from there, in steps that double.
-    const std::int64_t share = static_cast<std::int64_t>(u) * count / text.size();
-    int low = std::min(static_cast<int>(share), count - 1), high = low;
+    // The last one whose cluster is at most `u` is looked for from where it is expected, in
+    // steps that double.
+    int low = std::clamp(u - glyphLag, 0, count - 1), high = low;
     if (glyphs[low].cluster <= u) {
         for (int step = 1; high < count && glyphs[high].cluster <= u; step *= 2) {
             low = high;
@@ -318,6 +318,7 @@ int ZkParagraphData::glyphAt(int u) const
     while (at > 0 && glyphs[at - 1].cluster == glyphs[at].cluster) {
         --at;
     }
+    glyphLag = u - at;
     return at;
 }
 

@@ -4,16 +4,33 @@
 #include "zkglobal.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
-/// Plain records in one block that grows and is kept: emptying gives nothing back, so
-/// filling it again up to the same size allocates nothing.
+/// Room for records in the array itself.
+template <typename T, int Count>
+struct ZkPlainRoom {
+    T *records() { return reinterpret_cast<T *>(bytes); }
+    alignas(T) unsigned char bytes[Count * sizeof(T)];
+};
 template <typename T>
-class ZkPlainArray
+struct ZkPlainRoom<T, 0> {
+    T *records() { return nullptr; }
+};
+
+/// Plain records in one block that grows and is kept: emptying gives nothing back, so
+/// filling it again up to the same size allocates nothing. The first `Inline` take none.
+template <typename T, int Inline = 0>
+class ZkPlainArray : private ZkPlainRoom<T, Inline>
 {
 public:
-    ZkPlainArray() = default;
-    ~ZkPlainArray() { std::free(m_data); }
+    ZkPlainArray() : m_data(this->records()) {}
+    ~ZkPlainArray()
+    {
+        if (m_capacity > Inline) {
+            std::free(m_data);
+        }
+    }
     ZkPlainArray(const ZkPlainArray &) = delete;
     ZkPlainArray &operator=(const ZkPlainArray &) = delete;
 
@@ -53,22 +70,35 @@ public:
     }
     void truncate(int size) { m_size = size; }
 
-    std::size_t memoryBytes() const { return static_cast<std::size_t>(m_capacity) * sizeof(T); }
+    /// From `malloc`.
+    std::size_t memoryBytes() const
+    {
+        return m_capacity > Inline ? static_cast<std::size_t>(m_capacity) * sizeof(T) : 0;
+    }
 
 private:
     static_assert(std::is_trivially_copyable<T>::value, "records are moved as bytes");
 
+    static constexpr int kLeast = 16; // records in a block, so that a label takes one
+
     __attribute__((noinline)) void grow(int count)
     {
         const std::int64_t needed = static_cast<std::int64_t>(m_size) + count;
-        const std::int64_t capacity = needed + (m_capacity == 0 ? 0 : needed / 2);
-        const std::int64_t bytes = capacity * static_cast<int>(sizeof(T));
-        m_data = static_cast<T *>(zkReallocate(m_data, bytes)); // stops above INT_MAX bytes
+        const bool isFirst = m_capacity <= Inline;
+        const std::int64_t capacity = isFirst && needed < kLeast ? kLeast
+                                      : isFirst                  ? needed
+                                                                 : needed + needed / 2;
+        const std::int64_t size = capacity * static_cast<int>(sizeof(T));
+        void *const grown = zkReallocate(isFirst ? nullptr : m_data, size); // INT_MAX at most
+        if (isFirst && m_size > 0) {
+            std::memcpy(grown, m_data, static_cast<std::size_t>(m_size) * sizeof(T));
+        }
+        m_data = static_cast<T *>(grown);
         m_capacity = static_cast<int>(capacity);
     }
 
-    T *m_data = nullptr;
-    int m_size = 0, m_capacity = 0;
+    T *m_data;
+    int m_size = 0, m_capacity = Inline;
 };
 
 #endif

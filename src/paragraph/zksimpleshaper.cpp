@@ -5,22 +5,25 @@
 
 #include "glyph/zkmarks.h"
 #include "glyph/zkthai.h"
+#include "glyph/zktypefacedata.h"
 #include "paragraph/zkarabicforms.h"
 #include "paragraph/zkunseen.h"
 #include "unicode/zkcharactertables.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
 
 constexpr char32_t kReplacement = 0xFFFD;
-constexpr char32_t kLam = 0x0644;
+constexpr char32_t kLam = 0x0644, kFirstAlef = 0x0622, kLastAlef = 0x0627;
 constexpr char32_t kSaraAm = 0x0E33;
 // Letters that joining looks at across the ends of a run, marks between them included.
 constexpr int kMostContext = 64;
-// Marks of one cluster that are composed and placed together; more stand as they are.
-constexpr int kMostMarks = 24;
+// How far a mark may stand from its letter, either way: what a shaped glyph has room for.
+constexpr int kMostOffset = 511;
+constexpr int kMostAdvance = 16383; // pixels, as the layout allows
 
 bool isMark(const ZkCharacter &c)
 {
@@ -39,8 +42,29 @@ bool joinsBackward(unsigned joining)
            joining == ZkCharacter::JoiningCausing;
 }
 
+inline char32_t mirrored(char32_t c)
+{
+    // Most characters of right-to-left text stand between these and have no mirror image.
+    return c < 0x28 || (c > 0xBB && c < 0xF3A) ? c : zkMirrored(c);
+}
+
+inline void put(ZkShapedGlyph *glyph, int u, std::uint32_t index, int advance)
+{
+    // As whole words, not bit by bit.
+    const std::uint32_t words[4] = {index & 0xFFFFFF, static_cast<std::uint32_t>(advance) * 64, 0,
+                                    static_cast<std::uint32_t>(u)};
+    static_assert(sizeof words == sizeof *glyph && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+                  "index and flags, advance, offset, cluster");
+    std::memcpy(glyph, words, sizeof words);
+}
+
 const ZkArabicForms *formsOf(char32_t letter)
 {
+    // The letters of every Arabic text are the first rows, but for a gap.
+    const int guess = static_cast<int>(letter < 0x0641 ? letter - 0x0622 : letter - 0x0628);
+    if (guess >= 0 && guess < kZkArabicFormCount && kZkArabicForms[guess].letter == letter) {
+        return &kZkArabicForms[guess];
+    }
     const ZkArabicForms *const end = kZkArabicForms + kZkArabicFormCount;
     const ZkArabicForms *const found =
         std::lower_bound(kZkArabicForms, end, letter,
@@ -109,34 +133,29 @@ struct Part {
     unsigned combiningClass;
 };
 
-/// What was found out about the characters and pairs of a long run, so that text, which
-/// repeats its letters, asks typeface and cache once for most of them.
-struct Known {
-    struct Letter {
-        char32_t character; // 0 is none
-        std::uint32_t index;
-        int advance;
-    };
-    struct Pair {
-        std::uint32_t glyphs; // low 16 bits of both; 0 is none
-        int distance;
-    };
-
-    Letter letters[128] = {};
-    Pair pairs[256] = {};
+/// Where the reading of a cluster has come to.
+struct Reader {
+    int at, end;
+    int count; ///< of what was read
+    char32_t letter;
+    unsigned last; ///< combining class of the last mark
+    bool composes; ///< marks with the letter
+    bool hasComposed;
 };
 
-// Runs that are worth the clearing of `Known`.
-constexpr int kLongRun = 192;
+std::int16_t offset(int pixels)
+{
+    return static_cast<std::int16_t>(std::clamp(pixels, -kMostOffset, kMostOffset) * 64);
+}
 
 /// Shapes one run, cluster by cluster.
 class Shaping
 {
 public:
-    Shaping(const ZkShapeRun &run, ZkShapedGlyphs *glyphs, Known *known)
+    Shaping(const ZkShapeRun &run, ZkShapedGlyphs *glyphs, ZkFontLetters *letters)
         : m_run(run),
           m_glyphs(glyphs),
-          m_known(known),
+          m_letters(*letters),
           m_isKerned(run.isKerned && run.face->hasKerning())
     {
     }
@@ -147,10 +166,14 @@ private:
     char32_t characterAt(int u, int *units) const;
     int clusterEnd(int u) const;
     bool isPlain(char32_t c) const;
-    void plain(int u, char32_t c);
+    template <bool isRightToLeft>
+    int plain(int u);
+    bool letter(int u);
+    unsigned joiningAt(int u);
+    bool enter(int u);
+    bool remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph);
     int cluster(int u, int end);
-    int compose(Part *parts, int count) const;
-    int gather(int u, int end, Part *parts, int *rest) const;
+    bool next(Reader *reader, Part *part) const;
     bool joinsBefore(int u) const;
     bool joinsAfter(int u) const;
     char32_t joined(char32_t letter, unsigned joining, bool before, bool after) const;
@@ -160,7 +183,10 @@ private:
     {
         return m_run.holder->glyph(*m_run.face, index, m_run.font);
     }
-    int distance(std::uint32_t left, std::uint32_t right) const;
+    char32_t shownFor(char32_t c) const { return m_run.isRightToLeft ? mirrored(c) : c; }
+    template <bool isRightToLeft>
+    int distance(std::uint32_t before, std::uint32_t next);
+    int askDistance(std::uint32_t left, std::uint32_t right);
     void kern(std::uint32_t index);
     void setLetter(const ZkGlyph *glyph);
     void setMark(int u, const Part &part);
@@ -169,11 +195,13 @@ private:
 
     const ZkShapeRun &m_run;
     ZkShapedGlyphs *m_glyphs;
-    Known *m_known; // null in a short run
+    ZkFontLetters &m_letters;
     bool m_isKerned;
     bool m_joinsForward = false; // the last letter that counts for joining does
     std::uint32_t m_left = 0;    // glyph that the next one may be kerned with
     int m_kernedAt = 0;          // its place
+    int m_joiningAt = -1;        // unit whose joining type was asked for last
+    unsigned m_joining = 0;      // and that type
 
     // The letter that marks are being set on, its pen at (0, 0).
     ZkPlacedGlyph m_letter = {};
@@ -225,54 +253,150 @@ void Shaping::shape()
 {
     m_joinsForward = joinsBefore(m_run.first);
     for (int u = m_run.first; u < m_run.last;) {
-        const int end = clusterEnd(u);
-        const char32_t c = m_run.text[u];
-        if (end == u + 1 && (c & 0xF800) != 0xD800 && isPlain(c)) {
-            plain(u, c);
-            u = end;
-        } else {
-            u = cluster(u, end);
+        if (letter(u)) {
+            ++u;
+            continue;
         }
+        const int next = m_run.isRightToLeft ? plain<true>(u) : plain<false>(u);
+        u = next > u || enter(u) ? next : cluster(u, clusterEnd(u));
     }
 }
 
-inline void Shaping::plain(int u, char32_t c)
+// Shapes characters from unit `u` on as long as their letters are known; the unit of the
+// first that is not, or the end. This is all that happens to plain text.
+template <bool isRightToLeft>
+int Shaping::plain(int u)
 {
-    m_joinsForward = false;
-    Known::Letter fresh;
-    Known::Letter *letter = m_known != nullptr ? &m_known->letters[c & 127] : &fresh;
-    if (letter == &fresh || letter->character != c) {
-        letter->character = c;
-        letter->index = m_run.face->glyphIndex(m_run.isRightToLeft ? zkMirrored(c) : c);
-        letter->advance = record(letter->index)->bitmap.advance;
+    const ZkUcs2 *const text = m_run.text;
+    const std::uint8_t *const breaks = m_run.breaks;
+    const ZkFontLetters &letters = m_letters;
+    const int first = u, last = m_run.last, before = m_glyphs->size();
+    const std::uint32_t kerned = m_isKerned ? ZkFontLetters::kMostIndex : 0;
+    ZkShapedGlyph *glyph = m_glyphs->extend(last - u);
+    std::uint32_t left = m_left;
+    for (; u < last; ++u, ++glyph) {
+        const char32_t c = isRightToLeft ? mirrored(text[u]) : text[u];
+        const std::uint32_t word = letters.letter(c);
+        const bool isAlone = (breaks[u + 1] & ZkTextBreaks::Grapheme) != 0 || u + 1 == last;
+        if (!ZkFontLetters::has(word, c) || !isAlone) {
+            break;
+        }
+        const std::uint32_t index = ZkFontLetters::indexOf(word);
+        if (left != 0) {
+            const int nearer = distance<isRightToLeft>(left, index);
+            if (nearer != 0) {
+                ZkShapedGlyph &changed = u > first ? glyph[-1] : (*m_glyphs)[m_kernedAt];
+                changed.advance = std::max(changed.advance + nearer * 64, 0);
+            }
+        }
+        left = index & kerned;
+        put(glyph, u, index, ZkFontLetters::advanceOf(word));
     }
-    kern(letter->index);
-    add(u, letter->index, letter->advance);
+    m_glyphs->truncate(before + u - first);
+    if (u > first) {
+        m_joinsForward = false;
+        m_left = left;
+        m_kernedAt = before + u - first - 1;
+    }
+    return u;
+}
+
+// The joining type of the character at unit `u`, which is no surrogate.
+unsigned Shaping::joiningAt(int u)
+{
+    if (u != m_joiningAt) {
+        m_joiningAt = u;
+        m_joining = zkCharacter(m_run.text[u]).joining;
+    }
+    return m_joining;
+}
+
+// Shapes the Arabic letter at unit `u`, or one that joins as those do, without marks and
+// ligatures. False when there is none.
+inline bool Shaping::letter(int u)
+{
+    const ZkUcs2 *const text = m_run.text;
+    const ZkUcs2 c = text[u];
+    if (c < 0x620 || c >= 0x900) {
+        return false;
+    }
+    const bool hasNext = u + 1 < m_run.contextLast;
+    if (u + 1 < m_run.last &&
+        ((m_run.breaks[u + 1] & ZkTextBreaks::Grapheme) == 0 ||
+         (c == kLam && text[u + 1] >= kFirstAlef && text[u + 1] <= kLastAlef))) {
+        return false;
+    }
+    const unsigned joining = joiningAt(u);
+    if (joining != ZkCharacter::JoiningDual && joining != ZkCharacter::JoiningRight) {
+        return false;
+    }
+    bool after = joining == ZkCharacter::JoiningDual && hasNext;
+    if (after) {
+        const bool isPair = (text[u + 1] & 0xF800) == 0xD800;
+        const unsigned next = isPair ? unsigned{ZkCharacter::JoiningTransparent} : joiningAt(u + 1);
+        after = next == ZkCharacter::JoiningTransparent ? joinsAfter(u + 1) : joinsBackward(next);
+    }
+    const char32_t shown = joined(c, joining, m_joinsForward, after);
+    m_joinsForward = joining == ZkCharacter::JoiningDual;
+    const std::uint32_t word = m_letters.letter(shown);
+    if (ZkFontLetters::has(word, shown)) {
+        kern(ZkFontLetters::indexOf(word));
+        add(u, ZkFontLetters::indexOf(word), ZkFontLetters::advanceOf(word));
+        return true;
+    }
+    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    const ZkGlyph *const glyph = record(index);
+    if (shown != c) { // a form is a character of its own; a letter by itself is not
+        remember(shown, index, glyph);
+    }
+    kern(index);
+    add(u, index, glyph->bitmap.advance);
+    return true;
+}
+
+// Enters the character at unit `u` among the known letters. False when it is not plain, or
+// cannot be remembered: then `cluster` shapes it.
+bool Shaping::enter(int u)
+{
+    const char32_t c = m_run.text[u];
+    if (clusterEnd(u) != u + 1 || (c & 0xF800) == 0xD800 || !isPlain(c)) {
+        return false;
+    }
+    const char32_t shown = shownFor(c);
+    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    return remember(shown, index, record(index));
+}
+
+bool Shaping::remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph)
+{
+    return !glyph->isFailed() &&
+           m_letters.enter(shown, index, std::max<int>(glyph->bitmap.advance, 0));
 }
 
 inline ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
 {
     ZkShapedGlyph *const glyph = m_glyphs->extend(1);
-    glyph->index = index & 0xFFFFFF;
-    glyph->flags = 0;
-    glyph->advance = std::max(advance, 0) * 64;
-    glyph->x = glyph->y = 0;
-    glyph->cluster = u;
+    put(glyph, u, index, std::clamp(advance, 0, kMostAdvance));
     return glyph;
 }
 
-int Shaping::distance(std::uint32_t left, std::uint32_t right) const
+// By how many pixels `next` stands nearer to `before`, which is the right one of the two in
+// right-to-left text. Both have room in a word, `before` is not 0.
+template <bool isRightToLeft>
+inline int Shaping::distance(std::uint32_t before, std::uint32_t next)
 {
-    const int size = m_run.font.fontSize();
-    if (m_known == nullptr || (left | right) > 0xFFFF || (left | right) == 0) {
-        return m_run.face->kerning(left, right, size);
-    }
-    const std::uint32_t glyphs = left << 16 | right;
-    Known::Pair &pair = m_known->pairs[(left * 31 + right) & 255];
-    if (pair.glyphs != glyphs) {
-        pair = {glyphs, m_run.face->kerning(left, right, size)};
-    }
-    return pair.distance;
+    const std::uint32_t left = isRightToLeft ? next : before;
+    const std::uint32_t right = isRightToLeft ? before : next;
+    const std::uint32_t word = m_letters.pair(left, right);
+    const int known = ZkFontLetters::distanceIn(word, left, right);
+    return known != ZkFontLetters::kNoDistance ? known : askDistance(left, right);
+}
+
+int Shaping::askDistance(std::uint32_t left, std::uint32_t right)
+{
+    const int pixels = m_run.face->kerning(left, right, m_run.font.fontSize());
+    m_letters.enterPair(left, right, pixels);
+    return pixels;
 }
 
 // Moves the glyph `index`, which is about to be added, nearer to the one before it.
@@ -281,13 +405,12 @@ void Shaping::kern(std::uint32_t index)
     if (!m_isKerned) {
         return;
     }
-    if (m_left != 0) {
-        const bool swaps = m_run.isRightToLeft;
-        const int nearer = distance(swaps ? index : m_left, swaps ? m_left : index);
-        if (nearer != 0) {
-            ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
-            before.advance = std::max(before.advance + nearer * 64, 0);
-        }
+    index = index > ZkFontLetters::kMostIndex ? 0 : index; // no font kerns such a glyph
+    if (m_left != 0 && index != 0) {
+        const int nearer =
+            m_run.isRightToLeft ? distance<true>(m_left, index) : distance<false>(m_left, index);
+        ZkShapedGlyph &before = (*m_glyphs)[m_kernedAt];
+        before.advance = std::max(before.advance + nearer * 64, 0);
     }
     m_left = index;
     m_kernedAt = m_glyphs->size();
@@ -343,7 +466,13 @@ char32_t Shaping::joined(char32_t letter, unsigned joining, bool before, bool af
     const char32_t form = row->forms[before && after ? ZkArabicForms::Medial
                                      : before        ? ZkArabicForms::Final
                                                      : ZkArabicForms::Initial];
-    return form != 0 && m_run.face->hasGlyph(form) ? form : letter;
+    if (form == 0) {
+        return letter;
+    }
+    const std::uint32_t word = m_letters.letter(form);
+    const bool isThere = ZkFontLetters::has(word, form) ? ZkFontLetters::indexOf(word) != 0
+                                                        : m_run.face->hasGlyph(form);
+    return isThere ? form : letter;
 }
 
 // The lam-alef of a lam whose cluster ends at `end`, 0 when no alef follows or the face has
@@ -367,48 +496,47 @@ char32_t Shaping::ligature(char32_t letter, int end, bool before, int *alefEnd)
     return m_run.face->hasGlyph(form) ? form : 0;
 }
 
-// The characters of a cluster that are seen, at most `kMostMarks`; `*rest` is the unit behind.
-int Shaping::gather(int u, int end, Part *parts, int *rest) const
+// The next character of the reader's cluster that is seen and stands by itself: the ones
+// that the face has composed with the letter are passed over. False at the end. A mark is
+// in the way of those behind it that do not come later in the canonical order.
+bool Shaping::next(Reader *reader, Part *part) const
 {
-    int count = 0, units = 0;
-    for (; u < end && count < kMostMarks; u += units) {
-        const char32_t c = characterAt(u, &units);
+    int units = 0;
+    for (; reader->at < reader->end; reader->at += units) {
+        const char32_t c = characterAt(reader->at, &units);
         const ZkCharacter &properties = zkCharacter(c);
-        if (!zkIsUnseen(c, properties)) {
-            parts[count++] = {c, properties.combiningClass};
+        if (zkIsUnseen(c, properties)) {
+            continue;
         }
-    }
-    *rest = u;
-    return count;
-}
-
-// Puts marks into the letter where the face has the composed character. A mark is in the
-// way of those behind it that do not come later in the canonical order.
-int Shaping::compose(Part *parts, int count) const
-{
-    int kept = 1;
-    unsigned last = 0;
-    for (int i = 1; i < count; ++i) {
-        const bool isBlocked = kept > 1 && last >= parts[i].combiningClass;
-        const char32_t composed = isBlocked ? 0 : zkCompose(parts[0].c, parts[i].c);
+        const unsigned combiningClass = properties.combiningClass;
+        const bool isBlocked = reader->count == 0 || !reader->composes ||
+                               (reader->count > 1 && reader->last >= combiningClass);
+        const char32_t composed = isBlocked ? 0 : zkCompose(reader->letter, c);
         if (composed != 0 && m_run.face->hasGlyph(composed)) {
-            parts[0].c = composed;
-            parts[0].combiningClass = 0;
-        } else {
-            last = parts[i].combiningClass;
-            parts[kept++] = parts[i];
+            reader->letter = composed;
+            reader->hasComposed = true;
+            continue;
         }
+        if (reader->count++ == 0) {
+            reader->letter = c;
+        } else {
+            reader->last = combiningClass;
+        }
+        reader->at += units;
+        *part = {c, combiningClass};
+        return true;
     }
-    return kept;
+    return false;
 }
 
 // Shapes the cluster `[u, end)`, and the alef behind a lam with it; the unit to go on from.
+// It is read twice, for its letter is known when all of it was seen.
 int Shaping::cluster(int u, int end)
 {
-    Part parts[2 * kMostMarks];
-    int rest = end;
-    int count = gather(u, end, parts, &rest);
-    if (count == 0) {
+    Reader all = {u, end, 0, 0, 0, true, false};
+    Reader marks = all;
+    Part part = {};
+    if (!next(&all, &part)) {
         int units = 0;
         const unsigned joining = zkCharacter(characterAt(u, &units)).joining;
         if (joining != ZkCharacter::JoiningTransparent) {
@@ -418,21 +546,22 @@ int Shaping::cluster(int u, int end)
         m_left = 0;
         return end;
     }
-    count = compose(parts, count);
-    const ZkCharacter &first = zkCharacter(parts[0].c);
-    char32_t shown = parts[0].c;
-    int next = end;
+    next(&marks, &part);
+    while (next(&all, &part)) {
+    }
+    marks.composes = all.hasComposed;
+    const char32_t letter = all.letter;
+    const ZkCharacter &first = zkCharacter(letter);
+    char32_t shown = letter;
+    int behind = end;
     if (first.joining != ZkCharacter::JoiningNone &&
         first.joining != ZkCharacter::JoiningTransparent) {
         int alefEnd = end;
         const bool before = m_joinsForward && joinsBackward(first.joining);
         const char32_t both = ligature(shown, end, before, &alefEnd);
         if (both != 0) {
-            int units = 0;
-            characterAt(end, &units);
-            count += gather(end + units, alefEnd, parts + count, &rest);
             shown = both;
-            next = alefEnd;
+            behind = alefEnd;
             m_joinsForward = false;
         } else {
             shown = joined(shown, first.joining, before, joinsAfter(u + 1));
@@ -442,7 +571,7 @@ int Shaping::cluster(int u, int end)
         m_joinsForward = false;
     }
     // A joiner or non-joiner at the end of the cluster has the last word.
-    for (int i = next; i-- > u;) {
+    for (int i = behind; i-- > u;) {
         if (m_run.text[i] == 0x200C || m_run.text[i] == 0x200D) {
             m_joinsForward = m_run.text[i] == 0x200D;
         }
@@ -451,26 +580,28 @@ int Shaping::cluster(int u, int end)
         }
     }
 
-    if (m_run.isRightToLeft) {
-        shown = zkMirrored(shown);
-    }
-    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    const std::uint32_t index = m_run.face->glyphIndex(shownFor(shown));
     const ZkGlyph *const glyph = record(index);
-    m_character = parts[0].c;
+    m_character = letter;
     if (isMark(first)) {
         setBare(u, glyph);
-        return next;
+    } else {
+        kern(index);
+        add(u, index, glyph->bitmap.advance);
+        setLetter(glyph);
     }
-    kern(index);
-    add(u, index, glyph->bitmap.advance);
-    setLetter(glyph);
-    for (int i = 1; i < count; ++i) {
-        setMark(u, parts[i]);
-    }
-    if (count > 1) {
+    while (next(&marks, &part)) {
+        setMark(u, part);
         m_left = 0;
     }
-    return next;
+    if (behind > end) { // the marks of the alef
+        Reader alef = {end + 1, behind, 0, 0, 0, false, false};
+        while (next(&alef, &part)) {
+            setMark(u, part);
+            m_left = 0;
+        }
+    }
+    return behind;
 }
 
 // Marks that follow are set on `glyph`, which has just been added.
@@ -492,12 +623,14 @@ void Shaping::setBare(int u, const ZkGlyph *glyph)
 {
     const GlyphBitmap &bitmap = glyph->bitmap;
     m_left = 0;
+    setLetter(glyph);
     if (bitmap.advance > 0) {
         add(u, glyph->index(), bitmap.advance);
     } else {
-        add(u, glyph->index(), bitmap.width)->x = static_cast<std::int16_t>(-bitmap.left * 64);
+        add(u, glyph->index(), bitmap.width)->x = offset(-bitmap.left);
+        m_letter.x = m_above.x = m_below.x = 0;
+        m_advance = bitmap.width;
     }
-    setLetter(glyph);
 }
 
 // Adds what stands behind a letter in its cluster: a mark over or under it, or another
@@ -522,7 +655,7 @@ void Shaping::setMark(int u, const Part &part)
                                     tone.y / 64 - toneGlyph->bitmap.top, 0, 0};
             mark.x = m_advance + bitmap.left;
             zkRaiseAbove(raised, mark);
-            tone.y = static_cast<std::int16_t>((raised.y + toneGlyph->bitmap.top) * 64);
+            tone.y = offset(raised.y + toneGlyph->bitmap.top);
         }
         add(u, index, bitmap.advance);
         m_character = part.c;
@@ -551,8 +684,8 @@ void Shaping::setMark(int u, const Part &part)
     }
     const int pen = m_run.isRightToLeft ? 0 : m_advance;
     ZkShapedGlyph *const added = add(u, index, 0);
-    added->x = static_cast<std::int16_t>((mark.x - bitmap.left - pen) * 64);
-    added->y = static_cast<std::int16_t>((mark.y + bitmap.top) * 64);
+    added->x = offset(mark.x - bitmap.left - pen);
+    added->y = offset(mark.y + bitmap.top);
 }
 
 // The stack of a Thai consonant: a vowel or sign, then a tone or sign on top of it.
@@ -579,6 +712,13 @@ void Shaping::setThaiMark(ZkPlacedGlyph *mark, const Part &part)
     }
 }
 
+// With letters that are remembered for this run alone.
+__attribute__((noinline)) void shapeAlone(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
+{
+    ZkFontLetters letters = {};
+    Shaping(run, glyphs, &letters).shape();
+}
+
 } // namespace
 
 ZkShaper::~ZkShaper() = default;
@@ -595,12 +735,9 @@ std::uint32_t ZkShaper::serial() const
 
 void ZkSimpleShaper::shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs)
 {
-    if (run.last - run.first < kLongRun) {
-        Shaping(run, glyphs, nullptr).shape();
-    } else {
-        Known known;
-        Shaping(run, glyphs, &known).shape();
-    }
+    const ZkOpenTypeface *const open = ZkOpenTypeface::of(*run.face);
+    ZkFontLetters *const letters = open != nullptr ? open->lettersOf(run.font) : nullptr;
+    letters != nullptr ? Shaping(run, glyphs, letters).shape() : shapeAlone(run, glyphs);
 }
 
 bool ZkSimpleShaper::needsScripts() const

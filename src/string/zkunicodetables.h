@@ -19,27 +19,22 @@ extern const ZkIrregularFold kZkIrregularFolds[]; ///< in ascending order of `fo
 
 static_assert(sizeof(ZkUnicodeTables::Properties) == 12, "a record is 12 bytes on every platform");
 
-/// The record found in the row of `block` (0 to 2047) at the place of `c`.
-inline const ZkUnicodeTables::Properties &zkUnicodeRecord(unsigned block, unsigned c)
-{
-    return kZkUnicodeRecords[kZkUnicodeIndex[kZkUnicodeIndex[block] + (c & 31)]];
-}
-
 inline const ZkUnicodeTables::Properties &zkUnicodeRecord(ZkUcs2 c)
 {
-    return zkUnicodeRecord(static_cast<unsigned>(c) >> 5, c);
+    const unsigned row = kZkUnicodeIndex[kZkUnicodeIndex[c >> 7] + (c >> 3 & 15)];
+    return kZkUnicodeRecords[kZkUnicodeIndex[row + (c & 7)]];
 }
 
 /// The record of unit `c` that stands behind unit `before` (0: none). A low
 /// surrogate behind a high one is looked up by the code point of the pair; the
-/// table ends with the Basic Multilingual Plane, so that finds the row of one of
-/// its blocks (block number modulo 2048).
+/// table ends with the Basic Multilingual Plane, so that finds the character of the
+/// plane with the same lower 16 bits.
 inline const ZkUnicodeTables::Properties &zkUnicodeRecordBehind(ZkUcs2 before, ZkUcs2 c)
 {
     const bool isPair = (c & 0xFC00) == 0xDC00 && (before & 0xFC00) == 0xD800;
     const unsigned codePoint =
         isPair ? (static_cast<unsigned>(before) << 10) + c - 0x35FDC00U : static_cast<unsigned>(c);
-    return zkUnicodeRecord(codePoint >> 5 & 0x7FF, c);
+    return zkUnicodeRecord(static_cast<ZkUcs2>(codePoint));
 }
 
 /// `c` in the form in which letters compare without regard to case.

@@ -610,6 +610,25 @@ TEST(ZkFreetype, AFontOfStrikesAloneKeepsTheStrikeThatMatchedLast)
     }
 }
 
+TEST(ZkFreetype, AnSfntOfStrikesAloneIsBlankAtOtherSizes)
+{
+    const OpenFont open(TinyFont()
+                            .addEmpty('A', 8)
+                            .withStrike(13, 1, 9, 2, 0, 9, 10, {'\x80', '\x80', '\xFF', '\x80'})
+                            .withoutOutlines());
+    const struct {
+        unsigned size;
+        int width, height;
+    } kRows[] = {{12, 0, 0}, {16, 0, 0}, {13, 9, 2}, {14, 0, 0}, {200, 0, 0}, {13, 9, 2}};
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.size);
+        const Rendered glyph('A', styled(row.size, 0));
+        EXPECT_EQ(glyph.printed, "");
+        EXPECT_EQ(glyph.record.width, row.width);
+        EXPECT_EQ(glyph.record.height, row.height);
+    }
+}
+
 TEST(ZkFreetype, AFontWithoutCharacterMapShowsTheMissingGlyph)
 {
     const OpenFont open(TinyFont().addBox('A', 1, 0, 6, 10, 8).withoutCharacterMap());

@@ -1,5 +1,7 @@
 #include <zkscriptrules.h>
 
+#include "runordermodel.h"
+
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -295,53 +297,6 @@ TEST(RunOrder, TheOtherClassIsForeign)
     EXPECT_EQ(hex(arabic(u"\u05D0\u05D1\u0628\u0627")), hex(u"\u05D0\u05D1\uFE8E\uFE91"));
 }
 
-namespace
-{
-
-// The order of one run, step by step on strings.
-Units modelRun(Units run, const Units &neutrals)
-{
-    Units out;
-    while (!run.empty()) {
-        const auto letter = run.find_last_not_of(neutrals);
-        const std::size_t keep = letter == Units::npos ? 0 : letter + 1;
-        const std::size_t from = keep < run.size() ? keep : run.size() - 1;
-        out += run.substr(from);
-        run.erase(from);
-    }
-    return out;
-}
-
-Units modelOrder(const Units &text, const Units &letters, const Units &neutrals)
-{
-    Units out;
-    std::size_t start = 0;
-    const std::size_t n = text.size();
-    for (std::size_t k = 0; k < n;) {
-        const bool inClass = (letters + neutrals).find(text[k]) != Units::npos;
-        const bool last = k + 1 == n;
-        if (inClass && last) {
-            out += modelRun(text.substr(start), neutrals);
-            ++k;
-        } else if (inClass || (text[k] == ' ' && k != start && !last)) {
-            ++k;
-        } else if (k == start) {
-            out += text[k];
-            start = ++k;
-        } else {
-            std::size_t e = k - 1;
-            while (e > start && text[e] == ' ') {
-                --e;
-            }
-            out += modelRun(text.substr(start, e + 1 - start), neutrals);
-            start = k = e + 1;
-        }
-    }
-    return out;
-}
-
-} // namespace
-
 TEST(RunOrder, AgreesWithAPlainModelOnRandomTexts)
 {
     std::mt19937 random(20240607);
@@ -355,7 +310,7 @@ TEST(RunOrder, AgreesWithAPlainModelOnRandomTexts)
                 c = alphabet[random() % alphabet.size()];
             }
             ASSERT_EQ(hex((inHebrew ? hebrew : arabic)(text)),
-                      hex(modelOrder(text, letters, neutrals)))
+                      hex(runOrderModel(text, letters, neutrals)))
                 << hex(text);
         }
     }

@@ -222,6 +222,67 @@ TEST_F(Paragraph, AlignmentsByDirection)
     }
 }
 
+TEST_F(Paragraph, NoMarkOfALetterIsLost)
+{
+    // A stroke through the letter composes with nothing and is in the way of no accent.
+    const std::string stroke = "\u0335", acute = "\u0301";
+    paragraph.setUtf8("\u00E1");
+    const ZkPlacedGlyph *glyphs = nullptr;
+    ASSERT_EQ(paragraph.glyphs(0, &glyphs), 1);
+    const GlyphBitmap *const accented = glyphs[0].glyph;
+    for (const int count : {1, 23, 24, 25, 48, 49, 1000}) {
+        SCOPED_TRACE(count);
+        std::string strokes, acutes;
+        for (int i = 0; i < count; ++i) {
+            strokes += stroke;
+            acutes += acute;
+        }
+        paragraph.setUtf8(("x" + strokes).c_str());
+        EXPECT_EQ(paragraph.glyphs(0, &glyphs), 1 + count);
+        paragraph.setUtf8(("a" + strokes + acute).c_str());
+        EXPECT_EQ(paragraph.glyphs(0, &glyphs), 1 + count);
+        EXPECT_EQ(glyphs[0].glyph, accented) << "the last mark composes with the letter";
+        paragraph.setUtf8(("a" + acutes).c_str());
+        ASSERT_EQ(paragraph.glyphs(0, &glyphs), count);
+        EXPECT_EQ(glyphs[0].glyph, accented);
+        for (int i = 1; i < count; ++i) { // upwards, and no mark wraps to below
+            EXPECT_LE(glyphs[i].y, glyphs[i - 1].y);
+        }
+        paragraph.setUtf8(("\u0644" + strokes + "\u0627" + strokes).c_str());
+        EXPECT_EQ(paragraph.glyphs(0, &glyphs), 1 + 2 * count) << "lam and alef";
+        paragraph.setUtf8((strokes + acutes).c_str());
+        EXPECT_EQ(paragraph.glyphs(0, &glyphs), 2 * count) << "without a letter";
+    }
+}
+
+TEST_F(Paragraph, JustifiedLinesTellTheWidthThatIsDrawn)
+{
+    paragraph.setUtf8("aa bb cc dd ee ff\ngg hh\nwordwordwordword");
+    const int natural = widthOf("aa bb cc"), box = natural + 7;
+    paragraph.setWidth(box);
+    for (int round = 0; round < 2; ++round) {
+        paragraph.setAlignment(ZkParagraph::AlignStart);
+        ASSERT_GE(paragraph.lineCount(), 5);
+        const int last = widthOf("dd ee ff");
+        EXPECT_EQ(paragraph.line(0).width, natural);
+        paragraph.setAlignment(ZkParagraph::AlignJustify);
+        paragraph.setLineSpacing(round); // sets the lines anew
+        EXPECT_EQ(paragraph.line(0).width, box);
+        EXPECT_EQ(paragraph.line(0).x, 0);
+        EXPECT_EQ(paragraph.line(1).width, last) << "ends hard";
+        EXPECT_EQ(paragraph.line(3).endsHard, false);
+        EXPECT_LT(paragraph.line(3).width, box) << "has no space to stretch";
+        EXPECT_EQ(paragraph.width(), box);
+        const ZkTextStretch *stretches = nullptr;
+        ASSERT_EQ(paragraph.stretches(0, &stretches), 1);
+        EXPECT_EQ(stretches[0].x + stretches[0].width, box + widthOf(" ")) << "a space hangs";
+    }
+    paragraph.setDirection(ZkParagraph::RightToLeft);
+    EXPECT_EQ(paragraph.line(0).width, box);
+    EXPECT_EQ(paragraph.line(0).x, 0);
+    EXPECT_EQ(paragraph.caret(0).x, paragraph.selection(0, 1).at(0).left());
+}
+
 TEST_F(Paragraph, JustifiedLinesReachTheEdgeButTheLast)
 {
     paragraph.setUtf8("aa bb cc dd ee ff\ngg hh");

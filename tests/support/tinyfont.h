@@ -62,6 +62,13 @@ public:
         return *this;
     }
 
+    /// Leaves all outlines out: what can be drawn is the strike.
+    TinyFont &withoutOutlines()
+    {
+        m_hasOutlines = false;
+        return *this;
+    }
+
     /// Adds a strike of `ppem` pixels in which the last glyph is an image of
     /// `height` rows of `width` pixels, packed at `depth` bits a pixel and padded to
     /// bytes; its top left pixel is at (`left`, `top`).
@@ -82,6 +89,7 @@ private:
 
     std::vector<Glyph> m_glyphs;
     bool m_hasMap = true;
+    bool m_hasOutlines = true;
     std::string m_strikeImages, m_strikeIndex;
 };
 
@@ -249,7 +257,9 @@ inline std::string TinyFont::bytes() const
     for (const auto &table : {std::make_pair("glyf", glyf), std::make_pair("head", head),
                               std::make_pair("hhea", hhea), std::make_pair("hmtx", hmtx),
                               std::make_pair("loca", loca), std::make_pair("maxp", maxp)}) {
-        tables.emplace_back(table.first, table.second);
+        if (m_hasOutlines || (table.second != glyf && table.second != loca)) {
+            tables.emplace_back(table.first, table.second);
+        }
     }
 
     std::string directory, data;

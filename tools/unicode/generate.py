@@ -12,12 +12,12 @@ The tables cover the 65,536 code points of the Basic Multilingual Plane:
 
   records   each distinct combination of properties once, in the order in which
             the code points first use them
-  index     2048 entries, one per block of 32 code points, each the position in
-            this same array where the block's row begins; then the rows, 32
-            record numbers each, equal rows once
+  index     512 entries, one per block of 128 code points, each the position in
+            this same array of the block's 16 entries, which are the positions of
+            rows of 8 record numbers each; equal blocks and equal rows once
 
-so the record of `c` is records[index[index[c >> 5] + (c & 31)]]. A third, short
-table lists the characters that fold to another one which names them neither as
+so the record of `c` is records[index[index[index[c >> 7] + (c >> 3 & 15)] + (c & 7)]]. A
+short table beside them lists the characters that fold to another one which names them neither as
 its upper nor as its title case, so that all characters of a folding are found
 from the folded one.
 """
@@ -29,7 +29,8 @@ import tarfile
 import tempfile
 import textwrap
 
-BLOCK = 32
+BLOCK = 128
+ROW = 8
 LARGEST_FOLD_CLASS = 4  # the room in ZkFoldClass
 CODE_POINTS = 0x10000
 UNASSIGNED = "Cn"
@@ -166,27 +167,40 @@ def record_of(c, character):
             difference(c, character.title), difference(c, character.fold))
 
 
+def number_records(characters):
+    """The distinct records in the order of first use, and the number of each character's."""
+    numbers = {}
+    indices = [numbers.setdefault(record_of(c, character), len(numbers))
+               for c, character in enumerate(characters)]
+    return list(numbers), indices
+
+
+def shared_pieces(values, length, start):
+    """`values` cut in pieces of `length`, equal ones once, as one list that will stand at
+    position `start`; and the position of each piece."""
+    positions, pieces, found = {}, [], []
+    for at in range(0, len(values), length):
+        piece = tuple(values[at:at + length])
+        if piece not in positions:
+            positions[piece] = start + len(pieces)
+            pieces.extend(piece)
+        found.append(positions[piece])
+    return pieces, found
+
+
 def pack(characters):
-    """The records and the two-level index that finds them."""
-    records, numbers, row_positions, rows, level_one = [], {}, {}, [], []
-    for start in range(0, CODE_POINTS, BLOCK):
-        row = []
-        for c in range(start, start + BLOCK):
-            record = record_of(c, characters[c])
-            if record not in numbers:
-                numbers[record] = len(records)
-                records.append(record)
-            row.append(numbers[record])
-        row = tuple(row)
-        if row not in row_positions:
-            row_positions[row] = CODE_POINTS // BLOCK + len(rows)
-            rows.extend(row)
-        level_one.append(row_positions[row])
-    index = level_one + rows
-    assert len(level_one) == 2048 and len(rows) % BLOCK == 0
-    assert max(index) <= 0xFFFF and len(index) - 1 <= 0xFFFF
+    """The records and the three-level index that finds them."""
+    records, numbers = number_records(characters)
+    blocks = CODE_POINTS // BLOCK
+    # Rows stand behind blocks, whose number is known when the rows are cut.
+    room = len(shared_pieces(shared_pieces(numbers, ROW, 0)[1], BLOCK // ROW, 0)[0])
+    rows, row_positions = shared_pieces(numbers, ROW, blocks + room)
+    middle, block_positions = shared_pieces(row_positions, BLOCK // ROW, blocks)
+    index = block_positions + middle + rows
+    assert len(block_positions) == blocks and len(middle) == room and len(index) <= 0x10000
     for c, character in enumerate(characters):
-        assert records[index[index[c >> 5] + (c & 31)]] == record_of(c, character), hex(c)
+        record = records[index[index[index[c >> 7] + (c >> 3 & 15)] + (c & 7)]]
+        assert record == record_of(c, character), hex(c)
     return records, index
 
 
@@ -273,7 +287,7 @@ def generate(database, output):
     records, index = pack(characters)
     write(output, render("// " + ", ".join(versions) + ".", records, index,
                          irregular_folds(characters)))
-    print(f"{len(records)} records, {(len(index) - 2048) // BLOCK} rows")
+    print(f"{len(records)} records, {len(index)} numbers in the index")
 
 
 if __name__ == "__main__":
