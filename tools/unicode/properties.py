@@ -215,6 +215,7 @@ class Trie:
                 areas[area] = len(areas)
                 self.pages.extend(area)
             self.areas.append(areas[area])
+        assert self.areas[:8] == list(range(8))  # those of the Basic Multilingual Plane
 
     def number_blocks(self, numbers):
         """Gives equal blocks one number, and each its pattern and its palette."""
