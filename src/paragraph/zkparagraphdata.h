@@ -207,6 +207,8 @@ struct ZkParagraphData {
 
     bool isUnsafe(int unit) const;
     ZkPen pieceLength(int first, int last, const ZkHardLine &hard);
+    bool fitsHyphened(int first, int last, const ZkHardLine &hard, ZkPen room);
+    ZkPen leastLength(int first, int last, const ZkHardLine &hard, ZkPen less, ZkPen whole);
     int tabPixels() const;
     /// Length of units `[first, last)` of one line that starts at `first`.
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
