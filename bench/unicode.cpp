@@ -1,8 +1,12 @@
 // Analysis of text beside ICU, FriBidi and libunibreak: time per character for levels,
-// lines, grapheme clusters and words, for labels, paragraphs and pages.
+// lines, grapheme clusters and words, for labels, paragraphs and pages. Of memory, what an
+// object keeps behind a text, bytes a character, and how often it asked for memory for its
+// first text and for that again are told as nanoseconds.
 
 #include <zkbidi.h>
 #include <zktextbreaks.h>
+
+#include "heapcount.h"
 
 #include <benchmark/benchmark.h>
 #include <fribidi.h>
@@ -13,6 +17,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -266,6 +271,127 @@ void registerShared(const std::string &name, const Text &text)
                                  });
 }
 
+/// `Engine` is made on the heap and reads a text twice.
+template <typename Engine>
+void registerMemory(const std::string &what, const char *who, const Text &text)
+{
+    const auto told = [](benchmark::State &state, double number) {
+        state.SetIterationTime(number * 1e-9);
+    };
+    benchmark::RegisterBenchmark(
+        ("bytes/" + what + "/" + who).c_str(),
+        [text, told](benchmark::State &state) {
+            for (auto _ : state) {
+                const std::size_t before = heapcount::bytes;
+                const auto engine = std::make_unique<Engine>();
+                engine->read(text);
+                told(state, static_cast<double>(heapcount::bytes - before));
+            }
+            state.SetItemsProcessed(static_cast<std::int64_t>(
+                state.iterations() * static_cast<std::int64_t>(text.points.size())));
+        })
+        ->UseManualTime()
+        ->Iterations(1);
+    for (const bool isFirst : {true, false}) {
+        benchmark::RegisterBenchmark(
+            ((isFirst ? "allocations/" : "allocations_again/") + what + "/" + who).c_str(),
+            [text, told, isFirst](benchmark::State &state) {
+                for (auto _ : state) {
+                    Engine engine;
+                    if (!isFirst) {
+                        engine.read(text);
+                    }
+                    const std::size_t before = heapcount::calls;
+                    engine.read(text);
+                    told(state, static_cast<double>(heapcount::calls - before));
+                }
+            })
+            ->UseManualTime()
+            ->Iterations(1);
+    }
+}
+
+class OurLevels
+{
+public:
+    void read(const Text &text) { m_bidi.setText(text.units.data(), text.size()); }
+
+private:
+    ZkBidi m_bidi;
+};
+
+class IcuLevels
+{
+public:
+    void read(const Text &text) { m_bidi.levels(text); }
+
+private:
+    IcuBidi m_bidi;
+};
+
+/// The caller keeps the arrays of FriBidi, which has some of its own while it works.
+class FriBidiLevels
+{
+public:
+    void read(const Text &text)
+    {
+        m_bidi = std::make_unique<FriBidi>(text);
+        m_bidi->levels(text);
+    }
+
+private:
+    std::unique_ptr<FriBidi> m_bidi;
+};
+
+class OurBreaks
+{
+public:
+    void read(const Text &text) { m_breaks.setText(text.units.data(), text.size()); }
+
+private:
+    ZkTextBreaks m_breaks;
+};
+
+/// Lines, clusters and words, as ours.
+class IcuBreaks
+{
+public:
+    IcuBreaks()
+    {
+        UErrorCode error = U_ZERO_ERROR;
+        m_iterators[0] = ubrk_open(UBRK_LINE, "en", nullptr, 0, &error);
+        m_iterators[1] = ubrk_open(UBRK_CHARACTER, "en", nullptr, 0, &error);
+        m_iterators[2] = ubrk_open(UBRK_WORD, "en", nullptr, 0, &error);
+    }
+    ~IcuBreaks()
+    {
+        for (UBreakIterator *const iterator : m_iterators) {
+            ubrk_close(iterator);
+        }
+    }
+    IcuBreaks(const IcuBreaks &) = delete;
+    IcuBreaks &operator=(const IcuBreaks &) = delete;
+
+    void read(const Text &text)
+    {
+        for (UBreakIterator *const iterator : m_iterators) {
+            icuBoundaries(iterator, text);
+        }
+    }
+
+private:
+    UBreakIterator *m_iterators[3];
+};
+
+void registerMemories(const std::string &name, const Text &text)
+{
+    registerMemory<OurLevels>("levels/" + name, "zk", text);
+    registerMemory<IcuLevels>("levels/" + name, "icu", text);
+    registerMemory<FriBidiLevels>("levels/" + name, "fribidi", text);
+    registerMemory<OurBreaks>("breaks/" + name, "zk", text);
+    registerMemory<IcuBreaks>("breaks/" + name, "icu", text);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -278,6 +404,7 @@ int main(int argc, char **argv)
             registerLevels(name, text);
             registerBreaks(name, text);
             registerShared(name, text);
+            registerMemories(name, text);
         }
     }
     benchmark::Initialize(&argc, argv);

@@ -1,9 +1,14 @@
 // Levels of a text beside those of the same text as code points and as an edit of another
 // one, and the laws that runs and orders keep. The input: a byte of flags, two of the
 // place of the edit, then a byte for each character, from a table of few of every class.
+// Where ICU is at hand, beside ICU too.
 
 #include <zkbidi.h>
 #include <zktextbreaks.h>
+
+#ifdef ZK_FUZZ_ICU
+#    include "icuunicode.h"
+#endif
 
 #include <algorithm>
 #include <cstdint>
@@ -73,6 +78,41 @@ void checkSame(const ZkBidi &a, const ZkBidi &b)
     }
 }
 
+#ifdef ZK_FUZZ_ICU
+
+/// The standard pairs no brackets behind 63 that are open, ICU does.
+bool mayBeTooDeep(const Units &text)
+{
+    return std::count_if(text.begin(), text.end(), [](ZkUcs2 unit) {
+               return zkCharacter(unit).bracket == ZkCharacter::BracketOpen;
+           }) > 63;
+}
+
+/// Where ICU goes its own way, see tests/support/icuunicode.h.
+bool isOfIcu(const Units &text)
+{
+    const auto isAngle = [](ZkUcs2 unit) { return unit == 0x2329 || unit == 0x232A; };
+    return icuunicode::hasMarkedBracket(text) || icuunicode::hasEndBehindEnd(text) ||
+           icuunicode::hasOverriddenBracket(text) || mayBeTooDeep(text) ||
+           std::any_of(text.begin(), text.end(), isAngle);
+}
+
+void checkBesideIcu(const Units &text, ZkBidi::Direction direction, int cut)
+{
+    static icuunicode::IcuBidi icu;
+    ZkBidi bidi;
+    require(icuunicode::sameDirections(text, bidi, icu, direction, cut) || isOfIcu(text),
+            "ICU has other levels or another order");
+}
+
+#else
+
+void checkBesideIcu(const Units &, ZkBidi::Direction, int)
+{
+}
+
+#endif
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -100,6 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             require(alone.level(unit - paragraph.first) == bidi.level(unit), "not the same alone");
         }
     }
+    checkBesideIcu(text, direction, data[1] * 100 / 256);
     // A caller's buffer is large enough, and an edit leads to the same.
     std::vector<std::int64_t> buffer(static_cast<std::size_t>(ZkBidi::bufferSize(count) / 8 + 1));
     ZkBidi inBuffer(buffer.data(), ZkBidi::bufferSize(count));

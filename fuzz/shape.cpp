@@ -1,8 +1,10 @@
 // Runs of arbitrary text in fonts whose rules are damaged: words that are kept change
-// nothing, clusters lie in the run and never descend. The first bytes choose the font and
-// where it is damaged, the rest is UTF-16.
+// nothing, clusters lie in the run and never descend, and what is true of every paragraph
+// stays true. The first bytes choose the font, the layout and where the font is damaged, the
+// rest is UTF-16.
 
 #include "fontedit.h"
+#include "paragraphlaws.h"
 #include "shaperun.h"
 
 #include <zkharfbuzzshaper.h>
@@ -22,6 +24,8 @@ const FontEdit &fontOf(unsigned number)
         new FontEdit("/usr/share/fonts/truetype/noto/NotoNaskhArabic-Regular.ttf"),
         new FontEdit("/usr/share/fonts/truetype/noto/NotoSansMyanmar-Regular.ttf"),
         new FontEdit("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"),
+        new FontEdit("/usr/share/fonts/truetype/noto/NotoSansKhmer-Regular.ttf"),
+        new FontEdit("/usr/share/fonts/truetype/noto/NotoNastaliqUrdu-Regular.ttf"),
     };
     return *fonts[number % std::size(fonts)];
 }
@@ -31,6 +35,33 @@ void require(bool holds, const char *what)
     if (!holds) {
         std::fprintf(stderr, "broken: %s\n", what);
         std::abort();
+    }
+}
+
+void requireLaw(const std::string &problem)
+{
+    require(problem.empty(), problem.c_str());
+}
+
+/// The text as a paragraph with random settings. Fonts that are damaged may tell any width
+/// for any part of a text, so that what fits is another thing each time it is shaped.
+void layOut(const ZkTypeface &face, const std::u16string &text, unsigned seed, bool isWhole)
+{
+    ZkShapedWords words(8000);
+    ZkHarfBuzzShaper shaper(words);
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(face));
+    paragraph.setShaper(&shaper);
+    paragraph.setText(
+        ZkString(reinterpret_cast<const ZkUcs2 *>(text.data()), static_cast<int>(text.size())));
+    paragraphlaws::Dice dice(seed);
+    paragraphlaws::setRandomly(paragraph, dice);
+    requireLaw(paragraphlaws::linesFollowEachOther(paragraph));
+    requireLaw(paragraphlaws::glyphsBelong(paragraph));
+    requireLaw(paragraphlaws::stepsAreUndone(paragraph));
+    if (isWhole) {
+        requireLaw(paragraphlaws::check(paragraph));
+        requireLaw(paragraphlaws::widthsLeaveNoTrace(paragraph, dice.roll(200)));
     }
 }
 
@@ -75,5 +106,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         require(print(run.shapedBy(warm)) == print(first), "known words change nothing");
         require(print(run.shapedBy(cold)) == print(first), "kept words change nothing");
     }
+    layOut(face, text, choice << 8 | pixels, edits == 0);
     return 0;
 }

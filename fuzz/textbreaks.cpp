@@ -1,9 +1,13 @@
 // Boundaries of a text of any units: the same for units and code points, by kind and all
 // at once, as an edit of another text; and the laws that they keep. The input: a byte of
 // flags, two of the place of the edit, then units of two bytes, or one byte from a
-// table where the lowest flag is set.
+// table where the lowest flag is set. Where ICU is at hand, beside ICU too.
 
 #include <zktextbreaks.h>
+
+#ifdef ZK_FUZZ_ICU
+#    include "icuunicode.h"
+#endif
 
 #include <algorithm>
 #include <cstdint>
@@ -62,6 +66,26 @@ Flags found(const Units &text, unsigned kinds, ZkWordBreaker *breaker)
     return flags;
 }
 
+#ifdef ZK_FUZZ_ICU
+
+void checkBesideIcu(const Units &text)
+{
+    for (const icuunicode::Kind &kind : icuunicode::kKinds) {
+        icuunicode::Deviations deviations;
+        icuunicode::IcuBreaks icu(kind.type);
+        const Units kept = icuunicode::withoutDictionary(text, kind.flag, &deviations);
+        require(icuunicode::sameBreaks(kept, kind, icu, deviations), kind.name);
+    }
+}
+
+#else
+
+void checkBesideIcu(const Units &)
+{
+}
+
+#endif
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -100,6 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                 "must without may");
     }
     ofPoints.push_back(all.back());
+    checkBesideIcu(text);
     if (breaker == nullptr) { // positions of its answers are units
         Flags again(points.size() + 1);
         ZkTextBreaks::find(points.data(), static_cast<int>(points.size()), again.data());

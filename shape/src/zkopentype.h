@@ -16,10 +16,4 @@ hb_font_t *zkOpenFont(hb_face_t *face, const ZkTypeface &typeface, int pixelSize
 /// (Graphite) do cannot be listed.
 extern const char *const kZkShapers[2];
 
-/// True when no rule of the font that applies to such text joins a space with what stands
-/// behind it, so that words may be shaped one by one, each with its space. Rules that
-/// cannot be listed (state tables of the AAT kind) join all.
-bool zkIsSpaceFree(hb_font_t *font, const hb_segment_properties_t &segment,
-                   const hb_feature_t *features, unsigned featureCount);
-
 #endif

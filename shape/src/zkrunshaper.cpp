@@ -79,11 +79,12 @@ bool ZkRunShaper::shape(ZkShapeStyle &style, const ZkShapeRun &run,
     if (m_shared == nullptr || !ranged.empty()) {
         shaped = shapeDirectly(style, run, run.first, run.last, ranged);
     } else {
-        const bool byWords = style.isSpaceFree.load(std::memory_order_relaxed);
+        const bool byWords = style.isByWords.load(std::memory_order_relaxed);
         Outcome outcome = shapeByWords(style, run, byWords);
-        if (outcome == Joined) {
-            // The font joins words after all.
-            style.isSpaceFree.store(false, std::memory_order_relaxed);
+        if (outcome == Joined || outcome == Broken) {
+            if (outcome == Joined) { // the font joins words after all
+                style.isByWords.store(false, std::memory_order_relaxed);
+            }
             glyphs->truncate(before);
             outcome = shapeByWords(style, run, false);
         }
@@ -160,8 +161,10 @@ ZkRunShaper::Outcome ZkRunShaper::shapeByWords(const ZkShapeStyle &style, const 
                                                bool byWords)
 {
     m_pending.clear();
+    m_runGlyph = m_glyphs->size();
+    m_group.glyph = -1;
     for (int at = run.first; at < run.last;) {
-        const Piece piece = nextPiece(run, at, byWords);
+        Piece piece = nextPiece(run, at, byWords);
         at = piece.last;
         if (piece.isKept) {
             // Those that wait come first.
@@ -172,8 +175,15 @@ ZkRunShaper::Outcome ZkRunShaper::shapeByWords(const ZkShapeStyle &style, const 
                     return outcome;
                 }
             }
+            const int glyph = m_glyphs->size();
             if (m_pending.empty() && appendKnown(style, run, piece)) {
-                continue;
+                if (m_group.glyph < 0 || !areJoined(style, run, piece.first, glyph)) {
+                    m_group = {piece.first, glyph};
+                    continue;
+                }
+                piece.isKept = false;
+                m_pending.push_back({m_group.first, piece.first, false});
+                takeGroupBack();
             }
         }
         m_pending.push_back(piece);
@@ -202,31 +212,107 @@ ZkRunShaper::Outcome ZkRunShaper::flush(const ZkShapeStyle &style, const ZkShape
     if (m_pending.empty()) {
         return Shaped;
     }
-    int glyph = m_glyphs->size();
-    if (!shapeDirectly(style, run, m_pending.front().first, m_pending.back().last, {})) {
-        return Failed;
+    int glyph = 0;
+    for (;;) {
+        glyph = m_glyphs->size();
+        if (!shapeDirectly(style, run, m_pending.front().first, m_pending.back().last, {})) {
+            return Failed;
+        }
+        if (m_group.glyph < 0 || !areJoined(style, run, m_pending.front().first, glyph)) {
+            break;
+        }
+        m_pending.insert(m_pending.begin(), {m_group.first, m_pending.front().first, false});
+        takeGroupBack();
     }
-    m_starts.clear();
-    for (const Piece &piece : m_pending) {
-        while (glyph < m_glyphs->size() && (*m_glyphs)[glyph].cluster < piece.first) {
-            ++glyph;
-        }
-        const bool apart = glyph < m_glyphs->size() && (*m_glyphs)[glyph].cluster == piece.first &&
-                           ((*m_glyphs)[glyph].flags & ZkShapedGlyph::UnsafeToBreak) == 0;
-        if (!apart && piece.first != m_pending.front().first) {
-            return Joined;
-        }
-        m_starts.push_back(glyph);
+    const bool keeps = !hasCircle(style, run, glyph);
+    if (!keeps && (m_pending.front().first > run.first || m_pending.back().last < run.last)) {
+        return Broken;
+    }
+    if (!findStarts(style, run, glyph)) {
+        return Joined;
     }
     m_starts.push_back(m_glyphs->size());
     for (std::size_t i = 0; i < m_pending.size(); ++i) {
-        if (m_pending[i].isKept) {
+        if (keeps && m_pending[i].isKept) {
             keep(style, run, m_pending[i], m_starts[i], m_starts[i + 1]);
         }
     }
     unlock();
     m_pending.clear();
     return Shaped;
+}
+
+/// True when HarfBuzz has added a circle to a mark without a letter, from `glyph` on. To
+/// which marks of a text it does so depends on how many syllables are between them, so
+/// such text is shaped at once.
+bool ZkRunShaper::hasCircle(const ZkShapeStyle &style, const ZkShapeRun &run, int glyph) const
+{
+    constexpr ZkUcs2 kDottedCircle = 0x25CC;
+    for (int i = glyph; style.circle != 0 && i < m_glyphs->size(); ++i) {
+        const ZkShapedGlyph &shaped = (*m_glyphs)[i];
+        if (shaped.index == style.circle && run.text[shaped.cluster] != kDottedCircle) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Finds where the glyphs of the words that were shaped as one begin, from `glyph` on.
+/// Words that are joined are not kept. False when there are some that no rule tells of.
+bool ZkRunShaper::findStarts(const ZkShapeStyle &style, const ZkShapeRun &run, int glyph)
+{
+    m_starts.clear();
+    m_group = {m_pending.front().first, glyph};
+    m_starts.push_back(glyph);
+    for (std::size_t i = 1; i < m_pending.size(); ++i) {
+        Piece &piece = m_pending[i];
+        while (glyph < m_glyphs->size() && (*m_glyphs)[glyph].cluster < piece.first) {
+            ++glyph;
+        }
+        if (glyph == m_glyphs->size() || (*m_glyphs)[glyph].cluster != piece.first) {
+            return false;
+        }
+        if (((*m_glyphs)[glyph].flags & ZkShapedGlyph::UnsafeToBreak) == 0) {
+            m_group = {piece.first, glyph};
+        } else if (areJoined(style, run, piece.first, glyph)) {
+            piece.isKept = m_pending[i - 1].isKept = false;
+        } else {
+            return false;
+        }
+        m_starts.push_back(glyph);
+    }
+    return true;
+}
+
+/// True when the font may join the word that begins at `first`, with `glyph`, with the
+/// glyphs before it.
+bool ZkRunShaper::areJoined(const ZkShapeStyle &style, const ZkShapeRun &run, int first,
+                            int glyph) const
+{
+    if (style.spaces.isEmpty()) {
+        return false;
+    }
+    // What shows nothing has the glyph of a space.
+    const std::uint32_t space = style.spaces.space();
+    std::uint32_t before = ZkSpaceRules::kNothing, behind = (*m_glyphs)[glyph].index;
+    const bool showsNothing = ((*m_glyphs)[glyph].flags & ZkShapedGlyph::Invisible) != 0;
+    if (showsNothing || (behind == space && run.text[first] != ' ')) {
+        behind = ZkSpaceRules::kHidden;
+    }
+    if (glyph - 2 >= m_runGlyph) {
+        before = (*m_glyphs)[glyph - 2].index;
+        if (before == space && run.text[first - 2] != ' ') {
+            before = ZkSpaceRules::kHidden;
+        }
+    }
+    return style.spaces.join(before, behind);
+}
+
+/// Removes the last words, to be shaped again with those that follow.
+void ZkRunShaper::takeGroupBack()
+{
+    m_glyphs->truncate(m_group.glyph);
+    m_group.glyph = -1;
 }
 
 /// Adds a word to those that are known, unless another thread, or the same text, has.

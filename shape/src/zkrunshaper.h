@@ -49,7 +49,14 @@ private:
     enum Outcome {
         Shaped,
         Joined, // the font joins words
+        Broken, // marks have no letter
         Failed,
+    };
+
+    /// The words that were appended last and are joined with each other.
+    struct Group {
+        int first;
+        int glyph; // its first one; -1 when there is no group
     };
 
     static Piece nextPiece(const ZkShapeRun &run, int first, bool byWords);
@@ -57,6 +64,10 @@ private:
     bool isKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece);
     bool appendKnown(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece);
     Outcome flush(const ZkShapeStyle &style, const ZkShapeRun &run);
+    bool hasCircle(const ZkShapeStyle &style, const ZkShapeRun &run, int glyph) const;
+    bool findStarts(const ZkShapeStyle &style, const ZkShapeRun &run, int glyph);
+    bool areJoined(const ZkShapeStyle &style, const ZkShapeRun &run, int first, int glyph) const;
+    void takeGroupBack();
     void keep(const ZkShapeStyle &style, const ZkShapeRun &run, const Piece &piece, int first,
               int last);
     bool shapeDirectly(const ZkShapeStyle &style, const ZkShapeRun &run, int first, int last,
@@ -70,8 +81,10 @@ private:
     int m_inOneLock = 0;                 // words looked up since it was taken
     hb_buffer_t *m_buffer;
     ZkShapedGlyphs *m_glyphs = nullptr; // of the caller
-    std::vector<Piece> m_pending;       // words that are not known and follow each other
-    std::vector<int> m_starts;          // their first glyphs
+    int m_runGlyph = 0;                 // the first one of the run
+    Group m_group = {0, -1};
+    std::vector<Piece> m_pending; // words that are not known and follow each other
+    std::vector<int> m_starts;    // their first glyphs
     std::vector<ZkShapedGlyph> m_word;
     std::vector<hb_feature_t> m_features;
 };

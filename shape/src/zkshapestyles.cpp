@@ -109,8 +109,11 @@ ZkShapeStyle *ZkShapeStyles::add(const ZkShapeStyleKey &key, const ZkTypeface &t
     style->segment.script = key.script;
     style->segment.direction = key.direction;
     style->segment.language = key.language;
-    style->isSpaceFree = zkIsSpaceFree(style->font, style->segment, style->features.data(),
-                                       static_cast<unsigned>(style->features.size()));
+    style->spaces.read(style->font, style->segment, style->features.data(),
+                       static_cast<unsigned>(style->features.size()));
+    style->isByWords = !style->spaces.joinAll();
+    constexpr hb_codepoint_t kDottedCircle = 0x25CC;
+    hb_font_get_nominal_glyph(style->font, kDottedCircle, &style->circle);
     style->words = ++m_lastWords;
     m_styles.push_back(style.release());
     return m_styles.back();

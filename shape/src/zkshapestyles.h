@@ -1,6 +1,7 @@
 #ifndef ZKSHAPESTYLES_H
 #define ZKSHAPESTYLES_H
 
+#include "zkspacerules.h"
 #include "zktypeface.h"
 
 #include <atomic>
@@ -38,9 +39,12 @@ struct ZkShapeStyle {
     hb_segment_properties_t segment = HB_SEGMENT_PROPERTIES_DEFAULT;
     std::vector<hb_feature_t> features;
 
-    /// True when no rule of the font joins a space with what stands behind it. Becomes
-    /// false when a text shows that one does all the same.
-    std::atomic<bool> isSpaceFree{false};
+    ZkSpaceRules spaces;
+    std::uint32_t circle = 0; // glyph of U+25CC, which HarfBuzz adds to marks without a letter
+
+    /// True when words are shaped one by one, but for those that `spaces` joins. Becomes
+    /// false when a text shows that the font joins others all the same.
+    std::atomic<bool> isByWords{false};
 
     std::uint32_t words = 0; // number of its words in the table; no other style had it
 

@@ -145,6 +145,8 @@ void ZkWordTable::unlink(ZkKnownWord *word)
 void ZkWordTable::evictOldest()
 {
     ZkKnownWord *const word = m_oldest;
+    // `unlink` below takes the word before the next call away from `m_oldest`.
+    // NOLINTNEXTLINE(clang-analyzer-unix.Malloc)
     ZkKnownWord **link = m_buckets + (word->hash & (m_bucketCount - 1));
     while (*link != word) {
         link = &(*link)->next;

@@ -9,7 +9,7 @@ namespace
 std::uint8_t noPixels = 0;
 
 // What stands for a glyph that there is no typeface or no memory for.
-const ZkGlyph emptyGlyph = {
+const ZkGlyph kEmptyGlyph = {
     {0, 0, 0, 0, 0, 0, 0, {0, 0}, &noPixels, 0xFFFF, 0}, 0, 0, nullptr, 0, 0};
 
 std::uint32_t lowOf(std::uint32_t index)
@@ -124,7 +124,7 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(face);
     if (open == nullptr) {
         for (int i = 0; i < n; ++i) {
-            out[i] = &emptyGlyph;
+            out[i] = &kEmptyGlyph;
         }
         return;
     }
@@ -149,7 +149,7 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
         }
         if (out[i] == nullptr) {
             m_cache->noteFailure();
-            out[i] = &emptyGlyph;
+            out[i] = &kEmptyGlyph;
         }
     }
 }

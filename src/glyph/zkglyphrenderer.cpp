@@ -34,7 +34,7 @@ unsigned ZkRenderedGlyph::render(FT_Face face, FT_UInt index, FT_Int32 loadFlags
     if ((failed & LoadFailed) != 0) {
         return failed; // what the slot holds is of no glyph
     }
-    const FT_GlyphSlot slot = face->glyph;
+    FT_GlyphSlotRec *const slot = face->glyph;
     m_advance = slot->advance.x;
     m_left = slot->bitmap_left;
     m_top = slot->bitmap_top;
@@ -62,7 +62,7 @@ unsigned ZkRenderedGlyph::loadAndRender(FT_Face face, FT_UInt index, FT_Int32 lo
 {
     FT_Matrix shear = kSlant;
     FT_Set_Transform(face, isStyled(ZkFontAttr::Slant) ? &shear : nullptr, nullptr);
-    const FT_GlyphSlot slot = face->glyph;
+    FT_GlyphSlotRec *const slot = face->glyph;
     if (const FT_Error error = FT_Load_Glyph(face, index, loadFlags); error != 0) {
         const bool isEmpty =
             slot->format != FT_GLYPH_FORMAT_OUTLINE && slot->format != FT_GLYPH_FORMAT_BITMAP;

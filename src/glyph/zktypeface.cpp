@@ -317,7 +317,7 @@ ZkTypeface openBytes(FontBytes font, const char *name, const ZkTypeface::Options
         }
         outcome = {ZkTypeface::OutOfMemory, "too many fonts were opened before: %s"};
     }
-    const ZkTypeface typeface = failed(outcome, name); // while the name is there
+    ZkTypeface typeface = failed(outcome, name); // while the name is there
     open->close();
     return typeface;
 }
@@ -350,7 +350,7 @@ ZkTypeface::~ZkTypeface()
         return;
     }
     if (d->error != NoError) {
-        std::free(d);
+        std::free(d); // NOLINT(clang-analyzer-unix.Malloc): the count of `noMemory` never ends
         return;
     }
     auto *const open = static_cast<ZkOpenTypeface *>(d);

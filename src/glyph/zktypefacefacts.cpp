@@ -54,7 +54,7 @@ void guessStrokes(ZkTypefaceMetrics *metrics)
 // other stroke; both upwards.
 void scaleStrokes(const ZkOpenTypeface &open, FT_Fixed scale, ZkTypefaceMetrics *metrics)
 {
-    const FT_Face face = open.face;
+    FT_FaceRec *const face = open.face;
     if (face->underline_thickness > 0) {
         const FT_Pos top = -face->underline_position - face->underline_thickness / 2;
         metrics->underlineThickness =
@@ -321,7 +321,7 @@ ZkTypefaceMetrics ZkTypeface::metrics(int pixelSize) const
     FT_Pos ascent = 0, descent = 0, height = 0; // 26.6 pixels, rounded as FreeType does
     FT_Fixed scale = 0;
     if (open->isScalable()) {
-        const FT_Face face = open->face;
+        FT_FaceRec *const face = open->face;
         scale = FT_DivFix(static_cast<FT_Long>(size) << 6,
                           std::max(1, static_cast<int>(face->units_per_EM)));
         ascent = FT_MulFix(face->ascender, scale);

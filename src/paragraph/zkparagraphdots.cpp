@@ -24,7 +24,11 @@ private:
     ZkPen dotsLength() const { return m_d.dots.advance * m_d.dots.count; }
     int headEnd(ZkPen room) const;
     int tailStart(int least, ZkPen room) const;
-    ZkPen lengthOfTail(int first) const;
+    int withoutLast(int head) const;
+    int withoutFirst(int tail) const;
+    ZkPen settle(int *head, int *tail);
+    ZkPen shapeEnds(int first, int last);
+    ZkPen extent(int first, int last) const;
 
     ZkParagraphData &m_d;
     ZkTextLine &m_line;
@@ -64,7 +68,8 @@ int Shortener::headEnd(ZkPen room) const
     if (room < 0) {
         return m_line.first;
     }
-    return m_d.contentEnd(m_line.first, m_d.overflow(m_line.first, m_hard, room));
+    const int over = m_d.overflow(m_line.first, m_hard, room);
+    return m_d.contentEnd(m_line.first, std::max(over, m_line.first));
 }
 
 // Where the end of the text begins that may be shown in `room`: in the last hard line, at
@@ -88,7 +93,8 @@ int Shortener::tailStart(int least, ZkPen room) const
         }
     }
     while (low > 0 && low < m_d.glyphs.size() &&
-           m_d.glyphs[low].cluster == m_d.glyphs[low - 1].cluster) {
+           (m_d.glyphs[low].cluster == m_d.glyphs[low - 1].cluster ||
+            m_d.glyphs[low].cluster < least)) {
         ++low; // not into a cluster
     }
     int start = low < m_d.glyphs.size() ? m_d.glyphs[low].cluster : end;
@@ -98,9 +104,77 @@ int Shortener::tailStart(int least, ZkPen room) const
     return start;
 }
 
-ZkPen Shortener::lengthOfTail(int first) const
+// The head without its last cluster.
+int Shortener::withoutLast(int head) const
 {
-    return m_d.startOf(m_d.glyphs.size()) - m_d.startOf(m_d.glyphAt(first));
+    return m_d.contentEnd(m_line.first, std::max(m_d.clusterAt(head - 1), m_line.first));
+}
+
+// The tail without its first cluster.
+int Shortener::withoutFirst(int tail) const
+{
+    const int end = m_d.text.size();
+    do {
+        ++tail;
+    } while (tail < end && (!m_d.isCluster(tail) || zkHangs(m_d.text.constData()[tail])));
+    return tail;
+}
+
+// Tabs behind the dots take no room.
+ZkPen Shortener::extent(int first, int last) const
+{
+    return last < m_d.text.size() || first == m_line.first
+               ? m_d.extent(first, last, m_hard)
+               : m_d.startOf(m_d.glyphAt(last)) - m_d.startOf(m_d.glyphAt(first));
+}
+
+// Shapes both ends of `[first, last)` again where their letters depend on what is not
+// shown. The length of all of it.
+ZkPen Shortener::shapeEnds(int first, int last)
+{
+    const int line = m_d.lines.size() - 1;
+    int start = first, end = last;
+    while (start < last && m_d.isUnsafe(start)) {
+        ++start;
+    }
+    if (last < m_d.text.size()) {
+        while (end > start && m_d.isUnsafe(end)) {
+            --end;
+        }
+    }
+    if (end == start) {
+        return first == last ? 0 : m_d.shapeAgain(first, last, first, last, line);
+    }
+    ZkPen length = extent(start, end);
+    length += first == start ? 0 : m_d.shapeAgain(first, start, first, last, line);
+    length += last == end ? 0 : m_d.shapeAgain(end, last, first, last, line);
+    return length;
+}
+
+// Takes clusters away until what is shown fits as it is shaped there. Its length.
+ZkPen Shortener::settle(int *head, int *tail)
+{
+    const ZkPen room = m_limit - dotsLength();
+    while (m_d.patches.size() > 0 && m_d.patches.last().line == m_d.lines.size() - 1) {
+        m_d.patchGlyphs.truncate(m_d.patches.last().glyphFirst);
+        m_d.patches.truncate(m_d.patches.size() - 1);
+    }
+    const int patch = m_d.patches.size(), glyph = m_d.patchGlyphs.size();
+    for (;;) {
+        const ZkPen headLength = shapeEnds(m_line.first, *head);
+        const ZkPen tailLength = shapeEnds(*tail, m_d.text.size());
+        const bool hasHead = *head > m_line.first, hasTail = *tail < m_d.text.size();
+        if (headLength + tailLength <= room || (!hasHead && !hasTail)) {
+            return headLength + tailLength;
+        }
+        if (hasHead && (!hasTail || headLength > tailLength)) {
+            *head = withoutLast(*head);
+        } else {
+            *tail = withoutFirst(*tail);
+        }
+        m_d.patches.truncate(patch);
+        m_d.patchGlyphs.truncate(glyph);
+    }
 }
 
 void Shortener::shorten()
@@ -125,13 +199,13 @@ void Shortener::shorten()
             break;
         }
     }
+    const ZkPen shown = settle(&head, &tail);
     m_d.dots.hiddenFirst = head;
     m_d.dots.hiddenLast = tail;
     m_line.last = end;
     m_line.isShortened = true;
     m_line.endsHard = true;
-    m_line.width =
-        zkPixels(m_d.extent(m_line.first, head, m_hard) + dotsLength() + lengthOfTail(tail));
+    m_line.width = zkPixels(shown + dotsLength());
 }
 
 } // namespace

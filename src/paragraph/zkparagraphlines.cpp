@@ -24,11 +24,14 @@ private:
     bool breakHard(const ZkHardLine &hard);
     int fit(int first, const ZkHardLine &hard);
     int overflowAt(int first, const ZkHardLine &hard) const;
+    int overflowOfHead() const;
     int allowedBefore(int first, int unit, const ZkHardLine &hard) const;
     int skipSpaces(int unit, const ZkHardLine &hard) const;
     bool isUnsafe(int unit) const { return m_d.isUnsafe(unit); }
     int clusterBefore(int unit) const;
     int settle(int first, int end, const ZkHardLine &hard);
+    void dropHead(int patch, int glyph);
+    void shapeHead(int first, const ZkHardLine &hard);
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
     void addLine(int first, int last, const ZkHardLine &hard);
     int nextCluster(int unit, int end) const;
@@ -36,11 +39,12 @@ private:
     ZkParagraphData &m_d;
     const ZkUcs2 *m_text;
     ZkPen m_limit;
-    // The start of the line at work that was shaped again, and what that took.
+    // The start of the line at work that was shaped again, what that took, and where its
+    // patches and their glyphs begin.
     int m_headEnd = 0;
     ZkPen m_headLength = 0;
+    int m_headPatch = 0, m_headGlyph = 0;
     ZkPen m_tailDifference = 0; // by which shaping its end again changed its length
-    bool m_isCut = false;       // letters on both sides of its end depend on each other
 };
 
 int LineBreaker::nextCluster(int unit, int end) const
@@ -67,7 +71,19 @@ int LineBreaker::overflowAt(int first, const ZkHardLine &hard) const
     if (m_headEnd <= first) {
         return m_d.overflow(first, hard, m_limit);
     }
-    return m_headLength > m_limit ? first : m_d.overflow(m_headEnd, hard, m_limit - m_headLength);
+    return m_headLength > m_limit ? overflowOfHead()
+                                  : m_d.overflow(m_headEnd, hard, m_limit - m_headLength);
+}
+
+// The first cluster of the line's start that does not fit, as that was shaped again.
+int LineBreaker::overflowOfHead() const
+{
+    ZkPen pen = 0;
+    int glyph = m_headGlyph;
+    do {
+        pen += m_d.patchGlyphs[glyph].advance;
+    } while (pen <= m_limit && ++glyph < m_d.patchGlyphs.size());
+    return m_d.patchGlyphs[glyph].cluster;
 }
 
 // The first unit from `unit` on that is no hanging space; a line end counts as one.
@@ -117,7 +133,11 @@ int LineBreaker::fit(int first, const ZkHardLine &hard)
         return end;
     }
     if (m_d.cutsWords) {
-        end = over > first ? over : nextCluster(first, hard.last);
+        end = over;
+        if (end == first) { // not even the first glyph fits: a ligature is cut
+            const int next = nextCluster(first, hard.last), part = m_d.clusterAt(next - 1);
+            end = part > first ? part : next;
+        }
         if (end > first + 1 && m_text[end - 1] == kZkSoftHyphen) {
             --end; // there is no room for its hyphen
         }
@@ -137,7 +157,7 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
 {
     m_tailDifference = 0;
     const int line = m_d.lines.size();
-    while ((m_isCut = end < hard.last && isUnsafe(end))) {
+    while (end < hard.last && isUnsafe(end)) {
         int safe = end;
         while (safe > first && isUnsafe(safe)) {
             safe = clusterBefore(safe);
@@ -150,17 +170,11 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
         const ZkPen before = isWhole ? 0 : extent(first, safe, hard);
         const ZkPen length = before + m_d.shapeAgain(safe, end, first, end, line);
         const int earlier = length <= m_limit ? first : allowedBefore(first, end - 1, hard);
-        const int cluster = clusterBefore(end);
+        const int cluster = m_d.clusterAt(end - 1);
         if (length <= m_limit || (earlier <= first && (!m_d.cutsWords || cluster <= first))) {
             m_tailDifference = length - extent(first, end, hard);
-            if (isWhole) { // and the head with it
-                int kept = patch;
-                while (kept > 0 && m_d.patches[kept - 1].line == line) {
-                    --kept;
-                }
-                std::copy(m_d.patches.begin() + patch, m_d.patches.end(),
-                          m_d.patches.begin() + kept);
-                m_d.patches.truncate(m_d.patches.size() - (patch - kept));
+            if (isWhole) {
+                dropHead(patch, glyph);
             }
             return end;
         }
@@ -171,27 +185,63 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
     return end;
 }
 
+// The start of the line was shaped with all of it: what begins at `patch` and `glyph`
+// takes its place.
+void LineBreaker::dropHead(int patch, int glyph)
+{
+    if (patch == m_headPatch) {
+        return;
+    }
+    for (int from = patch; from < m_d.patches.size(); ++from) {
+        ZkPatch &kept = m_d.patches[m_headPatch + from - patch];
+        kept = m_d.patches[from];
+        kept.glyphFirst -= glyph - m_headGlyph;
+        kept.glyphLast -= glyph - m_headGlyph;
+    }
+    m_d.patches.truncate(m_d.patches.size() - (patch - m_headPatch));
+    const int count = m_d.patchGlyphs.size();
+    for (int from = glyph; from < count; ++from) {
+        m_d.patchGlyphs[m_headGlyph + from - glyph] = m_d.patchGlyphs[from];
+    }
+    m_d.patchGlyphs.truncate(count - (glyph - m_headGlyph));
+}
+
+// Shapes a line's start again where its letters depend on those before it: up to where
+// they no longer do, or so much that the line ends in it.
+void LineBreaker::shapeHead(int first, const ZkHardLine &hard)
+{
+    m_headEnd = first;
+    m_headLength = 0;
+    m_headPatch = m_d.patches.size();
+    m_headGlyph = m_d.patchGlyphs.size();
+    if (first == hard.last || !isUnsafe(first)) {
+        return;
+    }
+    for (ZkPen room = m_limit;; room *= 2) {
+        const int reach = m_d.overflow(first, hard, room);
+        do {
+            m_headEnd = nextCluster(m_headEnd, hard.last);
+        } while (m_headEnd < hard.last && isUnsafe(m_headEnd) && m_headEnd <= reach);
+        m_headLength = m_d.shapeAgain(first, m_headEnd, first, m_headEnd, m_d.lines.size());
+        if (m_headLength > m_limit || m_headEnd == hard.last || !isUnsafe(m_headEnd)) {
+            return;
+        }
+        m_d.patches.truncate(m_headPatch);
+        m_d.patchGlyphs.truncate(m_headGlyph);
+    }
+}
+
 bool LineBreaker::breakHard(const ZkHardLine &hard)
 {
     int first = hard.first;
-    m_headEnd = first;
-    m_headLength = 0;
+    shapeHead(first, hard);
     do {
         const int end = settle(first, fit(first, hard), hard);
         addLine(first, end, hard);
         if (m_d.maximumLines > 0 && m_d.lines.size() == m_d.maximumLines) {
             return false;
         }
-        m_headEnd = end;
-        m_headLength = 0;
-        if (m_isCut) {
-            int safe = end;
-            do {
-                safe = nextCluster(safe, hard.last);
-            } while (safe < hard.last && isUnsafe(safe));
-            m_headEnd = safe;
-            m_headLength = m_d.shapeAgain(end, safe, end, safe, m_d.lines.size());
-        }
+        shapeHead(end, hard);
         first = end;
     } while (first < hard.last);
     return true;

@@ -1,5 +1,7 @@
 #include "unicode/zkbidisequence.h"
 
+#include <cstring>
+
 namespace
 {
 
@@ -12,10 +14,13 @@ enum Resolved : std::uint8_t {
     ResolvedNeutral,
     ResolvedSeparator, ///< a neutral that is a separator besides
     ResolvedMark,      ///< a neutral that is a mark, and goes with a bracket before it
+    ResolvedBracket,   ///< a neutral with a letter or number between it and the bracket before
     ResolvedMask = 7
 };
 
-// Of an opening bracket, instead: which directions stand between it and its partner.
+// Of a bracket, which is never blank: the last direction before it, when it is a
+// `ResolvedBracket`; and of an opening one which directions stand between it and its partner.
+constexpr int kLastShift = 7;
 constexpr int kInsideShift = 3;
 constexpr unsigned kInsideMask = 3;
 
@@ -126,14 +131,15 @@ constexpr WeakStep weakStep(State state, int weak)
     }
 }
 
-// A step in a byte: the next state, what the character becomes, and whether for all.
-constexpr unsigned kStateMask = 15, kResolvedShift = 4, kForAll = 0x80;
-constexpr int kWidth = 16;
+// A step in a byte: what the character becomes, whether for all, and the next state.
+constexpr unsigned kForAll = 8, kNextMask = 0xF0;
+constexpr unsigned kStateShift = 4; // also of the place of a state's steps
+constexpr unsigned kColumnsShift = 5;
 
 /// The weak rules as tables, which the compiler makes of the functions above.
 struct WeakTables {
-    std::uint8_t columns[3][kZkBidiClass + 1]; ///< by the last strong state and the class
-    std::uint8_t steps[StateCount][kWidth];
+    std::uint8_t columns[(BehindAL + 1) << kColumnsShift]; ///< the last letter's state, the class
+    std::uint8_t steps[StateCount << kStateShift];         ///< the state, the column
 };
 
 constexpr Weak weakOf(int strong, int bidi)
@@ -160,20 +166,83 @@ constexpr WeakTables weakTables()
     WeakTables tables = {};
     for (int strong = BehindL; strong <= BehindAL; ++strong) {
         for (int bidi = 0; bidi <= kZkBidiClass; ++bidi) {
-            tables.columns[strong][bidi] = weakOf(strong, bidi);
+            tables.columns[(strong << kColumnsShift) + bidi] = weakOf(strong, bidi);
         }
     }
     for (int state = 0; state < StateCount; ++state) {
         for (int weak = 0; weak < WeakCount; ++weak) {
             const WeakStep step = weakStep(static_cast<State>(state), weak);
-            tables.steps[state][weak] = static_cast<std::uint8_t>(
-                step.next | step.resolved << kResolvedShift | (step.isForAll ? kForAll : 0));
+            tables.steps[(state << kStateShift) + weak] = static_cast<std::uint8_t>(
+                unsigned{step.next} << kStateShift | step.resolved | (step.isForAll ? kForAll : 0));
         }
     }
     return tables;
 }
 
 constexpr WeakTables kWeak = weakTables();
+
+/// The weak rules: marks, numbers and what stands between and beside them.
+class WeakRules
+{
+public:
+    /// `start` is the direction of what stands before all.
+    explicit WeakRules(int start) : m_state(start != 0 ? BehindR : BehindL), m_letter(m_state) {}
+
+    /// Resolves bytes from `at` on until it has passed a bracket; where the next one is.
+    std::uint8_t *read(std::uint8_t *at, const std::uint8_t *end);
+
+    /// A bit for each kind of `Resolved` that was read last, the bracket's among them.
+    unsigned seen() const { return m_seen; }
+
+private:
+    unsigned m_state;
+    unsigned m_letter;               // the last state behind a letter
+    std::uint8_t *m_since = nullptr; // where the state began
+    unsigned m_seen = 0;
+};
+
+/// A bracket that is neutral, in contrast to what an override made of it.
+constexpr bool isBracket(unsigned byte)
+{
+    const unsigned bracket = byte & kZkBidiBracket;
+    return bracket != 0 && bracket != kZkBidiInitiator && (byte & ResolvedMask) >= ResolvedNeutral;
+}
+
+__attribute__((noinline)) std::uint8_t *WeakRules::read(std::uint8_t *at, const std::uint8_t *end)
+{
+    unsigned state = m_state << kStateShift, seen = 0, byte = 0;
+    const std::uint8_t *columns = kWeak.columns + (m_letter << kColumnsShift);
+    std::uint8_t *since = m_since;
+    while (at < end && !isBracket(byte)) {
+        const unsigned before = *at, bidi = before & kZkBidiClass;
+        const unsigned step = kWeak.steps[state | columns[bidi]];
+        const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
+        if ((step & kForAll) != 0) {
+            for (; since < at; ++since) {
+                *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
+            }
+        }
+        byte = before - bidi + resolved;
+        seen |= 1U << resolved;
+        if (next <= BehindAL << kStateShift) {
+            columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
+        }
+        since = next == state ? since : at;
+        state = next;
+        *at++ = static_cast<std::uint8_t>(byte);
+        // All but separators in numbers, and brackets, do again what the first of a kind does.
+        if (next < BetweenEN << kStateShift && (before & kZkBidiBracket) == 0) {
+            for (; at < end && *at == before; ++at) {
+                *at = static_cast<std::uint8_t>(byte);
+            }
+        }
+    }
+    m_state = state >> kStateShift;
+    m_letter = static_cast<unsigned>(columns - kWeak.columns) >> kColumnsShift;
+    m_since = since;
+    m_seen = seen;
+    return at;
+}
 
 /// Opening brackets whose partner has not come yet. Deeper ones end the search, so that
 /// every text is read in linear time.
@@ -189,19 +258,14 @@ public:
         unsigned inside; // bit 0: left to right seen since, bit 1: right to left
     };
 
-    bool push(const Entry &entry)
-    {
-        if (m_size == kDepth) {
-            return false;
-        }
-        m_entries[m_size++] = entry;
-        return true;
-    }
+    bool isFull() const { return m_size == kDepth; }
+    void push(const Entry &entry) { m_entries[m_size++] = entry; }
 
-    void see(int direction)
+    /// `directions` as in an entry.
+    void see(unsigned directions)
     {
         if (m_size > 0) {
-            m_entries[m_size - 1].inside |= 1U << direction;
+            m_entries[m_size - 1].inside |= directions;
         }
     }
 
@@ -236,90 +300,131 @@ constexpr char32_t canonicalClosing(char32_t c)
     return c == 0x232A ? U'\u3009' : c;
 }
 
+/// The bracket that closes what `c` opens.
+char32_t closingOf(char32_t c)
+{
+    // In ASCII the square and the curly one have a character between them.
+    return c < 0x80 ? c + (c == '(' ? 1 : 2) : canonicalClosing(zkMirrored(c));
+}
+
+/// The first byte of `[first, last)` that has a bit of a bracket, `last` for none.
+int findBracket(const std::uint8_t *bytes, int first, int last)
+{
+    constexpr std::uint64_t kBits = ~std::uint64_t(0) / 0xFF * kZkBidiBracket;
+    for (std::uint64_t word; first <= last - static_cast<int>(sizeof word);
+         first += static_cast<int>(sizeof word)) {
+        std::memcpy(&word, bytes + first, sizeof word);
+        if ((word & kBits) != 0) {
+            return first + __builtin_ctzll(word & kBits) / 8;
+        }
+    }
+    while (first < last && (bytes[first] & kZkBidiBracket) == 0) {
+        ++first;
+    }
+    return first;
+}
+
 } // namespace
+
+/// Pairs brackets one after the other, as the weak rules come by.
+class ZkBidiSequence::Brackets
+{
+public:
+    explicit Brackets(const ZkBidiSequence &sequence) : m_sequence(sequence) {}
+
+    /// The bracket at `i`. `seen` has a bit for each kind of `Resolved` since the last one.
+    void read(int i, unsigned seen);
+
+    /// The end of those that were read.
+    int end() const { return m_end; }
+
+private:
+    unsigned lastDirection(int i) const
+    {
+        unsigned resolved;
+        do {
+            resolved = m_sequence.m_bytes[--i] & ResolvedMask;
+        } while (resolved >= ResolvedNeutral);
+        return static_cast<unsigned>(directionOf(resolved));
+    }
+
+    const ZkBidiSequence &m_sequence;
+    OpenBrackets m_open;
+    int m_end = 0;
+    int m_opening = 0;
+    bool m_isOver = false; // there are too many open ones
+};
+
+void ZkBidiSequence::Brackets::read(int i, unsigned seen)
+{
+    std::uint8_t *const bytes = m_sequence.m_bytes;
+    const unsigned bracket = bytes[i] & kZkBidiBracket;
+    m_isOver = m_isOver || (bracket == kZkBidiOpen && m_open.isFull());
+    if (m_isOver) {
+        return;
+    }
+    m_end = i + 1;
+    constexpr unsigned kRight = 1U << ResolvedR | 1U << ResolvedEN | 1U << ResolvedAN;
+    const unsigned directions = (seen & 1U << ResolvedL) | ((seen & kRight) != 0 ? 2U : 0U);
+    m_open.see(directions);
+    if (directions != 0) {
+        bytes[i] =
+            static_cast<std::uint8_t>(bracket | ResolvedBracket | lastDirection(i) << kLastShift);
+    }
+    const char32_t c = m_sequence.character(i);
+    OpenBrackets::Entry entry = {0, i, m_opening, 0};
+    if (bracket == kZkBidiOpen) {
+        entry.closing = closingOf(c);
+        m_open.push(entry);
+        m_sequence.m_pairs[m_opening++] = -1;
+    } else if (m_open.pop(canonicalClosing(c), &entry)) {
+        m_sequence.m_pairs[entry.number] = i;
+        bytes[entry.place] |= static_cast<std::uint8_t>(entry.inside << kInsideShift);
+    }
+}
 
 void ZkBidiSequence::resolve(int level, int before, int behind)
 {
-    if (resolveWeak(before)) {
-        resolveBrackets(level, before);
+    WeakRules weak(before);
+    Brackets brackets(*this);
+    for (std::uint8_t *at = m_bytes, *const end = m_bytes + m_count; at < end;) {
+        at = weak.read(at, end);
+        if (isBracket(at[-1])) {
+            brackets.read(static_cast<int>(at - m_bytes) - 1, weak.seen());
+        }
+    }
+    if (brackets.end() > 0) {
+        resolveBrackets(level, before, brackets);
     }
     resolveNeutrals(level, before, behind);
 }
 
-/// Marks, numbers and what stands between and beside them. True when there are brackets.
-bool ZkBidiSequence::resolveWeak(int before)
-{
-    std::uint8_t *const bytes = m_bytes; // which may be anything to the compiler
-    unsigned state = before != 0 ? BehindR : BehindL;
-    const std::uint8_t *columns = kWeak.columns[state];
-    int since = 0; // where the state began
-    unsigned seen = 0;
-    for (int i = 0, count = m_count; i < count; ++i) {
-        const unsigned byte = bytes[i], rest = byte & ~static_cast<unsigned>(kZkBidiClass);
-        const unsigned step = kWeak.steps[state][columns[byte & kZkBidiClass]];
-        const unsigned next = step & kStateMask, resolved = step >> kResolvedShift & ResolvedMask;
-        seen |= rest;
-        if ((step & kForAll) != 0) {
-            for (int at = since; at < i; ++at) {
-                bytes[at] = static_cast<std::uint8_t>((bytes[at] & ~ResolvedMask) | resolved);
-            }
-        }
-        bytes[i] = static_cast<std::uint8_t>(rest | resolved);
-        columns = next <= BehindAL ? kWeak.columns[next] : columns;
-        since = next == state ? since : i;
-        state = next;
-    }
-    return (seen & kZkBidiOpen) != 0;
-}
-
-/// Notes for every opening bracket its partner and what stands between; how many there
-/// are.
-int ZkBidiSequence::findPairs()
-{
-    OpenBrackets open;
-    int count = 0;
-    for (int i = 0; i < m_count; ++i) {
-        const unsigned resolved = m_bytes[i] & ResolvedMask;
-        if (resolved < ResolvedNeutral) {
-            open.see(directionOf(resolved));
-            continue;
-        }
-        const unsigned bracket = m_bytes[i] & kZkBidiBracket;
-        if (bracket == kZkBidiOpen) {
-            if (!open.push({canonicalClosing(zkMirrored(character(i))), i, count, 0})) {
-                break;
-            }
-            m_pairs[count++] = -1;
-        } else if (bracket == kZkBidiClose) {
-            OpenBrackets::Entry entry;
-            if (open.pop(canonicalClosing(character(i)), &entry)) {
-                m_pairs[entry.number] = i;
-                m_bytes[entry.place] |= static_cast<std::uint8_t>(entry.inside << kInsideShift);
-            }
-        }
-    }
-    return count;
-}
-
 /// A pair of brackets takes the direction of what is in it, if there is any: that of the
 /// embedding if it is among them, else that of the text before when it is the same.
-void ZkBidiSequence::resolveBrackets(int level, int before)
+void ZkBidiSequence::resolveBrackets(int level, int before, const Brackets &brackets)
 {
-    const int pairs = findPairs();
     const int embedding = level & 1;
     int context = before;
     int number = 0;
-    for (int i = 0; i < m_count && number < pairs; ++i) {
-        const unsigned resolved = m_bytes[i] & ResolvedMask;
-        if (resolved < ResolvedNeutral) {
-            context = directionOf(resolved);
-        } else if ((m_bytes[i] & kZkBidiBracket) == kZkBidiOpen) {
-            const int partner = m_pairs[number++];
-            const unsigned inside = m_bytes[i] >> kInsideShift & kInsideMask;
-            m_bytes[i] &= static_cast<std::uint8_t>(~(kInsideMask << kInsideShift));
-            if (partner < 0 || inside == 0) {
-                continue;
-            }
+    for (int i = findBracket(m_bytes, 0, brackets.end()); i < brackets.end();
+         i = findBracket(m_bytes, i + 1, brackets.end())) {
+        const unsigned byte = m_bytes[i], resolved = byte & ResolvedMask;
+        const unsigned bracket = byte & kZkBidiBracket;
+        if (resolved < ResolvedNeutral || bracket == kZkBidiInitiator) {
+            // One that is resolved with its partner, or no bracket.
+            context = resolved < ResolvedNeutral ? directionOf(resolved) : context;
+            continue;
+        }
+        if (resolved == ResolvedBracket) {
+            context = static_cast<int>(byte >> kLastShift);
+        }
+        m_bytes[i] = static_cast<std::uint8_t>(bracket | ResolvedNeutral);
+        if (bracket != kZkBidiOpen) {
+            continue;
+        }
+        const int partner = m_pairs[number++];
+        const unsigned inside = byte >> kInsideShift & kInsideMask;
+        if (partner >= 0 && inside != 0) {
             const bool isOpposite = (inside >> embedding & 1) == 0 && context != embedding;
             context = isOpposite ? 1 - embedding : embedding;
             setBracket(i, context);
@@ -332,11 +437,8 @@ void ZkBidiSequence::resolveBrackets(int level, int before)
 void ZkBidiSequence::setBracket(int i, int direction)
 {
     const auto resolved = static_cast<std::uint8_t>(direction != 0 ? ResolvedR : ResolvedL);
-    m_bytes[i] = static_cast<std::uint8_t>((m_bytes[i] & kZkBidiBlank) | resolved);
-    for (int at = i + 1; at < m_count; ++at) {
-        if ((m_bytes[at] & ResolvedMask) != ResolvedMark) {
-            break;
-        }
+    m_bytes[i] = static_cast<std::uint8_t>((m_bytes[i] & kZkBidiBracket) | resolved);
+    for (int at = i + 1; at < m_count && (m_bytes[at] & ResolvedMask) == ResolvedMark; ++at) {
         m_bytes[at] = static_cast<std::uint8_t>((m_bytes[at] & ~ResolvedMask) | resolved);
     }
 }
@@ -352,23 +454,30 @@ void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
     int neutrals = 0; // where those before `i` begin; `i` when there are none
     const auto settle = [&](int end, int direction) {
         const int between = level + (direction == context ? direction ^ odd : 0);
-        for (; neutrals < end; ++neutrals) {
+        do {
             const std::uint8_t byte = bytes[neutrals];
             bytes[neutrals] = (byte & ResolvedMask) == ResolvedSeparator
                                   ? static_cast<std::uint8_t>(kZkBidiSeparator)
                                   : static_cast<std::uint8_t>((byte & kZkBidiBlank) | between);
-        }
-        context = direction;
+        } while (++neutrals < end);
     };
-    for (int i = 0, count = m_count; i < count; ++i) {
+    for (int i = 0, count = m_count; i < count;) {
         const unsigned byte = bytes[i], resolved = byte & ResolvedMask;
         if (resolved >= ResolvedNeutral) {
+            ++i;
             continue;
         }
-        settle(i, directionOf(resolved));
-        bytes[i] = static_cast<std::uint8_t>((byte & kZkBidiBlank) |
-                                             static_cast<unsigned>(levels[resolved]));
-        neutrals = i + 1;
+        if (neutrals < i) {
+            settle(i, directionOf(resolved));
+        }
+        const unsigned settled = (byte & kZkBidiBlank) | static_cast<unsigned>(levels[resolved]);
+        do {
+            bytes[i++] = static_cast<std::uint8_t>(settled);
+        } while (i < count && bytes[i] == byte);
+        neutrals = i;
+        context = directionOf(resolved);
     }
-    settle(m_count, behind);
+    if (neutrals < m_count) {
+        settle(m_count, behind);
+    }
 }

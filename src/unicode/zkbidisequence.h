@@ -35,9 +35,9 @@ public:
     void resolve(int level, int before, int behind);
 
 private:
-    bool resolveWeak(int before);
-    int findPairs();
-    void resolveBrackets(int level, int before);
+    class Brackets;
+
+    void resolveBrackets(int level, int before, const Brackets &brackets);
     void setBracket(int i, int direction);
     void resolveNeutrals(int level, int before, int behind);
 

@@ -12,12 +12,16 @@ constexpr char32_t kFirstSyllable = 0xAC00, kSyllables = 11172, kSyllablesOfVowe
 /// What every number above U+10FFFF counts as.
 constexpr char32_t kNoCharacter = 0x110000;
 
+#if ZK_HAS_LANES
+
 /// A group of units of ASCII.
 inline void readAscii(const ZkUcs2 *text, std::uint16_t *units)
 {
     const auto read = [&](int i) { units[i] = kZkAsciiUnits[text[i]]; };
     read(0), read(1), read(2), read(3), read(4), read(5), read(6), read(7);
 }
+
+#endif
 
 } // namespace
 
@@ -109,6 +113,9 @@ private:
 
     bool chooseFor(ZkUcs2 sample)
     {
+        if (sample >= kFirstSyllable) {
+            return false; // the last stretch is one of ideographs
+        }
         const ZkPlainRange *range = kZkPlainRanges;
         while (range->last < sample) {
             ++range;
@@ -121,7 +128,7 @@ private:
     }
 
     ZkLanes m_first, m_distance, m_letter;
-    ZkLanes m_space = ZkLanes::all(kZkAsciiUnits[' ']);
+    ZkLanes m_space = ZkLanes::all(kZkAsciiUnits[0x20]);
 };
 
 /// As many units as there are lanes, not all of them ASCII.

@@ -1,7 +1,6 @@
 #include <zkharfbuzzshaper.h>
 
 #include <algorithm>
-#include <chrono>
 
 #include <gtest/gtest.h>
 
@@ -9,22 +8,24 @@
 #include "scripttexts.h"
 #include "shaperun.h"
 
-// Fonts whose GSUB and GPOS tables are damaged, or made to take as long as they can.
+// Fonts whose GSUB and GPOS tables are damaged, or made to take as long as they can. HarfBuzz
+// counts the steps of rules and the glyphs that they make, and gives up: the built-in shaper
+// then takes the text, each letter as one glyph.
 
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start)
+/// HarfBuzz makes no more glyphs of a text.
+std::size_t mostGlyphs(std::size_t units)
 {
-    return std::chrono::duration<double>(Clock::now() - start).count();
+    return std::max<std::size_t>(16384, 64 * units);
 }
 
 /// Clusters lie in the text and never descend; the first glyph is that of the first unit.
 void expectSound(const std::vector<ZkShapedGlyph> &glyphs, const ShapeRun &run)
 {
     ASSERT_FALSE(glyphs.empty());
+    ASSERT_LE(glyphs.size(), mostGlyphs(run.text().size()));
     EXPECT_EQ(glyphs.front().cluster, 0);
     int previous = 0;
     for (const ZkShapedGlyph &glyph : glyphs) {
@@ -65,14 +66,13 @@ std::string substitutions(const std::vector<std::pair<unsigned, std::string>> &l
 
 } // namespace
 
-TEST(HostileFonts, DamagedRulesGiveSoundGlyphsInBoundedTime)
+TEST(HostileFonts, DamagedRulesGiveSoundGlyphs)
 {
     unsigned seed = 11;
     const auto random = [&seed](std::size_t below) {
         seed = seed * 1664525u + 1013904223u;
         return (seed >> 4) % below;
     };
-    double slowest = 0;
     for (const ScriptText &text : kScriptTexts) {
         SCOPED_TRACE(text.what);
         const FontEdit whole(text.path());
@@ -91,13 +91,10 @@ TEST(HostileFonts, DamagedRulesGiveSoundGlyphsInBoundedTime)
             const ShapeRun run(text.text, face, 16, text.isRightToLeft);
             ZkShapedWords words;
             ZkHarfBuzzShaper shaper(words);
-            const Clock::time_point start = Clock::now();
             expectSound(run.shapedBy(shaper), run);
             expectSound(run.shapedBy(shaper), run);
-            slowest = std::max(slowest, secondsSince(start));
         }
     }
-    EXPECT_LT(slowest, 5.0);
 }
 
 /// DejaVu Sans with so many rules that each make 64 letters of one.
@@ -118,11 +115,10 @@ ZkTypeface multiplying(std::size_t rules)
     return ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
 }
 
-TEST(HostileFonts, RulesThatMultiplyGlyphsEndInTime)
+TEST(HostileFonts, RulesThatMultiplyGlyphsAreGivenUp)
 {
     ZkShapedWords words;
     ZkHarfBuzzShaper shaper(words);
-    const Clock::time_point start = Clock::now();
     const ShapeRun twice(u"a", multiplying(2), 16);
     EXPECT_EQ(twice.shapedBy(shaper).size(), 64u * 64u);
     // Twenty times would be more glyphs than there are atoms: the built-in shaper steps in.
@@ -131,32 +127,42 @@ TEST(HostileFonts, RulesThatMultiplyGlyphsEndInTime)
     EXPECT_EQ(one.shapedBy(shaper).size(), 1u);
     const ShapeRun many(std::u16string(2000, u'a'), face, 16);
     EXPECT_EQ(many.shapedBy(shaper).size(), 2000u);
-    EXPECT_LT(secondsSince(start), 5.0);
     EXPECT_LE(words.stats().bytes, words.stats().budget);
 }
 
-// A rule that applies itself again where it stands.
-TEST(HostileFonts, RulesThatCallThemselvesEndInTime)
+// Rules that apply each other where they stand, in 64 levels of 60, and one that takes the
+// next glyph each time: how far the glyph got is how often it was applied.
+TEST(HostileFonts, RulesThatCallEachOtherAreCounted)
 {
     FontEdit font(ZK_FONT_DEJAVU);
     const unsigned letter = ZkTypeface::fromFile(ZK_FONT_DEJAVU).glyphIndex(U'a');
-    const unsigned records = 60;
-    std::string context = word(3) + word(1) + word(records) + word(8 + 4 * records);
-    for (unsigned i = 0; i < records; ++i) {
-        context += word(0) + word(i % 4); // position 0, one of the lookups
+    const std::string onwards = word(2) + word(1) + word(letter) + word(0xFFFF) + word(0);
+    constexpr unsigned kRecords = 60, kContexts = 4;
+    std::string context = word(3) + word(1) + word(kRecords) + word(8 + 4 * kRecords);
+    for (unsigned i = 0; i < kRecords; ++i) {
+        context += word(0) + word(i % (kContexts + 1)); // position 0, one of the lookups
     }
-    context += word(1) + word(1) + word(letter);
-    font.replace("GSUB", substitutions({4, {5u, context}}));
+    context += onwards;
+    std::vector<std::pair<unsigned, std::string>> lookups(kContexts, {5u, context});
+    lookups.push_back({1u, word(1) + word(6) + word(1) + onwards});
+    font.replace("GSUB", substitutions(lookups));
     const ZkTypeface face = ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
-    ZkHarfBuzzShaper shaper;
-    const ShapeRun run(std::u16string(500, u'a'), face, 16);
-    const Clock::time_point start = Clock::now();
-    expectSound(run.shapedBy(shaper), run);
-    EXPECT_LT(secondsSince(start), 5.0);
+    for (const std::size_t units : {1u, 2u, 7u}) {
+        ZkHarfBuzzShaper shaper;
+        const ShapeRun run(std::u16string(units, u'a'), face, 16);
+        const std::vector<ZkShapedGlyph> glyphs = run.shapedBy(shaper);
+        expectSound(glyphs, run);
+        unsigned steps = 0;
+        for (const ZkShapedGlyph &glyph : glyphs) {
+            steps += glyph.index - letter;
+        }
+        EXPECT_GT(steps, 100u);
+        EXPECT_LE(steps, 16384u) << "HarfBuzz takes no more for a short text";
+    }
 }
 
 // Long lists of ligatures are looked through to learn whether words may be kept.
-TEST(HostileFonts, TablesThatPointIntoThemselvesEndInTime)
+TEST(HostileFonts, TablesThatPointIntoThemselvesAreNotReadToTheirEnd)
 {
     FontEdit font(ZK_FONT_DEJAVU);
     // Every offset of the lookup leads to the same bytes, whose counts are 65,535.
@@ -165,9 +171,7 @@ TEST(HostileFonts, TablesThatPointIntoThemselvesEndInTime)
     const ZkTypeface face = ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
     ZkHarfBuzzShaper shaper;
     const ShapeRun run(u"some words here", face, 16);
-    const Clock::time_point start = Clock::now();
     expectSound(run.shapedBy(shaper), run);
-    EXPECT_LT(secondsSince(start), 5.0);
 }
 
 TEST(HostileFonts, AFontCutAnywhereIsNoReasonToStop)

@@ -170,11 +170,8 @@ inline std::string linesFit(const ZkParagraph &paragraph)
         // What takes no room stays with its line; all that the dots stand for is in one place.
         std::vector<int> places;
         for (const int start : clusterStarts(paragraph, line)) {
-            const ZkUcs2 c = paragraph.text().at(start);
-            const bool isAlef = c == 0x622 || c == 0x623 || c == 0x625 || c == 0x627;
-            if (mayHang(c) || (isAlef && start > 0 &&
-                               paragraph.text().at(paragraph.previousCluster(start)) == 0x644)) {
-                continue; // an alef is one glyph with the lam before it
+            if (mayHang(paragraph.text().at(start))) {
+                continue;
             }
             for (const ZkRect &rect : paragraph.selection(start, paragraph.nextCluster(start))) {
                 places.push_back(rect.left());

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <map>
 #include <random>
 #include <sstream>
@@ -300,23 +299,46 @@ TEST(ZkBidi, AnEditIsTheSameAsTheNewText)
     }
 }
 
-TEST(ZkBidi, NestingByTheTenThousandTakesLinearTime)
+TEST(ZkBidi, BracketsArePairedDownToTheDepthOfTheStandard)
 {
-    // Four times the text may take some eight times as long on a busy machine; were the
-    // time quadratic, it would be sixteen times and hours in the end.
+    // A letter from right to left in the innermost pair of a text from left to right: each
+    // pair takes the direction of what stands before it, until one is too deep to be looked
+    // at; from there on none is. So no bracket is compared with more than 63.
+    for (const int depth : {1, 62, 63, 64, 65, 1000}) {
+        Units text = {0x05D0};
+        text.insert(text.end(), static_cast<std::size_t>(depth), '(');
+        text.push_back(0x05D0);
+        text.insert(text.end(), static_cast<std::size_t>(depth), ')');
+        ZkBidi bidi;
+        bidi.setText(text.data(), static_cast<int>(text.size()), ZkBidi::LeftToRight);
+        const int behind = bidi.level(static_cast<int>(text.size()) - 1);
+        EXPECT_EQ(behind, depth <= 63 ? 1 : 0) << depth;
+        EXPECT_EQ(bidi.level(1), 1) << "between two letters, paired or not";
+    }
+}
+
+TEST(ZkBidi, NestingByTheHundredThousandEnds)
+{
+    // What grew with the square of the length would take hours.
+    const int size = 500000;
     for (const char16_t *const piece :
-         {u"(", u"\u05d0(", u"[)", u"\u2068", u"\u2067\u05d0", u"\u2068\u05d0\u2069",
-          u"\u202b\u05d0", u"\u202b\u202c", u"\u2067(", u"1,\u05d0%", u"\u2069\u202e"}) {
+         {u"(", u"\u05d0(", u"[)", u"\u05d0[)", u"\u2068", u"\u2067\u05d0", u"\u2068\u05d0\u2069",
+          u"\u202b\u05d0", u"\u202b\u202c", u"\u2067(", u"1,\u05d0%", u"\u05d0%", u"\u2069\u202e",
+          u"\u0300\u05d0(\u0300"}) {
+        const Units more = unitsOf(piece);
         Units text;
-        while (text.size() < 200000) {
-            const Units more = unitsOf(piece);
+        while (text.size() < std::size_t(size)) {
             text.insert(text.end(), more.begin(), more.end());
         }
         ZkBidi bidi;
-        const auto start = std::chrono::steady_clock::now();
-        bidi.setText(text.data(), static_cast<int>(text.size()));
-        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-        EXPECT_LT(time.count(), 2) << "200,000 units";
+        bidi.setText(text.data(), size);
         EXPECT_EQ(bidi.paragraphCount(), 1);
+        // Each part of a text of levels that do not depend on what is far away.
+        ZkBidi part;
+        part.setText(text.data(), 1000);
+        EXPECT_EQ(bidi.baseLevel(), part.baseLevel());
+        for (int i = 0; i < 500; ++i) {
+            ASSERT_EQ(bidi.level(i), part.level(i)) << i;
+        }
     }
 }

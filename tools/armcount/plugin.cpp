@@ -31,6 +31,7 @@ void qemu_plugin_register_vcpu_tb_exec_inline(qemu_plugin_tb *, qemu_plugin_op, 
                                               std::uint64_t add);
 void qemu_plugin_outs(const char *);
 
+// NOLINTNEXTLINE(readability-identifier-naming): qemu's name
 __attribute__((visibility("default"))) extern const int qemu_plugin_version = 1;
 __attribute__((visibility("default"))) int
 qemu_plugin_install(qemu_plugin_id_t id, const qemu_info_t *info, int argc, char **argv);

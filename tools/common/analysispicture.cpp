@@ -311,7 +311,7 @@ int AnalysisPicture::paintGlyph(Surface &surface, char32_t c, int x, int baselin
     if (FT_Load_Char(m_face, c, FT_LOAD_RENDER) != 0) {
         return 0;
     }
-    const FT_GlyphSlot slot = m_face->glyph;
+    FT_GlyphSlotRec *const slot = m_face->glyph;
     const FT_Bitmap &bitmap = slot->bitmap;
     const int width = static_cast<int>(bitmap.width);
     const int left = centredOn >= 0 ? centredOn - width / 2 : x + slot->bitmap_left;

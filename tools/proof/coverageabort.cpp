@@ -26,8 +26,8 @@ void dumpAndDie(int signal)
     }
 }
 
-[[maybe_unused]] const auto aborts = std::signal(SIGABRT, dumpAndDie);
-[[maybe_unused]] const auto crashes = std::signal(SIGSEGV, dumpAndDie);
+[[maybe_unused]] const auto kAborts = std::signal(SIGABRT, dumpAndDie);
+[[maybe_unused]] const auto kCrashes = std::signal(SIGSEGV, dumpAndDie);
 
 } // namespace
 

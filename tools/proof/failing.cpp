@@ -256,13 +256,15 @@ ssize_t read(int file, void *to, std::size_t bytes)
     return fails(Files, "read", CALLER) ? -1 : real(file, to, bytes);
 }
 
-// FreeType.
+// FreeType. The arguments come with their parentheses.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define FREETYPE(name, signature, arguments)                                                       \
     FT_Error name signature                                                                        \
     {                                                                                              \
         static const auto real = next<FT_Error(*) signature>(#name);                               \
         return fails(FreeType, #name, CALLER) ? FT_Err_Out_Of_Memory : real arguments;             \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 FREETYPE(FT_Init_FreeType, (FT_Library * library), (library))
 FREETYPE(FT_New_Face, (FT_Library library, const char *path, FT_Long index, FT_Face *face),

@@ -491,6 +491,7 @@ def array(kind, name, items, size):
 
 
 HASH_BITS = 9
+BUDGET = 6 * 1024  # bytes of all tables
 
 
 def class_arrays(machines, characters):
@@ -545,6 +546,9 @@ def main(arguments):
     characters = properties.read_characters(folder, properties.read_mirrors(folder))
     made = [arrays(*entry) for entry in zip(("Line", "Grapheme", "Word"), machines)]
     made += class_arrays(machines, characters)
+    total = sum(size for _, _, size in made)
+    if total > BUDGET:
+        database.fail(f"{total} bytes of tables, more than {BUDGET}")
     sizes = "\n".join(size for _, size, _ in made)
     definitions = "\n".join(text for text, _, _ in made)
     database.write(output, f"""\
@@ -559,7 +563,7 @@ def main(arguments):
 
 {definitions}""")
     print(sizes.replace("//   ", ""))
-    print(sum(size for _, _, size in made), "bytes")
+    print(total, "bytes")
 
 
 if __name__ == "__main__":

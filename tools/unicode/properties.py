@@ -37,6 +37,7 @@ from database import CODE_POINTS, read_fields, read_lines, read_property, read_s
 BLOCK = 32
 PAGE = 16  # blocks
 AREA = 16  # pages
+BUDGET = 34 * 1024  # bytes of all tables
 BITS = (0, 1, 2, 4, 8)
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -369,6 +370,9 @@ def main(arguments):
     composition_list, mark_count, high_count = composition_arrays(read_compositions(folder))
     arrays += mirror_list + composition_list
 
+    total = sum(int(size.split()[-2]) for _, size in arrays)
+    if total > BUDGET:
+        database.fail(f"{total} bytes of tables, more than {BUDGET}")
     for name in INPUTS:
         read_lines(folder, name)  # stops on a file of another version
     inputs = textwrap.fill(", ".join(INPUTS) + ".", width=96, initial_indent="// ",
@@ -393,7 +397,7 @@ const int kZkCompositionMarkCount = {mark_count};
 const int kZkHighCompositionCount = {high_count};
 """)
     print(sizes.replace("//   ", ""))
-    print(f"{sum(int(size.split()[-2]) for _, size in arrays)} bytes, {len(records)} records")
+    print(f"{total} bytes, {len(records)} records")
 
 
 if __name__ == "__main__":
