@@ -286,15 +286,10 @@ struct ZkParagraphData {
 
     /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
     /// index: most letters of a line were shown a moment ago.
-    struct Shown {
-        std::uint32_t index;
-        std::int16_t left, top;    ///< where the record belongs
-        const GlyphBitmap *bitmap; ///< null has no pixels
-    };
-    static constexpr std::uint32_t kShown = 64;
+    static constexpr std::uint32_t kShown = 128;
     static constexpr int kNotShown = -2; ///< -1 is the face of an empty chain
-    Shown *shown = nullptr;    ///< `kShown` of them; a block of its own, for both stay small
-    int shownFace = kNotShown; ///< or that, and what `shown` says is nothing
+    const ZkGlyph **shown = nullptr;     ///< `kShown` of them; a block of its own keeps both small
+    int shownFace = kNotShown;           ///< or that, and what `shown` says is nothing
     ZkFont shownFont;
 };
 
