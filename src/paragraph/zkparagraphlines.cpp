@@ -417,10 +417,14 @@ ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
 int ZkParagraphData::contentEnd(int first, int last) const
 {
     const ZkUcs2 *const units = text.constData();
-    while (last > first && zkIsBlank(units[last - 1])) {
-        --last;
+    int end = last;
+    while (end > first && zkIsBlank(units[end - 1])) {
+        --end;
     }
-    return last;
+    while (end < last && !isCluster(end)) { // a sign before a space may make it its own
+        ++end;
+    }
+    return end;
 }
 
 // What the hyphen of a soft hyphen before `end` takes.
