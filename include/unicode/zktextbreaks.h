@@ -78,8 +78,8 @@ public:
     const std::uint8_t *flags() const { return m_flags; }
 
     /// The same as `setText` into `units + 1` bytes of the caller's. Allocates nothing,
-    /// except for a breaker's answers. Only flags of `kinds` are set; one kind alone,
-    /// `Lines`, `Grapheme` or `Word`, takes less time than all.
+    /// except for a breaker's answers. Only flags of `kinds` are set; all
+    /// of them take as long as one.
     static void find(const ZkUcs2 *text, int units, std::uint8_t *flags,
                      Unspaced unspaced = BetweenClusters, ZkWordBreaker *breaker = nullptr,
                      unsigned kinds = AllKinds);

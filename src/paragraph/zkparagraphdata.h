@@ -39,12 +39,11 @@ constexpr bool zkIsBlank(ZkUcs2 c)
 
 constexpr ZkUcs2 kZkTab = 0x09, kZkSoftHyphen = 0xAD;
 
-/// The glyph that a soft hyphen shows where a line ends behind it.
-inline std::uint32_t zkHyphenOf(const ZkTypeface &face)
-{
-    const std::uint32_t hyphen = face.glyphIndex(0x2010);
-    return hyphen != 0 ? hyphen : face.glyphIndex('-');
-}
+/// A glyph for a character that the text does not have.
+struct ZkSign {
+    std::uint32_t index; ///< 0 when the typeface lacks it
+    ZkPen advance;       ///< 0 or more
+};
 
 /// What the host set for units `[first, last)`. Spans are sorted and do not overlap.
 struct ZkSpan {
@@ -207,6 +206,11 @@ struct ZkParagraphData {
 
     bool isUnsafe(int unit) const;
     ZkPen pieceLength(int first, int last, const ZkHardLine &hard);
+    bool fitsHyphened(int first, int last, const ZkHardLine &hard, ZkPen room);
+    ZkPen leastLength(int first, int last, const ZkHardLine &hard, ZkPen less, ZkPen whole);
+    ZkSign signOf(int face, ZkFont font, char32_t c) const;
+    /// What a soft hyphen shows where a line ends behind it.
+    ZkSign hyphenOf(const ZkRun &run) const;
     int tabPixels() const;
     /// Length of units `[first, last)` of one line that starts at `first`.
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
@@ -284,15 +288,10 @@ struct ZkParagraphData {
 
     /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
     /// index: most letters of a line were shown a moment ago.
-    struct Shown {
-        std::uint32_t index;
-        std::int16_t left, top;    ///< where the record belongs
-        const GlyphBitmap *bitmap; ///< null has no pixels
-    };
-    static constexpr std::uint32_t kShown = 64;
+    static constexpr std::uint32_t kShown = 128;
     static constexpr int kNotShown = -2; ///< -1 is the face of an empty chain
-    Shown *shown = nullptr;    ///< `kShown` of them; a block of its own, for both stay small
-    int shownFace = kNotShown; ///< or that, and what `shown` says is nothing
+    const ZkGlyph **shown = nullptr;     ///< `kShown` of them; a block of its own keeps both small
+    int shownFace = kNotShown;           ///< or that, and what `shown` says is nothing
     ZkFont shownFont;
 };
 

@@ -1,3 +1,4 @@
+#include "glyph/zktypefacedata.h"
 #include "paragraph/zkparagraphdata.h"
 
 #include <algorithm>
@@ -351,14 +352,76 @@ ZkPen ZkParagraphData::pieceLength(int first, int last, const ZkHardLine &hard)
     return length;
 }
 
+// Whether the word `[first, last)` fits into lines of `room` that end at its soft hyphens.
+bool ZkParagraphData::fitsHyphened(int first, int last, const ZkHardLine &hard, ZkPen room)
+{
+    while (pieceLength(first, last, hard) > room) {
+        int end = first;
+        for (int u = first + 1; u < last; ++u) {
+            if (!mayEndBefore(u)) {
+                continue;
+            }
+            if (pieceLength(first, u, hard) + hyphenAt(u) > room) {
+                break;
+            }
+            end = u;
+        }
+        if (end == first) {
+            return false;
+        }
+        first = end;
+    }
+    return true;
+}
+
+// The least room, in whole pixels, that the word `[first, last)` fits into at its soft
+// hyphens: more than `less`, unless it fits into that, and at most `whole`.
+ZkPen ZkParagraphData::leastLength(int first, int last, const ZkHardLine &hard, ZkPen less,
+                                   ZkPen whole)
+{
+    int low = zkPixels(less), high = zkPixels(whole);
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (fitsHyphened(first, last, hard, ZkPen{middle} * 64 + 31)) {
+            high = middle;
+        } else {
+            low = middle + 1;
+        }
+    }
+    return ZkPen{low} * 64;
+}
+
+// Asks what shaping remembers first.
+ZkSign ZkParagraphData::signOf(int face, ZkFont wanted, char32_t c) const
+{
+    const ZkTypeface &typeface = faces.at(face);
+    const ZkOpenTypeface *const open = ZkOpenTypeface::of(typeface);
+    ZkFontLetters *const letters = open != nullptr ? open->lettersOf(wanted) : nullptr;
+    const std::uint32_t word = letters != nullptr ? letters->letter(c) : 0;
+    if (ZkFontLetters::has(word, c)) {
+        return {ZkFontLetters::indexOf(word), ZkPen{ZkFontLetters::advanceOf(word)} * 64};
+    }
+    const std::uint32_t index = typeface.glyphIndex(c);
+    const ZkGlyph *const glyph = holder.glyph(typeface, index, wanted);
+    const int advance = std::max<int>(glyph->bitmap.advance, 0);
+    if (letters != nullptr && !glyph->isFailed()) {
+        letters->enter(c, index, advance);
+    }
+    return {index, ZkPen{advance} * 64};
+}
+
+ZkSign ZkParagraphData::hyphenOf(const ZkRun &run) const
+{
+    const ZkSign hyphen = signOf(run.face, run.font, 0x2010);
+    return hyphen.index != 0 ? hyphen : signOf(run.face, run.font, '-');
+}
+
 int ZkParagraphData::tabPixels() const
 {
     if (tabWidth > 0) {
         return tabWidth;
     }
-    const ZkTypeface &face = faces.at(0);
-    const ZkGlyph *const space = holder.glyph(face, face.glyphIndex(' '), font);
-    return std::max(space->bitmap.advance * kSpacesOfTab, 1);
+    return std::max(zkPixels(signOf(0, font, ' ').advance) * kSpacesOfTab, 1);
 }
 
 ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
@@ -378,19 +441,20 @@ ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
 int ZkParagraphData::contentEnd(int first, int last) const
 {
     const ZkUcs2 *const units = text.constData();
-    while (last > first && zkIsBlank(units[last - 1])) {
-        --last;
+    int end = last;
+    while (end > first && zkIsBlank(units[end - 1])) {
+        --end;
     }
-    return last;
+    while (end < last && !isCluster(end)) { // a sign before a space may make it its own
+        ++end;
+    }
+    return end;
 }
 
 // What the hyphen of a soft hyphen before `end` takes.
 ZkPen ZkParagraphData::hyphenAt(int end) const
 {
-    const ZkRun &run = runs[runAt(end - 1)];
-    const ZkTypeface &face = faces.at(run.face);
-    const std::uint32_t index = zkHyphenOf(face);
-    return ZkPen{holder.glyph(face, index, run.font)->bitmap.advance} * 64;
+    return hyphenOf(runs[runAt(end - 1)]).advance;
 }
 
 void ZkParagraphData::divide()

@@ -38,7 +38,9 @@ extern const std::uint32_t kZkHighCompositions[]; ///< base, mark, composed
 /// The number of the record of `c`, at most U+10FFFF.
 inline std::uint16_t zkRecordNumber(char32_t c)
 {
-    const unsigned page = kZkCharacterPages[kZkCharacterAreas[c >> 13] * 16U + (c >> 9 & 15)];
+    // The first four areas stand in their order.
+    const unsigned place = c < 0x8000 ? c >> 9 : kZkCharacterAreas[c >> 13] * 16U + (c >> 9 & 15);
+    const unsigned page = kZkCharacterPages[place];
     const unsigned block = kZkCharacterBlocks[page * 16 + (c >> 5 & 15)];
     const unsigned pattern = kZkCharacterShapes[2 * block];
     const unsigned palette = kZkCharacterShapes[2 * block + 1];

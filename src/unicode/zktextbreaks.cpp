@@ -17,8 +17,8 @@ constexpr unsigned kRevoked = ZkBreakRevoke << kVerdictShift;
 
 constexpr unsigned kAll = ZkTextBreaks::AllKinds;
 
-static_assert(unsigned(ZkBreakYes) == ZkTextBreaks::LineAllowed &&
-                  unsigned(ZkBreakMust) == ZkTextBreaks::Lines,
+static_assert(static_cast<unsigned>(ZkBreakYes) == ZkTextBreaks::LineAllowed &&
+                  static_cast<unsigned>(ZkBreakMust) == ZkTextBreaks::Lines,
               "the verdict of lines is their flags");
 
 /// Eight bytes of flags at once.

@@ -28,7 +28,9 @@ inline void readAscii(const ZkUcs2 *text, std::uint16_t *units)
 std::uint16_t zkunit::ofRecord(std::uint16_t number)
 {
     const ZkRecordBits record = zkRecordBits(number);
-    const std::uint32_t place = zkBreakKeyOf(record) * kZkClassFactor >> 23;
+    constexpr int kShift = 32 - 9; // there are 512 places
+    static_assert(sizeof kZkBreakClasses == 1U << (32 - kShift), "as the generator reckons");
+    const std::uint32_t place = zkBreakKeyOf(record) * kZkClassFactor >> kShift;
     const unsigned cls = kZkBreakClasses[place];
     const unsigned code = cls < kZkCommonClasses ? cls << (kCommonShift - kBidiBits)
                                                  : cls - kZkCommonClasses + kCommonCodes;
@@ -113,6 +115,9 @@ private:
 
     bool chooseFor(ZkUcs2 sample)
     {
+        if (sample >= kFirstSyllable) {
+            return false; // the last stretch is one of ideographs
+        }
         const ZkPlainRange *range = kZkPlainRanges;
         while (range->last < sample) {
             ++range;

@@ -216,6 +216,9 @@ inline bool sameDirections(const Units &text, ZkBidi &ours, IcuBidi &icu,
                            ZkBidi::Direction direction, int cut)
 {
     ours.setText(text.data(), sizeOf(text), direction);
+    if (text.empty()) {
+        return ours.paragraphCount() == 0;
+    }
     icu.setText(text, direction);
     if (ubidi_countParagraphs(icu.get()) != ours.paragraphCount()) {
         return false;

@@ -1,7 +1,9 @@
+#include <zkbidi.h>
 #include <zktextbreaks.h>
 
 #include "conformancefile.h"
 #include "mallochook.h"
+#include "rounds.h"
 #include "utf16.h"
 
 #include <gtest/gtest.h>
@@ -225,6 +227,36 @@ TEST(ZkTextBreaks, NothingEndsWithinASurrogatePair)
             EXPECT_EQ(breaks.flags()[i], 0) << i;
         } else {
             EXPECT_NE(breaks.flags()[i] & ZkTextBreaks::Grapheme, 0) << i;
+        }
+    }
+}
+
+TEST(ZkTextBreaks, EveryCharacterIsReadTheSameWayInEveryPlace)
+{
+    // Units are read in groups, with short ways for ASCII and for letters of one script;
+    // code points one by one. `c` stands at every place of a group, beside each of them.
+    const std::u32string kAround = U"a\u05d0\u0e01\u4e00 1\u0431\uac00";
+    const int step = kSlowTests ? 17 : 1;
+    for (char32_t c = 0; c <= 0x10FFFF; c += static_cast<char32_t>(step)) {
+        if (c >= 0xD800 && c < 0xE000) {
+            continue; // two halves of no pair side by side would be one
+        }
+        std::u32string text;
+        for (std::size_t i = 0; i < 16; ++i) {
+            text += i == c % 16 || i == 3 ? c : kAround[(c / 16 + i / 5) % kAround.size()];
+        }
+        std::uint8_t expected[17], found[33];
+        ZkTextBreaks::find(text.data(), 16, expected);
+        const Units units = utf16Of(text);
+        const std::vector<int> starts = unitStarts(text);
+        ZkTextBreaks::find(units.data(), static_cast<int>(units.size()), found);
+        ZkBidi ofPoints, ofUnits;
+        ofPoints.setText(text.data(), 16);
+        ofUnits.setText(units.data(), static_cast<int>(units.size()));
+        for (std::size_t i = 0; i < 16; ++i) {
+            ASSERT_EQ(found[starts[i]], expected[i]) << std::hex << unsigned(c) << " at " << i;
+            ASSERT_EQ(ofUnits.level(starts[i]), ofPoints.level(static_cast<int>(i)))
+                << std::hex << unsigned(c) << " at " << i;
         }
     }
 }

@@ -215,6 +215,7 @@ class Trie:
                 areas[area] = len(areas)
                 self.pages.extend(area)
             self.areas.append(areas[area])
+        assert self.areas[:4] == list(range(4))  # the first ones stand in their order
 
     def number_blocks(self, numbers):
         """Gives equal blocks one number, and each its pattern and its palette."""
