@@ -2,19 +2,11 @@
 // constructed, divided, placed and destroyed each time; all glyphs are warm. Times
 // are per character.
 
-#include "texts.h"
-#include "textstack.h"
+#include "layoutpeers.h"
 
-#include <zkfontmetrics.h>
 #include <zkscriptrules.h>
 
-#include <SDL_ttf.h>
-#include <benchmark/benchmark.h>
-#include <fribidi.h>
-#include <hb-ft.h>
-#include <hb.h>
 #include <imgui.h>
-#include <pango/pangoft2.h>
 #include <unicode/ubidi.h>
 #include <unicode/ushape.h>
 
@@ -26,60 +18,6 @@
 
 namespace
 {
-
-constexpr int kPixels = 16, kWrapWidth = 400;
-constexpr std::size_t kParagraph = 10000;
-const char *const kLabel = "Settings 24%"; // 12 characters
-
-void countCharacters(benchmark::State &state, std::size_t characters)
-{
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * characters));
-}
-
-// Ours
-
-void layOut(const ZkString &text)
-{
-    ZkFontMetrics layout(text, ZkFont());
-    layout.setWorpWrap(true);
-    layout.setTextMinRect(0, 0, kWrapWidth, 1000);
-    benchmark::DoNotOptimize(layout.paintInfoList().size());
-}
-
-void layoutZk(benchmark::State &state, const BenchText &text, const std::string &utf8)
-{
-    ZkFontMetrics::setFontFile(text.font);
-    const ZkString units(utf8.c_str());
-    layOut(units);
-    for (auto _ : state) {
-        layOut(units);
-    }
-    countCharacters(state, static_cast<std::size_t>(units.size()));
-}
-
-// Pango: a layout object per text, asked for its extents.
-void layoutPango(benchmark::State &state, const BenchText &text, const std::string &utf8)
-{
-    PangoFontMap *map = pango_ft2_font_map_new();
-    PangoContext *context = pango_font_map_create_context(map);
-    PangoFontDescription *font = pango_font_description_new();
-    pango_font_description_set_family(font, text.family);
-    pango_font_description_set_absolute_size(font, kPixels * PANGO_SCALE);
-    for (auto _ : state) {
-        PangoLayout *layout = pango_layout_new(context);
-        pango_layout_set_font_description(layout, font);
-        pango_layout_set_width(layout, kWrapWidth * PANGO_SCALE);
-        pango_layout_set_text(layout, utf8.data(), static_cast<int>(utf8.size()));
-        PangoRectangle extents;
-        pango_layout_get_pixel_extents(layout, nullptr, &extents);
-        benchmark::DoNotOptimize(extents.height);
-        g_object_unref(layout);
-    }
-    countCharacters(state, unitCount(utf8));
-    pango_font_description_free(font);
-    g_object_unref(context);
-    g_object_unref(map);
-}
 
 // HarfBuzz shapes the runs that FriBidi finds; lines are then cut greedily at spaces.
 
@@ -102,44 +40,14 @@ int cutLines(const std::vector<FriBidiChar> &text, const std::vector<int> &advan
 
 void layoutHarfBuzz(benchmark::State &state, const BenchText &text, const std::string &utf8)
 {
-    FT_Library library = nullptr;
-    FT_Face face = nullptr;
-    FT_Init_FreeType(&library);
-    FT_New_Face(library, text.font, 0, &face);
-    FT_Set_Pixel_Sizes(face, 0, kPixels);
-    hb_font_t *font = hb_ft_font_create(face, nullptr);
-    hb_buffer_t *buffer = hb_buffer_create();
+    StackShaper shaper(text.font, kPixels);
     const std::vector<FriBidiChar> units = codePoints(utf8);
     for (auto _ : state) {
-        std::vector<int> advances(units.size());
-        const BidiRuns runs(units);
-        for (std::size_t start = 0; start < units.size();) {
-            const std::size_t end = runs.end(start);
-            shapeRun(font, buffer, units, start, end, runs.levels[start] & 1, advances);
-            start = end;
-        }
+        std::vector<int> advances;
+        shaper.shape(units, advances);
         benchmark::DoNotOptimize(cutLines(units, advances));
     }
     countCharacters(state, units.size());
-    hb_buffer_destroy(buffer);
-    hb_font_destroy(font);
-    FT_Done_Face(face);
-    FT_Done_FreeType(library);
-}
-
-// SDL_ttf: the size of the whole text as one line, which is the least it can be asked.
-void layoutSdlTtf(benchmark::State &state, const BenchText &text, const std::string &utf8)
-{
-    TTF_Init();
-    TTF_Font *font = TTF_OpenFont(text.font, kPixels);
-    for (auto _ : state) {
-        int width = 0, height = 0;
-        TTF_SizeUTF8(font, utf8.c_str(), &width, &height);
-        benchmark::DoNotOptimize(width);
-    }
-    countCharacters(state, unitCount(utf8));
-    TTF_CloseFont(font);
-    TTF_Quit();
 }
 
 // Dear ImGui: measuring with wrapping, over an atlas that has the whole plane.
@@ -218,17 +126,15 @@ void prepareIcu(benchmark::State &state, const std::u16string &text)
     countCharacters(state, text.size());
 }
 
-using Run = void (*)(benchmark::State &, const BenchText &, const std::string &);
-
 void registerLayout(const BenchText &text, const std::string &kind, const std::string &utf8)
 {
     const struct {
         const char *who;
-        Run run;
-    } kPeers[] = {{"zk", layoutZk},
-                  {"pango", layoutPango},
+        BenchRun run;
+    } kPeers[] = {{"zk", wholeClassic},
+                  {"pango", wholePango},
                   {"harfbuzz", layoutHarfBuzz},
-                  {"sdl_ttf", layoutSdlTtf},
+                  {"sdl_ttf", measureSdlTtf},
                   {"imgui", layoutImGui}};
     for (const auto &peer : kPeers) {
         benchmark::RegisterBenchmark((kind + "/" + text.name + "/" + peer.who).c_str(), peer.run,

@@ -6,19 +6,11 @@
 //   width    another width for a paragraph that is there
 //   label    12 characters from nothing, shortened with an ellipsis
 
-#include "texts.h"
-#include "textstack.h"
+#include "layoutpeers.h"
 
-#include <zkfontmetrics.h>
 #include <zkparagraph.h>
 
-#include <SDL_ttf.h>
-#include <benchmark/benchmark.h>
-#include <fribidi.h>
-#include <hb-ft.h>
-#include <hb.h>
 #include <linebreak.h>
-#include <pango/pangoft2.h>
 #include <unicode/brkiter.h>
 
 #include <memory>
@@ -29,14 +21,7 @@
 namespace
 {
 
-constexpr int kPixels = 16, kWrapWidth = 400, kOtherWidth = 300, kLabelWidth = 60;
-constexpr std::size_t kParagraph = 10000;
-const char *const kLabel = "Settings 24%"; // 12 characters
-
-void countCharacters(benchmark::State &state, std::size_t characters)
-{
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * characters));
-}
+constexpr int kOtherWidth = 300, kLabelWidth = 60;
 
 // Ours
 
@@ -111,81 +96,7 @@ void labelZk(benchmark::State &state, const BenchText &text, const std::string &
     countCharacters(state, static_cast<std::size_t>(units.size()));
 }
 
-// Our classic path: no direction, no marks, no fonts that stand in.
-
-void layOutClassic(const ZkString &text)
-{
-    ZkFontMetrics layout(text, ZkFont());
-    layout.setWorpWrap(true);
-    layout.setTextMinRect(0, 0, kWrapWidth, 1000);
-    benchmark::DoNotOptimize(layout.paintInfoList().size());
-}
-
-void wholeClassic(benchmark::State &state, const BenchText &text, const std::string &utf8)
-{
-    ZkFontMetrics::setFontFile(text.font);
-    const ZkString units(utf8.c_str());
-    layOutClassic(units);
-    for (auto _ : state) {
-        layOutClassic(units);
-    }
-    countCharacters(state, static_cast<std::size_t>(units.size()));
-}
-
 // Pango
-
-class PangoText
-{
-public:
-    explicit PangoText(const BenchText &text)
-        : m_map(pango_ft2_font_map_new()),
-          m_context(pango_font_map_create_context(m_map)),
-          m_font(pango_font_description_new())
-    {
-        pango_font_description_set_family(m_font, text.family);
-        pango_font_description_set_absolute_size(m_font, kPixels * PANGO_SCALE);
-    }
-    ~PangoText()
-    {
-        pango_font_description_free(m_font);
-        g_object_unref(m_context);
-        g_object_unref(m_map);
-    }
-    PangoText(const PangoText &) = delete;
-    PangoText &operator=(const PangoText &) = delete;
-
-    PangoLayout *layout(const std::string &utf8, int width) const
-    {
-        PangoLayout *made = pango_layout_new(m_context);
-        pango_layout_set_font_description(made, m_font);
-        pango_layout_set_width(made, width * PANGO_SCALE);
-        pango_layout_set_text(made, utf8.data(), static_cast<int>(utf8.size()));
-        return made;
-    }
-
-    static int height(PangoLayout *layout)
-    {
-        PangoRectangle extents;
-        pango_layout_get_pixel_extents(layout, nullptr, &extents);
-        return extents.height;
-    }
-
-private:
-    PangoFontMap *m_map;
-    PangoContext *m_context;
-    PangoFontDescription *m_font;
-};
-
-void wholePango(benchmark::State &state, const BenchText &text, const std::string &utf8)
-{
-    const PangoText pango(text);
-    for (auto _ : state) {
-        PangoLayout *layout = pango.layout(utf8, kWrapWidth);
-        benchmark::DoNotOptimize(PangoText::height(layout));
-        g_object_unref(layout);
-    }
-    countCharacters(state, unitCount(utf8));
-}
 
 void widthPango(benchmark::State &state, const BenchText &text, const std::string &utf8)
 {
@@ -218,35 +129,12 @@ void labelPango(benchmark::State &state, const BenchText &text, const std::strin
 class Stack
 {
 public:
-    explicit Stack(const char *font)
-    {
-        FT_Init_FreeType(&m_library);
-        FT_New_Face(m_library, font, 0, &m_face);
-        FT_Set_Pixel_Sizes(m_face, 0, kPixels);
-        m_font = hb_ft_font_create(m_face, nullptr);
-        m_buffer = hb_buffer_create();
-        init_linebreak();
-    }
-    ~Stack()
-    {
-        hb_buffer_destroy(m_buffer);
-        hb_font_destroy(m_font);
-        FT_Done_Face(m_face);
-        FT_Done_FreeType(m_library);
-    }
-    Stack(const Stack &) = delete;
-    Stack &operator=(const Stack &) = delete;
+    explicit Stack(const char *font) : m_shaper(font, kPixels) { init_linebreak(); }
 
     void shape(const std::vector<FriBidiChar> &text)
     {
-        advances.assign(text.size(), 0);
         breaks.resize(text.size());
-        const BidiRuns runs(text);
-        for (std::size_t start = 0; start < text.size();) {
-            const std::size_t end = runs.end(start);
-            shapeRun(m_font, m_buffer, text, start, end, runs.levels[start] & 1, advances);
-            start = end;
-        }
+        m_shaper.shape(text, advances);
         set_linebreaks_utf32(text.data(), text.size(), "", breaks.data());
     }
 
@@ -271,10 +159,7 @@ public:
     std::vector<char> breaks; // behind each character
 
 private:
-    FT_Library m_library = nullptr;
-    FT_Face m_face = nullptr;
-    hb_font_t *m_font = nullptr;
-    hb_buffer_t *m_buffer = nullptr;
+    StackShaper m_shaper;
 };
 
 void wholeStack(benchmark::State &state, const BenchText &text, const std::string &utf8)
@@ -333,26 +218,9 @@ void widthIcu(benchmark::State &state, const BenchText &text, const std::string 
     countCharacters(state, stack.advances.size());
 }
 
-// SDL_ttf: the size of the text as one line, which is the least it can be asked.
-void measureSdlTtf(benchmark::State &state, const BenchText &text, const std::string &utf8)
-{
-    TTF_Init();
-    TTF_Font *font = TTF_OpenFont(text.font, kPixels);
-    for (auto _ : state) {
-        int width = 0, height = 0;
-        TTF_SizeUTF8(font, utf8.c_str(), &width, &height);
-        benchmark::DoNotOptimize(width);
-    }
-    countCharacters(state, unitCount(utf8));
-    TTF_CloseFont(font);
-    TTF_Quit();
-}
-
-using Run = void (*)(benchmark::State &, const BenchText &, const std::string &);
-
 const struct {
     const char *kind, *who;
-    Run run;
+    BenchRun run;
 } kRows[] = {
     {"whole", "zk", wholeZk},
     {"whole", "classic", wholeClassic},

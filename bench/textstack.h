@@ -3,6 +3,7 @@
 
 #include <benchmark/benchmark.h>
 #include <fribidi.h>
+#include <hb-ft.h>
 #include <hb.h>
 
 #include <string>
@@ -65,5 +66,45 @@ inline void shapeRun(hb_font_t *font, hb_buffer_t *buffer, const std::vector<Fri
         advances[infos[i].cluster] += positions[i].x_advance;
     }
 }
+
+/// A font, and HarfBuzz with all that it needs.
+class StackShaper
+{
+public:
+    StackShaper(const char *font, int pixels)
+    {
+        FT_Init_FreeType(&m_library);
+        FT_New_Face(m_library, font, 0, &m_face);
+        FT_Set_Pixel_Sizes(m_face, 0, static_cast<FT_UInt>(pixels));
+        m_font = hb_ft_font_create(m_face, nullptr);
+        m_buffer = hb_buffer_create();
+    }
+    ~StackShaper()
+    {
+        hb_buffer_destroy(m_buffer);
+        hb_font_destroy(m_font);
+        FT_Done_Face(m_face);
+        FT_Done_FreeType(m_library);
+    }
+    StackShaper(const StackShaper &) = delete;
+    StackShaper &operator=(const StackShaper &) = delete;
+
+    void shape(const std::vector<FriBidiChar> &text, std::vector<int> &advances)
+    {
+        advances.assign(text.size(), 0);
+        const BidiRuns runs(text);
+        for (std::size_t start = 0; start < text.size();) {
+            const std::size_t end = runs.end(start);
+            shapeRun(m_font, m_buffer, text, start, end, runs.levels[start] & 1, advances);
+            start = end;
+        }
+    }
+
+private:
+    FT_Library m_library = nullptr;
+    FT_Face m_face = nullptr;
+    hb_font_t *m_font = nullptr;
+    hb_buffer_t *m_buffer = nullptr;
+};
 
 #endif

@@ -1,12 +1,13 @@
-// Labels laid out by one and by two threads. Counting owners takes a locked
-// instruction as soon as a process has a second thread, so the single thread here
-// has an idle one beside it. Times are per character of all threads together: two
-// threads that do not disturb each other halve them. The number of rounds is given,
-// for each trial would start a thread more, and the ninth shares the first one's lock.
+// Labels laid out by one and by two threads, by the classic engine and as paragraphs. Counting
+// owners takes a locked instruction as soon as a process has a second thread, so the single thread
+// here has an idle one beside it. Times are per character of all threads together: two threads that
+// do not disturb each other halve them. The number of rounds is given, for each trial would start a
+// thread more, and the ninth shares the first one's lock.
 
 #include "hits.h"
 
 #include <zkfontmetrics.h>
+#include <zkparagraph.h>
 
 #include <benchmark/benchmark.h>
 
@@ -27,6 +28,22 @@ void labels(benchmark::State &state, bool isShared)
         layout.setWorpWrap(true);
         layout.setTextMinRect(0, 0, 400, 1000);
         benchmark::DoNotOptimize(layout.paintInfoList().size());
+    }
+    state.SetItemsProcessed(state.iterations() * text.size());
+}
+
+// The same labels by the Unicode path, placed too.
+void paragraphs(benchmark::State &state, bool isShared)
+{
+    static const ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
+    const ZkString text(kLabels[isShared ? 0 : state.thread_index()]);
+    for (auto _ : state) {
+        ZkParagraph label;
+        label.setChain(chain);
+        label.setText(text);
+        label.setWidth(400);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        benchmark::DoNotOptimize(label.glyphs(0, &glyphs));
     }
     state.SetItemsProcessed(state.iterations() * text.size());
 }
@@ -54,16 +71,22 @@ int main(int argc, char **argv)
     ZkFontMetrics::setFontFile(ZK_FONT_DEJAVU);
     warmUp();
     registerHits("hit, several threads");
-    for (const int threads : {1, 2}) {
-        const std::string name = "labels/" + std::to_string(threads) + " threads";
-        benchmark::RegisterBenchmark((name + ", other letters/zk").c_str(), labels, false)
-            ->Threads(threads)
-            ->Iterations(1000000)
-            ->UseRealTime();
-        benchmark::RegisterBenchmark((name + ", the same letters/zk").c_str(), labels, true)
-            ->Threads(threads)
-            ->Iterations(1000000)
-            ->UseRealTime();
+    const struct {
+        const char *name;
+        void (*run)(benchmark::State &, bool);
+    } kRows[] = {{"labels", labels}, {"paragraphs", paragraphs}};
+    for (const auto &row : kRows) {
+        for (const int threads : {1, 2}) {
+            const std::string name = std::string(row.name) + '/' + std::to_string(threads);
+            for (const bool isShared : {false, true}) {
+                const char *const which = isShared ? "the same" : "other";
+                benchmark::RegisterBenchmark((name + " threads, " + which + " letters/zk").c_str(),
+                                             row.run, isShared)
+                    ->Threads(threads)
+                    ->Iterations(1000000)
+                    ->UseRealTime();
+            }
+        }
     }
     benchmark::Initialize(&argc, argv);
     // Not in this thread: its heap is where the glyphs lie, so what it writes there

@@ -87,5 +87,5 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "example_label: %s\n", problem.c_str());
         return 1;
     }
-    return 0;
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;
 }

@@ -199,8 +199,9 @@ public:
 
     int width() const;  ///< of the widest line
     int height() const; ///< of all lines
-    /// The widest piece that no line may end in: the least width at which nothing sticks
-    /// out when words are not cut.
+    /// The least width at which nothing sticks out when words are not cut: that of the
+    /// widest piece that no line may end in. A soft hyphen whose hyphen would need more
+    /// room than the word without it is not one to end at.
     int minWidth() const;
     /// The widest line without wrapping: the least width at which nothing wraps.
     int maxWidth() const;

@@ -225,12 +225,8 @@ void ZkGlyphHolder::clear()
     {
         const ZkGlyphStripeLock lock(m_cache->ownStripe());
         touchAll();
-        if (m_slots == m_inline) {
-            std::memset(static_cast<void *>(m_inline), 0, sizeof m_inline);
-        } else {
-            std::memset(static_cast<void *>(m_slots), 0,
-                        (m_mask + std::size_t{1}) * sizeof *m_slots);
-        }
+        std::memset(static_cast<void *>(m_slots), 0,
+                    (static_cast<std::size_t>(m_mask) + 1) * sizeof *m_slots);
         m_count = 0;
     }
     m_cache->keepBudget();

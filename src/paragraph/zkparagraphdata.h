@@ -207,6 +207,8 @@ struct ZkParagraphData {
 
     bool isUnsafe(int unit) const;
     ZkPen pieceLength(int first, int last, const ZkHardLine &hard);
+    bool fitsHyphened(int first, int last, const ZkHardLine &hard, ZkPen room);
+    ZkPen leastLength(int first, int last, const ZkHardLine &hard, ZkPen less, ZkPen whole);
     int tabPixels() const;
     /// Length of units `[first, last)` of one line that starts at `first`.
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
@@ -284,15 +286,10 @@ struct ZkParagraphData {
 
     /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
     /// index: most letters of a line were shown a moment ago.
-    struct Shown {
-        std::uint32_t index;
-        std::int16_t left, top;    ///< where the record belongs
-        const GlyphBitmap *bitmap; ///< null has no pixels
-    };
-    static constexpr std::uint32_t kShown = 64;
+    static constexpr std::uint32_t kShown = 128;
     static constexpr int kNotShown = -2; ///< -1 is the face of an empty chain
-    Shown *shown = nullptr;    ///< `kShown` of them; a block of its own, for both stay small
-    int shownFace = kNotShown; ///< or that, and what `shown` says is nothing
+    const ZkGlyph **shown = nullptr;     ///< `kShown` of them; a block of its own keeps both small
+    int shownFace = kNotShown;           ///< or that, and what `shown` says is nothing
     ZkFont shownFont;
 };
 

@@ -307,17 +307,22 @@ int ZkParagraph::minWidth() const
         ZkPen widest = 0;
         for (const ZkHardLine &hard : d->hardLines) {
             int first = hard.first;
+            bool hasHyphens = false; // of the word from `first` on
             for (int u = first + 1; u <= hard.last; ++u) {
                 if (!d->mayEndBefore(u)) {
                     continue;
                 }
-                const int end = d->contentEnd(first, u);
-                ZkPen piece = d->pieceLength(first, end, hard);
                 if (u < hard.last && d->text.constData()[u - 1] == kZkSoftHyphen) {
-                    piece += d->hyphenAt(u);
+                    hasHyphens = true;
+                    continue;
                 }
-                widest = std::max(widest, piece);
+                const int end = d->contentEnd(first, u);
+                const ZkPen whole = d->pieceLength(first, end, hard);
+                if (whole > widest) {
+                    widest = hasHyphens ? d->leastLength(first, end, hard, widest, whole) : whole;
+                }
                 first = u;
+                hasHyphens = false;
             }
         }
         d->minimum = zkPixels(widest);

@@ -351,6 +351,45 @@ ZkPen ZkParagraphData::pieceLength(int first, int last, const ZkHardLine &hard)
     return length;
 }
 
+// Whether the word `[first, last)` fits into lines of `room` that end at its soft hyphens.
+bool ZkParagraphData::fitsHyphened(int first, int last, const ZkHardLine &hard, ZkPen room)
+{
+    while (pieceLength(first, last, hard) > room) {
+        int end = first;
+        for (int u = first + 1; u < last; ++u) {
+            if (!mayEndBefore(u)) {
+                continue;
+            }
+            if (pieceLength(first, u, hard) + hyphenAt(u) > room) {
+                break;
+            }
+            end = u;
+        }
+        if (end == first) {
+            return false;
+        }
+        first = end;
+    }
+    return true;
+}
+
+// The least room, in whole pixels, that the word `[first, last)` fits into at its soft
+// hyphens: more than `less`, unless it fits into that, and at most `whole`.
+ZkPen ZkParagraphData::leastLength(int first, int last, const ZkHardLine &hard, ZkPen less,
+                                   ZkPen whole)
+{
+    int low = zkPixels(less), high = zkPixels(whole);
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (fitsHyphened(first, last, hard, ZkPen{middle} * 64 + 31)) {
+            high = middle;
+        } else {
+            low = middle + 1;
+        }
+    }
+    return ZkPen{low} * 64;
+}
+
 int ZkParagraphData::tabPixels() const
 {
     if (tabWidth > 0) {
@@ -378,10 +417,14 @@ ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
 int ZkParagraphData::contentEnd(int first, int last) const
 {
     const ZkUcs2 *const units = text.constData();
-    while (last > first && zkIsBlank(units[last - 1])) {
-        --last;
+    int end = last;
+    while (end > first && zkIsBlank(units[end - 1])) {
+        --end;
     }
-    return last;
+    while (end < last && !isCluster(end)) { // a sign before a space may make it its own
+        ++end;
+    }
+    return end;
 }
 
 // What the hyphen of a soft hyphen before `end` takes.

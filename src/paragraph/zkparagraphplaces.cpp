@@ -6,7 +6,6 @@
 namespace
 {
 
-using Shown = ZkParagraphData::Shown;
 constexpr std::uint32_t kShown = ZkParagraphData::kShown;
 constexpr int kMostAsked = 16; // glyphs that the cache is asked for at once
 
@@ -53,7 +52,19 @@ private:
                   int tag);
     void addSign(int face, ZkFont font, std::uint32_t index, ZkPen left, int cluster, int tag);
     void show(int face, ZkFont font);
-    const Shown &find(const ZkShapedGlyph *glyphs, int i, int end, int step);
+    const ZkGlyph *find(const ZkShapedGlyph *glyphs, int i, int end, int step);
+    const ZkGlyph *remembered(std::uint32_t index) const
+    {
+        const ZkGlyph *const glyph = m_d.shown[index % kShown];
+        return glyph != nullptr && glyph->index() == index ? glyph : nullptr;
+    }
+    static bool hasPixels(const GlyphBitmap &bitmap)
+    {
+        return bitmap.width != 0 && bitmap.height != 0;
+    }
+    // An outlined record tells a top that is two rows too low; its ink belongs where the
+    // plain glyph has it.
+    int lowering() const { return m_d.shownFont.isOutline() ? 2 : 0; }
     template <bool isRightToLeft>
     void addPlain(const ZkLineItem &item, ZkPen left);
     void addStretch(const ZkRun &run, ZkFont font, ZkPen left, ZkPen right);
@@ -265,38 +276,31 @@ void LinePlacer::show(int face, ZkFont font)
     }
     m_d.shownFace = face;
     m_d.shownFont = font;
-    constexpr std::size_t kBytes = kShown * sizeof(Shown);
+    constexpr std::size_t kBytes = kShown * sizeof(ZkGlyph *);
     if (m_d.shown == nullptr) {
-        m_d.shown = static_cast<Shown *>(zkAllocate(kBytes));
+        m_d.shown = static_cast<const ZkGlyph **>(zkAllocate(kBytes));
     }
-    std::memset(m_d.shown, 0xFF, kBytes); // of no glyph
+    std::memset(static_cast<void *>(m_d.shown), 0, kBytes);
 }
 
 // The record of glyph `i` of an item, which is not remembered: asks for those behind it that
 // are not either with it.
-const Shown &LinePlacer::find(const ZkShapedGlyph *glyphs, int i, int end, int step)
+const ZkGlyph *LinePlacer::find(const ZkShapedGlyph *glyphs, int i, int end, int step)
 {
     std::uint32_t indices[kMostAsked];
     const ZkGlyph *found[kMostAsked];
     int count = 0;
     for (int k = i, rest = kMostAsked; k != end && rest > 0; k += step, --rest) {
         const bool isSeen = (glyphs[k].flags & ZkShapedGlyph::Invisible) == 0;
-        if (isSeen && m_d.shown[glyphs[k].index % kShown].index != glyphs[k].index) {
+        if (isSeen && remembered(glyphs[k].index) == nullptr) {
             indices[count++] = glyphs[k].index;
         }
     }
-    const ZkFont font = m_d.shownFont;
-    m_d.holder.fetch(m_d.faces.at(m_d.shownFace), font, indices, count, found);
-    while (count-- > 0) { // the first of them last, so that it is there
-        const GlyphBitmap &bitmap = found[count]->bitmap;
-        // An outlined record tells a top that is two rows too low; its ink belongs where
-        // the plain glyph has it.
-        const int top = bitmap.top + (font.isOutline() ? 2 : 0);
-        m_d.shown[indices[count] % kShown] = {
-            indices[count], bitmap.left, static_cast<std::int16_t>(top),
-            bitmap.width == 0 || bitmap.height == 0 ? nullptr : &bitmap};
+    m_d.holder.fetch(m_d.faces.at(m_d.shownFace), m_d.shownFont, indices, count, found);
+    for (int k = 0; k < count; ++k) {
+        m_d.shown[indices[k] % kShown] = found[k];
     }
-    return m_d.shown[glyphs[i].index % kShown];
+    return found[0];
 }
 
 inline void LinePlacer::addGlyph(const ZkShapedGlyph *glyphs, int i, int end, int step, ZkPen pen,
@@ -306,13 +310,13 @@ inline void LinePlacer::addGlyph(const ZkShapedGlyph *glyphs, int i, int end, in
     if ((glyph.flags & ZkShapedGlyph::Invisible) != 0) {
         return;
     }
-    const Shown *shown = &m_d.shown[glyph.index % kShown];
-    if (shown->index != glyph.index) {
-        shown = &find(glyphs, i, end, step);
-    }
-    if (shown->bitmap != nullptr) {
-        m_d.placed.append({shown->bitmap, zkPixels(pen + glyph.x) + shown->left,
-                           m_line.baseline + zkPixels(glyph.y) - shown->top, cluster, tag});
+    const ZkGlyph *known = remembered(glyph.index);
+    known = known != nullptr ? known : find(glyphs, i, end, step);
+    const GlyphBitmap &bitmap = known->bitmap;
+    if (hasPixels(bitmap)) {
+        m_d.placed.append({&bitmap, zkPixels(pen + glyph.x) + bitmap.left,
+                           m_line.baseline + zkPixels(glyph.y) - lowering() - bitmap.top, cluster,
+                           tag});
     }
 }
 
@@ -385,10 +389,9 @@ void LinePlacer::addPlain(const ZkLineItem &item, ZkPen left)
     constexpr int kStep = isRightToLeft ? -1 : 1;
     constexpr int kPart = 1 << ZkParagraphData::kPenShift;
     const ZkShapedGlyph *const glyphs = &m_d.glyphs[0];
-    const Shown *const remembered = m_d.shown;
     const int from = isRightToLeft ? item.glyphLast - 1 : item.glyphFirst;
     const int end = isRightToLeft ? item.glyphFirst - 1 : item.glyphLast;
-    const int baseline = m_line.baseline, tag = m_d.runs[item.run].tag;
+    const int baseline = m_line.baseline - lowering(), tag = m_d.runs[item.run].tag;
     const int before = m_d.placed.size();
     ZkPlacedGlyph *placed = m_d.placed.extend(item.glyphLast - item.glyphFirst);
     // The caller knows that all pens are inside of 32 bits; half a pixel is added to each.
@@ -406,15 +409,14 @@ void LinePlacer::addPlain(const ZkLineItem &item, ZkPen left)
             const auto behind = static_cast<std::uint32_t>(glyph.advance);
             pen = isRightToLeft ? base - behind : pen;
             if ((glyph.flags & ZkShapedGlyph::Invisible) == 0) {
-                const Shown *shown = remembered + glyph.index % kShown;
-                if (shown->index != glyph.index) {
-                    shown = &find(glyphs, i, end, kStep);
-                }
-                if (shown->bitmap != nullptr) {
+                const ZkGlyph *known = remembered(glyph.index);
+                known = known != nullptr ? known : find(glyphs, i, end, kStep);
+                const GlyphBitmap &bitmap = known->bitmap;
+                if (hasPixels(bitmap)) {
                     const auto x = static_cast<std::int32_t>(pen + static_cast<unsigned>(glyph.x));
-                    placed->glyph = shown->bitmap;
-                    placed->x = (x >> 6) + shown->left;
-                    placed->y = baseline + ((glyph.y + 32) >> 6) - shown->top;
+                    placed->glyph = &bitmap;
+                    placed->x = (x >> 6) + bitmap.left;
+                    placed->y = baseline + ((glyph.y + 32) >> 6) - bitmap.top;
                     placed->cluster = glyph.cluster;
                     placed->tag = tag;
                     ++placed;

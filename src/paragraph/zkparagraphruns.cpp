@@ -2,6 +2,7 @@
 #include "unicode/zkcharactertables.h"
 
 #include <algorithm>
+#include <cstring>
 
 ZkShapedGlyphs::~ZkShapedGlyphs()
 {
@@ -160,6 +161,22 @@ void Itemiser::addRun(int first, int last, int face, int script)
     m_d.finishRun(glyphFirst);
 }
 
+// The first boundary from `u` on where a line must end, at most `end`.
+int mandatoryFrom(const std::uint8_t *flags, int u, int end)
+{
+    constexpr std::uint64_t kMandatory = ZkTextBreaks::LineMandatory * 0x0101010101010101;
+    for (std::uint64_t eight = 0; end - u >= 8; u += 8) {
+        std::memcpy(&eight, flags + u, sizeof eight);
+        if ((eight & kMandatory) != 0) {
+            break;
+        }
+    }
+    while (u < end && (flags[u] & ZkTextBreaks::LineMandatory) == 0) {
+        ++u;
+    }
+    return u;
+}
+
 // True for what the layout decides the room of, whatever the shaper says.
 bool isControl(ZkUcs2 c)
 {
@@ -265,13 +282,13 @@ void ZkParagraphData::shape()
     const std::uint8_t *const flags = breaks.flags();
     const ZkUcs2 *const units = text.constData();
     Itemiser itemiser(this);
+    int tab = text.indexOf(kZkTab);
     for (int first = 0; first < end;) {
-        int last = first + 1;
-        bool hasTabs = units[first] == kZkTab;
-        while (last < end && (flags[last] & ZkTextBreaks::LineMandatory) == 0) {
-            hasTabs = hasTabs || units[last] == kZkTab;
-            ++last;
+        const int last = mandatoryFrom(flags, first + 1, end);
+        if (tab >= 0 && tab < first) {
+            tab = text.indexOf(kZkTab, first);
         }
+        const bool hasTabs = tab >= 0 && tab < last;
         const int level = bidi.isLeftToRight() ? 0 : bidi.paragraphOf(first).level;
         hardLines.append({first, last, glyphs.size(), hasTabs, static_cast<std::uint8_t>(level)});
         itemiser.itemise(first, last);

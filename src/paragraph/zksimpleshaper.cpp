@@ -58,12 +58,20 @@ inline void put(ZkShapedGlyph *glyph, int u, std::uint32_t index, int advance)
     std::memcpy(glyph, words, sizeof words);
 }
 
+// The row of one of the letters of every Arabic text, which are the first but for a gap;
+// null for other characters.
+inline const ZkArabicForms *commonFormsOf(char32_t letter)
+{
+    const char32_t row = letter < 0x0641 ? letter - 0x0622 : letter - 0x0628;
+    return letter >= 0x0622 && letter <= 0x064A && kZkArabicForms[row].letter == letter
+               ? &kZkArabicForms[row]
+               : nullptr;
+}
+
 const ZkArabicForms *formsOf(char32_t letter)
 {
-    // The letters of every Arabic text are the first rows, but for a gap.
-    const int guess = static_cast<int>(letter < 0x0641 ? letter - 0x0622 : letter - 0x0628);
-    if (guess >= 0 && guess < kZkArabicFormCount && kZkArabicForms[guess].letter == letter) {
-        return &kZkArabicForms[guess];
+    if (const ZkArabicForms *const common = commonFormsOf(letter)) {
+        return common;
     }
     const ZkArabicForms *const end = kZkArabicForms + kZkArabicFormCount;
     const ZkArabicForms *const found =
@@ -304,6 +312,10 @@ int Shaping::plain(int u)
 // The joining type of the character at unit `u`, which is no surrogate.
 unsigned Shaping::joiningAt(int u)
 {
+    if (const ZkArabicForms *const row = commonFormsOf(m_run.text[u])) {
+        return row->forms[ZkArabicForms::Initial] != 0 ? unsigned{ZkCharacter::JoiningDual}
+                                                       : unsigned{ZkCharacter::JoiningRight};
+    }
     if (u != m_joiningAt) {
         m_joiningAt = u;
         m_joining = zkCharacter(m_run.text[u]).joining;

@@ -121,4 +121,6 @@ TEST(ExampleLabel, TheProgramTellsOfEachLabel)
     EXPECT_GE(shortened, 3);
     EXPECT_EQ(shell(commandLine(ZK_EXAMPLE, {"out.png", "/missing.ttf"})).status, 1);
     EXPECT_EQ(shell(commandLine(ZK_EXAMPLE, {})).status, 2);
+    const std::string command = commandLine(ZK_EXAMPLE, {folder.path("out.png"), ZK_FONT_DEJAVU});
+    EXPECT_EQ(shell("{ " + command + " >/dev/full; }").status, 1) << "nobody is told";
 }

@@ -156,6 +156,8 @@ TEST(ExampleLog, TheProgramDrawsEachLineOnce)
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out, "4 lines, 4 drawn\n");
     EXPECT_EQ(readFile(folder.path("out.png")).substr(1, 3), "PNG");
+    const std::string command = commandLine(ZK_EXAMPLE, {folder.path("out.png"), ZK_FONT_DEJAVU});
+    EXPECT_EQ(shell("{ " + command + " >/dev/full; }").status, 1) << "nobody is told";
 }
 
 } // namespace

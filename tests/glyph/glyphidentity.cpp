@@ -55,9 +55,9 @@ class GlyphIdentity : public testing::TestWithParam<const char *>
 
 } // namespace
 
-// Each glyph in some of the 32 combinations, which take turns: in two where tests are slow,
-// in four elsewhere. ZK_TEST_FACTOR=16 compares all glyphs in all of them. What no
-// character shows is compared with FreeType called directly.
+// Each glyph in some of the 32 combinations, which take turns so that all of them occur: in
+// two where tests are slow, in four elsewhere. ZK_TEST_FACTOR=16 compares all glyphs in all
+// of them. What no character shows is compared with FreeType called directly.
 TEST_P(GlyphIdentity, EveryGlyphIsTheSameOnBothPaths)
 {
     const ZkTypeface face = ZkTypeface::fromFile(GetParam());
@@ -69,11 +69,12 @@ TEST_P(GlyphIdentity, EveryGlyphIsTheSameOnBothPaths)
     const std::vector<unsigned short> characters = charactersOf(face);
     const BareFont bare(GetParam());
     const int each = std::min(kCombinations, scaledRounds(kSlowTests ? 20 : 4));
-    int compared = 0;
+    int compared = 0, comparedIn[kCombinations] = {};
     for (std::uint32_t glyph = 0; glyph < characters.size(); ++glyph) {
         for (int i = 0; i < each; ++i) {
-            const ZkFont font = combination(
-                static_cast<int>(glyph * 5 + static_cast<unsigned>(i) * 11) % kCombinations);
+            const int number =
+                static_cast<int>(glyph * 5 + static_cast<unsigned>(i) * 11) % kCombinations;
+            const ZkFont font = combination(number);
             const GlyphBitmap &got = holder.glyph(face, glyph, font)->bitmap;
             SCOPED_TRACE(testing::Message()
                          << "glyph " << glyph << " at " << static_cast<int>(font.fontSize())
@@ -87,6 +88,7 @@ TEST_P(GlyphIdentity, EveryGlyphIsTheSameOnBothPaths)
                 expectRecord(got, bare.renderGlyph(glyph, font), 0, font);
             }
             ++compared;
+            ++comparedIn[number];
             if (HasFailure()) {
                 ZkFreetype::freetype_Done();
                 return;
@@ -96,7 +98,11 @@ TEST_P(GlyphIdentity, EveryGlyphIsTheSameOnBothPaths)
     }
     ZkFreetype::freetype_Done();
     RecordProperty("compared", compared);
+    EXPECT_EQ(compared, static_cast<int>(characters.size()) * each);
     EXPECT_GT(compared, 5000 * each) << "the test would look at little";
+    for (int i = 0; i < kCombinations; ++i) { // an equal share of the glyphs in each
+        EXPECT_GE(comparedIn[i], compared / kCombinations - each) << "combination " << i;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Fonts, GlyphIdentity,

@@ -68,8 +68,8 @@ void ask(const ZkParagraph &paragraph)
         EXPECT_GE(paragraph.glyphs(line, &glyphs), 0);
         EXPECT_GE(paragraph.stretches(line, &stretches), 0);
     }
-    EXPECT_GE(paragraph.maxWidth(), 0);
     EXPECT_GE(paragraph.minWidth(), 0);
+    EXPECT_GE(paragraph.maxWidth(), paragraph.minWidth());
     for (const int index : {INT_MIN, -1, 0, size / 2, size, size + 1, INT_MAX}) {
         const ZkCaret caret = paragraph.caret(index);
         EXPECT_GE(caret.line, 0);

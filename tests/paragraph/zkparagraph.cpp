@@ -299,6 +299,33 @@ TEST_F(Paragraph, JustifiedLinesReachTheEdgeButTheLast)
     }
 }
 
+TEST_F(Paragraph, ASpaceInsideAClusterDoesNotHang)
+{
+    // A number sign takes what follows, a space too, into its cluster.
+    paragraph.setUtf8("\u0600 ");
+    EXPECT_GT(paragraph.maxWidth(), 0);
+    EXPECT_EQ(paragraph.minWidth(), paragraph.maxWidth());
+    EXPECT_EQ(paragraph.width(), paragraph.maxWidth());
+}
+
+TEST_F(Paragraph, ASoftHyphenWiderThanTheRestIsNoEndOfTheLeastWidth)
+{
+    const struct {
+        const char *text, *widest;
+    } kRows[] = {
+        {"i\u00ADi", "ii"}, // "i-" would be wider
+        {"wwww\u00ADwwww", "wwww-"},
+        {"ww\u00ADwwww\u00ADi", "wwwwi"}, // "wwww-" would be wider
+        {"aa i\u00ADi", "aa"},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.text);
+        paragraph.setUtf8(row.text);
+        EXPECT_EQ(paragraph.minWidth(), widthOf(row.widest));
+        EXPECT_LE(paragraph.minWidth(), paragraph.maxWidth());
+    }
+}
+
 TEST_F(Paragraph, ALongWordIsCutBetweenClustersOrSticksOut)
 {
     paragraph.setUtf8("iiiiiiiiii");

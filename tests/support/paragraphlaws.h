@@ -384,8 +384,10 @@ inline std::string extremesAreTrue(ZkParagraph &paragraph)
     if (problem.empty() && paragraph.width() > std::max(1, minimum)) {
         problem = broken("a line is wider than minWidth:", minimum, paragraph.width());
     }
-    // A line need not end at a soft hyphen: without its hyphen the word may be narrower.
-    if (problem.empty() && minimum > 1 && paragraph.text().indexOf(ZkUcs2(0xAD)) < 0) {
+    if (problem.empty() && minimum > maximum) {
+        problem = broken("minWidth is more than maxWidth:", minimum, maximum);
+    }
+    if (problem.empty() && minimum > 1) {
         paragraph.setWidth(minimum - 1);
         if (paragraph.width() < minimum) {
             problem = broken("minWidth could be less:", minimum, paragraph.width());

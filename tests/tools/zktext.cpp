@@ -232,7 +232,7 @@ TEST(Zktext, HelpNamesEverySubcommand)
     const Result result = run({"--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
-    for (const char *name : {"render", "layout", "glyph", "coverage", "analyse"}) {
+    for (const char *name : {"render", "layout", "glyph", "coverage", "analyse", "cache", "pack"}) {
         EXPECT_THAT(result.out, HasSubstr(name));
         const Result help = run({name, "--help"});
         EXPECT_EQ(help.status, 0) << name;

@@ -98,6 +98,14 @@ std::string missingProgram(const Words &names)
 class ZkviewWindow : public testing::Test
 {
 protected:
+    explicit ZkviewWindow(bool classic = true)
+        : m_model({{"DejaVuSans", ZK_FONT_DEJAVU},
+                   {"FreeSerif", ZK_FONT_FREESERIF},
+                   {"wqy-microhei", ZK_FONT_MICROHEI}},
+                  kWidth, kHeight, classic)
+    {
+    }
+
     static void SetUpTestSuite()
     {
         missing = missingProgram({"Xvfb", "setxkbmap", "xdotool", "import", "xclip"});
@@ -120,7 +128,8 @@ protected:
         m_window.start({"env", "DISPLAY=" + display, "SDL_VIDEODRIVER=x11",
                         "SDL_RENDER_DRIVER=software", "SDL_FRAMEBUFFER_ACCELERATION=0",
                         // What the X libraries leave behind at the end is not ours.
-                        "ASAN_OPTIONS=detect_leaks=0", ZK_ZKVIEW, "--classic", "--font",
+                        "ASAN_OPTIONS=detect_leaks=0", ZK_ZKVIEW,
+                        m_model.state().classic ? "--classic" : "--text=office", "--font",
                         ZK_FONT_DEJAVU, "--font", ZK_FONT_FREESERIF, "--font", ZK_FONT_MICROHEI,
                         "--width", std::to_string(kWidth), "--height", std::to_string(kHeight)});
         ASSERT_TRUE(comesTrue([] { return xdotool("search --name '^zkview$' windowfocus"); }));
@@ -171,12 +180,7 @@ protected:
         return testing::AssertionFailure() << difference(want, got);
     }
 
-    Model m_model{{{"DejaVuSans", ZK_FONT_DEJAVU},
-                   {"FreeSerif", ZK_FONT_FREESERIF},
-                   {"wqy-microhei", ZK_FONT_MICROHEI}},
-                  kWidth,
-                  kHeight,
-                  true};
+    Model m_model;
     Process m_window;
 
 private:
@@ -312,6 +316,34 @@ TEST_F(ZkviewWindow, FunctionKeysSwitchStylesAndBoxes)
     }
 }
 
+namespace
+{
+
+/// The window of a text field.
+class ZkviewFieldWindow : public ZkviewWindow
+{
+protected:
+    ZkviewFieldWindow() : ZkviewWindow(false)
+    {
+        m_model.perform({Action::Clear});
+        m_model.type("office");
+    }
+};
+
+} // namespace
+
+TEST_F(ZkviewFieldWindow, AKeySwitchesTheShaperLive)
+{
+    for (const bool isOn : {true, false, true}) {
+        key("ctrl+h");
+        m_model.perform({Action::Shaper});
+        ASSERT_TRUE(isShown()) << isOn;
+        key("s");
+        m_model.type("s");
+        ASSERT_TRUE(isShown()) << isOn << ", typed";
+    }
+}
+
 TEST_F(ZkviewWindow, TheMouseDragsTheEdgeOfTheBox)
 {
     const int y = m_model.box().top() + 50, edge = m_model.edge();
@@ -412,7 +444,8 @@ TEST(ZkviewProgram, HelpTellsOfDesktopsAndBareConsoles)
 {
     const Result result = shell(commandLine(ZK_ZKVIEW, {"--help"}));
     EXPECT_EQ(result.status, 0);
-    for (const char *word : {"X11", "kmsdrm", "/dev/dri/card0", "--font", "Video drivers"}) {
+    for (const char *word :
+         {"X11", "kmsdrm", "/dev/dri/card0", "--font", "Ctrl+H", "Video drivers"}) {
         EXPECT_NE(result.out.find(word), std::string::npos) << word;
     }
 }

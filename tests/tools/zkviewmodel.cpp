@@ -464,6 +464,38 @@ TEST_F(ZkviewField, WordsHaveColoursOfTheirOwn)
     EXPECT_EQ(m_model.field().paragraph().spanCount(), 0);
 }
 
+TEST_F(ZkviewField, AnotherShaperIsSwitchedOnAndOff)
+{
+    retype("office \u0627\u0644");
+    const auto glyphCount = [](const ZkParagraph &paragraph) {
+        const ZkPlacedGlyph *glyphs = nullptr;
+        return paragraph.glyphs(0, &glyphs);
+    };
+    const int plain = glyphCount(m_model.field().paragraph());
+    const std::string before = m_model.picture().rgb();
+    m_model.perform({Action::Shaper});
+    if (!m_model.state().harfBuzz) {
+        GTEST_SKIP() << "built without libzkshape";
+    }
+    EXPECT_EQ(glyphCount(m_model.field().paragraph()), plain - 2) << "ffi is one letter";
+    EXPECT_EQ(glyphCount(m_model.builtIn()), plain);
+    EXPECT_EQ(m_model.moved().clusters, 9);
+    EXPECT_GT(m_model.moved().elsewhere, 0);
+    EXPECT_TRUE(m_model.picture().rgb() != before);
+    m_model.type("!");
+    EXPECT_EQ(m_model.builtIn().text(), m_model.field().paragraph().text());
+    EXPECT_EQ(m_model.moved().clusters, 10);
+    m_model.perform({Action::Shaper});
+    EXPECT_EQ(glyphCount(m_model.field().paragraph()), plain + 1);
+}
+
+TEST_F(ZkviewModel, TheClassicEngineHasNoOtherShaper)
+{
+    m_model.perform({Action::Shaper});
+    EXPECT_FALSE(m_model.state().harfBuzz);
+    m_model.picture();
+}
+
 TEST_F(ZkviewField, EveryButtonIsHarmless)
 {
     for (std::size_t i = 0; i < m_model.buttons().size(); ++i) {

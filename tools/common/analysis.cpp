@@ -1,62 +1,19 @@
 #include "analysis.h"
 
+#include <zkparagraph.h>
+
 #include <algorithm>
 #include <cstdio>
 
 namespace host
 {
 
-namespace
-{
-
-/// Reads one sequence at `*at`, which moves behind it.
-char32_t decoded(const std::string &bytes, std::size_t *at)
-{
-    constexpr char32_t kIllFormed = 0xFFFD;
-    const auto byteAt = [&](std::size_t i) {
-        return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U;
-    };
-    const unsigned lead = byteAt((*at)++);
-    if (lead < 0x80) {
-        return lead;
-    }
-    const int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
-    if (lead < 0xC2 || lead > 0xF4) {
-        return kIllFormed;
-    }
-    // What may follow the first byte, so that nothing is longer than need be, a
-    // surrogate, or above U+10FFFF.
-    unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    char32_t c = lead & (0x3FU >> more);
-    for (int i = 0; i < more; ++i) {
-        const unsigned byte = byteAt(*at);
-        if (byte < least || byte > most) {
-            return kIllFormed;
-        }
-        c = c << 6 | (byte & 0x3F);
-        ++*at;
-        least = 0x80;
-        most = 0xBF;
-    }
-    return c;
-}
-
-} // namespace
-
 std::vector<ZkUcs2> utf16FromUtf8(const std::string &bytes)
 {
-    std::vector<ZkUcs2> units;
-    for (std::size_t at = 0; at < bytes.size();) {
-        const char32_t c = decoded(bytes, &at);
-        if (c >= 0x10000) {
-            units.push_back(static_cast<ZkUcs2>(0xD7C0 + (c >> 10)));
-            units.push_back(static_cast<ZkUcs2>(0xDC00 + (c & 0x3FF)));
-        } else {
-            units.push_back(static_cast<ZkUcs2>(c));
-        }
-    }
-    return units;
+    ZkParagraph reader;
+    reader.setUtf8(bytes.data(), static_cast<int>(bytes.size()));
+    const ZkString &text = reader.text();
+    return std::vector<ZkUcs2>(text.constData(), text.constData() + text.size());
 }
 
 Analysis::Analysis(std::vector<ZkUcs2> text, ZkBidi::Direction direction) : m_text(std::move(text))

@@ -192,8 +192,10 @@ void addCache(CLI::App &program)
     options->chain.add(*command);
     command->add_option("--sizes", options->sizes, "pixels, one after the other: 12,16,24")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->check(CLI::Range(1, 255));
     command->add_option("--budget", options->budget, "bytes, 0 for no bound")
+        ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
     command->add_option("-o,--output", options->output, "PNG file with all glyphs that are there");
     command->callback([options] { show(*options); });

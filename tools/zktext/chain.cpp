@@ -1,5 +1,8 @@
 #include "chain.h"
 
+#include "analysis.h"
+#include "paragraph.h"
+
 #include <zkunicode.h>
 
 #include <cstdio>
@@ -38,23 +41,19 @@ bool isMark(char32_t c)
 
 std::u32string charactersOf(const std::string &utf8)
 {
+    ZkString text;
+    int leftOut = 0;
+    std::string problem;
+    if (!host::textFromUtf8(utf8, &text, &leftOut, &problem)) {
+        throw Failure(problem);
+    }
+    const std::vector<ZkUcs2> units = host::utf16FromUtf8(utf8);
+    ZkTextCharacters read;
+    read.setText(units.data(), static_cast<int>(units.size()));
     std::u32string characters;
-    for (std::size_t i = 0; i < utf8.size();) {
-        const auto lead = static_cast<unsigned char>(utf8[i++]);
-        const int more = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : 1;
-        char32_t c = lead < 0x80 ? lead : lead & (0x3Fu >> more);
-        if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4 ||
-            i + static_cast<std::size_t>(more) > utf8.size()) {
-            throw Failure("the text is no UTF-8");
-        }
-        for (int k = 0; k < more; ++k) {
-            const auto next = static_cast<unsigned char>(utf8[i++]);
-            if ((next & 0xC0) != 0x80) {
-                throw Failure("the text is no UTF-8");
-            }
-            c = c << 6 | (next & 0x3Fu);
-        }
-        characters.push_back(c);
+    for (int i = 0; i < static_cast<int>(units.size()); ++i) {
+        characters.push_back(read.character(i));
+        i += characters.back() >= 0x10000 ? 1 : 0;
     }
     return characters;
 }
@@ -66,7 +65,8 @@ void ChainOptions::add(CLI::App &command, bool isFontAlone)
     command
         .add_option("-f,--font", files,
                     "font file, FILE#N for face N of a collection; several are asked in turn")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     command.add_option("--hinting", hinting, "auto, light or none")
         ->check(CLI::IsMember({"auto", "light", "none"}))
         ->capture_default_str();

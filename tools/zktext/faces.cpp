@@ -49,7 +49,9 @@ std::string variations(const ZkTypeface &face)
     }
     for (int i = 1; i <= face.instanceCount(); ++i) {
         char name[80];
-        face.instanceName(i, name, sizeof name);
+        if (face.instanceName(i, name, sizeof name) == 0) {
+            std::snprintf(name, sizeof name, "(no name)");
+        }
         std::snprintf(line, sizeof line, "  instance %-16d %s\n", i, name);
         out += line;
     }

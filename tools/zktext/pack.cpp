@@ -68,6 +68,12 @@ void run(const PackCommand &command)
     if (command.input.empty() == command.output.empty()) {
         throw CLI::ValidationError("pack", "wants --output or --check, one of them");
     }
+    if (command.output == "-") {
+        throw CLI::ValidationError("--output", "a pack is a file, not standard output");
+    }
+    if (!command.input.empty() && !command.text.empty()) {
+        throw CLI::ValidationError("TEXT", "is not for --check");
+    }
     command.input.empty() ? make(command) : check(command);
 }
 
@@ -82,6 +88,7 @@ void addPack(CLI::App &program)
     options->chain.add(*command);
     command->add_option("--sizes", options->sizes, "pixels: 12,16,24")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->check(CLI::Range(1, 255));
     command->add_option("-o,--output", options->output, "the pack to write");
     command->add_option("--check", options->input, "a pack to load with these fonts");

@@ -14,10 +14,11 @@ namespace
 struct Options {
     std::vector<std::string> fonts;
     int width = 1060;
-    int height = 700;
+    int height = 732;
     bool fullScreen = false;
     bool classic = false;
     bool levels = false;
+    bool harfBuzz = false;
     std::string text;
     std::string picture;
 };
@@ -53,6 +54,13 @@ void start(const Options &options)
     if (options.levels) {
         model.perform({zkview::Action::Levels});
     }
+    if (options.harfBuzz) {
+        model.perform({zkview::Action::Shaper});
+        if (!model.state().harfBuzz) {
+            throw std::runtime_error(options.classic ? "--harfbuzz is not for --classic"
+                                                     : "this zkview was built without libzkshape");
+        }
+    }
     if (options.picture.empty()) {
         zkview::show(model, options.fullScreen);
         return;
@@ -81,6 +89,8 @@ int run(int argc, char **argv)
                      "Lay out with the classic engine: one font, text written at its end");
     program.add_flag("--full-screen", options.fullScreen, "Take the whole screen");
     program.add_flag("--levels", options.levels, "Begin with levels and breaks shown");
+    program.add_flag("--harfbuzz", options.harfBuzz,
+                     "Begin with HarfBuzz's shaping, the built-in one pale below (Ctrl+H)");
     program.add_option("--text", options.text, "Begin with this text");
     program.add_option("--picture", options.picture,
                        "Write the first picture to a PNG file, open no window");

@@ -85,6 +85,7 @@ void Model::openFont(int index)
         }
     }
     m_field.paragraph().setChain(chain);
+    m_builtIn.setChain(chain);
 }
 
 void Model::chooseSample(int index)
@@ -125,7 +126,7 @@ void Model::changed()
         m_state.text = m_field.paragraph().text();
         layOutField();
     }
-    m_buttons = panelButtons(m_state, m_fontNames);
+    m_buttons = panelButtons(m_state, m_fontNames, m_harfBuzz.shaper != nullptr);
     m_block.reset();
     ++m_changes;
 }
@@ -219,6 +220,11 @@ void Model::edit(const Command &command)
     case Action::Ellipsis: m_state.ellipsis = value; break;
     case Action::NextEllipsis: m_state.ellipsis = following(kEllipses, m_state.ellipsis); break;
     case Action::Colors: m_state.colors = !m_state.colors; break;
+    case Action::Shaper:
+        m_state.harfBuzz = !m_state.harfBuzz && m_harfBuzz.shaper != nullptr;
+        m_field.paragraph().setShaper(m_state.harfBuzz ? m_harfBuzz.shaper.get() : nullptr);
+        m_field.paragraph().setWordBreaker(m_state.harfBuzz ? m_harfBuzz.words.get() : nullptr);
+        break;
     default: break;
     }
 }
@@ -307,21 +313,42 @@ void Model::colorWords()
     }
 }
 
-void Model::layOutField()
+void Model::layOutParagraph(ZkParagraph &paragraph) const
 {
-    ZkParagraph &paragraph = m_field.paragraph();
     paragraph.setFont(m_state.attr);
     paragraph.setAlignment(alignmentOf(m_state.alignment));
     paragraph.setWidth(
         m_state.wrap || m_state.ellipsis != ZkParagraph::EllipsisNone ? m_state.wrapWidth : 0);
     paragraph.setEllipsis(static_cast<ZkParagraph::Ellipsis>(m_state.ellipsis));
     paragraph.setMaximumLines(m_state.ellipsis == ZkParagraph::EllipsisNone ? 0 : kShortenedLines);
+}
+
+void Model::layOutField()
+{
+    ZkParagraph &paragraph = m_field.paragraph();
+    layOutParagraph(paragraph);
     colorWords();
+    if (m_state.harfBuzz) {
+        m_builtIn.setText(paragraph.text());
+        layOutParagraph(m_builtIn);
+    }
     const int room = box().height() - paragraph.height();
     const int down = (m_state.alignment & host::AlignBottom) != 0    ? room
                      : (m_state.alignment & host::AlignVCenter) != 0 ? room / 2
                                                                      : 0;
     m_field.setOrigin(box().left(), box().top() + down);
+}
+
+Model::Moved Model::moved() const
+{
+    const ZkParagraph &paragraph = m_field.paragraph();
+    Moved moved;
+    for (int at = 0; at < paragraph.text().size(); at = paragraph.nextCluster(at)) {
+        const ZkCaret here = paragraph.caret(at), there = m_builtIn.caret(at);
+        ++moved.clusters;
+        moved.elsewhere += here.line != there.line || here.x != there.x ? 1 : 0;
+    }
+    return moved;
 }
 
 int Model::lineCount() const

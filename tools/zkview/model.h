@@ -5,6 +5,7 @@
 #include "face.h"
 #include "fonts.h"
 #include "panel.h"
+#include "shapers.h"
 #include "textblock.h"
 #include "textfield.h"
 
@@ -33,6 +34,7 @@ struct State {
     bool classic = false; ///< the classic engine lays out; what follows is for paragraphs
     int ellipsis = ZkParagraph::EllipsisNone; ///< another one shows two lines at most
     bool colors = false;                      ///< words in colours of their own
+    bool harfBuzz = false; ///< HarfBuzz shapes; what the built-in shaper does is below
 };
 
 /// What the glyph cache holds, as far as this program has seen: the classic one, or the
@@ -63,6 +65,16 @@ public:
     /// The selected text, in UTF-8.
     std::string selectedText() const { return m_field.selectedText(); }
     const host::TextField &field() const { return m_field; }
+
+    /// The same text by the built-in shaper, while HarfBuzz's is shown.
+    const ZkParagraph &builtIn() const { return m_builtIn; }
+
+    /// Clusters of the text, and how many of them stand elsewhere by the built-in shaper.
+    struct Moved {
+        int clusters = 0;
+        int elsewhere = 0;
+    };
+    Moved moved() const;
 
     void perform(const Command &command);
 
@@ -103,9 +115,11 @@ private:
 
     void layOut();
     void layOutField();
+    void layOutParagraph(ZkParagraph &paragraph) const;
     void colorWords();
     void edit(const Command &command);
     void drawText();
+    void drawBuiltIn();
     int lineCount() const;
     void countCache();
     void draw();
@@ -130,7 +144,9 @@ private:
     std::unique_ptr<host::TextBlock> m_block; ///< the text; gone while the font changes
     std::set<const GlyphBitmap *> m_glyphs;   ///< every record seen of the present font
     CacheFigures m_figures;
+    HarfBuzz m_harfBuzz;
     host::TextField m_field; ///< the text of a paragraph
+    ZkParagraph m_builtIn;   ///< the same while `m_field` has HarfBuzz's shaper
     bool m_isDragging = false;
     bool m_isSelecting = false;
     int m_grip = 0; ///< from the edge to where the pointer took hold of it

@@ -70,7 +70,8 @@ std::string limitName(int bytes)
 
 const int kLimits[4] = {-1, 64 * 1024, 32 * 1024, 8 * 1024};
 
-std::vector<Button> panelButtons(const State &state, const std::vector<std::string> &fontNames)
+std::vector<Button> panelButtons(const State &state, const std::vector<std::string> &fontNames,
+                                 bool hasHarfBuzz)
 {
     std::vector<Button> buttons;
     Stack stack(buttons);
@@ -132,6 +133,9 @@ std::vector<Button> panelButtons(const State &state, const std::vector<std::stri
         stack.row({button(kDots[state.ellipsis], "F12", {Action::NextEllipsis},
                           state.ellipsis != ZkParagraph::EllipsisNone),
                    button("Colours", "F11", {Action::Colors}, state.colors)});
+        if (hasHarfBuzz) {
+            stack.row({button("HarfBuzz", "Ctrl+H", {Action::Shaper}, state.harfBuzz)});
+        }
     }
 
     stack.title("Glyph cache limit   F9");

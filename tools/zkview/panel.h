@@ -41,6 +41,7 @@ enum class Action {
     Ellipsis, ///< `value`: a `ZkParagraph::Ellipsis`
     NextEllipsis,
     Colors,
+    Shaper, ///< HarfBuzz's or the one built in; nothing without libzkshape
 };
 
 struct Command {
@@ -68,7 +69,8 @@ constexpr int kAlignJustify = 8;
 constexpr int kHorizontalFlags = 15;
 
 /// What the panel shows, from top to bottom. `fontNames` in the order of the indices.
-std::vector<Button> panelButtons(const State &state, const std::vector<std::string> &fontNames);
+std::vector<Button> panelButtons(const State &state, const std::vector<std::string> &fontNames,
+                                 bool hasHarfBuzz = false);
 
 } // namespace zkview
 

@@ -26,6 +26,7 @@ const host::Color kEdge = {37, 99, 235, 255};
 const host::Color kCaret = {220, 38, 38, 255};
 const host::Color kGauge = {203, 213, 225, 255};
 const host::Color kFull = {220, 38, 38, 255};
+const host::Color kBuiltIn = {248, 160, 160, 255};
 
 const host::Color kWords[] = {
     {31, 41, 55, 255}, {185, 28, 28, 255}, {29, 78, 216, 255}, {21, 128, 61, 255}};
@@ -143,12 +144,32 @@ void Model::drawText()
         painter.setStyle(i + 1, {kWords[i].argb(), kHalo.argb(), ZkTextPainter::NoLine});
     }
     const ZkPoint origin = m_field.origin();
+    if (m_state.harfBuzz) {
+        drawBuiltIn();
+    }
     painter.paint(paragraph, origin.x(), origin.y());
     if (m_state.boxes) {
         m_canvas.frame(box(), {120, 120, 120, 160});
         host::paintGuides(m_canvas, paragraph, origin.x(), origin.y());
     }
     m_field.paintCaret(m_canvas, colors);
+}
+
+/// What the built-in shaper makes of the text, pale below the other, and how much differs.
+void Model::drawBuiltIn()
+{
+    const ZkRect around = sheet();
+    const Moved moved = this->moved();
+    label(ZkRect(around.left() + 24, around.top() + 2, around.right() - 8, around.top() + 21),
+          "HarfBuzz; pale, the built-in shaper: " + grouped(moved.elsewhere) + " of " +
+              grouped(moved.clusters) + " characters stand elsewhere, in " +
+              grouped(m_builtIn.lineCount()) + (m_builtIn.lineCount() == 1 ? " line" : " lines"),
+          kSoft, host::AlignLeft);
+    m_canvas.setClip(around);
+    ZkTextPainter painter(m_canvas.pixels());
+    painter.setClip(m_canvas.clip());
+    painter.setColors(kBuiltIn.argb(), kPaper.argb());
+    painter.paint(m_builtIn, m_field.origin().x(), m_field.origin().y());
 }
 
 /// The text as the library analyses it, in the place of the text box.
@@ -235,8 +256,9 @@ void Model::drawHelp()
           m_state.classic
               ? "Type to write, Backspace, Ctrl+V paste, Ctrl+L clear   Drag the blue edge or "
                 "press Left Right   Up Down size   Esc quit"
-              : "Click, drag, Shift and arrows select, Ctrl+arrows by words, Ctrl+C X V A   "
-                "Ctrl+plus, minus size   F12 dots   Esc quit",
+              : std::string("Click, drag, Shift and arrows select, Ctrl+arrows by words, Ctrl+C X "
+                            "V A   Ctrl+plus, minus size   ") +
+                    (m_harfBuzz.shaper != nullptr ? "Ctrl+H shaper   Esc quit" : "Esc quit"),
           kBright, host::AlignLeft);
 }
 

@@ -217,6 +217,7 @@ bool pressKey(Model &model, const SDL_Keysym &key)
         case SDLK_BACKSPACE: model.perform({Action::DeleteWord, -1}); break;
         case SDLK_DELETE: model.perform({Action::DeleteWord, 1}); break;
         case SDLK_l: model.perform({Action::Clear}); break;
+        case SDLK_h: model.perform({Action::Shaper}); break;
         case SDLK_q: return false;
         default:
             if (!classic && moveOf(key, &command)) {
