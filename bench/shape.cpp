@@ -5,8 +5,10 @@
 //   known    10,000 characters of an article over and over, its words known
 //   width    another width for a paragraph that is there
 //   label    12 characters from nothing, shortened with an ellipsis, words known
+//   bytes    what a paragraph of 10,000 characters keeps, a character; its words are known
 //   threads  two threads that shape the same known words; the time of one
 
+#include "heapcount.h"
 #include "scripttexts.h"
 
 #include <zkharfbuzzshaper.h>
@@ -16,6 +18,7 @@
 #include <benchmark/benchmark.h>
 #include <pango/pangoft2.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -265,6 +268,43 @@ void labelPango(benchmark::State &state, const ScriptText &text)
     countCharacters(state, label.size());
 }
 
+/// Bytes that `layOut` leaves on the heap, told as nanoseconds by the characters. What it returns is kept.
+template <typename LayOut>
+void heapGrowth(benchmark::State &state, std::size_t characters, LayOut layOut)
+{
+    layOut(); // whatever is kept for all texts
+    for (auto _ : state) {
+        const std::size_t before = heapcount::bytes;
+        const auto kept = layOut();
+        state.SetIterationTime(static_cast<double>(heapcount::bytes - before) * 1e-9);
+    }
+    countCharacters(state, characters);
+}
+
+void bytesZk(benchmark::State &state, const ScriptText &text)
+{
+    Zk zk(text);
+    const ZkString string = units(repeated(text));
+    heapGrowth(state, static_cast<std::size_t>(string.size()), [&] {
+        auto paragraph = std::make_unique<ZkParagraph>();
+        zk.layOut(*paragraph, string, kWrapWidth);
+        return paragraph;
+    });
+}
+
+void bytesPango(benchmark::State &state, const ScriptText &text)
+{
+    const PangoText pango(text);
+    const std::u16string whole = repeated(text);
+    const std::string bytes = utf8(whole);
+    heapGrowth(state, whole.size(), [&] {
+        PangoLayout *const layout = pango.layOut(bytes, kWrapWidth);
+        measure(layout);
+        return std::unique_ptr<PangoLayout, void (*)(PangoLayout *)>(
+            layout, [](PangoLayout *old) { g_object_unref(old); });
+    });
+}
+
 /// One shaper a thread over the words of all.
 void threadsZk(benchmark::State &state)
 {
@@ -303,6 +343,13 @@ void add(const ScriptText &text)
     RegisterBenchmark(row("width", "zk").c_str(), [of](benchmark::State &s) { widthZk(s, *of); });
     RegisterBenchmark(row("width", "pango").c_str(),
                       [of](benchmark::State &s) { widthPango(s, *of); });
+    RegisterBenchmark(row("bytes", "zk").c_str(), [of](benchmark::State &s) { bytesZk(s, *of); })
+        ->UseManualTime()
+        ->Iterations(1);
+    RegisterBenchmark(row("bytes", "pango").c_str(),
+                      [of](benchmark::State &s) { bytesPango(s, *of); })
+        ->UseManualTime()
+        ->Iterations(1);
     RegisterBenchmark(row("label", "zk").c_str(), [of](benchmark::State &s) { labelZk(s, *of); });
     RegisterBenchmark(row("label", "pango").c_str(),
                       [of](benchmark::State &s) { labelPango(s, *of); });
@@ -312,6 +359,7 @@ void add(const ScriptText &text)
 
 int main(int argc, char **argv)
 {
+    setenv("G_SLICE", "always-malloc", 1); // so that Pango's memory is counted
     benchmark::Initialize(&argc, argv);
     // One text of each script; the second ones differ in what they prove, not in speed.
     std::string script;

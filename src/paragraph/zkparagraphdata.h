@@ -39,12 +39,11 @@ constexpr bool zkIsBlank(ZkUcs2 c)
 
 constexpr ZkUcs2 kZkTab = 0x09, kZkSoftHyphen = 0xAD;
 
-/// The glyph that a soft hyphen shows where a line ends behind it.
-inline std::uint32_t zkHyphenOf(const ZkTypeface &face)
-{
-    const std::uint32_t hyphen = face.glyphIndex(0x2010);
-    return hyphen != 0 ? hyphen : face.glyphIndex('-');
-}
+/// A glyph for a character that the text does not have.
+struct ZkSign {
+    std::uint32_t index; ///< 0 when the typeface lacks it
+    ZkPen advance;       ///< 0 or more
+};
 
 /// What the host set for units `[first, last)`. Spans are sorted and do not overlap.
 struct ZkSpan {
@@ -209,6 +208,9 @@ struct ZkParagraphData {
     ZkPen pieceLength(int first, int last, const ZkHardLine &hard);
     bool fitsHyphened(int first, int last, const ZkHardLine &hard, ZkPen room);
     ZkPen leastLength(int first, int last, const ZkHardLine &hard, ZkPen less, ZkPen whole);
+    ZkSign signOf(int face, ZkFont font, char32_t c) const;
+    /// What a soft hyphen shows where a line ends behind it.
+    ZkSign hyphenOf(const ZkRun &run) const;
     int tabPixels() const;
     /// Length of units `[first, last)` of one line that starts at `first`.
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;

@@ -47,17 +47,16 @@ bool Shortener::chooseDots(int unit)
     }
     m_run = number;
     const ZkRun &run = m_d.runs[number];
-    const ZkTypeface &face = m_d.faces.at(run.face);
     ZkDots &dots = m_d.dots;
-    dots.index = face.glyphIndex(0x2026);
-    dots.count = dots.index != 0 ? 1 : 3;
-    if (dots.index == 0) {
-        dots.index = face.glyphIndex('.');
+    ZkSign sign = m_d.signOf(run.face, run.font, 0x2026);
+    dots.count = sign.index != 0 ? 1 : 3;
+    if (sign.index == 0) {
+        sign = m_d.signOf(run.face, run.font, '.');
     }
+    dots.index = sign.index;
+    dots.advance = sign.advance;
     dots.face = run.face;
     dots.font = run.font;
-    dots.advance =
-        ZkPen{std::max<int>(m_d.holder.glyph(face, dots.index, run.font)->bitmap.advance, 0)} * 64;
     return true;
 }
 

@@ -1,3 +1,4 @@
+#include "glyph/zktypefacedata.h"
 #include "paragraph/zkparagraphdata.h"
 
 #include <algorithm>
@@ -390,14 +391,37 @@ ZkPen ZkParagraphData::leastLength(int first, int last, const ZkHardLine &hard, 
     return ZkPen{low} * 64;
 }
 
+// Asks what shaping remembers first.
+ZkSign ZkParagraphData::signOf(int face, ZkFont wanted, char32_t c) const
+{
+    const ZkTypeface &typeface = faces.at(face);
+    const ZkOpenTypeface *const open = ZkOpenTypeface::of(typeface);
+    ZkFontLetters *const letters = open != nullptr ? open->lettersOf(wanted) : nullptr;
+    const std::uint32_t word = letters != nullptr ? letters->letter(c) : 0;
+    if (ZkFontLetters::has(word, c)) {
+        return {ZkFontLetters::indexOf(word), ZkPen{ZkFontLetters::advanceOf(word)} * 64};
+    }
+    const std::uint32_t index = typeface.glyphIndex(c);
+    const ZkGlyph *const glyph = holder.glyph(typeface, index, wanted);
+    const int advance = std::max<int>(glyph->bitmap.advance, 0);
+    if (letters != nullptr && !glyph->isFailed()) {
+        letters->enter(c, index, advance);
+    }
+    return {index, ZkPen{advance} * 64};
+}
+
+ZkSign ZkParagraphData::hyphenOf(const ZkRun &run) const
+{
+    const ZkSign hyphen = signOf(run.face, run.font, 0x2010);
+    return hyphen.index != 0 ? hyphen : signOf(run.face, run.font, '-');
+}
+
 int ZkParagraphData::tabPixels() const
 {
     if (tabWidth > 0) {
         return tabWidth;
     }
-    const ZkTypeface &face = faces.at(0);
-    const ZkGlyph *const space = holder.glyph(face, face.glyphIndex(' '), font);
-    return std::max(space->bitmap.advance * kSpacesOfTab, 1);
+    return std::max(zkPixels(signOf(0, font, ' ').advance) * kSpacesOfTab, 1);
 }
 
 ZkPen ZkParagraphData::extent(int first, int last, const ZkHardLine &hard) const
@@ -430,10 +454,7 @@ int ZkParagraphData::contentEnd(int first, int last) const
 // What the hyphen of a soft hyphen before `end` takes.
 ZkPen ZkParagraphData::hyphenAt(int end) const
 {
-    const ZkRun &run = runs[runAt(end - 1)];
-    const ZkTypeface &face = faces.at(run.face);
-    const std::uint32_t index = zkHyphenOf(face);
-    return ZkPen{holder.glyph(face, index, run.font)->bitmap.advance} * 64;
+    return hyphenOf(runs[runAt(end - 1)]).advance;
 }
 
 void ZkParagraphData::divide()

@@ -505,7 +505,7 @@ void LinePlacer::placeItem(const ZkLineItem &item, ZkPen left)
         break;
     }
     case ZkLineItem::Hyphen: {
-        addSign(run.face, run.font, zkHyphenOf(m_d.faces.at(run.face)), left, item.first, run.tag);
+        addSign(run.face, run.font, m_d.hyphenOf(run).index, left, item.first, run.tag);
         addStretch(run, run.font, left, right);
         break;
     }

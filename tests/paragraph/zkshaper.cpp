@@ -110,6 +110,56 @@ TEST_F(Shaper, EveryClusterHasAPlace)
     EXPECT_EQ(glyphs[0].glyph, glyphs[2].glyph); // U+FFFD
 }
 
+// Widths and kerning are remembered for some fonts of a typeface; those beyond come out as if
+// the typeface had been opened for them alone.
+TEST(SimpleShaper, MoreFontsThanAreRememberedComeOutAlike)
+{
+    const ZkTypeface shared = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    const char *const text = "AVAVA To Wa. x\u0301 \u0633\u0644\u0627\u0645 (\u05D0\u05D1) ";
+    for (int round = 0; round < 2; ++round) {
+        for (int size = 8; size < 28; ++size) {
+            SCOPED_TRACE(size);
+            ZkParagraph ours, alone;
+            ours.setChain(ZkFontChain(shared));
+            alone.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+            for (ZkParagraph *paragraph : {&ours, &alone}) {
+                paragraph->setFont(
+                    ZkFont(static_cast<unsigned char>(size), false, size % 2 != 0, false, false));
+                paragraph->setUtf8(text);
+            }
+            for (int i = 0; i <= ours.text().size(); ++i) {
+                EXPECT_EQ(ours.caret(i).x, alone.caret(i).x) << i;
+            }
+        }
+    }
+}
+
+// Characters that share a slot of what is remembered take turns in it.
+TEST(SimpleShaper, EveryCharacterKeepsItsWidth)
+{
+    const ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
+    ZkParagraph whole, one;
+    whole.setChain(chain);
+    one.setChain(chain);
+    whole.setKerning(false);
+    ZkString text;
+    for (int c = 0x100; c < 0x180; ++c) { // letters of Latin, Greek, Cyrillic, symbols, ideographs
+        for (const int block : {0, 0x280, 0x300, 0x2100, 0x2200, 0x4E00}) {
+            text.append(static_cast<ZkUcs2>(c + block));
+        }
+    }
+    for (int round = 0; round < 2; ++round) {
+        whole.setText(ZkString());
+        whole.setText(text);
+        int sum = 0;
+        for (int i = 0; i < text.size(); ++i) {
+            one.setText(text.mid(i, 1));
+            sum += one.maxWidth();
+        }
+        EXPECT_EQ(whole.maxWidth(), sum);
+    }
+}
+
 TEST(ShapedGlyphs, GrowAndKeepTheirMemory)
 {
     ZkShapedGlyphs glyphs;

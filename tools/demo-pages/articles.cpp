@@ -74,7 +74,7 @@ Page articlePage(const Article &article)
                styled(article.fontFile, 26, article.tint, start, ZkFontAttr::Embolden));
     Style paragraph = styled(article.fontFile, article.size, kInk, start);
     paragraph.lineSpacing = article.lineSpacing;
-    page.text(area(68, 200, 664, 232), lines[2], paragraph);
+    page.paragraph(area(68, 200, 664, 232), lines[2], paragraph);
     styleRow(page, lines, article.fontFile, article.tint);
     return page;
 }

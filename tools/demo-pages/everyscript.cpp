@@ -5,7 +5,10 @@
 #include <zktextpainter.h>
 #include <zkthaiwords.h>
 
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
+#include <vector>
 
 namespace demo
 {
@@ -81,35 +84,46 @@ constexpr Sample kSamples[] = {
 
 Page everyScriptPage(const std::string &notoFolder, const Fonts &fonts)
 {
-    constexpr int kColumnWidth = 356, kRowHeight = 89, kLeft = 30, kTop = 16;
-    Page page(kPageWidth, kPageHeight, {251, 250, 246, 255});
+    constexpr int kColumnWidth = 356, kLeft = 30, kTop = 16, kHeading = 15, kGap = 9;
     Style heading;
     heading.fontFile = fonts.dejavu;
     heading.size = 12;
     heading.color = {128, 132, 142, 255};
     ZkHarfBuzzShaper shaper;
     ZkThaiWords words;
-    int cell = 0;
-    for (const Sample &sample : kSamples) {
-        const ZkTypeface face = ZkTypeface::fromFile((notoFolder + '/' + sample.file).c_str());
+    constexpr int kCount = static_cast<int>(std::size(kSamples));
+    std::vector<ZkParagraph> paragraphs(kCount);
+    std::vector<int> tops; // of each row of two, and the end
+    tops.push_back(kTop);
+    for (int i = 0; i < kCount; ++i) {
+        const ZkTypeface face = ZkTypeface::fromFile((notoFolder + '/' + kSamples[i].file).c_str());
         if (!face.isValid()) {
             throw std::runtime_error(face.errorText());
         }
-        const int x = kLeft + cell % 2 * (kColumnWidth + 28), y = kTop + cell / 2 * kRowHeight;
-        page.label(area(x, y - 8, kColumnWidth, 28), y + 12, sample.script, heading);
-        ZkParagraph paragraph;
+        ZkParagraph &paragraph = paragraphs[static_cast<std::size_t>(i)];
         paragraph.setChain(ZkFontChain(face));
         paragraph.setShaper(&shaper);
         paragraph.setWordBreaker(&words);
         paragraph.setFont(ZkFont(21, false, false, false, false));
-        paragraph.setUtf8(sample.text);
+        paragraph.setUtf8(kSamples[i].text);
         paragraph.setWidth(kColumnWidth);
         paragraph.setMaximumLines(2);
         paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+        const int end =
+            tops[static_cast<std::size_t>(i / 2)] + kHeading + paragraph.height() + kGap;
+        if (i % 2 == 0) {
+            tops.push_back(end);
+        }
+        tops.back() = std::max(tops.back(), end);
+    }
+    Page page(kPageWidth, tops.back() + kTop - kGap, {251, 250, 246, 255});
+    for (int i = 0; i < kCount; ++i) {
+        const int x = kLeft + i % 2 * (kColumnWidth + 28),
+                  y = tops[static_cast<std::size_t>(i / 2)];
+        page.label(area(x, y - 8, kColumnWidth, 28), y + 12, kSamples[i].script, heading);
         ZkTextPainter painter(page.canvas().pixels());
-        painter.setColors(sample.color.argb());
-        painter.paint(paragraph, x, y + 15);
-        ++cell;
+        painter.setColors(kSamples[i].color.argb());
+        painter.paint(paragraphs[static_cast<std::size_t>(i)], x, y + kHeading);
     }
     return page;
 }

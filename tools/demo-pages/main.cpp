@@ -43,10 +43,10 @@ void drawAll(const std::string &folder, const std::string &texts, const demo::Fo
     };
     const std::vector<std::pair<std::string, Page>> pages = {
         {"english", article("english", fonts.dejavu, {30, 84, 140, 255}, 31, 8)},
-        {"arabic", article("arabic", fonts.dejavu, {22, 110, 84, 255}, 35, 0)},
-        {"persian", article("persian", fonts.dejavu, {110, 60, 130, 255}, 31, 0)},
+        {"arabic", article("arabic", fonts.dejavu, {22, 110, 84, 255}, 35, 16)},
+        {"persian", article("persian", fonts.dejavu, {110, 60, 130, 255}, 31, 12)},
         {"hebrew", article("hebrew", fonts.dejavu, {40, 100, 160, 255}, 36, 12)},
-        {"thai", article("thai", fonts.freeSerif, {160, 72, 40, 255}, 36, 0)},
+        {"thai", article("thai", fonts.freeSerif, {160, 72, 40, 255}, 36, 12)},
         {"cjk", demo::cjkPage(texts, fonts)},
         {"alignment", demo::alignmentPage(texts, fonts)},
         {"scripts", demo::scriptsPage(fonts)},

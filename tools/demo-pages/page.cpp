@@ -1,6 +1,11 @@
 #include "page.h"
 
+#include "painter.h"
 #include "paragraph.h"
+
+#ifdef ZK_WITH_SHAPE
+#    include <zkthaiwords.h>
+#endif
 
 #include <algorithm>
 #include <stdexcept>
@@ -59,6 +64,27 @@ void Page::text(const ZkRect &box, const std::string &utf8, const Style &style)
     host::TextBlock block = layOut(box, utf8, style);
     block.place(box.left(), box.top(), box.height());
     block.paint(m_canvas, {style.color, style.outline});
+}
+
+void Page::paragraph(const ZkRect &box, const std::string &utf8, const Style &style)
+{
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(style.fontFile.c_str())));
+    paragraph.setFont(
+        ZkFontAttr{static_cast<std::uint8_t>(style.size), static_cast<std::uint8_t>(style.flags)});
+#ifdef ZK_WITH_SHAPE
+    ZkThaiWords words;
+    paragraph.setWordBreaker(&words);
+#endif
+    paragraph.setUtf8(utf8.data(), static_cast<int>(utf8.size()));
+    paragraph.setWidth(box.width());
+    paragraph.setLineSpacing(style.lineSpacing);
+    if (paragraph.width() > box.width() || paragraph.height() > box.height()) {
+        throw std::runtime_error("no room for: " + utf8);
+    }
+    host::paintParagraph(m_canvas, paragraph, box.left(),
+                         box.top() + (box.height() - paragraph.height()) / 2,
+                         {style.color, style.outline});
 }
 
 void Page::label(const ZkRect &box, int baseline, const std::string &utf8, const Style &style)

@@ -45,6 +45,10 @@ public:
     /// does not fit, for a page is not to be cut off unseen.
     void text(const ZkRect &box, const std::string &utf8, const Style &style);
 
+    /// The same as a paragraph, which reads right to left and wraps as its readers expect;
+    /// it begins at the side where they begin to read.
+    void paragraph(const ZkRect &box, const std::string &utf8, const Style &style);
+
     /// One line of text, aligned between the sides of `box`, its baseline at row
     /// `baseline`: the height of a line depends on its letters, so labels that are
     /// centred one by one would not stand level.
