@@ -197,7 +197,7 @@ ZkDate clampedToMonth(int y, int m, int d)
 }
 
 /// The day number of a Persian date by the drifting walk; 0 when it leads nowhere.
-__attribute__((noinline)) unsigned int dayNumberOfPersian(int y, int m, int d)
+__attribute__((noinline, cold)) unsigned int dayNumberOfPersian(int y, int m, int d)
 {
     const Civil date = gregorianOfPersian(y, m, d);
     return dayNumberOrNull(date.year, date.month, date.day);

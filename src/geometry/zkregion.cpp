@@ -9,13 +9,6 @@ ZkRegion::Data ZkRegion::shared_empty = {1, nullptr};
 namespace
 {
 
-// Inclusive edges; both valid.
-bool covers(const ZkRect &outer, const ZkRect &inner)
-{
-    return outer.left() <= inner.left() && outer.top() <= inner.top() &&
-           outer.right() >= inner.right() && outer.bottom() >= inner.bottom();
-}
-
 bool meet(const ZkRect &a, const ZkRect &b)
 {
     return a.left() <= b.right() && b.left() <= a.right() && a.top() <= b.bottom() &&
@@ -26,22 +19,6 @@ ZkRect around(const ZkRect &a, const ZkRect &b)
 {
     return ZkRect(std::min(a.left(), b.left()), std::min(a.top(), b.top()),
                   std::max(a.right(), b.right()), std::max(a.bottom(), b.bottom()));
-}
-
-// The first rectangle that reaches down to row `y`, the last one when none does: the
-// extents of a clipped region may be larger than its rectangles. A branch could not be
-// predicted, so the list is halved without one.
-const ZkRect *firstReachingAnywhere(const ZkRect *begin, int count, int y)
-{
-    while (count > 1) {
-        const int half = count / 2;
-        const ZkRect *const later = begin + half;
-        if (later[-1].bottom() < y) { // a conditional move
-            begin = later;
-        }
-        count -= half;
-    }
-    return begin;
 }
 
 // Whether a rectangle of one list meets one of the other. Both lists are walked
@@ -98,10 +75,10 @@ enum class UnionWay { First, Second, Append, Sweep };
 
 UnionWay unionWay(const ZkRegion::Operand &a, const ZkRegion::Operand &b)
 {
-    if (covers(a.innerRect, b.extents)) {
+    if (zkCovers(a.innerRect, b.extents)) {
         return UnionWay::First;
     }
-    if (covers(b.innerRect, a.extents)) {
+    if (zkCovers(b.innerRect, a.extents)) {
         return UnionWay::Second;
     }
     if (continues(a, b)) {
@@ -133,11 +110,6 @@ inline ZkRegion::ZkRegion(Record *record) : d(record)
 }
 
 // Whether there is data with at least one rectangle.
-inline bool ZkRegion::hasRects() const
-{
-    return d->region != nullptr && d->region->numRects != 0;
-}
-
 void ZkRegion::release(Data *data)
 {
     if (data->region != nullptr) {
@@ -203,60 +175,6 @@ void ZkRegion::setRects(const ZkRect *rects, int n)
         record->recompute();
         *this = ZkRegion(record);
     }
-}
-
-bool ZkRegion::contains(const ZkPoint &p) const
-{
-    // A region without data is not tested for: the caller has asked isEmpty() before.
-    const Record &record = *d->region;
-    if (!record.inVector) {
-        return record.single.contains(p);
-    }
-    const ZkRect pixel(p.x(), p.y(), p.x(), p.y());
-    if (record.numRects == 0 || !covers(record.extents, pixel)) {
-        return false;
-    }
-    if (covers(record.innerRect, pixel)) {
-        return true;
-    }
-    const ZkRect *const end = record.end();
-    const ZkRect *r = firstReachingAnywhere(record.begin(), record.numRects, p.y());
-    if (r->top() > p.y()) {
-        return false; // between two bands
-    }
-    r = zkGallop(r, end, [&p](const ZkRect &x) { return x.top() <= p.y() && x.right() < p.x(); });
-    return r != end && covers(*r, pixel);
-}
-
-bool ZkRegion::contains(const ZkRect &r) const
-{
-    if (!hasRects()) {
-        return false;
-    }
-    const Record &record = *d->region;
-    if (record.numRects == 1) {
-        return record.begin()->contains(r);
-    }
-    if (!r.isValid() || !covers(record.extents, r)) {
-        return false;
-    }
-    const ZkRect *const end = record.end();
-    const ZkRect *band = zkFirstReaching(record.begin(), end, r.top());
-    for (int y = r.top(); band != end && band->top() <= y; ++y) {
-        const ZkRect *const bandEnd = zkBandEnd(band, end);
-        const ZkRect *const candidate = std::partition_point(
-            band, bandEnd, [&r](const ZkRect &x) { return x.right() < r.left(); });
-        if (candidate == bandEnd || candidate->left() > r.left() ||
-            candidate->right() < r.right()) {
-            return false;
-        }
-        y = band->bottom();
-        if (y >= r.bottom()) {
-            return true;
-        }
-        band = bandEnd;
-    }
-    return false;
 }
 
 bool ZkRegion::intersects(const ZkRegion &r) const
@@ -360,10 +278,10 @@ ZkRegion ZkRegion::intersect(const ZkRegion &r) const
     if (!meet(a.extents, b.extents)) {
         return ZkRegion();
     }
-    if (covers(b.innerRect, a.extents)) {
+    if (zkCovers(b.innerRect, a.extents)) {
         return *this;
     }
-    if (covers(a.innerRect, b.extents)) {
+    if (zkCovers(a.innerRect, b.extents)) {
         return r;
     }
     if (a.count() == 1 && b.count() == 1) {
@@ -380,10 +298,10 @@ ZkRegion ZkRegion::intersect(const ZkRect &r) const
         return ZkRegion();
     }
     const Record &record = *d->region;
-    if (covers(r, record.extents)) {
+    if (zkCovers(r, record.extents)) {
         return *this;
     }
-    if (covers(record.innerRect, r)) {
+    if (zkCovers(record.innerRect, r)) {
         return ZkRegion(r);
     }
     if (record.numRects == 1) {
@@ -402,7 +320,7 @@ ZkRegion ZkRegion::subtract(const ZkRegion &r) const
     if (!meet(a.extents, b.extents)) {
         return *this;
     }
-    if (covers(b.innerRect, a.extents) || a.equals(b)) {
+    if (zkCovers(b.innerRect, a.extents) || a.equals(b)) {
         return ZkRegion();
     }
     ZkRegionSweep sweep(ZkRegionSweep::Joined);
@@ -455,5 +373,5 @@ void ZkRegion::detach()
 
 bool zk_region_strictContains(const ZkRegion &region, const ZkRect &r)
 {
-    return region.hasRects() && r.isValid() && covers(region.d->region->innerRect, r);
+    return region.hasRects() && r.isValid() && zkCovers(region.d->region->innerRect, r);
 }

@@ -4,6 +4,13 @@
 #include "geometry/zkregionsweep.h"
 #include "zkregion.h"
 
+/// Whether `outer` holds all of `inner`; both valid.
+inline bool zkCovers(const ZkRect &outer, const ZkRect &inner)
+{
+    return outer.left() <= inner.left() && outer.top() <= inner.top() &&
+           outer.right() >= inner.right() && outer.bottom() >= inner.bottom();
+}
+
 /// What an operation looks at: a list that is not empty, and what is known of it. That
 /// is held by value, so that an operation in place may write it into the record and
 /// still ask the operand.
@@ -94,5 +101,10 @@ private:
 
 /// Ends the process by a write through a null pointer.
 [[noreturn]] void zkRegionStop() __attribute__((cold, noinline));
+
+inline bool ZkRegion::hasRects() const
+{
+    return d->region != nullptr && d->region->numRects != 0;
+}
 
 #endif

@@ -148,9 +148,9 @@ int scanProbes(const ZkUcs2 *h, int from, int last, int a, const Lanes &first, i
         matches);
 }
 
-/// Searches for a needle without two plain units.
-__attribute__((noinline)) int scanAnyFolded(const ZkUcs2 *h, int hl, int from, const ZkUcs2 *n,
-                                            int nl)
+/// Searches for a needle without two plain units, which few have.
+__attribute__((noinline, cold)) int scanAnyFolded(const ZkUcs2 *h, int hl, int from,
+                                                  const ZkUcs2 *n, int nl)
 {
     const auto matches = [=](int at) { return zkEqualFolded(h, at, n, nl); };
     // What a low surrogate of the needle folds to depends on the unit before it,

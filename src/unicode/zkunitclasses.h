@@ -15,19 +15,19 @@ constexpr unsigned kCommonShift = 11; // the upper five bits are a common class,
 constexpr unsigned kCommonCodes = kZkCommonClasses << (kCommonShift - kBidiBits);
 
 /// Bidirectional class and bracket, as a record has them in its lowest bits.
-constexpr unsigned bidiOf(std::uint16_t unit)
+constexpr unsigned bidiOf(unsigned unit)
 {
     return unit & ((1U << kBidiBits) - 1);
 }
 
 /// The number of a common class, any larger number for others.
-constexpr unsigned commonClassOf(std::uint16_t unit)
+constexpr unsigned commonClassOf(unsigned unit)
 {
     return unit >> kCommonShift;
 }
 
 /// The class for breaks, an index into `kZkBreakColumns`.
-constexpr unsigned breakClassOf(std::uint16_t unit)
+constexpr unsigned breakClassOf(unsigned unit)
 {
     const unsigned code = unit >> kBidiBits;
     return code < kCommonCodes ? commonClassOf(unit) : code - kCommonCodes + kZkCommonClasses;
