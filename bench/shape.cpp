@@ -268,7 +268,8 @@ void labelPango(benchmark::State &state, const ScriptText &text)
     countCharacters(state, label.size());
 }
 
-/// Bytes that `layOut` leaves on the heap, told as nanoseconds by the characters. What it returns is kept.
+/// Bytes that `layOut` leaves on the heap, told as nanoseconds by the characters. What it returns
+/// is kept.
 template <typename LayOut>
 void heapGrowth(benchmark::State &state, std::size_t characters, LayOut layOut)
 {
