@@ -419,7 +419,7 @@ std::size_t ZkTypeface::table(std::uint32_t tag, void *out, std::size_t room) co
 
 std::uint64_t ZkTypeface::digest() const
 {
-    constexpr std::size_t kWhole = 1 << 20, kEnd = 256 * 1024, kSample = 1024, kSamples = 512;
+    constexpr std::size_t kWhole = 256 * 1024, kEnd = 64 * 1024, kSample = 256, kSamples = 512;
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(*this);
     if (open == nullptr) {
         return 0;
