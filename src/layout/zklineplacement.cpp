@@ -1,5 +1,7 @@
 #include "zklineplacement.h"
 
+#include "glyph/zkmarks.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -10,12 +12,6 @@ typedef ZkVector<const GlyphBitmap *> Glyphs;
 
 constexpr ZkUcs2 kSpace = 0x0020;
 constexpr ZkUcs2 kSaraAm = 0x0E33;
-
-/// Empty rows left between two marks of a cluster.
-int markGap(const GlyphBitmap &glyph)
-{
-    return 1 + glyph.font.size / 32;
-}
 
 /// The flags of a Thai cluster, as the layout reports them.
 struct ThaiMarks {
@@ -62,91 +58,28 @@ bool isAlefOf(const GlyphBitmap &glyph, const GlyphBitmap &next)
     });
 }
 
-/// Where a mark stands on a base whose pen is at `pen`.
-int markX(const GlyphBitmap &base, const GlyphBitmap &mark, std::int64_t pen,
-          std::int64_t cellAdvance)
-{
-    if (mark.advance == 0 && mark.left < 0) {
-        return zkWrapped(pen + base.advance + mark.left);
-    }
-    return zkWrapped(pen + (cellAdvance - mark.width) / 2);
-}
-
-std::int64_t lastColumn(const ZkPlacedGlyph &placed)
-{
-    return static_cast<std::int64_t>(placed.x) + placed.glyph->width - 1;
-}
-std::int64_t lastRow(const ZkPlacedGlyph &placed)
-{
-    return static_cast<std::int64_t>(placed.y) + placed.glyph->height - 1;
-}
-
-bool shareColumns(const ZkPlacedGlyph &a, const ZkPlacedGlyph &b)
-{
-    return a.x <= lastColumn(b) && b.x <= lastColumn(a);
-}
-
-/// Moves `mark` up until it stands clear of `below`.
-void raiseAbove(ZkPlacedGlyph &mark, const ZkPlacedGlyph &below)
-{
-    if (shareColumns(mark, below)) {
-        const std::int64_t crossed = lastRow(mark) + 1 + markGap(*mark.glyph) - below.y;
-        mark.y = zkWrapped(mark.y - std::max<std::int64_t>(0, crossed));
-    }
-}
-
-/// Moves a lower mark down until it stands clear of a base that reaches as deep.
-void dropBelow(ZkPlacedGlyph &mark, const ZkPlacedGlyph &base)
-{
-    if (shareColumns(mark, base) && mark.y <= lastRow(base)) {
-        mark.y = zkWrapped(lastRow(base) + 1 + markGap(*mark.glyph));
-    }
-}
-
-/// How far an upper mark moves left so as not to cross the stem of a tall
-/// consonant (PO PLA, FO FAN): the stem is ink in the right half of the base,
-/// beside the rows of the mark.
-std::int64_t stemShift(const ZkPlacedGlyph &mark, const ZkPlacedGlyph &base)
-{
-    const GlyphBitmap &glyph = *base.glyph;
-    const std::int64_t rows = std::min<std::int64_t>(glyph.height, lastRow(mark) + 1 - base.y);
-    if (!glyph.pixels) {
-        return 0;
-    }
-    for (int column = 0; column < glyph.width; ++column) {
-        for (int row = 0; row < rows; ++row) {
-            if (glyph.pixels[static_cast<std::ptrdiff_t>(row) * glyph.pitch + column] != 0) {
-                const bool isStem = column >= glyph.width / 2;
-                const std::int64_t stem = static_cast<std::int64_t>(base.x) + column;
-                return isStem ? std::max<std::int64_t>(0, lastColumn(mark) + 1 - stem) : 0;
-            }
-        }
-    }
-    return 0;
-}
-
 /// Puts the marks of a Thai cluster, which stands at `placed[0]`, on their base.
 void settleThaiMarks(ZkPlacedGlyph *placed, const ThaiMarks &marks, const ZkLineCell &cell,
                      int charSpacing)
 {
     ZkPlacedGlyph &base = placed[0];
     for (int k = 1; k < cell.count; ++k) {
-        placed[k].x = markX(*base.glyph, *placed[k].glyph, cell.x,
-                            static_cast<std::int64_t>(cell.width) - charSpacing);
+        placed[k].x = zkThaiMarkX(*base.glyph, *placed[k].glyph, cell.x,
+                                  static_cast<std::int64_t>(cell.width) - charSpacing);
     }
     ZkPlacedGlyph &first = placed[1];
     if (marks.lower) {
-        dropBelow(first, base);
+        zkDropBelow(first, base);
     }
     const int upperMark = marks.lower ? 2 : 1;
     if (upperMark < cell.count) {
-        const std::int64_t shift = stemShift(placed[upperMark], base);
+        const std::int64_t shift = zkStemShift(placed[upperMark], base);
         for (int k = upperMark; k < cell.count; ++k) {
             placed[k].x = zkWrapped(placed[k].x - shift);
         }
     }
     if (marks.upper && cell.count == 3) {
-        raiseAbove(placed[2], first);
+        zkRaiseAbove(placed[2], first);
     }
 }
 
@@ -250,7 +183,7 @@ ZkLinePlacement::ZkLinePlacement(const PaintInfo &record, const ZkLineStyle &sty
             settleThaiMarks(placed, thaiMarks(record.glyphs, cell.first), cell, style.charSpacing);
         } else if (placed->glyph->unicode == kSaraAm &&
                    hasBareTone(record.glyphs, cell.first - 2)) {
-            raiseAbove(placed[-1], *placed);
+            zkRaiseAbove(placed[-1], *placed);
         }
     }
     settleArabicMarks();
@@ -273,10 +206,10 @@ void ZkLinePlacement::settleArabicMarks()
         placed.x = zkWrapped(static_cast<std::int64_t>(letter->x) +
                              (letter->glyph->width - placed.glyph->width) / 2);
         if (isBelowLetter(*placed.glyph)) {
-            dropBelow(placed, *below);
+            zkDropBelow(placed, *below);
             below = &placed;
         } else {
-            raiseAbove(placed, *above);
+            zkRaiseAbove(placed, *above);
             above = &placed;
         }
     }

@@ -15,6 +15,7 @@
 #include <zkstringlist.h>
 
 #include "rounds.h"
+#include "sanitizedmalloc.h"
 
 #include <gtest/gtest.h>
 
@@ -26,14 +27,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#    define ZK_MALLOC_IS_THE_SANITIZERS 1
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#        define ZK_MALLOC_IS_THE_SANITIZERS 1
-#    endif
-#endif
 
 namespace
 {

@@ -6,6 +6,7 @@
 #include "zkglyphcache.h"
 
 #include "bareglyph.h"
+#include "sanitizedmalloc.h"
 
 #include <gtest/gtest.h>
 
@@ -15,14 +16,6 @@
 #include <string>
 #include <unistd.h>
 #include <vector>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#    define ZK_MALLOC_IS_THE_SANITIZERS 1
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#        define ZK_MALLOC_IS_THE_SANITIZERS 1
-#    endif
-#endif
 
 namespace
 {

@@ -1,6 +1,8 @@
 #ifndef MALLOCHOOK_H
 #define MALLOCHOOK_H
 
+#include "sanitizedmalloc.h"
+
 #include <atomic>
 #include <cstddef>
 
@@ -14,14 +16,6 @@ inline std::atomic<int> allocations{0};     ///< calls so far
 inline std::atomic<std::size_t> refused{0}; ///< a request of this size gets null; 0 refuses none
 
 } // namespace mallochook
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#    define ZK_MALLOC_IS_THE_SANITIZERS 1
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#        define ZK_MALLOC_IS_THE_SANITIZERS 1
-#    endif
-#endif
 
 #if defined(ZK_MALLOC_IS_THE_SANITIZERS)
 
