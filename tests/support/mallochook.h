@@ -6,7 +6,7 @@
 #include <atomic>
 #include <cstddef>
 
-/// Watches the `malloc` of the whole process, `operator new` included. Include
+/// Watches `malloc` and `realloc` of the whole process, `operator new` included. Include
 /// in one source file of a program only: outside the sanitizers it defines
 /// `malloc` itself.
 namespace mallochook
@@ -37,6 +37,7 @@ inline const int installed = __sanitizer_install_malloc_and_free_hooks(
 #else
 
 extern "C" void *__libc_malloc(std::size_t);
+extern "C" void *__libc_realloc(void *, std::size_t);
 
 namespace mallochook
 {
@@ -50,6 +51,12 @@ extern "C" void *malloc(std::size_t bytes)
     ++mallochook::allocations;
     const std::size_t refused = mallochook::refused;
     return refused != 0 && refused == bytes ? nullptr : __libc_malloc(bytes);
+}
+
+extern "C" void *realloc(void *block, std::size_t bytes)
+{
+    ++mallochook::allocations;
+    return __libc_realloc(block, bytes);
 }
 
 #endif
