@@ -86,8 +86,8 @@ Page cjkPage(const std::string &textFolder, const Fonts &fonts)
         host::Color tint;
         int height;
     } kParts[] = {
-        {"chinese.txt", {178, 58, 52, 255}, 132},
-        {"japanese.txt", {92, 74, 140, 255}, 188},
+        {"chinese.txt", {178, 58, 52, 255}, 152},
+        {"japanese.txt", {92, 74, 140, 255}, 168},
         {"korean.txt", {32, 98, 150, 255}, 168},
     };
     Page page(kPageWidth, kPageHeight, kPaper);
@@ -100,8 +100,8 @@ Page cjkPage(const std::string &textFolder, const Fonts &fonts)
                   styled(fonts.microHei, 26, part.tint, host::AlignLeft | host::AlignVCenter));
         page.text(area(500, y + 8, 248, 40), lines[1],
                   styled(fonts.microHei, 20, kSoft, host::AlignRight | host::AlignVCenter));
-        page.text(area(52, y + 50, 700, part.height - 54), lines[2],
-                  styled(fonts.microHei, 23, kInk, host::AlignLeft | host::AlignTop));
+        page.paragraph(area(52, y + 50, 700, part.height - 54), lines[2],
+                       styled(fonts.microHei, 23, kInk, host::AlignLeft | host::AlignTop));
         y += part.height + 16;
     }
     return page;

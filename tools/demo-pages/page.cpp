@@ -82,8 +82,9 @@ void Page::paragraph(const ZkRect &box, const std::string &utf8, const Style &st
     if (paragraph.width() > box.width() || paragraph.height() > box.height()) {
         throw std::runtime_error("no room for: " + utf8);
     }
-    host::paintParagraph(m_canvas, paragraph, box.left(),
-                         box.top() + (box.height() - paragraph.height()) / 2,
+    const bool isCentred = (style.alignment & host::AlignVCenter) != 0;
+    const int above = isCentred ? (box.height() - paragraph.height()) / 2 : 0;
+    host::paintParagraph(m_canvas, paragraph, box.left(), box.top() + above,
                          {style.color, style.outline});
 }
 

@@ -46,7 +46,7 @@ public:
     void text(const ZkRect &box, const std::string &utf8, const Style &style);
 
     /// The same as a paragraph, which reads right to left and wraps as its readers expect;
-    /// it begins at the side where they begin to read.
+    /// it begins at the side where they begin to read, at the top or centred.
     void paragraph(const ZkRect &box, const std::string &utf8, const Style &style);
 
     /// One line of text, aligned between the sides of `box`, its baseline at row
