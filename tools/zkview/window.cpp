@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <dlfcn.h>
 #include <iterator>
 #include <stdexcept>
 
@@ -16,6 +17,25 @@ namespace
 [[noreturn]] void fail(const char *what)
 {
     throw std::runtime_error(std::string(what) + ": " + SDL_GetError());
+}
+
+/// While SDL waits for events it wakes itself up by a message to the window, over a second
+/// connection to the X server. Where the window is gone when the server gets to that message,
+/// SDL hears of it at its end, when it has put back the handler of errors that it found: by
+/// default one that ends the process. It is to find one that does nothing. SDL loads Xlib and
+/// gives no other access to it; without X there is nothing to forgive.
+void forgiveLateMessages()
+{
+    void *const xlib = dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD);
+    if (xlib == nullptr) {
+        return;
+    }
+    using Handler = int (*)(void *display, void *error);
+    using SetHandler = Handler (*)(Handler);
+    if (const auto set = reinterpret_cast<SetHandler>(dlsym(xlib, "XSetErrorHandler"))) {
+        set([](void *, void *) { return 0; });
+    }
+    dlclose(xlib);
 }
 
 /// SDL's own state, a window, and the picture in it.
@@ -44,6 +64,7 @@ private:
 
 Window::Window(int width, int height, bool fullScreen)
 {
+    forgiveLateMessages();
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         fail("no screen");
     }
