@@ -556,7 +556,7 @@ const ZkGlyph *ZkGlyphCacheData::render(ZkGlyphHolder *holder, const ZkOpenTypef
     }
     const ZkFontAttr attr = {static_cast<std::uint8_t>(low >> 24),
                              static_cast<std::uint8_t>(high & 7)};
-    ZkRenderedGlyph rendered(face.library, attr.flags, ZkRenderedGlyph::Bounded);
+    ZkRenderedGlyph rendered(face.freetype, attr.flags, ZkRenderedGlyph::Bounded);
     bool isFailed = !face.scale(attr.size);
     isFailed = isFailed || rendered.render(face.face, low & 0xFFFFFF, face.loadFlags) != 0;
     if (face.memory.isStarved) {

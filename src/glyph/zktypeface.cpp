@@ -219,7 +219,7 @@ Outcome openAxes(ZkOpenTypeface *open, const ZkTypeface::Options &options)
     }
     const Outcome outcome =
         var->num_axis == 0 ? Outcome{ZkTypeface::NoError, ""} : settleAxes(open, options, *var);
-    FT_Done_MM_Var(open->library, var);
+    FT_Done_MM_Var(open->freetype, var);
     return outcome;
 }
 
@@ -268,7 +268,7 @@ Outcome openFace(ZkOpenTypeface *open, const FontBytes &font, const ZkTypeface::
                : -1;
     FT_Error error = FT_Err_Invalid_Argument;
     if (isSane) {
-        error = ZkFontLibrary::openFace(font.bytes, font.size, index, &open->face, &open->library);
+        error = ZkFontLibrary::openFace(font.bytes, font.size, index, &open->face, &open->freetype);
     }
     if (error != 0) {
         if (options.instance < 0) {

@@ -32,7 +32,7 @@ struct ZkOpenTypeface : ZkTypefaceData {
     std::uint32_t id;
     ZkTypeface::Options options; ///< without the axes
     FT_Int32 loadFlags;
-    FT_Library library;
+    FT_Library freetype;
     FT_Face face;
     FT_CharMap symbols; ///< the map of a font whose characters stand at U+F000 and on
     ZkTypeface::Axis *axes;

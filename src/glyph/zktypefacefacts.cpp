@@ -534,6 +534,6 @@ int ZkTypeface::instanceName(int number, char *out, int room) const
         length =
             nameOf(open->face, var->namedstyle[number - 1].strid, out, out == nullptr ? 0 : room);
     }
-    FT_Done_MM_Var(open->library, var);
+    FT_Done_MM_Var(open->freetype, var);
     return length;
 }
