@@ -2,6 +2,7 @@
 #define ZKFONTLETTERS_H
 
 #include "zkfont.h"
+#include "zktypeface.h"
 
 /// What shaping remembers of a typeface in one font, so that text, which repeats its
 /// letters, asks typeface and glyph cache once for most of them: for characters that are a
@@ -15,6 +16,7 @@ struct ZkFontLetters {
 
     ZkFontLetters *next; ///< of the same typeface
     ZkFont font;
+    ZkTypefaceMetrics metrics;
     std::uint32_t letters[kLetters]; ///< 0 is none
     std::uint32_t pairs[kPairs];
 

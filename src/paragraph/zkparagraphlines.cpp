@@ -23,7 +23,8 @@ public:
 
 private:
     bool breakHard(const ZkHardLine &hard);
-    int fit(int first, const ZkHardLine &hard);
+    int fit(int first, int over, int behind, const ZkHardLine &hard);
+    bool isCutAnyway() const;
     int overflowAt(int first, const ZkHardLine &hard) const;
     int overflowOfHead() const;
     int allowedBefore(int first, int unit, const ZkHardLine &hard) const;
@@ -34,7 +35,8 @@ private:
     void dropHead(int patch, int glyph);
     void shapeHead(int first, const ZkHardLine &hard);
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
-    void addLine(int first, int last, const ZkHardLine &hard);
+    ZkTextLine *addLine(int first, int last, const ZkHardLine &hard);
+    void measureLine(ZkTextLine *line, const ZkHardLine &hard) const;
     int nextCluster(int unit, int end) const;
 
     ZkParagraphData &m_d;
@@ -117,11 +119,9 @@ int LineBreaker::clusterBefore(int unit) const
     return m_d.glyphs[isInside ? glyph : glyph - 1].cluster;
 }
 
-// Where the line from `first` on ends.
-int LineBreaker::fit(int first, const ZkHardLine &hard)
+// Where the line from `first` on ends: `over` does not fit, spaces go on to `behind`.
+int LineBreaker::fit(int first, int over, int behind, const ZkHardLine &hard)
 {
-    const int over = overflowAt(first, hard);
-    const int behind = skipSpaces(over, hard);
     if (behind == hard.last) {
         return hard.last;
     }
@@ -232,13 +232,26 @@ void LineBreaker::shapeHead(int first, const ZkHardLine &hard)
     }
 }
 
+// True when the next line is the last, and shortened unless all text fits: then it does not
+// matter where words end.
+bool LineBreaker::isCutAnyway() const
+{
+    return m_d.lines.size() + 1 == m_d.maximumLines && m_d.cutsWords &&
+           m_d.ellipsis != ZkParagraph::EllipsisNone;
+}
+
 bool LineBreaker::breakHard(const ZkHardLine &hard)
 {
     int first = hard.first;
     shapeHead(first, hard);
     do {
-        const int end = settle(first, fit(first, hard), hard);
-        addLine(first, end, hard);
+        const int over = overflowAt(first, hard), behind = skipSpaces(over, hard);
+        if (over > first && behind < hard.last && isCutAnyway()) {
+            addLine(first, over, hard);
+            return false;
+        }
+        const int end = settle(first, fit(first, over, behind, hard), hard);
+        measureLine(addLine(first, end, hard), hard);
         if (m_d.maximumLines > 0 && m_d.lines.size() == m_d.maximumLines) {
             return false;
         }
@@ -248,23 +261,28 @@ bool LineBreaker::breakHard(const ZkHardLine &hard)
     return true;
 }
 
-void LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
+ZkTextLine *LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
 {
-    const int content = m_d.contentEnd(first, last);
-    ZkTextLine line = {};
-    line.first = first;
-    line.last = last;
-    line.isRightToLeft = (hard.level & 1) != 0;
-    line.endsHard = last == hard.last;
-    ZkPen width = extent(first, content, hard) + m_tailDifference;
-    if (line.endsHard) { // spaces at the end count as far as there is room for them
-        const ZkPen full = extent(first, last, hard) + m_tailDifference;
+    ZkTextLine *const line = m_d.lines.extend(1);
+    *line = {};
+    line->first = first;
+    line->last = last;
+    line->isRightToLeft = (hard.level & 1) != 0;
+    line->endsHard = last == hard.last;
+    return line;
+}
+
+void LineBreaker::measureLine(ZkTextLine *line, const ZkHardLine &hard) const
+{
+    const int content = m_d.contentEnd(line->first, line->last);
+    ZkPen width = extent(line->first, content, hard) + m_tailDifference;
+    if (line->endsHard) { // spaces at the end count as far as there is room for them
+        const ZkPen full = extent(line->first, line->last, hard) + m_tailDifference;
         width = std::max(width, std::min(full, m_limit - 31));
-    } else if (m_text[last - 1] == kZkSoftHyphen) {
-        width += m_d.hyphenAt(last);
+    } else if (m_text[line->last - 1] == kZkSoftHyphen) {
+        width += m_d.hyphenAt(line->last);
     }
-    line.width = zkPixels(width);
-    m_d.lines.append(line);
+    line->width = zkPixels(width);
 }
 
 void LineBreaker::breakAll()
@@ -518,8 +536,8 @@ void ZkParagraphData::stack()
     stretchLines();
     widest = 0;
     std::int64_t top = 0;
-    const int plainAscent = metricsOf(font).ascent;
-    const int plainDescent = metricsOf(font).descent + metricsOf(font).gap;
+    const ZkTypefaceMetrics &plain = metricsOf(font);
+    const int plainAscent = plain.ascent, plainDescent = plain.descent + plain.gap;
     const ZkSpan *span = spans.begin();
     for (ZkTextLine &line : lines) {
         int ascent = 0, descent = 0, covered = line.first;
