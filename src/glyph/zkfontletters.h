@@ -27,17 +27,20 @@ struct ZkFontLetters {
         return __atomic_load_n(&letters[slotOf(c)], __ATOMIC_RELAXED);
     }
     static bool has(std::uint32_t word, char32_t c) { return word >> 23 == (c >> 8 | 0x100); }
+    /// The same for an Arabic letter that joins no other: whoever finds it by `has` would not
+    /// ask whether it does.
+    static bool hasAlone(std::uint32_t word, char32_t c) { return word >> 23 == (c >> 8 | 0x80); }
     static std::uint32_t indexOf(std::uint32_t word) { return word & 0xFFFF; }
     static int advanceOf(std::uint32_t word) { return static_cast<int>(word >> 16 & 0x7F); }
 
     /// Enters a character of the basic plane. False for what has no room in a word.
-    bool enter(char32_t c, std::uint32_t index, int advance)
+    bool enter(char32_t c, std::uint32_t index, int advance, bool isAlone = false)
     {
         if (index > kMostIndex || advance > 0x7F) {
             return false;
         }
-        const std::uint32_t word =
-            (c >> 8 | 0x100) << 23 | static_cast<std::uint32_t>(advance) << 16 | index;
+        const std::uint32_t word = (c >> 8 | (isAlone ? 0x80 : 0x100)) << 23 |
+                                   static_cast<std::uint32_t>(advance) << 16 | index;
         __atomic_store_n(&letters[slotOf(c)], word, __ATOMIC_RELAXED);
         return true;
     }
@@ -66,7 +69,8 @@ private:
     static constexpr std::uint32_t kMostPixels = 511; // in the low bits
     static_assert(kPairs == kMostPixels + 1, "the slot of a pair tells what its tag leaves out");
 
-    static unsigned slotOf(char32_t c) { return (c ^ c >> 8) % kLetters; }
+    // Keeps the letters of a script apart from each other and from ASCII.
+    static unsigned slotOf(char32_t c) { return (c + (c >> 8) * 104) % kLetters; }
     static std::uint32_t tagOf(std::uint32_t left, std::uint32_t right)
     {
         return (left << 16 | right) & ~kMostPixels;
