@@ -13,6 +13,7 @@ struct ZkFontLetters {
     static constexpr unsigned kLetters = 512, kPairs = 512;
     static constexpr unsigned kMostIndex = 0xFFFF;
     static constexpr int kNoDistance = INT32_MIN;
+    static constexpr char32_t kAloneEnd = 0x8000;
 
     ZkFontLetters *next; ///< of the same typeface
     ZkFont font;
@@ -27,8 +28,8 @@ struct ZkFontLetters {
         return __atomic_load_n(&letters[slotOf(c)], __ATOMIC_RELAXED);
     }
     static bool has(std::uint32_t word, char32_t c) { return word >> 23 == (c >> 8 | 0x100); }
-    /// The same for an Arabic letter that joins no other: whoever finds it by `has` would not
-    /// ask whether it does.
+    /// The same for what is not plain, below `kAloneEnd`: a mark, or an Arabic letter that
+    /// joins no other. Whoever finds it by `has` would not look at what is beside it.
     static bool hasAlone(std::uint32_t word, char32_t c) { return word >> 23 == (c >> 8 | 0x80); }
     static std::uint32_t indexOf(std::uint32_t word) { return word & 0xFFFF; }
     static int advanceOf(std::uint32_t word) { return static_cast<int>(word >> 16 & 0x7F); }
@@ -49,7 +50,7 @@ struct ZkFontLetters {
     /// `distanceIn` tells their pixels from it, or `kNoDistance` for the word of another pair.
     std::uint32_t pair(std::uint32_t left, std::uint32_t right) const
     {
-        return __atomic_load_n(&pairs[(left * 31 + right) % kPairs], __ATOMIC_RELAXED);
+        return __atomic_load_n(&pairs[(left * 21 + right) % kPairs], __ATOMIC_RELAXED);
     }
     static int distanceIn(std::uint32_t word, std::uint32_t left, std::uint32_t right)
     {
@@ -60,7 +61,7 @@ struct ZkFontLetters {
     {
         if (pixels >= -256 && pixels < 256) {
             const std::uint32_t low = static_cast<std::uint32_t>(pixels) & kMostPixels;
-            __atomic_store_n(&pairs[(left * 31 + right) % kPairs], tagOf(left, right) | low,
+            __atomic_store_n(&pairs[(left * 21 + right) % kPairs], tagOf(left, right) | low,
                              __ATOMIC_RELAXED);
         }
     }
@@ -70,7 +71,7 @@ private:
     static_assert(kPairs == kMostPixels + 1, "the slot of a pair tells what its tag leaves out");
 
     // Keeps the letters of a script apart from each other and from ASCII.
-    static unsigned slotOf(char32_t c) { return (c + (c >> 8) * 104) % kLetters; }
+    static unsigned slotOf(char32_t c) { return (c + (c >> 8) * 106) % kLetters; }
     static std::uint32_t tagOf(std::uint32_t left, std::uint32_t right)
     {
         return (left << 16 | right) & ~kMostPixels;

@@ -17,6 +17,16 @@ std::uint32_t lowOf(std::uint32_t index)
     return index > 0xFFFFFF ? 0xFFFFFF : index;
 }
 
+std::uint32_t sizeOf(const ZkFont &font)
+{
+    return static_cast<std::uint32_t>(font.fontSize()) << 24;
+}
+
+std::uint32_t highOf(const ZkOpenTypeface &face, const ZkFont &font)
+{
+    return face.id << 3 | (font.attr().flags & 7u);
+}
+
 } // namespace
 
 ZkGlyphHolder::ZkGlyphHolder() : ZkGlyphHolder(ZkGlyphCache::shared())
@@ -114,7 +124,14 @@ void ZkGlyphHolder::add(const ZkGlyph *glyph, std::uint32_t hash)
 const ZkGlyph *ZkGlyphHolder::glyph(const ZkTypeface &face, std::uint32_t index, const ZkFont &font)
 {
     const ZkGlyph *glyph = nullptr;
-    fetch(face, font, &index, 1, &glyph);
+    const ZkOpenTypeface *const open = ZkOpenTypeface::of(face);
+    if (open != nullptr) { // one that is held, as a rule
+        const std::uint32_t low = lowOf(index) | sizeOf(font), high = highOf(*open, font);
+        glyph = find(low, high, ZkGlyphCacheData::hashOf(low, high));
+    }
+    if (glyph == nullptr) {
+        fetch(face, font, &index, 1, &glyph);
+    }
     return glyph;
 }
 
@@ -128,8 +145,7 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
         }
         return;
     }
-    const std::uint32_t size = static_cast<std::uint32_t>(font.fontSize()) << 24;
-    const std::uint32_t high = open->id << 3 | (font.attr().flags & 7u);
+    const std::uint32_t size = sizeOf(font), high = highOf(*open, font);
     int next = 0;
     for (; next < n && m_count != 0; ++next) { // what is held needs no lock
         const std::uint32_t low = lowOf(indices[next]) | size;

@@ -23,7 +23,7 @@ public:
 
 private:
     bool breakHard(const ZkHardLine &hard);
-    int fit(int first, int over, int behind, const ZkHardLine &hard);
+    int fit(int first, const ZkHardLine &hard);
     bool isCutAnyway() const;
     int overflowAt(int first, const ZkHardLine &hard) const;
     int overflowOfHead() const;
@@ -35,8 +35,8 @@ private:
     void dropHead(int patch, int glyph);
     void shapeHead(int first, const ZkHardLine &hard);
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
-    ZkTextLine *addLine(int first, int last, const ZkHardLine &hard);
-    void measureLine(ZkTextLine *line, const ZkHardLine &hard) const;
+    void addLine(int first, int last, const ZkHardLine &hard);
+    int measured(const ZkTextLine &line, const ZkHardLine &hard) const;
     int nextCluster(int unit, int end) const;
 
     ZkParagraphData &m_d;
@@ -47,6 +47,7 @@ private:
     int m_headEnd = 0;
     ZkPen m_headLength = 0;
     int m_headPatch = 0, m_headGlyph = 0;
+    bool m_isCut = false;       // the line at work is the last, and shortened
     ZkPen m_tailDifference = 0; // by which shaping its end again changed its length
 };
 
@@ -119,11 +120,17 @@ int LineBreaker::clusterBefore(int unit) const
     return m_d.glyphs[isInside ? glyph : glyph - 1].cluster;
 }
 
-// Where the line from `first` on ends: `over` does not fit, spaces go on to `behind`.
-int LineBreaker::fit(int first, int over, int behind, const ZkHardLine &hard)
+// Where the line from `first` on ends.
+int LineBreaker::fit(int first, const ZkHardLine &hard)
 {
+    const int over = overflowAt(first, hard);
+    const int behind = skipSpaces(over, hard);
     if (behind == hard.last) {
         return hard.last;
+    }
+    if (over > first && isCutAnyway()) {
+        m_isCut = true;
+        return over;
     }
     if (behind > first && m_d.mayEndBefore(behind) &&
         (behind > over || m_text[behind - 1] != kZkSoftHyphen)) {
@@ -245,14 +252,12 @@ bool LineBreaker::breakHard(const ZkHardLine &hard)
     int first = hard.first;
     shapeHead(first, hard);
     do {
-        const int over = overflowAt(first, hard), behind = skipSpaces(over, hard);
-        if (over > first && behind < hard.last && isCutAnyway()) {
-            addLine(first, over, hard);
-            return false;
+        int end = fit(first, hard);
+        if (!m_isCut) {
+            end = settle(first, end, hard);
         }
-        const int end = settle(first, fit(first, over, behind, hard), hard);
-        measureLine(addLine(first, end, hard), hard);
-        if (m_d.maximumLines > 0 && m_d.lines.size() == m_d.maximumLines) {
+        addLine(first, end, hard);
+        if (m_d.lines.size() == m_d.maximumLines) {
             return false;
         }
         shapeHead(end, hard);
@@ -261,28 +266,31 @@ bool LineBreaker::breakHard(const ZkHardLine &hard)
     return true;
 }
 
-ZkTextLine *LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
+void LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
 {
-    ZkTextLine *const line = m_d.lines.extend(1);
-    *line = {};
-    line->first = first;
-    line->last = last;
-    line->isRightToLeft = (hard.level & 1) != 0;
-    line->endsHard = last == hard.last;
-    return line;
+    ZkTextLine line = {};
+    line.first = first;
+    line.last = last;
+    line.isRightToLeft = (hard.level & 1) != 0;
+    line.endsHard = last == hard.last;
+    if (!m_isCut) {
+        line.width = measured(line, hard);
+    }
+    m_d.lines.append(line);
 }
 
-void LineBreaker::measureLine(ZkTextLine *line, const ZkHardLine &hard) const
+// What a line takes of the box.
+inline int LineBreaker::measured(const ZkTextLine &line, const ZkHardLine &hard) const
 {
-    const int content = m_d.contentEnd(line->first, line->last);
-    ZkPen width = extent(line->first, content, hard) + m_tailDifference;
-    if (line->endsHard) { // spaces at the end count as far as there is room for them
-        const ZkPen full = extent(line->first, line->last, hard) + m_tailDifference;
+    const int content = m_d.contentEnd(line.first, line.last);
+    ZkPen width = extent(line.first, content, hard) + m_tailDifference;
+    if (line.endsHard) { // spaces at the end count as far as there is room for them
+        const ZkPen full = extent(line.first, line.last, hard) + m_tailDifference;
         width = std::max(width, std::min(full, m_limit - 31));
-    } else if (m_text[line->last - 1] == kZkSoftHyphen) {
-        width += m_d.hyphenAt(line->last);
+    } else if (m_text[line.last - 1] == kZkSoftHyphen) {
+        width += m_d.hyphenAt(line.last);
     }
-    line->width = zkPixels(width);
+    return zkPixels(width);
 }
 
 void LineBreaker::breakAll()

@@ -18,7 +18,7 @@ namespace
 
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr char32_t kLam = 0x0644, kSoftHyphen = 0xAD;
-constexpr char32_t kSaraAm = 0x0E33;
+constexpr char32_t kSaraAm = 0x0E33, kNonJoiner = 0x200C; // which the joiner follows
 // Letters that joining looks at across the ends of a run, marks between them included.
 constexpr int kMostContext = 64;
 // How far a mark may stand from its letter, either way: what a shaped glyph has room for.
@@ -28,6 +28,11 @@ constexpr int kMostAdvance = 16383; // pixels, as the layout allows
 bool isMark(const ZkCharacter &c)
 {
     return c.category == ZkCharacter::CategoryMn || c.category == ZkCharacter::CategoryMe;
+}
+
+bool isTransparent(char32_t c)
+{
+    return zkCharacter(c).joining == ZkCharacter::JoiningTransparent;
 }
 
 bool joinsForward(unsigned joining)
@@ -121,8 +126,11 @@ MarkPlace placeOf(char32_t c, unsigned combiningClass)
 /// A character of a cluster.
 struct Part {
     char32_t c;
-    unsigned combiningClass;
+    const ZkCharacter *properties;
 };
+
+// Parts of a cluster that are read once; those of a longer one behind them are read twice.
+constexpr int kKeptParts = 6;
 
 /// Where the reading of a cluster has come to.
 struct Reader {
@@ -131,7 +139,6 @@ struct Reader {
     char32_t letter;
     unsigned last; ///< combining class of the last mark
     bool composes; ///< marks with the letter
-    bool hasComposed;
 };
 
 std::int16_t offset(int pixels)
@@ -166,6 +173,7 @@ private:
     std::uint32_t enterForm(char32_t shown, bool isAlone);
     bool remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph, bool isAlone = false);
     int cluster(int u, int end);
+    void heedJoiner(int first, int last);
     bool next(Reader *reader, Part *part) const;
     bool joinsBefore(int u) const;
     bool joinsAfter(int u) const;
@@ -176,6 +184,7 @@ private:
     {
         return m_run.holder->glyph(*m_run.face, index, m_run.font);
     }
+    const ZkGlyph *recordOf(char32_t c, std::uint32_t *index);
     char32_t shownFor(char32_t c) const { return m_run.isRightToLeft ? mirrored(c) : c; }
     template <bool isRightToLeft>
     int distance(std::uint32_t before, std::uint32_t next);
@@ -394,6 +403,22 @@ bool Shaping::remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph
            m_letters.enter(shown, index, std::max<int>(glyph->bitmap.advance, 0), isAlone);
 }
 
+// The record and index of a character of a cluster, which is remembered without being plain.
+const ZkGlyph *Shaping::recordOf(char32_t c, std::uint32_t *index)
+{
+    const std::uint32_t word = m_letters.letter(c);
+    if (isKnown(word, c, false) || isKnown(word, c, true)) {
+        *index = ZkFontLetters::indexOf(word);
+        return record(*index);
+    }
+    *index = m_run.face->glyphIndex(c);
+    const ZkGlyph *const glyph = record(*index);
+    if (c < ZkFontLetters::kAloneEnd) {
+        remember(c, *index, glyph, true);
+    }
+    return glyph;
+}
+
 inline ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
 {
     ZkShapedGlyph *const glyph = m_glyphs->extend(1);
@@ -513,7 +538,7 @@ char32_t Shaping::ligature(char32_t letter, int end, bool before, int *alefEnd)
         return 0;
     }
     for (int i = end; i-- > m_run.first && m_run.text[i] != kLam;) {
-        if (zkCharacter(m_run.text[i]).joining != ZkCharacter::JoiningTransparent) {
+        if (!isTransparent(m_run.text[i])) {
             return 0; // a joiner keeps them apart
         }
     }
@@ -544,7 +569,6 @@ bool Shaping::next(Reader *reader, Part *part) const
         const char32_t composed = isBlocked ? 0 : zkCompose(reader->letter, c);
         if (composed != 0 && m_run.face->hasGlyph(composed)) {
             reader->letter = composed;
-            reader->hasComposed = true;
             continue;
         }
         if (reader->count++ == 0) {
@@ -553,20 +577,23 @@ bool Shaping::next(Reader *reader, Part *part) const
             reader->last = combiningClass;
         }
         reader->at += units;
-        *part = {c, combiningClass};
+        *part = {c, &properties};
         return true;
     }
     return false;
 }
 
 // Shapes the cluster `[u, end)`, and the alef behind a lam with it; the unit to go on from.
-// It is read twice, for its letter is known when all of it was seen.
+// Its letter is known when all of it was seen.
 int Shaping::cluster(int u, int end)
 {
-    Reader all = {u, end, 0, 0, 0, true, false};
-    Reader marks = all;
-    Part part = {};
-    if (!next(&all, &part)) {
+    Reader reader = {u, end, 0, 0, 0, true};
+    Part kept[kKeptParts];
+    int count = 0;
+    while (count < kKeptParts && next(&reader, &kept[count])) {
+        ++count;
+    }
+    if (count == 0) {
         int units = 0;
         const unsigned joining = zkCharacter(characterAt(u, &units)).joining;
         if (joining != ZkCharacter::JoiningTransparent) {
@@ -576,12 +603,12 @@ int Shaping::cluster(int u, int end)
         m_left = 0;
         return end;
     }
-    next(&marks, &part);
-    while (next(&all, &part)) {
+    Reader rest = reader;
+    Part part = {};
+    while (count == kKeptParts && next(&reader, &part)) {
     }
-    marks.composes = all.hasComposed;
-    const char32_t letter = all.letter;
-    const ZkCharacter &first = zkCharacter(letter);
+    const char32_t letter = reader.letter;
+    const ZkCharacter &first = letter == kept[0].c ? *kept[0].properties : zkCharacter(letter);
     char32_t shown = letter;
     int behind = end;
     if (first.joining != ZkCharacter::JoiningNone &&
@@ -600,18 +627,10 @@ int Shaping::cluster(int u, int end)
     } else if (first.joining == ZkCharacter::JoiningNone) {
         m_joinsForward = false;
     }
-    // A joiner or non-joiner at the end of the cluster has the last word.
-    for (int i = behind; i-- > u;) {
-        if (m_run.text[i] == 0x200C || m_run.text[i] == 0x200D) {
-            m_joinsForward = m_run.text[i] == 0x200D;
-        }
-        if (zkCharacter(m_run.text[i]).joining != ZkCharacter::JoiningTransparent) {
-            break;
-        }
-    }
+    heedJoiner(u, behind);
 
-    const std::uint32_t index = m_run.face->glyphIndex(shownFor(shown));
-    const ZkGlyph *const glyph = record(index);
+    std::uint32_t index = 0;
+    const ZkGlyph *const glyph = recordOf(shownFor(shown), &index);
     m_character = letter;
     if (isMark(first)) {
         setBare(u, glyph);
@@ -620,18 +639,34 @@ int Shaping::cluster(int u, int end)
         add(u, index, glyph->bitmap.advance);
         setLetter(glyph);
     }
-    while (next(&marks, &part)) {
+    for (int i = 1; i < count; ++i) {
+        setMark(u, kept[i]);
+    }
+    while (count == kKeptParts && next(&rest, &part)) {
         setMark(u, part);
-        m_left = 0;
     }
     if (behind > end) { // the marks of the alef
-        Reader alef = {end + 1, behind, 0, 0, 0, false, false};
+        Reader alef = {end + 1, behind, 0, 0, 0, false};
         while (next(&alef, &part)) {
             setMark(u, part);
-            m_left = 0;
         }
     }
     return behind;
+}
+
+// A joiner or non-joiner at the end of the units `[first, last)`, marks passed over, has the
+// last word.
+void Shaping::heedJoiner(int first, int last)
+{
+    for (int i = last; i-- > first;) {
+        if ((m_run.text[i] & ~1U) == kNonJoiner) {
+            const bool joins = m_run.text[i] != kNonJoiner;
+            while (++i < last && isTransparent(m_run.text[i])) {
+            }
+            m_joinsForward = i == last ? joins : m_joinsForward;
+            return;
+        }
+    }
 }
 
 // Marks that follow are set on `glyph`, which has just been added.
@@ -667,15 +702,16 @@ void Shaping::setBare(int u, const ZkGlyph *glyph)
 // letter beside it.
 void Shaping::setMark(int u, const Part &part)
 {
-    const std::uint32_t index = m_run.face->glyphIndex(part.c);
-    const ZkGlyph *const glyph = record(index);
+    m_left = 0; // what follows is not kerned
+    std::uint32_t index = 0;
+    const ZkGlyph *const glyph = recordOf(part.c, &index);
     const GlyphBitmap &bitmap = glyph->bitmap;
-    const ZkCharacter &properties = zkCharacter(part.c);
+    const ZkCharacter &properties = *part.properties;
     ZkPlacedGlyph mark = {&bitmap, 0, -bitmap.top, 0, 0};
     const bool isThai = zkThaiClass(m_thai[0]) == ZkThaiClass::Consonant && m_thaiMarks < 2 &&
                         part.c < 0x10000 &&
                         zkThaiClass(static_cast<ZkUcs2>(part.c)) > ZkThaiClass::Consonant;
-    const MarkPlace place = placeOf(part.c, part.combiningClass);
+    const MarkPlace place = placeOf(part.c, properties.combiningClass);
     if (!isMark(properties) || (place == MarkPlace::AsDrawn && !isThai && bitmap.advance > 0)) {
         if (part.c == kSaraAm && m_tone >= 0) { // its ring stands under the tone mark
             ZkShapedGlyph &tone = (*m_glyphs)[m_tone];

@@ -50,6 +50,9 @@ char32_t zkMirrored(char32_t c)
 
 char32_t zkCompose(char32_t base, char32_t mark)
 {
+    if (mark > 0x0DDF && mark < 0x102E) {
+        return 0; // Thai, Lao and Tibetan compose nothing
+    }
     if (const char32_t syllable = composedSyllable(base, mark)) {
         return syllable;
     }
