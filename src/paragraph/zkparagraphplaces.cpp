@@ -8,7 +8,7 @@ namespace
 
 constexpr std::uint32_t kShown = ZkParagraphData::kShown;
 constexpr int kMostAsked = 16;     // glyphs that the cache is asked for at once
-constexpr std::uint32_t kFew = 64; // slots for a text that has no more
+constexpr std::uint32_t kFew = 32; // slots for a text that has no more
 
 /// Places one line: its items in the order of the text, then as they are seen, then each
 /// glyph and each cluster of them.
