@@ -63,7 +63,7 @@ ZkGlyphHolder::~ZkGlyphHolder()
 // Enters the holder among those that are asked before a glyph goes. Alone in the stripe.
 void ZkGlyphHolder::enroll(ZkGlyphCacheStripe *stripe)
 {
-    m_stripe = static_cast<unsigned>(stripe - m_cache->stripes);
+    m_stripe = static_cast<std::uint16_t>(stripe - m_cache->stripes);
     m_next = stripe->holders;
     if (m_next != nullptr) {
         m_next->m_link = &m_next;
@@ -125,7 +125,7 @@ const ZkGlyph *ZkGlyphHolder::glyph(const ZkTypeface &face, std::uint32_t index,
 {
     const ZkGlyph *glyph = nullptr;
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(face);
-    if (open != nullptr) { // one that is held, as a rule
+    if (open != nullptr && m_count != 0) { // one that is held, as a rule
         const std::uint32_t low = lowOf(index) | sizeOf(font), high = highOf(*open, font);
         glyph = find(low, high, ZkGlyphCacheData::hashOf(low, high));
     }
@@ -182,6 +182,9 @@ bool ZkGlyphHolder::lookUp(std::uint32_t size, std::uint32_t high, const std::ui
     }
     const std::uint32_t now = m_cache->now();
     m_clock = m_count == 0 ? now : m_clock;
+    if (m_isStale) {
+        emptySlots();
+    }
     for (int i = 0; i < n; ++i) {
         const std::uint32_t low = lowOf(indices[i]) | size;
         const std::uint32_t hash = ZkGlyphCacheData::hashOf(low, high);
@@ -233,17 +236,25 @@ void ZkGlyphHolder::touchAll() const
     }
 }
 
+// Without a lock, as a rule: what the slots name stays there until somebody looks at them
+// under one, and counts no longer.
 void ZkGlyphHolder::clear()
 {
     if (m_count == 0) {
         return;
     }
-    {
+    if (m_clock != m_cache->now()) {
         const ZkGlyphStripeLock lock(m_cache->ownStripe());
         touchAll();
-        std::memset(static_cast<void *>(m_slots), 0,
-                    (static_cast<std::size_t>(m_mask) + 1) * sizeof *m_slots);
-        m_count = 0;
     }
+    m_isStale = true;
+    __atomic_store_n(&m_count, 0, __ATOMIC_RELEASE);
     m_cache->keepBudget();
+}
+
+void ZkGlyphHolder::emptySlots()
+{
+    std::memset(static_cast<void *>(m_slots), 0,
+                (static_cast<std::size_t>(m_mask) + 1) * sizeof *m_slots);
+    m_isStale = false;
 }
