@@ -110,6 +110,30 @@ TEST_F(Shaper, EveryClusterHasAPlace)
     EXPECT_EQ(glyphs[0].glyph, glyphs[2].glyph); // U+FFFD
 }
 
+// A shaper of a host may answer nothing at all.
+TEST(SilentShaper, TextWithoutGlyphsHasLinesAndPlacesForTheCaret)
+{
+    class Silent : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &, ZkShapedGlyphs *) override { ++runs; }
+        int runs = 0;
+    } silent;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    paragraph.setShaper(&silent);
+    paragraph.setUtf8("abc\ndef");
+    EXPECT_EQ(paragraph.lineCount(), 2);
+    EXPECT_EQ(silent.runs, 2);
+    const ZkPlacedGlyph *glyphs = nullptr;
+    EXPECT_EQ(paragraph.glyphs(0, &glyphs), 0);
+    EXPECT_EQ(paragraph.width(), 0);
+    for (int unit = 0; unit <= 7; ++unit) {
+        EXPECT_EQ(paragraph.caret(unit).x, 0);
+        EXPECT_EQ(paragraph.caret(unit).line, unit > 3 ? 1 : 0);
+    }
+}
+
 // Widths and kerning are remembered for some fonts of a typeface; those beyond come out as if
 // the typeface had been opened for them alone.
 TEST(SimpleShaper, MoreFontsThanAreRememberedComeOutAlike)
