@@ -186,11 +186,6 @@ void ZkRegion::Record::materialise()
 void ZkRegion::Record::recompute()
 {
     ZkInnerRect inner = {ZkRect(), -1};
-    if (numRects == 0) {
-        extents = ZkRect(0, 0, 0, 0);
-        setInner(inner);
-        return;
-    }
     const ZkRect &first = *begin();
     const ZkRect &last = *(end() - 1);
     int left = first.left();
