@@ -3,6 +3,7 @@
 // back the same work gives what it always gave.
 
 #include "zkfontchain.h"
+#include "zkfreetype.h"
 #include "zkglyphcache.h"
 
 #include "bareglyph.h"
@@ -21,8 +22,9 @@ namespace
 {
 
 int allocations = 0;
-int failing = -1; // the number of the allocation that gets nothing; -1 for none
-int living = 0;   // blocks
+int failing = -1;        // the number of the allocation that gets nothing; -1 for none
+int living = 0;          // blocks
+std::size_t refused = 0; // no block of so many bytes is given; 0 for any
 
 } // namespace
 
@@ -53,7 +55,7 @@ void *counted(void *block)
 
 extern "C" void *malloc(std::size_t bytes) noexcept
 {
-    return fails() ? nullptr : counted(__libc_malloc(bytes));
+    return fails() || (refused != 0 && bytes == refused) ? nullptr : counted(__libc_malloc(bytes));
 }
 
 extern "C" void *calloc(std::size_t count, std::size_t bytes) noexcept
@@ -207,6 +209,9 @@ TEST(FontMemory, ChainsAndQuestionsOfCharactersAnswerAllTheSame)
         failing = saved;
         EXPECT_EQ(fresh.glyphIndex('a'), a);
         EXPECT_EQ(fresh.kerning(a, a, 20), latin.kerning(a, a, 20));
+        const int before = chain.size();
+        const bool isCleared = chain.clear();
+        EXPECT_EQ(chain.size(), isCleared ? 0 : before) << "all or none";
     });
 }
 
@@ -236,4 +241,78 @@ TEST(FontMemory, PacksAreWrittenAndLoadedOrNot)
         EXPECT_EQ(other.load(path.c_str(), chain), 260 - there);
     });
     unlink(path.c_str());
+}
+
+// Glyphs that have blocks of their own: the others go before none is rendered.
+TEST(FontMemory, LargeGlyphsMakeRoomOrAreEmptyOnce)
+{
+    const BareFont bare(ZK_FONT_DEJAVU);
+    const ZkFont large(255, false, false, false, false);
+    std::vector<BareFont::Glyph> expected;
+    for (std::uint32_t glyph = 36; glyph < 42; ++glyph) {
+        expected.push_back(bare.renderGlyph(glyph, large));
+    }
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    ZkGlyphCache cache(0);
+    int empty = 0;
+    for (int number = kCanFail ? 0 : 60; number < 60; ++number) {
+        failing = allocations + number;
+        for (std::uint32_t i = 0; i < 6; ++i) {
+            ZkGlyphHolder holder(cache);
+            const ZkGlyph *const glyph = holder.glyph(face, 36 + i, large);
+            ASSERT_TRUE(glyph->isFailed() || isWhole(glyph->bitmap, expected[i]));
+            empty += glyph->isFailed() ? 1 : 0;
+        }
+        failing = -1;
+        EXPECT_LE(cache.stats().glyphs, 6);
+        cache.clear();
+        EXPECT_EQ(cache.stats().glyphs, 0);
+    }
+    EXPECT_LT(empty, 60) << "one a round at most, and none where others could go";
+}
+
+// Without a larger table the one that is there fills up to seven eighths.
+TEST(FontMemory, ATableThatCannotGrowIsFilledAndThenGlyphsAreEmpty)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    constexpr int kFirstSlots = 128;
+    const ZkFont tiny(6, false, false, false, false);
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    ZkGlyphCache cache(0);
+    ZkGlyphHolder held(cache); // so that none can go
+    std::vector<const ZkGlyph *> glyphs;
+    for (std::uint32_t glyph = 40; glyph < 40 + kFirstSlots; ++glyph) {
+        face.glyphIndex(glyph);
+        const ZkGlyphHolder other(cache);
+        refused = 2 * kFirstSlots * sizeof(void *);
+        glyphs.push_back(held.glyph(face, glyph, tiny));
+        refused = 0;
+    }
+    const auto isEmpty = [](const ZkGlyph *glyph) { return glyph->isFailed(); };
+    EXPECT_EQ(std::count_if(glyphs.begin(), glyphs.end(), isEmpty), kFirstSlots / 8);
+    EXPECT_EQ(cache.stats().glyphs, kFirstSlots / 8 * 7);
+    EXPECT_EQ(cache.stats().failures, static_cast<std::uint64_t>(kFirstSlots / 8));
+    for (std::uint32_t glyph = 40; glyph < 40 + kFirstSlots; ++glyph) { // there again
+        EXPECT_FALSE(held.glyph(face, glyph, tiny)->isFailed());
+    }
+    EXPECT_EQ(cache.stats().glyphs, kFirstSlots);
+}
+
+TEST(FontMemory, TheClassicFontDoesNotOpenWithoutMemory)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    const ZkString path(ZK_FONT_DEJAVU);
+    for (int number = 0; number < 5; ++number) {
+        EXPECT_EXIT(
+            {
+                dup2(STDERR_FILENO, STDOUT_FILENO);
+                failing = allocations + number;
+                ZkFreetype::freetype_init(path);
+            },
+            testing::ExitedWithCode(1), "^FT_Init_FreeType error!\n");
+    }
 }
