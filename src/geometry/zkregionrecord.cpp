@@ -280,7 +280,7 @@ void ZkRegion::Record::become(const ZkRegionSweep &sweep)
     if (!ownsBelow) {
         std::copy(sweep.below.begin, sweep.below.end, out);
     }
-    seams = ZkSeams::Closed;
+    seams = ZkSeams::Closed; // no test can tell: else all seams are looked at, and none is open
     numRects = count;
     setInner(sweep.inner);
     if (std::max(count, 4) < rects.size() / 2) {

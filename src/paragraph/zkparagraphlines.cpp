@@ -258,7 +258,8 @@ void LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
     line.endsHard = last == hard.last;
     ZkPen width = extent(first, content, hard) + m_tailDifference;
     if (line.endsHard) { // spaces at the end count as far as there is room for them
-        const ZkPen full = extent(first, last, hard) + m_tailDifference;
+        const ZkPen full =
+            extent(first, last, hard) + m_tailDifference; // no test can tell: it is 0 here
         width = std::max(width, std::min(full, m_limit - 31));
     } else if (m_text[last - 1] == kZkSoftHyphen) {
         width += m_d.hyphenAt(last);
@@ -405,7 +406,7 @@ ZkSign ZkParagraphData::signOf(int face, ZkFont wanted, char32_t c) const
     const ZkGlyph *const glyph = holder.glyph(typeface, index, wanted);
     const int advance = std::max<int>(glyph->bitmap.advance, 0);
     if (letters != nullptr && !glyph->isFailed()) {
-        letters->enter(c, index, advance);
+        letters->enter(c, index, advance); // no test can tell: else it is asked again
     }
     return {index, ZkPen{advance} * 64};
 }

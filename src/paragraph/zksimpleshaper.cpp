@@ -317,7 +317,7 @@ unsigned Shaping::joiningAt(int u)
                                                        : unsigned{ZkCharacter::JoiningRight};
     }
     if (u != m_joiningAt) {
-        m_joiningAt = u;
+        m_joiningAt = u; // no test can tell: else it is asked again
         m_joining = zkCharacter(m_run.text[u]).joining;
     }
     return m_joining;
@@ -627,7 +627,7 @@ void Shaping::setLetter(const ZkGlyph *glyph)
     m_thai[1] = m_thai[2] = 0;
     m_thaiMarks = 0;
     m_thaiShift = 0;
-    m_tone = -1;
+    m_tone = -1; // no test can tell: any number below 0 does
 }
 
 // A mark with nothing to stand on takes the room of its ink.
