@@ -380,3 +380,28 @@ TEST_F(TypefaceFaults, ListsOfTypefacesAreCopied)
     const ZkFontList noneCopied(none); // NOLINT(performance-unnecessary-copy-initialization)
     EXPECT_TRUE(noneCopied.isEmpty());
 }
+
+TEST_F(TypefaceFaults, PagesOfCharactersCountAsMemory)
+{
+    constexpr std::size_t kPage = 256 * sizeof(std::uint16_t), kPlane = 256 * sizeof(void *);
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    const struct {
+        char32_t character;
+        std::size_t more;
+    } kRows[] = {{'a', kPlane + kPage},     {'b', 0},           {0x0410, kPage}, {0x4E00, 0},
+                 {0x1F0CF, kPlane + kPage}, {0x10FFFF, kPlane}, {0x10FF00, 0}};
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(static_cast<unsigned>(row.character));
+        const std::size_t before = face.memoryBytes();
+        face.glyphIndex(row.character);
+        EXPECT_EQ(face.memoryBytes() - before, row.more);
+    }
+}
+
+// Packs hold digests, so those of a release are those of the next one.
+TEST_F(TypefaceFaults, DigestsStayWhatTheyWere)
+{
+    const ZkTypeface face = opened(TinyFont().addBox('A', 0, 0, 4, 4, 5).bytes());
+    ASSERT_TRUE(face.isValid());
+    EXPECT_EQ(face.digest(), 8141238534635552551u);
+}

@@ -333,3 +333,17 @@ TEST(ZkGlyphPack, LargeGlyphsAreTakenWithinTheBudget)
     ZkGlyphCache all(4 << 20);
     EXPECT_EQ(all.load(file.path(), chain), 26);
 }
+
+TEST(ZkGlyphPack, TheFileIsLetGoOnceItIsRead)
+{
+    const ZkFontChain chain = chainOf(ZK_FONT_DEJAVU);
+    const TemporaryFile file(packOf(chain));
+    const auto isMapped = [&file] {
+        return contents("/proc/self/maps").find(file.path()) != std::string::npos;
+    };
+    const int open = filesIn("/proc/self/fd");
+    ZkGlyphCache cache;
+    EXPECT_EQ(cache.load(file.path(), chain), 300);
+    EXPECT_FALSE(isMapped());
+    EXPECT_EQ(filesIn("/proc/self/fd"), open);
+}

@@ -713,4 +713,40 @@ TEST_F(Paragraph, LaoMarksBelowStandUnderTheirLetters)
     }
 }
 
+TEST_F(Paragraph, MarksOfEveryClassStandOnTheirSideOfTheLetter)
+{
+    const struct {
+        const char *what, *text;
+        bool isBelow;
+    } kRows[] = {
+        {"GREEK YPOGEGRAMMENI", "x\u0345", true},  {"COMBINING DOT BELOW", "x\u0323", true},
+        {"COMBINING DIAERESIS", "q\u0308", false}, {"ARABIC KASRA", "\u0628\u0650", true},
+        {"ARABIC FATHA", "\u0628\u064E", false},   {"HEBREW PATAH", "\u05D0\u05B7", true},
+        {"HEBREW RAFE", "\u05D1\u05BF", false},
+    };
+    paragraph.setFont(font(32));
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        paragraph.setUtf8(row.text);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        ASSERT_EQ(paragraph.glyphs(0, &glyphs), 2);
+        const bool isLast = glyphs[0].glyph->height > glyphs[1].glyph->height;
+        const ZkPlacedGlyph &letter = glyphs[isLast ? 0 : 1], &mark = glyphs[isLast ? 1 : 0];
+        if (row.isBelow) {
+            EXPECT_GE(mark.y, letter.y + letter.glyph->height);
+        } else {
+            EXPECT_LE(mark.y + mark.glyph->height, letter.y);
+        }
+    }
+}
+
+TEST_F(Paragraph, NoTextHasNoWidth)
+{
+    for (const char *text : {"", "\n", "\u200B"}) {
+        paragraph.setUtf8(text);
+        EXPECT_EQ(paragraph.minWidth(), 0);
+        EXPECT_EQ(paragraph.maxWidth(), 0);
+    }
+}
+
 } // namespace
