@@ -383,7 +383,7 @@ void ZkRegionSweep::run(const ZkBands &a, const ZkBands &b)
 void ZkRegionSweep::finish()
 {
     if (m_joins) {
-        join(&below);
+        join(&below); // no test can tell: copied later, it is the same list
     }
     middle.begin = m_begin;
     middle.end = m_end;

@@ -343,7 +343,7 @@ bool ZkFontChain::clear()
         if (now >= count) {
             return false;
         }
-        count = now;
+        count = now; // unreachable: but between threads
     }
     return true;
 }

@@ -164,8 +164,8 @@ void ZkGlyphCacheData::countHits(Stripe *stripe, unsigned hits)
 
 void ZkGlyphCacheData::tick()
 {
-    if (__atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED) == 0) {
-        __atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED);
+    if (__atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED) == 0) { // one way: after 4 billion
+        __atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED);        // unreachable: after 4 billion
     }
 }
 
@@ -287,7 +287,7 @@ ZkGlyph *ZkGlyphCacheData::oldestFirst()
 bool ZkGlyphCacheData::rebuildTable(std::uint32_t slots)
 {
     const std::size_t size = slots * sizeof(ZkGlyph *);
-    const bool isSmaller = slots < mask + 1;
+    const bool isSmaller = slots < mask + 1; // no test can tell: both are powers of two
     if (slots > mask + 1) {
         auto *const larger = static_cast<ZkGlyph **>(std::malloc(size));
         if (larger == nullptr) {

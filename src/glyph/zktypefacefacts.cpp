@@ -190,8 +190,8 @@ ZkFontLetters *ZkOpenTypeface::lettersOf(ZkFont font) const
     }
     const ZkTypefaceMetrics measured = measure(font.fontSize());
     const ZkTypefaceLock held(*this);
-    if (letterCount >= kMostLetters) {
-        return nullptr;
+    if (letterCount >= kMostLetters) { // one way: but between threads
+        return nullptr;                // unreachable: but between threads
     }
     found = static_cast<ZkFontLetters *>(std::calloc(1, sizeof(ZkFontLetters)));
     if (found != nullptr) { // twice at worst, when two threads come for it at once

@@ -139,12 +139,6 @@ const ZkSpan *ZkParagraphData::spanAt(int u) const
     return span != spans.end() && span->first <= u ? span : nullptr;
 }
 
-ZkFont ZkParagraphData::fontAt(int u) const
-{
-    const ZkSpan *const span = spans.isEmpty() ? nullptr : spanAt(u);
-    return span != nullptr ? span->font : font;
-}
-
 // Of the first typeface, whatever else stands in a line: so lines keep their height.
 const ZkTypefaceMetrics &ZkParagraphData::metricsOf(ZkFont wanted) const
 {

@@ -213,7 +213,6 @@ struct ZkParagraphData {
     }
     bool isCluster(int u) const { return (breaks.flags()[u] & ZkTextBreaks::Grapheme) != 0; }
     const ZkSpan *spanAt(int u) const;
-    ZkFont fontAt(int u) const;
     const ZkTypefaceMetrics &metricsOf(ZkFont font) const; ///< good until the next call
     ZkShaper &shaperInUse() { return shaper != nullptr ? *shaper : simpleShaper; }
 

@@ -285,7 +285,7 @@ inline int LineBreaker::measured(const ZkTextLine &line, const ZkHardLine &hard)
     const int content = m_d.contentEnd(line.first, line.last);
     ZkPen width = extent(line.first, content, hard) + m_tailDifference;
     if (line.endsHard) { // spaces at the end count as far as there is room for them
-        const ZkPen full = extent(line.first, line.last, hard) + m_tailDifference;
+        const ZkPen full = extent(line.first, line.last, hard);
         width = std::max(width, std::min(full, m_limit - 31));
     } else if (m_text[line.last - 1] == kZkSoftHyphen) {
         width += m_d.hyphenAt(line.last);
@@ -431,7 +431,7 @@ ZkSign ZkParagraphData::signOf(int face, ZkFont wanted, char32_t c) const
     const ZkGlyph *const glyph = holder.glyph(typeface, index, wanted);
     const int advance = std::max<int>(glyph->bitmap.advance, 0);
     if (letters != nullptr && !glyph->isFailed()) {
-        letters->enter(c, index, advance);
+        letters->enter(c, index, advance); // no test can tell: else it is asked again
     }
     return {index, ZkPen{advance} * 64};
 }

@@ -680,7 +680,7 @@ void Shaping::setLetter(const ZkGlyph *glyph)
     m_thai[1] = m_thai[2] = 0;
     m_thaiMarks = 0;
     m_thaiShift = 0;
-    m_tone = -1;
+    m_tone = -1; // no test can tell: any number below 0 does
 }
 
 // A mark with nothing to stand on takes the room of its ink.

@@ -218,7 +218,7 @@ __attribute__((noinline)) std::uint8_t *WeakRules::read(std::uint8_t *at, const 
         const unsigned step = kWeak.steps[state | columns[bidi]];
         const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
         if ((step & kForAll) != 0) {
-            for (; since < at; ++since) {
+            for (; since < at; ++since) { // no test can tell: what stands at `at` is written anew
                 *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
             }
         }

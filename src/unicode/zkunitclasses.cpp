@@ -115,8 +115,8 @@ private:
 
     bool chooseFor(ZkUcs2 sample)
     {
-        if (sample >= kFirstSyllable) {
-            return false; // the last stretch is one of ideographs
+        if (sample >= kFirstSyllable) { // no test can tell: one by one they are read alike
+            return false;               // no test can tell: the last stretch is of ideographs
         }
         const ZkPlainRange *range = kZkPlainRanges;
         while (range->last < sample) {

@@ -457,6 +457,27 @@ TEST(ZkHash, WalksBackwardsToo)
     EXPECT_EQ(int(forward.size()), hash.size());
 }
 
+TEST(ZkHashData, AChainOfManyNodesIsWalkedBackwards)
+{
+    ZkHash<Chosen, int> hash;
+    for (int i = 0; i < 9; ++i) {
+        hash.insert(Chosen{i, i < 6 ? 3U : 20U}, i); // six in one chain, three in another
+    }
+    ZkHashData *table = ZkInspector::table(hash);
+    std::vector<ZkHashData::Node *> nodes;
+    for (ZkHashData::Node *node = table->firstNode(); node != table->end();
+         node = ZkHashData::nextNode(node)) {
+        nodes.push_back(node);
+    }
+    ASSERT_EQ(nodes.size(), 9U);
+    ZkHashData::Node *node = table->end();
+    for (std::size_t i = nodes.size(); i-- > 0;) {
+        node = ZkHashData::previousNode(node);
+        EXPECT_EQ(node, nodes[i]);
+    }
+    EXPECT_EQ(node, table->firstNode());
+}
+
 // Sharing
 
 TEST(ZkHash, CopiesShareUntilOneIsWritten)
