@@ -239,7 +239,7 @@ __attribute__((noinline)) std::uint8_t *WeakRules::read(std::uint8_t *at, const 
     }
     m_state = state >> kStateShift;
     m_letter = static_cast<unsigned>(columns - kWeak.columns) >> kColumnsShift;
-    m_since = since;
+    m_since = since; // no test can tell: behind a bracket nothing waits
     m_seen = seen;
     return at;
 }
