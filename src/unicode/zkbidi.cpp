@@ -37,7 +37,7 @@ ZkBidiClasses writeEach(const std::uint16_t *units, int first, int last, std::ui
     ZkBidiClasses classes = 0;
     for (int i = first; i < last; ++i) {
         // The second unit of a pair as one more character of the kind: nothing changes.
-        bytes[i] = units[i] == kZkPairTrail ? bytes[i - 1] : byteOf(units[i]);
+        bytes[i] = zkunit::isTrail(units[i]) ? bytes[i - 1] : byteOf(units[i]);
         classes |= zkBidiBit(bytes[i] & kZkBidiClass);
     }
     return classes;
@@ -60,7 +60,7 @@ ZkBidiClasses writeBytes(const std::uint16_t *units, int count, std::uint8_t *by
         const ZkLanes bidi = lanes & ZkLanes::all(kZkBidiClass);
         const ZkLanes told = ZkLanes::within(bidi, ZkCharacter::BidiBN, ZkCharacter::BidiS) |
                              ZkLanes::within(bidi, ZkCharacter::BidiLRE, ZkCharacter::BidiPDI) |
-                             (lanes == ZkLanes::all(kZkPairTrail));
+                             ZkLanes::within(lanes, zkunit::kPairTrail, 0xFFFF);
         if (told.any()) {
             classes |= writeEach(units, i, i + ZkLanes::kCount, bytes);
         } else {

@@ -1,5 +1,6 @@
 #include "zktextbreaks.h"
 
+#include "base/zklanes.h"
 #include "unicode/zkunitclasses.h"
 
 #include <algorithm>
@@ -41,19 +42,19 @@ FlagWord load(const std::uint8_t *from)
 class Machines
 {
 public:
-    /// Behind a common class, in the state that it mostly leaves.
-    void setUsual(unsigned cls)
+    /// Behind a common class, in the state that leads to `row` of the pairs.
+    void set(unsigned row, unsigned cls)
     {
-        const std::uint32_t states = kZkUsualStates[cls];
+        const std::uint32_t states = statesOf(row, cls);
         m_line = states & 0xFF;
         m_grapheme = states >> 8 & 0xFF;
         m_word = states >> 16;
         m_unspaced = kZkBreakColumns[cls].unspaced;
     }
-    bool isUsual(unsigned cls) const
+    bool areOf(unsigned row, unsigned cls) const
     {
         return cls < kZkCommonClasses &&
-               (m_line | m_grapheme << 8 | m_word << 16) == kZkUsualStates[cls];
+               (m_line | m_grapheme << 8 | m_word << 16) == statesOf(row, cls);
     }
 
     /// Reads a character, writes the flags before it to `*flags` and returns them; those of
@@ -61,6 +62,14 @@ public:
     unsigned read(const ZkBreakColumns &columns, std::uint8_t *flags);
 
 private:
+    /// The usual states of each class, at the start, and those of contexts.
+    static std::uint32_t statesOf(unsigned row, unsigned cls)
+    {
+        return kZkUsualStates[row < kZkFirstContextRow
+                                  ? cls
+                                  : row - kZkFirstContextRow + kZkCommonClasses + 1];
+    }
+
     /// The last boundary that was allowed is none.
     static void revoke(std::uint8_t *flags, unsigned flag)
     {
@@ -103,6 +112,231 @@ inline unsigned Machines::read(const ZkBreakColumns &columns, std::uint8_t *flag
     return found;
 }
 
+constexpr unsigned kWidth = kZkCommonClasses + 1; // of the tables of pairs
+
+/// What two classes in a row tell: the row of the pairs of the second one with the next.
+unsigned rowOf(unsigned before, unsigned cls)
+{
+    return kZkBreakRows[std::min(before, kZkContextClasses) * kWidth + cls];
+}
+
+/// Reads the classes of units one after the other and writes the flags before each.
+class Divider
+{
+public:
+    explicit Divider(std::uint8_t *flags) : m_flags(flags) {}
+
+    void read(const std::uint16_t *units, int count);
+
+    /// True when there is a boundary between clusters of a script without spaces, or one that
+    /// is still to be taken back.
+    bool isRaw() const { return (m_seen & (ZkBreakUnspaced | ZkBreakRevokeWord)) != 0; }
+
+private:
+    int ask(const std::uint16_t *units, int first, int count);
+    void readPiece(const std::uint16_t *units, int count);
+
+    std::uint8_t *m_flags; // before the next unit
+    Machines m_machines;
+    unsigned m_seen = 0;                  // flags
+    unsigned m_before = kZkCommonClasses; // the class of the last character; at most that
+    unsigned m_row = kZkStartRow;         // and what it leaves behind,
+    bool m_isUsual = true;                // when it does
+};
+
+/// Asks the machines from unit `first` on until they are in the state that the last two
+/// classes tell; where the next unit is.
+int Divider::ask(const std::uint16_t *units, int first, int count)
+{
+    Machines machines = m_machines; // beside flags, which may be anything to the compiler
+    std::uint8_t *flags = m_flags + first;
+    unsigned seen = 0, row = m_row, before = m_before;
+    bool isUsual = false;
+    for (; first < count && !isUsual; ++first, ++flags) {
+        const std::uint16_t unit = units[first];
+        if (zkunit::isTrail(unit)) {
+            *flags = 0;
+            continue;
+        }
+        const unsigned cls = std::min(zkunit::commonClassOf(unit), kZkCommonClasses);
+        seen |= machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], flags);
+        row = rowOf(before, cls);
+        before = cls;
+        isUsual = machines.areOf(row, cls);
+    }
+    m_machines = machines;
+    m_seen |= seen;
+    m_row = row;
+    m_before = before;
+    m_isUsual = isUsual;
+    return first;
+}
+
+#if ZK_HAS_LANES
+
+constexpr int kPiece = 256;
+
+/// What pairs need to know of the units of a piece, behind a character of class `before` that
+/// has left `row`. Each step passes over all units, so that what it writes is there when the
+/// next one reads.
+class Piece
+{
+public:
+    Piece(const std::uint16_t *units, int count, unsigned before, unsigned row);
+
+    /// Writes what the pairs say before each unit.
+    void pair(std::uint8_t *flags);
+
+    /// Of the character behind which `i` units are left.
+    unsigned rowBehind(int i) const { return m_rows[kGap + i - (isTrail(i - 1) ? 1 : 0)]; }
+    unsigned classBehind(int i) const { return i > 0 ? classOf(m_units[i - 1]) : m_before; }
+
+private:
+    static constexpr int kGroup = ZkLanes::kCount;
+    static constexpr int kGap = 1; // rows before the first one
+
+    static unsigned classOf(unsigned unit)
+    {
+        return std::min(zkunit::commonClassOf(unit), kZkCommonClasses);
+    }
+    static ZkLanes classesOf(ZkLanes units)
+    {
+        return ZkLanes::least(units.shiftedRight<zkunit::kCommonShift>(),
+                              ZkLanes::all(kZkCommonClasses));
+    }
+    bool isTrail(int i) const { return m_hasTrails && i >= 0 && m_trails[1 + i] != 0; }
+    template <typename Use>
+    void forEachGroup(int first, Use use) const;
+    bool findPlaces();
+    void joinPairs();
+
+    const std::uint16_t *m_units;
+    int m_count;
+    unsigned m_before;
+    bool m_hasTrails = false;
+    ZkUcs2 m_places[kPiece + kGroup];     // in a table
+    ZkUcs2 m_rows[kGap + 1 + kPiece];     // behind the last piece, and behind each unit
+    ZkUcs2 m_trails[1 + kPiece + kGroup]; // all bits of the second unit of a surrogate pair,
+    std::uint16_t m_own[kPiece + kGroup]; // and units in which it is as the first one
+};
+
+ZkLanes either(ZkLanes mask, ZkLanes a, ZkLanes b)
+{
+    return (a & mask) | b.without(mask);
+}
+
+/// `to[i]` becomes `table[places[i]]`.
+template <typename To>
+inline void lookUp(const std::uint8_t *table, const ZkUcs2 *places, int count, To *to)
+{
+    int i = 0;
+    const auto step = [&](int at) { to[at] = table[places[at]]; };
+    for (; i <= count - 8; i += 8) {
+        step(i), step(i + 1), step(i + 2), step(i + 3);
+        step(i + 4), step(i + 5), step(i + 6), step(i + 7);
+    }
+    for (; i < count; ++i) {
+        step(i);
+    }
+}
+
+Piece::Piece(const std::uint16_t *units, int count, unsigned before, unsigned row)
+    : m_units(units), m_count(count), m_before(before)
+{
+    if (count <= kGroup) {
+        ZkLanes::all(0).store(m_own + 1);
+        m_units = std::copy_n(units, count, m_own) - count;
+    }
+    if (findPlaces()) {
+        joinPairs();
+        findPlaces();
+    }
+    m_rows[0] = m_rows[kGap] = static_cast<ZkUcs2>(row);
+    lookUp(kZkBreakRows, m_places, count, m_rows + kGap + 1);
+}
+
+/// Calls `use(i)` for groups of units, which are all from `first` on. The last ones may be
+/// read again.
+template <typename Use>
+inline void Piece::forEachGroup(int first, Use use) const
+{
+    const int last = std::max(m_count - kGroup, first);
+    int i = first;
+    for (; i < last; i += kGroup) {
+        use(i);
+    }
+    use(last);
+}
+
+/// Finds for each unit the place of its row. True when there are surrogate pairs.
+inline bool Piece::findPlaces()
+{
+    const std::uint16_t *const units = m_units;
+    const ZkLanes width = ZkLanes::all(kWidth), contexts = ZkLanes::all(kZkContextClasses);
+    ZkLanes trails = ZkLanes::all(0);
+    forEachGroup(1, [&](int i) {
+        const ZkLanes lanes = ZkLanes::load(units + i);
+        const ZkLanes before = ZkLanes::load(units + i - 1).shiftedRight<zkunit::kCommonShift>();
+        trails = trails | ZkLanes::within(lanes, zkunit::kPairTrail, 0xFFFF);
+        (ZkLanes::least(before, contexts) * width + classesOf(lanes)).store(m_places + i);
+    });
+    m_places[0] =
+        static_cast<ZkUcs2>(std::min(m_before, kZkContextClasses) * kWidth + classOf(units[0]));
+    return trails.any() || zkunit::isTrail(units[0]);
+}
+
+/// Gives the second unit of each surrogate pair the class of the first.
+void Piece::joinPairs()
+{
+    m_hasTrails = true;
+    m_trails[0] = 0;
+    const std::uint16_t *const units = m_units;
+    forEachGroup(0, [&](int i) {
+        const ZkLanes lanes = ZkLanes::load(units + i);
+        const ZkLanes are = ZkLanes::within(lanes, zkunit::kPairTrail, 0xFFFF);
+        are.store(m_trails + 1 + i);
+        either(are, lanes.shiftedLeft<zkunit::kCommonShift>(), lanes).store(m_own + i);
+    });
+    m_units = m_own;
+}
+
+void Piece::pair(std::uint8_t *flags)
+{
+    const std::uint16_t *const units = m_units;
+    const ZkLanes width = ZkLanes::all(kWidth), none = ZkLanes::all(kZkNoBreakPair);
+    const auto placesOf = [&](ZkLanes rows, int i) {
+        return rows * width + classesOf(ZkLanes::load(units + i));
+    };
+    if (m_hasTrails) {
+        forEachGroup(0, [&](int i) {
+            const ZkLanes rows = either(ZkLanes::load(m_trails + i), ZkLanes::load(m_rows + i),
+                                        ZkLanes::load(m_rows + kGap + i));
+            either(ZkLanes::load(m_trails + 1 + i), none, placesOf(rows, i)).store(m_places + i);
+        });
+    } else {
+        forEachGroup(
+            0, [&](int i) { placesOf(ZkLanes::load(m_rows + kGap + i), i).store(m_places + i); });
+    }
+    lookUp(kZkBreakPairs, m_places, m_count, flags);
+}
+
+/// All of the flags.
+unsigned setOf(const std::uint8_t *flags, int count)
+{
+    FlagWord set = 0;
+    int i = 0;
+    for (; i <= count - kWord; i += kWord) {
+        set |= load(flags + i);
+    }
+    set |= set >> 32;
+    set |= set >> 16;
+    set |= set >> 8;
+    for (; i < count; ++i) {
+        set |= flags[i];
+    }
+    return set & 0xFF;
+}
+
 /// The first undecided one of the flags `[first, last)`, `last` for none.
 int findUndecided(const std::uint8_t *flags, int first, int last)
 {
@@ -117,106 +351,94 @@ int findUndecided(const std::uint8_t *flags, int first, int last)
     return first;
 }
 
-/// Reads the classes of units one after the other and writes the flags before each.
-class Divider
+void Divider::read(const std::uint16_t *units, int count)
 {
-public:
-    explicit Divider(std::uint8_t *flags) : m_flags(flags) {}
+    for (; count > kPiece; units += kPiece, count -= kPiece) {
+        readPiece(units, kPiece);
+    }
+    if (count > 0) {
+        readPiece(units, count);
+    }
+}
 
-    void read(const std::uint16_t *units, int count);
+/// The pairs of all units at once, and the machines where these do not decide.
+void Divider::readPiece(const std::uint16_t *units, int count)
+{
+    Piece piece(units, count, m_before, m_row);
+    piece.pair(m_flags);
+    const unsigned seen = setOf(m_flags, count);
+    m_seen |= seen;
+    int i = m_isUsual ? 0 : ask(units, 0, count);
+    if ((seen & ZkBreakUndecided) != 0) {
+        while ((i = findUndecided(m_flags, i, count)) < count) {
+            m_row = piece.rowBehind(i);
+            m_before = piece.classBehind(i);
+            m_machines.set(m_row, m_before);
+            i = ask(units, i, count);
+        }
+    }
+    if (m_isUsual) {
+        m_row = piece.rowBehind(count);
+        m_before = piece.classBehind(count);
+    }
+    m_flags += count;
+}
 
-    /// True when there is a boundary between clusters of a script without spaces.
-    bool hasUnspaced() const { return (m_seen & ZkBreakUnspaced) != 0; }
-
-private:
-    bool pair(const std::uint16_t *units, int first, int count);
-    int ask(const std::uint16_t *units, int first, int count);
-
-    std::uint8_t *m_flags; // before the next unit
-    Machines m_machines;
-    unsigned m_seen = 0;                // flags
-    unsigned m_before = kZkStartOfText; // the common class of the last unit,
-    bool m_isUsual = true;              // when its state is the usual one
-};
+#else
 
 void Divider::read(const std::uint16_t *units, int count)
 {
     int i = m_isUsual ? 0 : ask(units, 0, count);
-    if (i < count && pair(units, i, count)) {
-        while ((i = findUndecided(m_flags, i, count)) < count) {
-            m_machines.setUsual(i > 0 ? zkunit::commonClassOf(units[i - 1]) : m_before);
-            i = ask(units, i, count);
+    unsigned seen = 0, row = m_row, before = m_before;
+    while (i < count) {
+        const unsigned unit = units[i];
+        unsigned found = 0;
+        if (!zkunit::isTrail(unit)) {
+            const unsigned cls = std::min(zkunit::commonClassOf(unit), kZkCommonClasses);
+            found = kZkBreakPairs[row * kWidth + cls];
+            if ((found & ZkBreakUndecided) != 0) {
+                m_machines.set(row, before);
+                m_row = row;
+                m_before = before;
+                i = ask(units, i, count);
+                row = m_row;
+                before = m_before;
+                continue;
+            }
+            row = rowOf(before, cls);
+            before = cls;
         }
+        seen |= found;
+        m_flags[i++] = static_cast<std::uint8_t>(found);
     }
-    m_before = count > 0 ? zkunit::commonClassOf(units[count - 1]) : m_before;
+    m_seen |= seen;
+    m_row = row;
+    m_before = before;
     m_flags += count;
 }
 
-/// Writes what the pairs say from unit `first` on. True when they do not decide all.
-bool Divider::pair(const std::uint16_t *units, int first, int count)
-{
-    std::uint8_t *const flags = m_flags; // which may be anything to the compiler
-    unsigned seen = 0;
-    unsigned before = first > 0 ? zkunit::commonClassOf(units[first - 1]) : m_before;
-    const auto step = [&](int i) {
-        const unsigned cls = zkunit::commonClassOf(units[i]);
-        const unsigned found = kZkBreakPairs[before * 32 + cls];
-        before = cls;
-        seen |= found;
-        flags[i] = static_cast<std::uint8_t>(found);
-    };
-    for (; first <= count - 4; first += 4) {
-        step(first);
-        step(first + 1);
-        step(first + 2);
-        step(first + 3);
-    }
-    for (; first < count; ++first) {
-        step(first);
-    }
-    m_seen |= seen;
-    return (seen & ZkBreakUndecided) != 0;
-}
+#endif
 
-/// Asks the machines from unit `first` on until a common class has left them in its usual
-/// state; where the next unit is.
-int Divider::ask(const std::uint16_t *units, int first, int count)
-{
-    Machines machines = m_machines; // beside flags, which may be anything to the compiler
-    std::uint8_t *flags = m_flags + first;
-    unsigned seen = 0;
-    bool isUsual = false;
-    for (; first < count && !isUsual; ++first, ++flags) {
-        const std::uint16_t unit = units[first];
-        if (unit == kZkPairTrail) {
-            *flags = 0;
-            continue;
-        }
-        seen |= machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], flags);
-        isUsual = machines.isUsual(zkunit::commonClassOf(unit));
-    }
-    m_machines = machines;
-    m_seen |= seen;
-    m_isUsual = isUsual;
-    return first;
-}
-
-/// Leaves the flags of `kinds`. Lines may end between clusters of scripts without spaces
-/// when `betweenClusters`.
+/// Leaves the flags of `kinds`, without those that the one behind takes back. Lines may end
+/// between clusters of scripts without spaces when `betweenClusters`. There is a boundary
+/// behind the last unit.
 void settle(std::uint8_t *flags, int units, unsigned kinds, bool betweenClusters)
 {
     const FlagWord lines = betweenClusters ? inEach(ZkTextBreaks::LineAllowed) : 0;
-    const auto settled = [&](FlagWord word) {
-        static_assert(ZkBreakUnspaced == ZkTextBreaks::LineAllowed << 4, "is moved there");
-        return (word | (word >> 4 & lines)) & inEach(kinds);
+    const auto settled = [&](FlagWord word, FlagWord next) {
+        static_assert(ZkBreakUnspaced == ZkTextBreaks::LineAllowed << 4 &&
+                          ZkBreakRevokeWord == ZkTextBreaks::Word << 3,
+                      "are moved there");
+        const FlagWord revoked = next >> 3 & inEach(ZkTextBreaks::Word);
+        return ((word & ~revoked) | (word >> 4 & lines)) & inEach(kinds);
     };
     int i = 0;
     for (; i <= units - kWord; i += kWord) {
-        const FlagWord word = settled(load(flags + i));
+        const FlagWord word = settled(load(flags + i), load(flags + i + 1));
         std::memcpy(flags + i, &word, sizeof word);
     }
     for (; i < units; ++i) {
-        flags[i] = static_cast<std::uint8_t>(settled(flags[i]));
+        flags[i] = static_cast<std::uint8_t>(settled(flags[i], flags[i + 1]));
     }
 }
 
@@ -347,11 +569,11 @@ struct Rules {
 
 /// What comes behind the state machines.
 template <typename Unit>
-void complete(const Unit *text, int units, std::uint8_t *flags, bool hasUnspaced,
-              const Rules &rules)
+void complete(const Unit *text, int units, std::uint8_t *flags, bool isRaw, const Rules &rules)
 {
     const bool asks = rules.breaker != nullptr;
-    if (hasUnspaced) {
+    flags[units] = 0;
+    if (isRaw) {
         settle(flags, units, kAll, !asks && rules.unspaced == ZkTextBreaks::BetweenClusters);
     }
     if (asks) {
@@ -371,7 +593,7 @@ void findIn(const Unit *text, int units, std::uint8_t *flags, const Rules &rules
     zkForEachPiece(text, units, [&](const std::uint16_t *classes, int, int count) {
         divider.read(classes, count);
     });
-    complete(text, units, flags, divider.hasUnspaced(), rules);
+    complete(text, units, flags, divider.isRaw(), rules);
 }
 
 } // namespace
@@ -403,9 +625,9 @@ void ZkTextBreaks::findRange(const ZkTextCharacters &text, int first, int last, 
     divider.read(text.m_classes + first, count);
     const Rules rules = {unspaced, breaker, kAll};
     if (text.m_units != nullptr) {
-        complete(text.m_units + first, count, flags, divider.hasUnspaced(), rules);
+        complete(text.m_units + first, count, flags, divider.isRaw(), rules);
     } else {
-        complete(text.m_points + first, count, flags, divider.hasUnspaced(), rules);
+        complete(text.m_points + first, count, flags, divider.isRaw(), rules);
     }
 }
 
