@@ -51,6 +51,16 @@ public:
     {
         vst1q_u8(static_cast<std::uint8_t *>(to), vreinterpretq_u8_u16(m_lanes));
     }
+    /// Calls `use(i, unit)` for each lane.
+    template <typename Use>
+    void forEach(Use use) const
+    {
+        std::uint16_t units[kCount];
+        vst1q_u16(units, m_lanes);
+        for (int i = 0; i < kCount; ++i) {
+            use(i, units[i]);
+        }
+    }
     /// A byte for each lane, whose value is at most 255.
     void storeBytes(void *to) const
     {
@@ -85,12 +95,24 @@ public:
     {
         return ZkLanes(vmulq_u16(a.m_lanes, b.m_lanes));
     }
+    /// The upper halves of the products.
+    static ZkLanes timesUpper(ZkLanes a, ZkLanes b)
+    {
+        const uint32x4_t first = vmull_u16(vget_low_u16(a.m_lanes), vget_low_u16(b.m_lanes));
+        const uint32x4_t second = vmull_u16(vget_high_u16(a.m_lanes), vget_high_u16(b.m_lanes));
+        return ZkLanes(vcombine_u16(vshrn_n_u32(first, 16), vshrn_n_u32(second, 16)));
+    }
     friend ZkLanes operator^(ZkLanes a, ZkLanes b)
     {
         return ZkLanes(veorq_u16(a.m_lanes, b.m_lanes));
     }
     /// The bits that `mask` does not have.
     ZkLanes without(ZkLanes mask) const { return ZkLanes(vbicq_u16(m_lanes, mask.m_lanes)); }
+    /// The bits of `a` that `mask` has and of `b` that it has not.
+    static ZkLanes either(ZkLanes mask, ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(vbslq_u16(mask.m_lanes, a.m_lanes, b.m_lanes));
+    }
     template <int bits>
     ZkLanes shiftedLeft() const
     {

@@ -40,16 +40,29 @@ public:
     template <typename At>
     static void halvesOf(At at, ZkLanes *lower, ZkLanes *upper)
     {
-        const auto word = [&at](int i) { return static_cast<int>(at(i)); };
-        const __m128i first = _mm_setr_epi32(word(0), word(1), word(2), word(3));
-        const __m128i second = _mm_setr_epi32(word(4), word(5), word(6), word(7));
-        const auto low = [](__m128i words) {
-            return _mm_srai_epi32(_mm_slli_epi32(words, 16), 16);
+        // Two at once: a register takes less long to be put together from few.
+        const auto words = [&at](int i) {
+            return static_cast<long long>(std::uint64_t(at(i)) | std::uint64_t(at(i + 1)) << 32);
+        };
+        const __m128i first = _mm_set_epi64x(words(2), words(0));
+        const __m128i second = _mm_set_epi64x(words(6), words(4));
+        const auto low = [](__m128i four) {
+            return _mm_srai_epi32(_mm_slli_epi32(four, 16), 16);
         };
         *lower = ZkLanes(_mm_packs_epi32(low(first), low(second)));
         *upper = ZkLanes(_mm_packs_epi32(_mm_srai_epi32(first, 16), _mm_srai_epi32(second, 16)));
     }
     void store(void *to) const { _mm_storeu_si128(static_cast<__m128i *>(to), m_lanes); }
+    /// Calls `use(i, unit)` for each lane.
+    template <typename Use>
+    void forEach(Use use) const
+    {
+        std::uint64_t halves[2];
+        store(halves);
+        const auto unit = [&](int i) { return static_cast<ZkUcs2>(halves[i / 4] >> i % 4 * 16); };
+        use(0, unit(0)), use(1, unit(1)), use(2, unit(2)), use(3, unit(3));
+        use(4, unit(4)), use(5, unit(5)), use(6, unit(6)), use(7, unit(7));
+    }
     /// A byte for each lane, whose value is at most 255.
     void storeBytes(void *to) const
     {
@@ -84,12 +97,22 @@ public:
     {
         return ZkLanes(_mm_mullo_epi16(a.m_lanes, b.m_lanes));
     }
+    /// The upper halves of the products.
+    static ZkLanes timesUpper(ZkLanes a, ZkLanes b)
+    {
+        return ZkLanes(_mm_mulhi_epu16(a.m_lanes, b.m_lanes));
+    }
     friend ZkLanes operator^(ZkLanes a, ZkLanes b)
     {
         return ZkLanes(_mm_xor_si128(a.m_lanes, b.m_lanes));
     }
     /// The bits that `mask` does not have.
     ZkLanes without(ZkLanes mask) const { return ZkLanes(_mm_andnot_si128(mask.m_lanes, m_lanes)); }
+    /// The bits of `a` that `mask` has and of `b` that it has not.
+    static ZkLanes either(ZkLanes mask, ZkLanes a, ZkLanes b)
+    {
+        return (a & mask) | b.without(mask);
+    }
     template <int bits>
     ZkLanes shiftedLeft() const
     {

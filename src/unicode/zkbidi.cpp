@@ -60,7 +60,7 @@ ZkBidiClasses writeBytes(const std::uint16_t *units, int count, std::uint8_t *by
         const ZkLanes bidi = lanes & ZkLanes::all(kZkBidiClass);
         const ZkLanes told = ZkLanes::within(bidi, ZkCharacter::BidiBN, ZkCharacter::BidiS) |
                              ZkLanes::within(bidi, ZkCharacter::BidiLRE, ZkCharacter::BidiPDI) |
-                             ZkLanes::within(lanes, zkunit::kPairTrail, 0xFFFF);
+                             ((lanes & ZkLanes::all(zkunit::kPairTrail)) == ZkLanes::all(zkunit::kPairTrail));
         if (told.any()) {
             classes |= writeEach(units, i, i + ZkLanes::kCount, bytes);
         } else {

@@ -324,6 +324,70 @@ int findBracket(const std::uint8_t *bytes, int first, int last)
     return first;
 }
 
+/// Bytes of a text, the first one lowest.
+typedef std::uintptr_t Word;
+constexpr Word kOnes = ~Word(0) / 0xFF;
+
+/// Of a neutral byte: what stands before it runs from right to left.
+constexpr unsigned kBehindRight = 8;
+
+Word load(const std::uint8_t *from)
+{
+    Word word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+void store(Word word, std::uint8_t *to)
+{
+    std::memcpy(to, &word, sizeof word);
+}
+
+Word reversed(Word word)
+{
+#if UINTPTR_MAX == UINT32_MAX
+    return __builtin_bswap32(word);
+#else
+    return __builtin_bswap64(word);
+#endif
+}
+
+/// 1 in each byte that is neutral.
+constexpr Word neutralsOf(Word bytes)
+{
+    static_assert(ResolvedNeutral == 4 && ResolvedAN < 4, "a bit tells");
+    return bytes >> 2 & kOnes;
+}
+
+/// 1 in each neutral byte of those whose last byte before them that is not runs from right to
+/// left. `side` is that before all, and becomes that behind them.
+inline Word besideRight(Word bytes, Word *side)
+{
+    const Word neutrals = neutralsOf(bytes);
+    const Word right = (bytes | bytes >> 1) & kOnes & ~neutrals;
+    // A sum runs through bytes that are all ones.
+    const Word ones = (neutrals << 8) - neutrals;
+    const Word beside = neutrals & ~(ones + ((right << 8 | *side) & neutrals));
+    *side = (right | beside) >> 8 * (sizeof(Word) - 1);
+    return beside;
+}
+
+/// The levels of bytes whose neutral ones know what is before them. `side` as in `besideRight`,
+/// from behind.
+inline Word levelsOf(Word bytes, int level, Word *side)
+{
+    const Word neutrals = neutralsOf(bytes);
+    const Word behind = reversed(besideRight(reversed(bytes), side));
+    const Word before = bytes >> 3 & neutrals;
+    const Word numbers = bytes >> 1 & kOnes & ~neutrals;
+    const Word right = bytes & kOnes & ~neutrals & ~numbers;
+    const Word above = (level & 1) == 0 ? numbers << 1 | right | (before & behind)
+                                        : kOnes & ~(right | before | behind);
+    const Word separators = neutrals & bytes & ~(bytes >> 1);
+    return (kOnes * static_cast<unsigned>(level) + above) | (bytes & kOnes * kZkBidiBlank) |
+           ((separators << 8) - separators);
+}
+
 } // namespace
 
 /// Pairs brackets one after the other, as the weak rules come by.
@@ -444,40 +508,31 @@ void ZkBidiSequence::setBracket(int i, int direction)
 }
 
 /// Neutral characters run as both sides of them do, or else as the embedding. Then every
-/// byte becomes a level.
+/// byte becomes a level. Reads a word at a time, there and back.
 void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
 {
-    const int odd = level & 1;
-    const int levels[] = {level + odd, level + 1 - odd, level + 2 - odd, level + 2 - odd};
-    std::uint8_t *const bytes = m_bytes; // which may be anything to the compiler
-    int context = before;
-    int neutrals = 0; // where those before `i` begin; `i` when there are none
-    const auto settle = [&](int end, int direction) {
-        const int between = level + (direction == context ? direction ^ odd : 0);
-        do {
-            const std::uint8_t byte = bytes[neutrals];
-            bytes[neutrals] = (byte & ResolvedMask) == ResolvedSeparator
-                                  ? static_cast<std::uint8_t>(kZkBidiSeparator)
-                                  : static_cast<std::uint8_t>((byte & kZkBidiBlank) | between);
-        } while (++neutrals < end);
-    };
-    for (int i = 0, count = m_count; i < count;) {
-        const unsigned byte = bytes[i], resolved = byte & ResolvedMask;
-        if (resolved >= ResolvedNeutral) {
-            ++i;
-            continue;
-        }
-        if (neutrals < i) {
-            settle(i, directionOf(resolved));
-        }
-        const unsigned settled = (byte & kZkBidiBlank) | static_cast<unsigned>(levels[resolved]);
-        do {
-            bytes[i++] = static_cast<std::uint8_t>(settled);
-        } while (i < count && bytes[i] == byte);
-        neutrals = i;
-        context = directionOf(resolved);
+    constexpr int kBytes = sizeof(Word);
+    const int whole = m_count - m_count % kBytes;
+    Word side = static_cast<Word>(before);
+    for (int i = 0; i < whole; i += kBytes) {
+        const Word bytes = load(m_bytes + i);
+        store(bytes | besideRight(bytes, &side) * kBehindRight, m_bytes + i);
     }
-    if (neutrals < m_count) {
-        settle(m_count, behind);
+    Word last = 0;
+    for (int i = whole; i < m_count; ++i) {
+        last |= Word(m_bytes[i]) << 8 * (i - whole);
+    }
+    last |= besideRight(last, &side) * kBehindRight;
+    side = static_cast<Word>(behind);
+    if (whole < m_count) {
+        // What is missing in the last word stands behind the others.
+        last |= side * (kOnes << 8 * (m_count - whole));
+        last = levelsOf(last, level, &side);
+        for (int i = whole; i < m_count; ++i) {
+            m_bytes[i] = static_cast<std::uint8_t>(last >> 8 * (i - whole));
+        }
+    }
+    for (int i = whole - kBytes; i >= 0; i -= kBytes) {
+        store(levelsOf(load(m_bytes + i), level, &side), m_bytes + i);
     }
 }

@@ -187,13 +187,13 @@ public:
     /// Writes what the pairs say before each unit.
     void pair(std::uint8_t *flags);
 
-    /// Of the character behind which `i` units are left.
+    /// Behind the first `i` units.
     unsigned rowBehind(int i) const { return m_rows[kGap + i - (isTrail(i - 1) ? 1 : 0)]; }
     unsigned classBehind(int i) const { return i > 0 ? classOf(m_units[i - 1]) : m_before; }
 
 private:
     static constexpr int kGroup = ZkLanes::kCount;
-    static constexpr int kGap = 1; // rows before the first one
+    static constexpr int kGap = 1; // a row that none is behind
 
     static unsigned classOf(unsigned unit)
     {
@@ -204,26 +204,24 @@ private:
         return ZkLanes::least(units.shiftedRight<zkunit::kCommonShift>(),
                               ZkLanes::all(kZkCommonClasses));
     }
-    bool isTrail(int i) const { return m_hasTrails && i >= 0 && m_trails[1 + i] != 0; }
+    static ZkLanes areTrails(ZkLanes units)
+    {
+        const ZkLanes bits = ZkLanes::all(zkunit::kPairTrail);
+        return (units & bits) == bits;
+    }
+    bool isTrail(int i) const { return i >= 0 && zkunit::isTrail(m_units[i]); }
     template <typename Use>
     void forEachGroup(int first, Use use) const;
-    bool findPlaces();
-    void joinPairs();
+    void findRows();
 
     const std::uint16_t *m_units;
     int m_count;
     unsigned m_before;
     bool m_hasTrails = false;
-    ZkUcs2 m_places[kPiece + kGroup];     // in a table
-    ZkUcs2 m_rows[kGap + 1 + kPiece];     // behind the last piece, and behind each unit
-    ZkUcs2 m_trails[1 + kPiece + kGroup]; // all bits of the second unit of a surrogate pair,
-    std::uint16_t m_own[kPiece + kGroup]; // and units in which it is as the first one
+    ZkUcs2 m_places[kPiece + kGroup]; // in a table
+    ZkUcs2 m_rows[kGap + 1 + kPiece]; // behind what was before, and behind each unit
+    std::uint16_t m_few[1 + kGroup];  // the units, if they are not a group
 };
-
-ZkLanes either(ZkLanes mask, ZkLanes a, ZkLanes b)
-{
-    return (a & mask) | b.without(mask);
-}
 
 /// `to[i]` becomes `table[places[i]]`.
 template <typename To>
@@ -240,36 +238,31 @@ inline void lookUp(const std::uint8_t *table, const ZkUcs2 *places, int count, T
     }
 }
 
-Piece::Piece(const std::uint16_t *units, int count, unsigned before, unsigned row)
-    : m_units(units), m_count(count), m_before(before)
-{
-    if (count <= kGroup) {
-        ZkLanes::all(0).store(m_own + 1);
-        m_units = std::copy_n(units, count, m_own) - count;
-    }
-    if (findPlaces()) {
-        joinPairs();
-        findPlaces();
-    }
-    m_rows[0] = m_rows[kGap] = static_cast<ZkUcs2>(row);
-    lookUp(kZkBreakRows, m_places, count, m_rows + kGap + 1);
-}
-
 /// Calls `use(i)` for groups of units, which are all from `first` on. The last ones may be
 /// read again.
 template <typename Use>
 inline void Piece::forEachGroup(int first, Use use) const
 {
     const int last = std::max(m_count - kGroup, first);
-    int i = first;
-    for (; i < last; i += kGroup) {
+    for (int i = first; i < last; i += kGroup) {
         use(i);
     }
     use(last);
 }
 
-/// Finds for each unit the place of its row. True when there are surrogate pairs.
-inline bool Piece::findPlaces()
+Piece::Piece(const std::uint16_t *units, int count, unsigned before, unsigned row)
+    : m_units(units), m_count(count), m_before(before)
+{
+    if (count <= kGroup) {
+        ZkLanes::all(0).store(m_few + 1);
+        std::copy_n(units, count, m_few);
+        m_units = m_few;
+    }
+    m_rows[0] = m_rows[kGap] = static_cast<ZkUcs2>(row);
+    findRows();
+}
+
+inline void Piece::findRows()
 {
     const std::uint16_t *const units = m_units;
     const ZkLanes width = ZkLanes::all(kWidth), contexts = ZkLanes::all(kZkContextClasses);
@@ -277,45 +270,37 @@ inline bool Piece::findPlaces()
     forEachGroup(1, [&](int i) {
         const ZkLanes lanes = ZkLanes::load(units + i);
         const ZkLanes before = ZkLanes::load(units + i - 1).shiftedRight<zkunit::kCommonShift>();
-        trails = trails | ZkLanes::within(lanes, zkunit::kPairTrail, 0xFFFF);
+        trails = trails | areTrails(lanes);
         (ZkLanes::least(before, contexts) * width + classesOf(lanes)).store(m_places + i);
     });
     m_places[0] =
         static_cast<ZkUcs2>(std::min(m_before, kZkContextClasses) * kWidth + classOf(units[0]));
-    return trails.any() || zkunit::isTrail(units[0]);
-}
-
-/// Gives the second unit of each surrogate pair the class of the first.
-void Piece::joinPairs()
-{
-    m_hasTrails = true;
-    m_trails[0] = 0;
-    const std::uint16_t *const units = m_units;
-    forEachGroup(0, [&](int i) {
-        const ZkLanes lanes = ZkLanes::load(units + i);
-        const ZkLanes are = ZkLanes::within(lanes, zkunit::kPairTrail, 0xFFFF);
-        are.store(m_trails + 1 + i);
-        either(are, lanes.shiftedLeft<zkunit::kCommonShift>(), lanes).store(m_own + i);
-    });
-    m_units = m_own;
+    m_hasTrails = trails.any() || isTrail(0);
+    lookUp(kZkBreakRows, m_places, m_count, m_rows + kGap + 1);
 }
 
 void Piece::pair(std::uint8_t *flags)
 {
     const std::uint16_t *const units = m_units;
     const ZkLanes width = ZkLanes::all(kWidth), none = ZkLanes::all(kZkNoBreakPair);
-    const auto placesOf = [&](ZkLanes rows, int i) {
-        return rows * width + classesOf(ZkLanes::load(units + i));
+    const auto placesOf = [&](ZkLanes rows, ZkLanes lanes) {
+        return rows * width + classesOf(lanes);
     };
     if (m_hasTrails) {
-        forEachGroup(0, [&](int i) {
-            const ZkLanes rows = either(ZkLanes::load(m_trails + i), ZkLanes::load(m_rows + i),
-                                        ZkLanes::load(m_rows + kGap + i));
-            either(ZkLanes::load(m_trails + 1 + i), none, placesOf(rows, i)).store(m_places + i);
+        forEachGroup(1, [&](int i) {
+            const ZkLanes lanes = ZkLanes::load(units + i);
+            const ZkLanes rows =
+                ZkLanes::either(areTrails(ZkLanes::load(units + i - 1)), ZkLanes::load(m_rows + i),
+                                ZkLanes::load(m_rows + kGap + i));
+            ZkLanes::either(areTrails(lanes), none, placesOf(rows, lanes)).store(m_places + i);
         });
+        m_places[0] = static_cast<ZkUcs2>(isTrail(0) ? kZkNoBreakPair
+                                                     : m_rows[kGap] * kWidth + classOf(units[0]));
     } else {
-        forEachGroup(
-            0, [&](int i) { placesOf(ZkLanes::load(m_rows + kGap + i), i).store(m_places + i); });
+        forEachGroup(0, [&](int i) {
+            placesOf(ZkLanes::load(m_rows + kGap + i), ZkLanes::load(units + i))
+                .store(m_places + i);
+        });
     }
     lookUp(kZkBreakPairs, m_places, m_count, flags);
 }
@@ -419,9 +404,9 @@ void Divider::read(const std::uint16_t *units, int count)
 
 #endif
 
-/// Leaves the flags of `kinds`, without those that the one behind takes back. Lines may end
-/// between clusters of scripts without spaces when `betweenClusters`. There is a boundary
-/// behind the last unit.
+/// Leaves the flags of `kinds` that are not taken back by the one behind. Lines may end between
+/// clusters of scripts without spaces when `betweenClusters`. There is a boundary behind the last
+/// unit.
 void settle(std::uint8_t *flags, int units, unsigned kinds, bool betweenClusters)
 {
     const FlagWord lines = betweenClusters ? inEach(ZkTextBreaks::LineAllowed) : 0;
@@ -433,6 +418,17 @@ void settle(std::uint8_t *flags, int units, unsigned kinds, bool betweenClusters
         return ((word & ~revoked) | (word >> 4 & lines)) & inEach(kinds);
     };
     int i = 0;
+#if ZK_HAS_LANES
+    constexpr unsigned kTwice = 0x0101;
+    const ZkLanes allWords = ZkLanes::all(ZkTextBreaks::Word * kTwice);
+    const ZkLanes allKinds = ZkLanes::all(kinds * kTwice);
+    const ZkLanes allLines = ZkLanes::all(betweenClusters ? ZkTextBreaks::LineAllowed * kTwice : 0);
+    for (; i <= units - 2 * ZkLanes::kCount; i += 2 * ZkLanes::kCount) {
+        const ZkLanes lanes = ZkLanes::load(flags + i), next = ZkLanes::load(flags + i + 1);
+        const ZkLanes left = lanes.without(next.shiftedRight<3>() & allWords);
+        ((left | (lanes.shiftedRight<4>() & allLines)) & allKinds).store(flags + i);
+    }
+#endif
     for (; i <= units - kWord; i += kWord) {
         const FlagWord word = settled(load(flags + i), load(flags + i + 1));
         std::memcpy(flags + i, &word, sizeof word);
@@ -571,16 +567,13 @@ struct Rules {
 template <typename Unit>
 void complete(const Unit *text, int units, std::uint8_t *flags, bool isRaw, const Rules &rules)
 {
-    const bool asks = rules.breaker != nullptr;
     flags[units] = 0;
-    if (isRaw) {
-        settle(flags, units, kAll, !asks && rules.unspaced == ZkTextBreaks::BetweenClusters);
-    }
-    if (asks) {
+    if (rules.breaker != nullptr) {
+        settle(flags, units, kAll, false);
         Asking(rules.breaker, flags, units).read(text);
-    }
-    if (rules.kinds != kAll) {
         settle(flags, units, rules.kinds, false);
+    } else if (isRaw || rules.kinds != kAll) {
+        settle(flags, units, rules.kinds, rules.unspaced == ZkTextBreaks::BetweenClusters);
     }
     // At the end of a text all ends; an empty one has no end.
     flags[units] = units == 0 ? std::uint8_t(0) : static_cast<std::uint8_t>(rules.kinds);

@@ -56,8 +56,8 @@ __attribute__((noinline)) std::uint16_t surrogateAt(const ZkUcs2 *text, int i, i
         if (i == 0 || !zkIsLeadSurrogate(text[i - 1])) {
             return classesOf(unit);
         }
-        const unsigned cls = zkunit::commonClassOf(classesOf(zkPairOf(text[i - 1], unit)));
-        return static_cast<std::uint16_t>(zkunit::kPairTrail | std::min(cls, kZkCommonClasses));
+        return static_cast<std::uint16_t>(classesOf(zkPairOf(text[i - 1], unit)) |
+                                          zkunit::kPairTrail);
     }
     return classesOf(i + 1 < end && zkIsTrailSurrogate(text[i + 1]) ? zkPairOf(unit, text[i + 1])
                                                                     : unit);
@@ -110,18 +110,20 @@ private:
     ZkLanes m_first, m_distance, m_classes;
 };
 
-/// The stretch of letters that has `unit`, null for none and for ideographs, of which the last
-/// one is.
-const ZkPlainRange *stretchOf(ZkUcs2 unit)
+/// Adds the classes of lanes that are Hangul syllables; returns which are.
+ZkLanes readSyllables(ZkLanes lanes, ZkLanes *classes)
 {
-    if (unit >= kFirstSyllable) {
-        return nullptr;
+    const ZkLanes are = ZkLanes::within(lanes, kFirstSyllable, kFirstSyllable + kSyllables - 1);
+    if (!are.any()) {
+        return are;
     }
-    const ZkPlainRange *range = kZkPlainRanges;
-    while (range->last < unit) {
-        ++range;
-    }
-    return range->first <= unit ? range : nullptr;
+    const ZkLanes numbers = lanes - ZkLanes::all(kFirstSyllable);
+    // Divided by 28: the quotient is right for all of them.
+    const ZkLanes vowels = ZkLanes::timesUpper(numbers.shiftedRight<2>(), ZkLanes::all(9363));
+    const ZkLanes isOpen = vowels * ZkLanes::all(kSyllablesOfVowel) == numbers;
+    *classes = *classes | (are & ZkLanes::either(isOpen, ZkLanes::all(kZkSyllableUnits[0]),
+                                                 ZkLanes::all(kZkSyllableUnits[1])));
+    return are;
 }
 
 /// The classes of a group's characters where they are known, and else of something else.
@@ -132,23 +134,21 @@ ZkLanes readKnown(const ZkUcs2 *text, ZkLanes *classes)
     const ZkLanes before = ZkLanes::load(text - 1), behind = ZkLanes::load(text + 1);
     const auto isLead = [](ZkLanes lanes) { return ZkLanes::within(lanes, 0xD800, 0xDBFF); };
     const auto isTrail = [](ZkLanes lanes) { return ZkLanes::within(lanes, 0xDC00, 0xDFFF); };
-    const auto either = [](ZkLanes is, ZkLanes a, ZkLanes b) { return (a & is) | b.without(is); };
     const ZkLanes first = isLead(units) & isTrail(behind), second = isTrail(units) & isLead(before);
-    const ZkLanes lead = either(second, before, units), trail = either(second, units, behind);
+    const ZkLanes lead = ZkLanes::either(second, before, units),
+                  trail = ZkLanes::either(second, units, behind);
     static_assert(kKnown == 256, "the lower byte is left out");
-    const ZkLanes numbers = either(first | second,
-                                   (lead - ZkLanes::all(0xD7C0)).shiftedLeft<2>() |
-                                       (trail.shiftedRight<8>() & ZkLanes::all(3)),
-                                   units.shiftedRight<8>());
+    const ZkLanes numbers = ZkLanes::either(first | second,
+                                            (lead - ZkLanes::all(0xD7C0)).shiftedLeft<2>() |
+                                                (trail.shiftedRight<8>() & ZkLanes::all(3)),
+                                            units.shiftedRight<8>());
     ZkUcs2 slots[ZkLanes::kCount];
-    ((either(first | second, trail, units) ^ numbers) & ZkLanes::all(kKnown - 1)).store(slots);
+    ((ZkLanes::either(first | second, trail, units) ^ numbers) & ZkLanes::all(kKnown - 1))
+        .forEach([&](int i, ZkUcs2 slot) { slots[i] = slot; });
     ZkLanes found, tags;
     ZkLanes::halvesOf([&](int i) { return known[slots[i]].load(std::memory_order_relaxed); },
                       &found, &tags);
-    const ZkLanes trails =
-        ZkLanes::least(found.shiftedRight<zkunit::kCommonShift>(), ZkLanes::all(kZkCommonClasses)) |
-        ZkLanes::all(zkunit::kPairTrail);
-    *classes = either(second, trails, found);
+    *classes = found | (second & ZkLanes::all(zkunit::kPairTrail));
     return tags == numbers;
 }
 
@@ -192,6 +192,7 @@ public:
 
 private:
     ZkLanes readLetters(int first, ZkLanes lanes, ZkLanes low);
+    ZkLanes readStretch(ZkLanes lanes, ZkUcs2 unit, ZkLanes *classes);
     ZkLanes readOthers(int first, ZkLanes lanes, ZkLanes are, ZkLanes classes);
 
     const ZkUcs2 *m_text;
@@ -206,31 +207,52 @@ __attribute__((noinline)) ZkLanes GroupReader::readLetters(int first, ZkLanes la
     const ZkUcs2 *const text = m_text + first;
     const ZkLanes spaces = lanes == ZkLanes::all(' ');
     ZkLanes classes = spaces & ZkLanes::all(kZkLowUnits[0x20]);
-    ZkLanes are = m_letters.read(lanes, &classes) | spaces;
-    if (are.every()) {
+    ZkLanes letters = m_letters.read(lanes, &classes) | m_others.read(lanes, &classes);
+    if ((letters | spaces).every()) {
         return classes;
     }
-    classes = classes | (ZkLanes::of([text](int i) { return kZkLowUnits[text[i] % kLow]; }) & low);
-    are = are | low | m_others.read(lanes, &classes);
+    if (!letters.any() && text[3] < kFirstSyllable) {
+        letters = readStretch(lanes, text[3], &classes);
+    }
+    if (low.without(spaces).any()) {
+        classes =
+            classes | (ZkLanes::of([text](int i) { return kZkLowUnits[text[i] % kLow]; }) & low);
+    }
+    const ZkLanes are = letters | low;
     return are.every() ? classes : readOthers(first, lanes, are, classes);
+}
+
+/// The same for letters of the stretch that has `unit`, which is no syllable and nothing above
+/// them, if there is one.
+__attribute__((noinline)) ZkLanes GroupReader::readStretch(ZkLanes lanes, ZkUcs2 unit,
+                                                           ZkLanes *classes)
+{
+    const ZkPlainRange *range = kZkPlainRanges; // the last one is above any such unit
+    while (range->last < unit) {
+        ++range;
+    }
+    if (range->first > unit) {
+        return ZkLanes::all(0);
+    }
+    m_others = m_letters;
+    m_letters.choose(*range);
+    return m_letters.read(lanes, classes);
 }
 
 /// Adds to `classes` those of the lanes that `are` not found yet.
 __attribute__((noinline)) ZkLanes GroupReader::readOthers(int first, ZkLanes lanes, ZkLanes are,
                                                           ZkLanes classes)
 {
-    const ZkLanes none = ZkLanes::all(0);
-    const ZkUcs2 other = m_text[first + ZkLanes::lowest((are == none).mask())];
-    if (const ZkPlainRange *const stretch = stretchOf(other)) {
-        m_others = m_letters;
-        m_letters.choose(*stretch);
-        are = are | m_letters.read(lanes, &classes);
+    if (ZkLanes::within(lanes, 0xD800, 0xDFFF).any()) {
+        ZkLanes found;
+        const ZkLanes areKnown =
+            readKnown(Surrounded(m_text, first, m_end).text(), &found).without(are);
+        classes = classes | (found & areKnown);
+        are = are | areKnown;
+    } else {
+        are = are | readSyllables(lanes, &classes);
     }
-    ZkLanes found;
-    const ZkLanes areKnown =
-        readKnown(Surrounded(m_text, first, m_end).text(), &found).without(are);
-    classes = classes | (found & areKnown);
-    ZkLanes::Mask missing = ((are | areKnown) == none).mask();
+    ZkLanes::Mask missing = (are == ZkLanes::all(0)).mask();
     if (missing == 0) {
         return classes;
     }

@@ -6,20 +6,19 @@
 
 /// What analysis asks of a unit, in 16 bits from the lowest on: the bidirectional class, the
 /// kind of bracket, and nine bits that tell the class for breaks. Both units of a surrogate
-/// pair have one: the first that of the character, the second `kPairTrail` and the common
-/// class of the first.
+/// pair have one: the first that of the character, the second the same with `kPairTrail`.
 namespace zkunit
 {
 
 constexpr unsigned kBidiBits = 7;
 constexpr unsigned kCommonShift = 10; // the upper six bits are a common class, or none
 constexpr unsigned kCommonCodes = kZkCommonClasses << (kCommonShift - kBidiBits);
-constexpr std::uint16_t kPairTrail = 0xFC00;
+constexpr unsigned kPairTrail = (1U << kBidiBits) - 1; // bits that no character has all
 
 /// Of the second unit of a surrogate pair.
 constexpr bool isTrail(unsigned unit)
 {
-    return unit >= kPairTrail;
+    return (unit & kPairTrail) == kPairTrail;
 }
 
 /// Bidirectional class and bracket, as a record has them in its lowest bits.
