@@ -181,67 +181,11 @@ constexpr WeakTables weakTables()
 
 constexpr WeakTables kWeak = weakTables();
 
-/// The weak rules: marks, numbers and what stands between and beside them.
-class WeakRules
-{
-public:
-    /// `start` is the direction of what stands before all.
-    explicit WeakRules(int start) : m_state(start != 0 ? BehindR : BehindL), m_letter(m_state) {}
-
-    /// Resolves bytes from `at` on until it has passed a bracket; where the next one is.
-    std::uint8_t *read(std::uint8_t *at, const std::uint8_t *end);
-
-    /// A bit for each kind of `Resolved` that was read last, the bracket's among them.
-    unsigned seen() const { return m_seen; }
-
-private:
-    unsigned m_state;
-    unsigned m_letter;               // the last state behind a letter
-    std::uint8_t *m_since = nullptr; // where the state began
-    unsigned m_seen = 0;
-};
-
 /// A bracket that is neutral, in contrast to what an override made of it.
 constexpr bool isBracket(unsigned byte)
 {
     const unsigned bracket = byte & kZkBidiBracket;
     return bracket != 0 && bracket != kZkBidiInitiator && (byte & ResolvedMask) >= ResolvedNeutral;
-}
-
-__attribute__((noinline)) std::uint8_t *WeakRules::read(std::uint8_t *at, const std::uint8_t *end)
-{
-    unsigned state = m_state << kStateShift, seen = 0, byte = 0;
-    const std::uint8_t *columns = kWeak.columns + (m_letter << kColumnsShift);
-    std::uint8_t *since = m_since;
-    while (at < end && !isBracket(byte)) {
-        const unsigned before = *at, bidi = before & kZkBidiClass;
-        const unsigned step = kWeak.steps[state | columns[bidi]];
-        const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
-        if ((step & kForAll) != 0) {
-            for (; since < at; ++since) {
-                *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
-            }
-        }
-        byte = before - bidi + resolved;
-        seen |= 1U << resolved;
-        if (next <= BehindAL << kStateShift) {
-            columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
-        }
-        since = next == state ? since : at;
-        state = next;
-        *at++ = static_cast<std::uint8_t>(byte);
-        // All but separators in numbers, and brackets, do again what the first of a kind does.
-        if (next < BetweenEN << kStateShift && (before & kZkBidiBracket) == 0) {
-            for (; at < end && *at == before; ++at) {
-                *at = static_cast<std::uint8_t>(byte);
-            }
-        }
-    }
-    m_state = state >> kStateShift;
-    m_letter = static_cast<unsigned>(columns - kWeak.columns) >> kColumnsShift;
-    m_since = since;
-    m_seen = seen;
-    return at;
 }
 
 /// Opening brackets whose partner has not come yet. Deeper ones end the search, so that
@@ -449,18 +393,52 @@ void ZkBidiSequence::Brackets::read(int i, unsigned seen)
 
 void ZkBidiSequence::resolve(int level, int before, int behind)
 {
-    WeakRules weak(before);
     Brackets brackets(*this);
-    for (std::uint8_t *at = m_bytes, *const end = m_bytes + m_count; at < end;) {
-        at = weak.read(at, end);
-        if (isBracket(at[-1])) {
-            brackets.read(static_cast<int>(at - m_bytes) - 1, weak.seen());
-        }
-    }
+    readWeak(before, &brackets);
     if (brackets.end() > 0) {
         resolveBrackets(level, before, brackets);
     }
     resolveNeutrals(level, before, behind);
+}
+
+/// The weak rules: marks, numbers and what stands between and beside them. `start` is the
+/// direction of what stands before all.
+inline void ZkBidiSequence::readWeak(int start, Brackets *brackets)
+{
+    unsigned state = unsigned{start != 0 ? BehindR : BehindL} << kStateShift;
+    const std::uint8_t *columns = kWeak.columns + (state << (kColumnsShift - kStateShift));
+    unsigned seen = 0; // a bit for each kind of `Resolved` since the last bracket
+    std::uint8_t *at = m_bytes, *since = at;
+    std::uint8_t *const end = at + m_count;
+    while (at < end) {
+        const unsigned before = *at, bidi = before & kZkBidiClass;
+        const unsigned step = kWeak.steps[state | columns[bidi]];
+        const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
+        if ((step & kForAll) != 0) {
+            for (; since < at; ++since) {
+                *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
+            }
+        }
+        const unsigned byte = before - bidi + resolved;
+        seen |= 1U << resolved;
+        if (next <= BehindAL << kStateShift) {
+            columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
+        }
+        since = next == state ? since : at;
+        state = next;
+        *at++ = static_cast<std::uint8_t>(byte);
+        if ((before & kZkBidiBracket) != 0) {
+            if (isBracket(byte)) {
+                brackets->read(static_cast<int>(at - m_bytes) - 1, seen);
+                seen = 0;
+            }
+        } else if (next < BetweenEN << kStateShift) {
+            // All but separators in numbers do again what the first of a kind does.
+            for (; at < end && *at == before; ++at) {
+                *at = static_cast<std::uint8_t>(byte);
+            }
+        }
+    }
 }
 
 /// A pair of brackets takes the direction of what is in it, if there is any: that of the
@@ -518,19 +496,15 @@ void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
         const Word bytes = load(m_bytes + i);
         store(bytes | besideRight(bytes, &side) * kBehindRight, m_bytes + i);
     }
+    const int rest = m_count - whole;
     Word last = 0;
-    for (int i = whole; i < m_count; ++i) {
-        last |= Word(m_bytes[i]) << 8 * (i - whole);
-    }
+    std::memcpy(&last, m_bytes + whole, static_cast<std::size_t>(rest));
     last |= besideRight(last, &side) * kBehindRight;
     side = static_cast<Word>(behind);
-    if (whole < m_count) {
+    if (rest > 0) {
         // What is missing in the last word stands behind the others.
-        last |= side * (kOnes << 8 * (m_count - whole));
-        last = levelsOf(last, level, &side);
-        for (int i = whole; i < m_count; ++i) {
-            m_bytes[i] = static_cast<std::uint8_t>(last >> 8 * (i - whole));
-        }
+        last = levelsOf(last | side * (kOnes << 8 * rest), level, &side);
+        std::memcpy(m_bytes + whole, &last, static_cast<std::size_t>(rest));
     }
     for (int i = whole - kBytes; i >= 0; i -= kBytes) {
         store(levelsOf(load(m_bytes + i), level, &side), m_bytes + i);
