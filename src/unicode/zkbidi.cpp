@@ -61,7 +61,7 @@ ZkBidiClasses writeBytes(const std::uint16_t *units, int count, std::uint8_t *by
         const ZkLanes told =
             ZkLanes::within(bidi, ZkCharacter::BidiBN, ZkCharacter::BidiS) |
             ZkLanes::within(bidi, ZkCharacter::BidiLRE, ZkCharacter::BidiPDI) |
-            ((lanes & ZkLanes::all(zkunit::kPairTrail)) == ZkLanes::all(zkunit::kPairTrail));
+            ((lanes & ZkLanes::all(zkunit::kTrailBits)) == ZkLanes::all(zkunit::kTrailBits));
         if (told.any()) {
             classes |= writeEach(units, i, i + ZkLanes::kCount, bytes);
         } else {

@@ -134,7 +134,11 @@ public:
 
 private:
     int ask(const std::uint16_t *units, int first, int count);
+#if ZK_HAS_LANES
     void readPiece(const std::uint16_t *units, int count);
+#else
+    int pair(const std::uint16_t *units, int i, int count);
+#endif
 
     std::uint8_t *m_flags; // before the next unit
     Machines m_machines;
@@ -206,7 +210,7 @@ private:
     }
     static ZkLanes areTrails(ZkLanes units)
     {
-        const ZkLanes bits = ZkLanes::all(zkunit::kPairTrail);
+        const ZkLanes bits = ZkLanes::all(zkunit::kTrailBits);
         return (units & bits) == bits;
     }
     bool isTrail(int i) const { return i >= 0 && zkunit::isTrail(m_units[i]); }
@@ -374,32 +378,54 @@ void Divider::readPiece(const std::uint16_t *units, int count)
 void Divider::read(const std::uint16_t *units, int count)
 {
     int i = m_isUsual ? 0 : ask(units, 0, count);
-    unsigned seen = 0, row = m_row, before = m_before;
-    while (i < count) {
-        const unsigned unit = units[i];
-        unsigned found = 0;
-        if (!zkunit::isTrail(unit)) {
-            const unsigned cls = std::min(zkunit::commonClassOf(unit), kZkCommonClasses);
-            found = kZkBreakPairs[row * kWidth + cls];
-            if ((found & ZkBreakUndecided) != 0) {
-                m_machines.set(row, before);
-                m_row = row;
-                m_before = before;
-                i = ask(units, i, count);
-                row = m_row;
-                before = m_before;
-                continue;
-            }
-            row = rowOf(before, cls);
-            before = cls;
+    while ((i = pair(units, i, count)) < count) {
+        if (zkunit::isTrail(units[i])) {
+            m_flags[i++] = 0;
+        } else {
+            m_machines.set(m_row, m_before);
+            i = ask(units, i, count);
+        }
+    }
+    m_flags += count;
+}
+
+/// Where the rows behind each class begin.
+struct RowStarts {
+    std::uint16_t of[kWidth];
+};
+constexpr RowStarts rowStarts()
+{
+    RowStarts starts = {};
+    for (unsigned cls = 0; cls < kWidth; ++cls) {
+        starts.of[cls] = static_cast<std::uint16_t>(std::min(cls, kZkContextClasses) * kWidth);
+    }
+    return starts;
+}
+constexpr RowStarts kRowStarts = rowStarts();
+
+/// Writes what the pairs say from unit `i` on, up to one that they do not decide; where it is.
+int Divider::pair(const std::uint16_t *units, int i, int count)
+{
+    std::uint8_t *const flags = m_flags; // which may be anything to the compiler
+    unsigned seen = m_seen, row = m_row, before = m_before;
+    for (; i < count; ++i) {
+        const unsigned cls = zkunit::commonClassOf(units[i]);
+        if (cls >= kZkCommonClasses) {
+            break;
+        }
+        const unsigned found = kZkBreakPairs[row * kWidth + cls];
+        if (found >= ZkBreakUndecided) {
+            break;
         }
         seen |= found;
-        m_flags[i++] = static_cast<std::uint8_t>(found);
+        flags[i] = static_cast<std::uint8_t>(found);
+        row = kZkBreakRows[kRowStarts.of[before] + cls];
+        before = cls;
     }
-    m_seen |= seen;
+    m_seen = seen;
     m_row = row;
     m_before = before;
-    m_flags += count;
+    return i;
 }
 
 #endif

@@ -17,62 +17,81 @@ constexpr char32_t kNoCharacter = 0x110000;
 constexpr char32_t kLow = 0x100;
 static_assert(sizeof kZkLowUnits / sizeof *kZkLowUnits == kLow, "one for each character below");
 
-/// The characters looked up last: in the upper half all but the lowest bits of one, in the
-/// lower half its classes. An entry is right by itself, whoever writes it and when.
+/// The characters looked up last: in the upper half all but the lowest bits of one, and 1, in
+/// the lower half its classes. An entry is right by itself, whoever writes it and when.
 constexpr unsigned kKnown = 256;
 constexpr unsigned slotOf(char32_t c)
 {
-    return (c ^ c / kKnown) % kKnown;
+    return c < kLow ? c : kLow + (c ^ c / kKnown) % kKnown;
 }
-std::atomic<std::uint32_t> known[kKnown];
+constexpr std::uint32_t entryOf(char32_t c, unsigned classes)
+{
+    return (c / kKnown + 1) << 16 | classes;
+}
+std::atomic<std::uint32_t> known[kLow + kKnown];
 
-/// The classes of a character that is not known.
+void remember(char32_t c, unsigned classes)
+{
+    known[slotOf(c)].store(entryOf(c, classes), std::memory_order_relaxed);
+}
+
+/// The classes of a character that is not known, at most U+110000.
 __attribute__((noinline)) std::uint16_t find(char32_t c)
 {
+    if (c - kFirstSyllable < kSyllables) {
+        return kZkSyllableUnits[(c - kFirstSyllable) % kSyllablesOfVowel != 0 ? 1 : 0];
+    }
     const std::uint16_t found =
         zkunit::ofRecord(c <= 0x10FFFF ? zkRecordNumber(c) : std::uint16_t(0));
-    known[slotOf(c)].store(c / kKnown << 16 | found, std::memory_order_relaxed);
+    if (!zkIsSurrogate(c)) { // which are looked for before it is known whether they are one of two
+        remember(c, found);
+    }
     return found;
 }
 
+/// The classes of a character, in the lower half, if the upper one is 0.
+__attribute__((always_inline)) inline std::uint32_t knownOf(char32_t c)
+{
+    return known[slotOf(c)].load(std::memory_order_relaxed) ^ entryOf(c, 0);
+}
+
 /// The classes of a character that is no surrogate of a pair, at most U+110000.
-inline std::uint16_t classesOf(char32_t c)
+std::uint16_t classesOf(char32_t c)
 {
     if (c < kLow) {
         return kZkLowUnits[c];
     }
-    if (c - kFirstSyllable < kSyllables) {
-        return kZkSyllableUnits[(c - kFirstSyllable) % kSyllablesOfVowel != 0 ? 1 : 0];
-    }
-    const std::uint32_t entry = known[slotOf(c)].load(std::memory_order_relaxed);
-    return entry >> 16 == c / kKnown ? static_cast<std::uint16_t>(entry) : find(c);
+    const std::uint32_t entry = knownOf(c);
+    return entry <= 0xFFFF ? static_cast<std::uint16_t>(entry) : find(c);
 }
 
-/// The same where text[i] is a surrogate.
-__attribute__((noinline)) std::uint16_t surrogateAt(const ZkUcs2 *text, int i, int end)
+/// The classes of a unit that is not low and not known.
+__attribute__((noinline)) std::uint16_t findUnit(const ZkUcs2 *text, int i, int end)
 {
     const char32_t unit = text[i];
-    if (zkIsTrailSurrogate(unit)) {
-        if (i == 0 || !zkIsLeadSurrogate(text[i - 1])) {
-            return classesOf(unit);
-        }
+    if (zkIsTrailSurrogate(unit) && i > 0 && zkIsLeadSurrogate(text[i - 1])) {
         return static_cast<std::uint16_t>(classesOf(zkPairOf(text[i - 1], unit)) |
                                           zkunit::kPairTrail);
     }
-    return classesOf(i + 1 < end && zkIsTrailSurrogate(text[i + 1]) ? zkPairOf(unit, text[i + 1])
-                                                                    : unit);
+    if (zkIsLeadSurrogate(unit) && i + 1 < end && zkIsTrailSurrogate(text[i + 1])) {
+        return classesOf(zkPairOf(unit, text[i + 1]));
+    }
+    return find(unit);
 }
 
 inline std::uint16_t unitAt(const ZkUcs2 *text, int i, int end)
 {
-    return text[i] >= kLow && zkIsSurrogate(text[i]) ? surrogateAt(text, i, end)
-                                                     : classesOf(text[i]);
+    if (text[i] < kLow) {
+        return kZkLowUnits[text[i]];
+    }
+    const std::uint32_t entry = knownOf(text[i]);
+    return entry <= 0xFFFF ? static_cast<std::uint16_t>(entry) : findUnit(text, i, end);
 }
 
 void readEach(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
 {
     for (int i = first; i < last; ++i) {
-        units[i - first] = unitAt(text, i, end);
+        *units++ = unitAt(text, i, end);
     }
 }
 
@@ -142,14 +161,17 @@ ZkLanes readKnown(const ZkUcs2 *text, ZkLanes *classes)
                                             (lead - ZkLanes::all(0xD7C0)).shiftedLeft<2>() |
                                                 (trail.shiftedRight<8>() & ZkLanes::all(3)),
                                             units.shiftedRight<8>());
+    const ZkLanes bytes = ZkLanes::all(kKnown - 1);
     ZkUcs2 slots[ZkLanes::kCount];
-    ((ZkLanes::either(first | second, trail, units) ^ numbers) & ZkLanes::all(kKnown - 1))
+    ZkLanes::either(ZkLanes::within(units, 0, kLow - 1), units,
+                    ((ZkLanes::either(first | second, trail, units) ^ numbers) & bytes) |
+                        ZkLanes::all(kLow))
         .forEach([&](int i, ZkUcs2 slot) { slots[i] = slot; });
     ZkLanes found, tags;
     ZkLanes::halvesOf([&](int i) { return known[slots[i]].load(std::memory_order_relaxed); },
                       &found, &tags);
     *classes = found | (second & ZkLanes::all(zkunit::kPairTrail));
-    return tags == numbers;
+    return tags == numbers + ZkLanes::all(1);
 }
 
 /// The units beside a group too, zeros where the text has none.
@@ -185,21 +207,49 @@ public:
         const ZkLanes lanes = ZkLanes::load(text), low = ZkLanes::within(lanes, 0, kLow - 1);
         if (low.every()) {
             readLow(text, units);
+        } else if (ZkLanes::within(lanes, 0xD800, 0xDFFF).any()) {
+            readPairs(first).store(units);
         } else {
             readLetters(first, lanes, low).store(units);
         }
     }
 
 private:
+    ZkLanes readPairs(int first) const;
+    ZkLanes readMissing(int first, ZkLanes are, ZkLanes classes) const;
     ZkLanes readLetters(int first, ZkLanes lanes, ZkLanes low);
     ZkLanes readStretch(ZkLanes lanes, ZkUcs2 unit, ZkLanes *classes);
-    ZkLanes readOthers(int first, ZkLanes lanes, ZkLanes are, ZkLanes classes);
+    ZkLanes readOthers(int first, ZkLanes lanes, ZkLanes are, ZkLanes classes) const;
 
     const ZkUcs2 *m_text;
     int m_end;
     // Most texts have letters of one stretch beside Latin, few of more than two.
     Letters m_letters = Letters(kZkPlainRanges[0]), m_others = Letters(kZkPlainRanges[1]);
 };
+
+/// The classes of a group with surrogates.
+__attribute__((noinline)) ZkLanes GroupReader::readPairs(int first) const
+{
+    ZkLanes classes;
+    const ZkLanes are = readKnown(Surrounded(m_text, first, m_end).text(), &classes);
+    return are.every() ? classes : readMissing(first, are, classes);
+}
+
+/// Adds to `classes` those of the lanes that `are` not found yet.
+ZkLanes GroupReader::readMissing(int first, ZkLanes are, ZkLanes classes) const
+{
+    std::uint16_t units[ZkLanes::kCount];
+    classes.store(units);
+    for (ZkLanes::Mask missing = (are == ZkLanes::all(0)).mask(); missing != 0;
+         missing = ZkLanes::withoutLowest(missing)) {
+        const int i = ZkLanes::lowest(missing);
+        units[i] = unitAt(m_text, first + i, m_end);
+        if (m_text[first + i] < kLow) {
+            remember(m_text[first + i], units[i]); // groups with surrogates are found there
+        }
+    }
+    return ZkLanes::load(units);
+}
 
 /// The classes of a group with letters that are not `low`.
 __attribute__((noinline)) ZkLanes GroupReader::readLetters(int first, ZkLanes lanes, ZkLanes low)
@@ -239,30 +289,12 @@ __attribute__((noinline)) ZkLanes GroupReader::readStretch(ZkLanes lanes, ZkUcs2
     return m_letters.read(lanes, classes);
 }
 
-/// Adds to `classes` those of the lanes that `are` not found yet.
+/// Adds to `classes` those of the lanes that `are` neither low nor of a stretch.
 __attribute__((noinline)) ZkLanes GroupReader::readOthers(int first, ZkLanes lanes, ZkLanes are,
-                                                          ZkLanes classes)
+                                                          ZkLanes classes) const
 {
-    if (ZkLanes::within(lanes, 0xD800, 0xDFFF).any()) {
-        ZkLanes found;
-        const ZkLanes areKnown =
-            readKnown(Surrounded(m_text, first, m_end).text(), &found).without(are);
-        classes = classes | (found & areKnown);
-        are = are | areKnown;
-    } else {
-        are = are | readSyllables(lanes, &classes);
-    }
-    ZkLanes::Mask missing = (are == ZkLanes::all(0)).mask();
-    if (missing == 0) {
-        return classes;
-    }
-    std::uint16_t units[ZkLanes::kCount];
-    classes.store(units);
-    for (; missing != 0; missing = ZkLanes::withoutLowest(missing)) {
-        const int i = ZkLanes::lowest(missing);
-        units[i] = unitAt(m_text, first + i, m_end);
-    }
-    return ZkLanes::load(units);
+    are = are | readSyllables(lanes, &classes);
+    return are.every() ? classes : readMissing(first, are, classes);
 }
 
 #endif

@@ -1,6 +1,7 @@
 #ifndef ZKUNITCLASSES_H
 #define ZKUNITCLASSES_H
 
+#include "base/zklanes.h"
 #include "unicode/zkbreaktables.h"
 #include "unicode/zkcharactertables.h"
 
@@ -13,12 +14,17 @@ namespace zkunit
 constexpr unsigned kBidiBits = 7;
 constexpr unsigned kCommonShift = 10; // the upper six bits are a common class, or none
 constexpr unsigned kCommonCodes = kZkCommonClasses << (kCommonShift - kBidiBits);
-constexpr unsigned kPairTrail = (1U << kBidiBits) - 1; // bits that no character has all
+constexpr unsigned kTrailBits = (1U << kBidiBits) - 1; // no character has all of them
+#if ZK_HAS_LANES
+constexpr unsigned kPairTrail = kTrailBits; // the class for breaks is that of the first unit
+#else
+constexpr unsigned kPairTrail = 0xFFFF; // there is no such class
+#endif
 
 /// Of the second unit of a surrogate pair.
 constexpr bool isTrail(unsigned unit)
 {
-    return (unit & kPairTrail) == kPairTrail;
+    return (unit & kTrailBits) == kTrailBits;
 }
 
 /// Bidirectional class and bracket, as a record has them in its lowest bits.
