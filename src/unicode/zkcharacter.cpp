@@ -134,7 +134,7 @@ void ZkTextCharacters::set(const Unit *text, int units)
     m_size = 0;
     reserve(units);
     m_size = units;
-    ZkUnitReader().read(text, 0, units, units, m_classes);
+    zkunit::read(text, 0, units, units, m_classes);
     keep(text);
 }
 
@@ -174,7 +174,7 @@ void ZkTextCharacters::replace(const Unit *text, int first, int removed, int ins
     // A surrogate beside the new units may have found or lost its partner.
     const int from = std::max(first - 1, 0);
     const int to = std::min(first + inserted + 1, size);
-    ZkUnitReader().read(text, from, to, size, m_classes + from);
+    zkunit::read(text, from, to, size, m_classes + from);
     keep(text);
 }
 
@@ -183,9 +183,10 @@ char32_t ZkTextCharacters::character(int i) const
     if (m_points != nullptr) {
         return m_points[i];
     }
-    if (m_classes[i] == kZkPairTrail) {
+    if (zkunit::isTrail(m_classes[i])) {
         --i;
     }
-    return i + 1 < m_size && m_classes[i + 1] == kZkPairTrail ? zkPairOf(m_units[i], m_units[i + 1])
-                                                              : static_cast<char32_t>(m_units[i]);
+    return i + 1 < m_size && zkunit::isTrail(m_classes[i + 1])
+               ? zkPairOf(m_units[i], m_units[i + 1])
+               : static_cast<char32_t>(m_units[i]);
 }

@@ -796,6 +796,7 @@ TEST(ZkHashFunction, FoldsAsManyBytesAsTheTextHasUnits)
         {u"\u00E9x", 0xC3 * 16 + 0xA9}, // the x is past the second byte
         {u"\u20AC", 0xE2},
         {u"\u20AC\u20AC\u20ACab", 0},
+        {u"\u007F\u0080z", (0x7F * 16 + 0xC2) * 16 + 0x80}, // the last ASCII, and the next
     };
     for (const auto &row : kRows) {
         const ZkString key = units(row.text);

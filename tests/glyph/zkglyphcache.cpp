@@ -350,7 +350,11 @@ TEST(ZkGlyphCache, ClearDropsWhatNobodyHolds)
     ZkGlyphHolder holder(cache);
     const ZkGlyph *const kept = holder.glyph(face, 40, kPlain);
     fill(&cache, face, kPlain, 50, 300);
+    fill(&cache, face, kPlain, 1000, 3999);
+    cache.resetStats();
     cache.clear();
+    EXPECT_GT(cache.stats().longestLockMicroseconds, 0u) << "it walked over thousands of glyphs";
+    EXPECT_LT(cache.stats().longestLockMicroseconds, 60u * 1000 * 1000);
     EXPECT_EQ(cache.stats().glyphs, 1);
     EXPECT_EQ(ZkGlyphHolder(cache).glyph(face, 40, kPlain), kept);
     holder.clear();
