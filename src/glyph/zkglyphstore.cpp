@@ -241,6 +241,11 @@ void ZkGlyphCacheData::markHeld(bool isHeld)
 {
     for (Stripe &stripe : stripes) {
         for (ZkGlyphHolder *holder = stripe.holders; holder != nullptr; holder = holder->m_next) {
+            // One that is cleared from now on is known by its slots when the marks go.
+            if (isHeld && __atomic_load_n(&holder->m_count, __ATOMIC_ACQUIRE) == 0 &&
+                holder->m_isStale) {
+                holder->emptySlots();
+            }
             for (std::uint32_t i = 0; i <= holder->m_mask; ++i) {
                 auto *const glyph = const_cast<ZkGlyph *>(holder->m_slots[i]);
                 if (glyph != nullptr) {

@@ -219,6 +219,25 @@ TEST(ZkHashData, BucketIsTheHashModuloTheCount)
     }
 }
 
+TEST(ZkHash, AFinderSeesWhatTheHashHolds)
+{
+    ZkHash<int, int> hash;
+    EXPECT_EQ((ZkHash<int, int>::Finder(hash).value(0)), 0) << "no buckets yet";
+    EXPECT_EQ((ZkHash<int, int>::Finder(hash).value(-1)), 0);
+    std::mt19937 random(11);
+    for (int round = 0; round < 200; ++round) {
+        hash.insert(int(random() % 5000) - 2500, round + 1);
+        const ZkHash<int, int>::Finder finder(hash);
+        for (int k = 0; k < 100; ++k) {
+            const int key = int(random() % 5000) - 2500;
+            ASSERT_EQ(finder.value(key), hash.value(key)) << key;
+        }
+        for (const int key : hash.keys()) {
+            ASSERT_EQ(finder.value(key), hash.value(key)) << key;
+        }
+    }
+}
+
 TEST(ZkHashData, RehashChoosesTheExponent)
 {
     const struct {
