@@ -195,7 +195,7 @@ int Divider::ask(const std::uint16_t *units, int first, int count)
         seen |= machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], flags);
         isUsual = machines.isUsual(zkunit::commonClassOf(unit));
     }
-    m_machines = machines;
+    m_machines = machines; // no test can tell: a usual character starts them anew
     m_seen |= seen;
     m_isUsual = isUsual;
     return first;
