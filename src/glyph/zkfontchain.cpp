@@ -120,10 +120,10 @@ void ZkFontListData::release()
 void ZkFontListData::remember(char32_t character, int face)
 {
     const std::uint8_t *page = pages.page(character);
-    if (page == nullptr) {
+    if (page == nullptr) { // no test can tell: else the next question asks again
         pthread_mutex_lock(&lock);
         page = pages.page(character);
-        if (page == nullptr) {
+        if (page == nullptr) { // no test can tell: else the next question asks again
             void *const made = std::calloc(1, decltype(pages)::kCells);
             if (made != nullptr && pages.enter(character, static_cast<std::uint8_t *>(made))) {
                 page = static_cast<std::uint8_t *>(made);

@@ -269,8 +269,8 @@ ZkString ZkLocale::decimalForm(ZkUcs2 zero, ZkUcs2 decimal, ZkUcs2 group, ZkStri
 {
     ZkTextBuffer text;
     const ZkString number = digits.isEmpty() ? ZkString(zero) : digits;
-    zkAppendDecimalForm(&text, {zero, group, '+', '-', 'e', decimal},
-                        {number.constData(), number.size(), decpt},
+    const ZkNumberSymbols symbols = {zero, group, '+', '-', 'e', decimal};
+    zkAppendDecimalForm(&text, symbols, {number.constData(), number.size(), decpt},
                         {precision, mode, alwaysShowDecpt, thousandsGroup});
     return digits = text.toString();
 }
@@ -281,8 +281,8 @@ ZkString ZkLocale::exponentForm(ZkUcs2 zero, ZkUcs2 decimal, ZkUcs2 exponential,
 {
     ZkTextBuffer text;
     const ZkString number = digits.isEmpty() ? ZkString(zero) : digits;
-    zkAppendExponentForm(&text, {zero, group, plus, minus, exponential, decimal},
-                         {number.constData(), number.size(), decpt},
+    const ZkNumberSymbols symbols = {zero, group, plus, minus, exponential, decimal};
+    zkAppendExponentForm(&text, symbols, {number.constData(), number.size(), decpt},
                          {precision, mode, alwaysShowDecpt, false});
     return digits = text.toString();
 }

@@ -347,6 +347,7 @@ TEST(ZkGlyphCache, ClearDropsWhatNobodyHolds)
     const ZkTypeface face = dejavu();
     ZkGlyphCache cache;
     const std::size_t empty = cache.stats().bytes;
+    EXPECT_EQ(cache.stats().peakBytes, empty);
     ZkGlyphHolder holder(cache);
     const ZkGlyph *const kept = holder.glyph(face, 40, kPlain);
     fill(&cache, face, kPlain, 50, 300);

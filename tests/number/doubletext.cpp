@@ -235,9 +235,26 @@ TEST(DoubleText, HardNumbersAreWrittenAsPrinted)
 // than a division step yields.
 TEST(DoubleText, NumbersBesideShortOnesAreWrittenAsPrinted)
 {
-    const char *const numbers[] = {"1e153",    "1e80",      "1e303",     "7e-304",    "7e-303",
-                                   "9e306",    "9e43",      "5e302",     "755e174",   "302e175",
-                                   "1617e-63", "1879e-273", "1373e-176", "1327e-148", "1803e62"};
+    const char *const numbers[] = {"1e153",
+                                   "1e80",
+                                   "1e303",
+                                   "7e-304",
+                                   "7e-303",
+                                   "9e306",
+                                   "9e43",
+                                   "5e302",
+                                   "755e174",
+                                   "302e175",
+                                   "1617e-63",
+                                   "1879e-273",
+                                   "1373e-176",
+                                   "1327e-148",
+                                   "1803e62",
+                                   "1.11476588e-240",
+                                   "1.39345735e-241",
+                                   "9.71212611e-118",
+                                   "2.82926897e-219",
+                                   "2.29058583e60"};
     for (const char *number : numbers) {
         const double value = std::strtod(number, nullptr);
         for (const double beside :

@@ -159,6 +159,81 @@ TEST(UnevenShaper, LinesWithTabsFitToTheSamePartOfAPixelAsOthers)
     }
 }
 
+// Each letter is 10 pixels wide, the first one of what is shown 25: as calligraphy has it.
+TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
+{
+    class Swash : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+        {
+            for (int unit = run.first; unit < run.last; ++unit) {
+                const int pixels = unit == run.contextFirst ? 25 : 10;
+                *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF,
+                                      ZkShapedGlyph::UnsafeToBreak,
+                                      pixels * 64,
+                                      0,
+                                      0,
+                                      unit};
+            }
+        }
+    } swash;
+    ZkParagraph paragraph;
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    paragraph.setChain(ZkFontChain(face));
+    ZkGlyphHolder holder;
+    const int dots = holder.glyph(face, face.glyphIndex(0x2026), paragraph.font())->bitmap.advance;
+    paragraph.setShaper(&swash);
+    paragraph.setMaximumLines(1);
+    paragraph.setUtf8("abcdefghijklmnopqrst");
+    for (int width = dots + 60; width < 25 + 19 * 10; ++width) {
+        SCOPED_TRACE(width);
+        paragraph.setWidth(width);
+        const int letters = (width - dots - 25) / 10 + 1;
+        paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+        EXPECT_EQ(paragraph.width(), dots + 25 + (letters - 1) * 10);
+        paragraph.setEllipsis(ZkParagraph::EllipsisStart);
+        EXPECT_EQ(paragraph.width(), dots + 25 + (letters - 1) * 10);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        ASSERT_EQ(paragraph.glyphs(0, &glyphs), letters + 1);
+        EXPECT_EQ(glyphs[1].cluster, 20 - letters);
+        EXPECT_EQ(glyphs[letters].cluster, 19);
+        paragraph.setEllipsis(ZkParagraph::EllipsisMiddle);
+        EXPECT_LE(paragraph.width(), width);
+        EXPECT_GT(paragraph.width(), width - 25 - 10) << "both ends begin wide";
+    }
+}
+
+// A shaper may draw a word's end and the next one's start as one; a line may end between.
+TEST(JoiningShaper, AGlyphOfTwoLinesBelongsToEach)
+{
+    class Joining : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+        {
+            for (int unit = run.first; unit < run.last; ++unit) {
+                const int units = unit == 3 && run.last > 5 ? 3 : 1; // "a b"
+                *glyphs->extend(1) = {
+                    run.face->glyphIndex('x') & 0xFFFFFF, 0, units * 640, 0, 0, unit};
+                unit += units - 1;
+            }
+        }
+    } joining;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    paragraph.setShaper(&joining);
+    paragraph.setUtf8("xx a bcd");
+    paragraph.setWidth(60);
+    ASSERT_EQ(paragraph.lineCount(), 2);
+    EXPECT_EQ(paragraph.line(1).first, 5);
+    const ZkPlacedGlyph *glyphs = nullptr;
+    ASSERT_EQ(paragraph.glyphs(1, &glyphs), 3);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(glyphs[i].cluster, 5 + i) << "seen from the start of the line on";
+    }
+}
+
 // A shaper of a host may answer nothing at all.
 TEST(SilentShaper, TextWithoutGlyphsHasLinesAndPlacesForTheCaret)
 {
