@@ -312,17 +312,24 @@ void Piece::pair(std::uint8_t *flags)
 /// All of the flags.
 unsigned setOf(const std::uint8_t *flags, int count)
 {
+    constexpr int kBytes = 2 * ZkLanes::kCount;
     FlagWord set = 0;
-    int i = 0;
-    for (; i <= count - kWord; i += kWord) {
-        set |= load(flags + i);
+    if (count >= kBytes) {
+        ZkLanes lanes = ZkLanes::load(flags + count - kBytes);
+        for (int i = 0; i < count - kBytes; i += kBytes) {
+            lanes = lanes | ZkLanes::load(flags + i);
+        }
+        FlagWord halves[2];
+        lanes.store(halves);
+        set = halves[0] | halves[1];
+    } else {
+        for (int i = 0; i < count; ++i) {
+            set |= flags[i];
+        }
     }
     set |= set >> 32;
     set |= set >> 16;
     set |= set >> 8;
-    for (; i < count; ++i) {
-        set |= flags[i];
-    }
     return set & 0xFF;
 }
 
