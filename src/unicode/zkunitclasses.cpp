@@ -204,14 +204,21 @@ public:
     void read(int first, std::uint16_t *units)
     {
         const ZkUcs2 *const text = m_text + first;
-        if (ZkLanes::within(ZkLanes::load(text), 0, kLow - 1).every()) {
+        const ZkLanes lanes = ZkLanes::load(text);
+        if (ZkLanes::within(lanes, 0, kLow - 1).every()) {
             readLow(text, units);
+        } else if (m_hasPairs && haveSurrogate(lanes)) {
+            readPairs(first).store(units);
         } else {
             readLetters(first, units);
         }
     }
 
 private:
+    static bool haveSurrogate(ZkLanes lanes)
+    {
+        return ZkLanes::within(lanes, 0xD800, 0xDFFF).any();
+    }
     void readLetters(int first, std::uint16_t *units);
     ZkLanes readMixed(int first, ZkLanes letters, ZkLanes classes);
     ZkLanes readStretch(ZkLanes lanes, ZkUcs2 unit, ZkLanes *classes);
@@ -223,6 +230,7 @@ private:
     // Most texts have letters of one stretch beside Latin, few of more than two.
     Letters m_letters = Letters(kZkPlainRanges[0]), m_others = Letters(kZkPlainRanges[1]);
     ZkLanes m_space = ZkLanes::all(kZkLowUnits[0x20]);
+    bool m_hasPairs = false; // the text has had some, so others are looked for first
 };
 
 /// The classes of a group with surrogates.
@@ -258,7 +266,8 @@ __attribute__((noinline)) void GroupReader::readLetters(int first, std::uint16_t
     const ZkLanes letters = m_letters.read(lanes, &classes) | m_others.read(lanes, &classes);
     if ((letters | spaces).every()) {
         classes.store(units);
-    } else if (ZkLanes::within(lanes, 0xD800, 0xDFFF).any()) {
+    } else if (haveSurrogate(lanes)) {
+        m_hasPairs = true;
         readPairs(first).store(units);
     } else {
         readMixed(first, letters, classes).store(units);
