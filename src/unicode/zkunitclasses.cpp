@@ -228,7 +228,8 @@ private:
     const ZkUcs2 *m_text;
     int m_end;
     // Most texts have letters of one stretch beside Latin, few of more than two.
-    Letters m_letters = Letters(kZkPlainRanges[0]), m_others = Letters(kZkPlainRanges[1]);
+    Letters m_letters = Letters(kZkPlainRanges[kZkFirstStretch]);
+    Letters m_others = Letters(kZkPlainRanges[kZkFirstStretch + 1]);
     ZkLanes m_space = ZkLanes::all(kZkLowUnits[0x20]);
     bool m_hasPairs = false; // the text has had some, so others are looked for first
 };
