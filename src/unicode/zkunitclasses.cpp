@@ -151,8 +151,9 @@ ZkLanes readKnown(const ZkUcs2 *text, ZkLanes *classes)
 {
     const ZkLanes units = ZkLanes::load(text);
     const ZkLanes before = ZkLanes::load(text - 1), behind = ZkLanes::load(text + 1);
-    const auto isLead = [](ZkLanes lanes) { return ZkLanes::within(lanes, 0xD800, 0xDBFF); };
-    const auto isTrail = [](ZkLanes lanes) { return ZkLanes::within(lanes, 0xDC00, 0xDFFF); };
+    const auto kind = [](ZkLanes lanes) { return lanes & ZkLanes::all(0xFC00); };
+    const auto isLead = [&](ZkLanes lanes) { return kind(lanes) == ZkLanes::all(0xD800); };
+    const auto isTrail = [&](ZkLanes lanes) { return kind(lanes) == ZkLanes::all(0xDC00); };
     const ZkLanes first = isLead(units) & isTrail(behind), second = isTrail(units) & isLead(before);
     const ZkLanes lead = ZkLanes::either(second, before, units),
                   trail = ZkLanes::either(second, units, behind);
@@ -217,7 +218,7 @@ public:
 private:
     static bool haveSurrogate(ZkLanes lanes)
     {
-        return ZkLanes::within(lanes, 0xD800, 0xDFFF).any();
+        return ((lanes & ZkLanes::all(0xF800)) == ZkLanes::all(0xD800)).any();
     }
     void readLetters(int first, std::uint16_t *units);
     ZkLanes readMixed(int first, ZkLanes letters, ZkLanes classes);
