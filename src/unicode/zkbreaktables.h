@@ -48,6 +48,7 @@ constexpr unsigned kZkContextClasses = 9;   ///< the first of these, behind whic
 constexpr unsigned kZkFirstContextRow = 33; ///< rows of states that are not the usual ones
 constexpr unsigned kZkStartRow = 31;        ///< that of the start of a text
 constexpr unsigned kZkNoBreakPair = 51;     ///< a place in the pairs that has no flag
+constexpr int kZkFirstStretch = 3; ///< of the ranges, which with the one behind it is tried first
 constexpr std::uint32_t kZkClassFactor = 2142062991U;
 
 #pragma GCC visibility push(hidden)

@@ -312,17 +312,24 @@ void Piece::pair(std::uint8_t *flags)
 /// All of the flags.
 unsigned setOf(const std::uint8_t *flags, int count)
 {
+    constexpr int kBytes = 2 * ZkLanes::kCount;
     FlagWord set = 0;
-    int i = 0;
-    for (; i <= count - kWord; i += kWord) {
-        set |= load(flags + i);
+    if (count >= kBytes) {
+        ZkLanes lanes = ZkLanes::load(flags + count - kBytes);
+        for (int i = 0; i < count - kBytes; i += kBytes) {
+            lanes = lanes | ZkLanes::load(flags + i);
+        }
+        FlagWord halves[2];
+        lanes.store(halves);
+        set = halves[0] | halves[1];
+    } else {
+        for (int i = 0; i < count; ++i) {
+            set |= flags[i];
+        }
     }
     set |= set >> 32;
     set |= set >> 16;
     set |= set >> 8;
-    for (; i < count; ++i) {
-        set |= flags[i];
-    }
     return set & 0xFF;
 }
 
@@ -464,6 +471,21 @@ void settle(std::uint8_t *flags, int units, unsigned kinds, bool betweenClusters
     }
 }
 
+/// The same where none is taken back and no line may end but where one is allowed already.
+void keep(std::uint8_t *flags, int units, unsigned kinds)
+{
+    int i = 0;
+#if ZK_HAS_LANES
+    const ZkLanes allKinds = ZkLanes::all(kinds * 0x0101);
+    for (; i <= units - 2 * ZkLanes::kCount; i += 2 * ZkLanes::kCount) {
+        (ZkLanes::load(flags + i) & allKinds).store(flags + i);
+    }
+#endif
+    for (; i < units; ++i) {
+        flags[i] = static_cast<std::uint8_t>(flags[i] & kinds);
+    }
+}
+
 /// Characters of class SA, which a `ZkWordBreaker` is asked about. None is below U+0E00.
 bool isUnspaced(char32_t c)
 {
@@ -597,9 +619,11 @@ void complete(const Unit *text, int units, std::uint8_t *flags, bool isRaw, cons
     if (rules.breaker != nullptr) {
         settle(flags, units, kAll, false);
         Asking(rules.breaker, flags, units).read(text);
-        settle(flags, units, rules.kinds, false);
-    } else if (isRaw || rules.kinds != kAll) {
+        keep(flags, units, rules.kinds);
+    } else if (isRaw) {
         settle(flags, units, rules.kinds, rules.unspaced == ZkTextBreaks::BetweenClusters);
+    } else if (rules.kinds != kAll) {
+        keep(flags, units, rules.kinds);
     }
     // At the end of a text all ends; an empty one has no end.
     flags[units] = units == 0 ? std::uint8_t(0) : static_cast<std::uint8_t>(rules.kinds);

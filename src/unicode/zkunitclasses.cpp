@@ -151,8 +151,9 @@ ZkLanes readKnown(const ZkUcs2 *text, ZkLanes *classes)
 {
     const ZkLanes units = ZkLanes::load(text);
     const ZkLanes before = ZkLanes::load(text - 1), behind = ZkLanes::load(text + 1);
-    const auto isLead = [](ZkLanes lanes) { return ZkLanes::within(lanes, 0xD800, 0xDBFF); };
-    const auto isTrail = [](ZkLanes lanes) { return ZkLanes::within(lanes, 0xDC00, 0xDFFF); };
+    const auto kind = [](ZkLanes lanes) { return lanes & ZkLanes::all(0xFC00); };
+    const auto isLead = [&](ZkLanes lanes) { return kind(lanes) == ZkLanes::all(0xD800); };
+    const auto isTrail = [&](ZkLanes lanes) { return kind(lanes) == ZkLanes::all(0xDC00); };
     const ZkLanes first = isLead(units) & isTrail(behind), second = isTrail(units) & isLead(before);
     const ZkLanes lead = ZkLanes::either(second, before, units),
                   trail = ZkLanes::either(second, units, behind);
@@ -204,27 +205,34 @@ public:
     void read(int first, std::uint16_t *units)
     {
         const ZkUcs2 *const text = m_text + first;
-        const ZkLanes lanes = ZkLanes::load(text), low = ZkLanes::within(lanes, 0, kLow - 1);
-        if (low.every()) {
+        const ZkLanes lanes = ZkLanes::load(text);
+        if (ZkLanes::within(lanes, 0, kLow - 1).every()) {
             readLow(text, units);
-        } else if (ZkLanes::within(lanes, 0xD800, 0xDFFF).any()) {
+        } else if (m_hasPairs && haveSurrogate(lanes)) {
             readPairs(first).store(units);
         } else {
-            readLetters(first, lanes, low).store(units);
+            readLetters(first, units);
         }
     }
 
 private:
+    static bool haveSurrogate(ZkLanes lanes)
+    {
+        return ((lanes & ZkLanes::all(0xF800)) == ZkLanes::all(0xD800)).any();
+    }
+    void readLetters(int first, std::uint16_t *units);
+    ZkLanes readMixed(int first, ZkLanes letters, ZkLanes classes);
+    ZkLanes readStretch(ZkLanes lanes, ZkUcs2 unit, ZkLanes *classes);
     ZkLanes readPairs(int first) const;
     ZkLanes readMissing(int first, ZkLanes are, ZkLanes classes) const;
-    ZkLanes readLetters(int first, ZkLanes lanes, ZkLanes low);
-    ZkLanes readStretch(ZkLanes lanes, ZkUcs2 unit, ZkLanes *classes);
-    ZkLanes readOthers(int first, ZkLanes lanes, ZkLanes are, ZkLanes classes) const;
 
     const ZkUcs2 *m_text;
     int m_end;
     // Most texts have letters of one stretch beside Latin, few of more than two.
-    Letters m_letters = Letters(kZkPlainRanges[0]), m_others = Letters(kZkPlainRanges[1]);
+    Letters m_letters = Letters(kZkPlainRanges[kZkFirstStretch]);
+    Letters m_others = Letters(kZkPlainRanges[kZkFirstStretch + 1]);
+    ZkLanes m_space = ZkLanes::all(kZkLowUnits[0x20]);
+    bool m_hasPairs = false; // the text has had some, so others are looked for first
 };
 
 /// The classes of a group with surrogates.
@@ -236,7 +244,8 @@ __attribute__((noinline)) ZkLanes GroupReader::readPairs(int first) const
 }
 
 /// Adds to `classes` those of the lanes that `are` not found yet.
-ZkLanes GroupReader::readMissing(int first, ZkLanes are, ZkLanes classes) const
+__attribute__((noinline)) ZkLanes GroupReader::readMissing(int first, ZkLanes are,
+                                                           ZkLanes classes) const
 {
     std::uint16_t units[ZkLanes::kCount];
     classes.store(units);
@@ -251,25 +260,41 @@ ZkLanes GroupReader::readMissing(int first, ZkLanes are, ZkLanes classes) const
     return ZkLanes::load(units);
 }
 
-/// The classes of a group with letters that are not `low`.
-__attribute__((noinline)) ZkLanes GroupReader::readLetters(int first, ZkLanes lanes, ZkLanes low)
+/// A group with letters that are not low. Most have nothing else but spaces.
+__attribute__((noinline)) void GroupReader::readLetters(int first, std::uint16_t *units)
+{
+    const ZkLanes lanes = ZkLanes::load(m_text + first), spaces = lanes == ZkLanes::all(' ');
+    ZkLanes classes = spaces & m_space;
+    const ZkLanes letters = m_letters.read(lanes, &classes) | m_others.read(lanes, &classes);
+    if ((letters | spaces).every()) {
+        classes.store(units);
+    } else if (haveSurrogate(lanes)) {
+        m_hasPairs = true;
+        readPairs(first).store(units);
+    } else {
+        readMixed(first, letters, classes).store(units);
+    }
+}
+
+/// Adds to `classes` those of other lanes than `letters` and spaces, none of them a surrogate.
+__attribute__((noinline)) ZkLanes GroupReader::readMixed(int first, ZkLanes letters,
+                                                         ZkLanes classes)
 {
     const ZkUcs2 *const text = m_text + first;
-    const ZkLanes spaces = lanes == ZkLanes::all(' ');
-    ZkLanes classes = spaces & ZkLanes::all(kZkLowUnits[0x20]);
-    ZkLanes letters = m_letters.read(lanes, &classes) | m_others.read(lanes, &classes);
-    if ((letters | spaces).every()) {
-        return classes;
-    }
+    const ZkLanes lanes = ZkLanes::load(text), low = ZkLanes::within(lanes, 0, kLow - 1);
     if (!letters.any() && text[3] < kFirstSyllable) {
         letters = readStretch(lanes, text[3], &classes);
     }
-    if (low.without(spaces).any()) {
+    if (low.any()) {
         classes =
             classes | (ZkLanes::of([text](int i) { return kZkLowUnits[text[i] % kLow]; }) & low);
     }
-    const ZkLanes are = letters | low;
-    return are.every() ? classes : readOthers(first, lanes, are, classes);
+    ZkLanes are = letters | low;
+    if (are.every()) {
+        return classes;
+    }
+    are = are | readSyllables(lanes, &classes);
+    return are.every() ? classes : readMissing(first, are, classes);
 }
 
 /// The same for letters of the stretch that has `unit`, which is no syllable and nothing above
@@ -287,14 +312,6 @@ __attribute__((noinline)) ZkLanes GroupReader::readStretch(ZkLanes lanes, ZkUcs2
     m_others = m_letters;
     m_letters.choose(*range);
     return m_letters.read(lanes, classes);
-}
-
-/// Adds to `classes` those of the lanes that `are` neither low nor of a stretch.
-__attribute__((noinline)) ZkLanes GroupReader::readOthers(int first, ZkLanes lanes, ZkLanes are,
-                                                          ZkLanes classes) const
-{
-    are = are | readSyllables(lanes, &classes);
-    return are.every() ? classes : readMissing(first, are, classes);
 }
 
 #endif

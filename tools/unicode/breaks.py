@@ -370,9 +370,11 @@ CONTEXTS = ["1,", "1.", "1:", "1/", "1)", "\u05d0\u0301", "\u05d0\"", "\u05d0'",
             "\u201c ", ").", "):", "\u201c.", "\".", "\U0001F600\uFE0F", "\U0001F600.",
             "\U0001F600\uFE0F\u200D", "\U0001F44D\U0001F3FD\u200D", "\U0001F1E9\U0001F1EA"]
 
-# Stretches of units of one class, where several can be told at once.
-PLAIN = [(0x0400, 0x0481), (0x05D0, 0x05EA), (0x0391, 0x03A1), (0x03A3, 0x03F5),
-         (0x0620, 0x064A), (0x0671, 0x06D3), (0x0E01, 0x0E2E), (0x3400, 0x4DBF), (0x4E00, 0x9FFF)]
+# Stretches of units of one class, where several can be told at once, ascending. Those of
+# FIRST_STRETCH and behind it are tried first.
+PLAIN = [(0x0391, 0x03A1), (0x03A3, 0x03F5), (0x0400, 0x0481), (0x05D0, 0x05EA), (0x0620, 0x064A),
+         (0x0671, 0x06D3), (0x0E01, 0x0E2E), (0x3400, 0x4DBF), (0x4E00, 0x9FFF)]
+FIRST_STRETCH = PLAIN.index((0x05D0, 0x05EA))
 
 # Bits of a class in scripts without spaces.
 UNSPACED, MAY_BEGIN, MAY_END = 1, 2, 4
@@ -576,6 +578,7 @@ def class_arrays(machines, characters):
     for key, cls in classes.keys.items():
         places[(key * factor & 0xFFFFFFFF) >> 32 - HASH_BITS] = numbers[cls]
     pairs, rows, first_context, start = classes.lay_rows()
+    assert PLAIN == sorted(PLAIN)
     plain = []
     for first, last in PLAIN:
         units = {unit_at(c) for c in range(first, last + 1)}
@@ -587,6 +590,7 @@ def class_arrays(machines, characters):
     check_constant("kZkFirstContextRow", first_context)
     check_constant("kZkStartRow", start)
     check_constant("kZkNoBreakPair", sum(pairs, []).index(0))
+    check_constant("kZkFirstStretch", FIRST_STRETCH)
     check_constant("kZkClassFactor", f"{factor}U")
     columns = ["{%d,%d,%d,%d}" % (cls.columns + (cls.unspaced,)) for cls in classes.order]
     usual = [line | grapheme << 8 | word << 16 for line, grapheme, word in classes.usual]
