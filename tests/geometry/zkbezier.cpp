@@ -470,9 +470,8 @@ TEST(ZkBezier, ParameterAtALengthWalksAsIfEachStepWereMeasured)
     const struct {
         float size, offset;
         int rounds;
-    } kRows[] = {{1, 0, 1000},     {30, 0, 1000},     {400, 0, 1000},  {2000, 0, 1000},
-                 {50, 3000, 500},  {50, -60000, 200}, {30000, 0, 100}, {200000, 0, 20},
-                 {3000000, 0, 20}, {3, 1000000, 100}, {0.01F, 5, 200}};
+    } kRows[] = {{1, 0, 1000},    {30, 0, 1000},  {400, 0, 1000}, {2000, 0, 1000},
+                 {50, 3000, 500}, {9000, 0, 100}, {0.01F, 5, 200}};
     for (const auto &row : kRows) {
         SCOPED_TRACE(testing::Message() << row.size << " at " << row.offset);
         Curves curves(12, row.size);
