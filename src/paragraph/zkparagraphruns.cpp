@@ -300,7 +300,7 @@ void ZkParagraphData::shape()
                                                                   : 0;
         hardLines.append({end, end, glyphs.size(), false, static_cast<std::uint8_t>(level)});
     }
-    done = Shaped;
+    done = Shaped; // no test can tell: `need` says it too
 }
 
 int ZkParagraphData::findGlyph(int u) const
