@@ -134,11 +134,9 @@ public:
 
 private:
     int ask(const std::uint16_t *units, int first, int count);
-#if ZK_HAS_LANES
     void readPiece(const std::uint16_t *units, int count);
-#else
+    void readEach(const std::uint16_t *units, int count);
     int pair(const std::uint16_t *units, int i, int count);
-#endif
 
     std::uint8_t *m_flags; // before the next unit
     Machines m_machines;
@@ -176,9 +174,63 @@ int Divider::ask(const std::uint16_t *units, int first, int count)
     return first;
 }
 
+/// One unit after the other.
+void Divider::readEach(const std::uint16_t *units, int count)
+{
+    int i = m_isUsual ? 0 : ask(units, 0, count);
+    while ((i = pair(units, i, count)) < count) {
+        if (zkunit::isTrail(units[i])) {
+            m_flags[i++] = 0;
+        } else {
+            m_machines.set(m_row, m_before);
+            i = ask(units, i, count);
+        }
+    }
+    m_flags += count;
+}
+
+/// Where the rows behind each class begin.
+struct RowStarts {
+    std::uint16_t of[kWidth];
+};
+constexpr RowStarts rowStarts()
+{
+    RowStarts starts = {};
+    for (unsigned cls = 0; cls < kWidth; ++cls) {
+        starts.of[cls] = static_cast<std::uint16_t>(std::min(cls, kZkContextClasses) * kWidth);
+    }
+    return starts;
+}
+constexpr RowStarts kRowStarts = rowStarts();
+
+/// Writes what the pairs say from unit `i` on, up to one that they do not decide; where it is.
+int Divider::pair(const std::uint16_t *units, int i, int count)
+{
+    std::uint8_t *const flags = m_flags; // which may be anything to the compiler
+    unsigned seen = m_seen, row = m_row, before = m_before;
+    for (; i < count; ++i) {
+        const unsigned cls = zkunit::commonClassOf(units[i]);
+        if (cls >= kZkCommonClasses || (ZK_HAS_LANES && zkunit::isTrail(units[i]))) {
+            break;
+        }
+        const unsigned found = kZkBreakPairs[row * kWidth + cls];
+        if (found >= ZkBreakUndecided) {
+            break;
+        }
+        seen |= found;
+        flags[i] = static_cast<std::uint8_t>(found);
+        row = kZkBreakRows[kRowStarts.of[before] + cls];
+        before = cls;
+    }
+    m_seen = seen;
+    m_row = row;
+    m_before = before;
+    return i;
+}
+
 #if ZK_HAS_LANES
 
-constexpr int kPiece = 256;
+constexpr int kPiece = 256; // of at least a group and a unit
 
 /// What pairs need to know of the units of a piece, behind a character of class `before` that
 /// has left `row`. Each step passes over all units, so that what it writes is there when the
@@ -222,9 +274,8 @@ private:
     int m_count;
     unsigned m_before;
     bool m_hasTrails = false;
-    ZkUcs2 m_places[kPiece + kGroup]; // in a table
+    ZkUcs2 m_places[kPiece];          // in a table
     ZkUcs2 m_rows[kGap + 1 + kPiece]; // behind what was before, and behind each unit
-    std::uint16_t m_few[1 + kGroup];  // the units, if they are not a group
 };
 
 /// `to[i]` becomes `table[places[i]]`.
@@ -257,11 +308,6 @@ inline void Piece::forEachGroup(int first, Use use) const
 Piece::Piece(const std::uint16_t *units, int count, unsigned before, unsigned row)
     : m_units(units), m_count(count), m_before(before)
 {
-    if (count <= kGroup) {
-        ZkLanes::all(0).store(m_few + 1);
-        std::copy_n(units, count, m_few);
-        m_units = m_few;
-    }
     m_rows[0] = m_rows[kGap] = static_cast<ZkUcs2>(row);
     findRows();
 }
@@ -309,24 +355,17 @@ void Piece::pair(std::uint8_t *flags)
     lookUp(kZkBreakPairs, m_places, m_count, flags);
 }
 
-/// All of the flags.
+/// All of the flags, of at least two groups.
 unsigned setOf(const std::uint8_t *flags, int count)
 {
     constexpr int kBytes = 2 * ZkLanes::kCount;
-    FlagWord set = 0;
-    if (count >= kBytes) {
-        ZkLanes lanes = ZkLanes::load(flags + count - kBytes);
-        for (int i = 0; i < count - kBytes; i += kBytes) {
-            lanes = lanes | ZkLanes::load(flags + i);
-        }
-        FlagWord halves[2];
-        lanes.store(halves);
-        set = halves[0] | halves[1];
-    } else {
-        for (int i = 0; i < count; ++i) {
-            set |= flags[i];
-        }
+    ZkLanes lanes = ZkLanes::load(flags + count - kBytes);
+    for (int i = 0; i < count - kBytes; i += kBytes) {
+        lanes = lanes | ZkLanes::load(flags + i);
     }
+    FlagWord halves[2];
+    lanes.store(halves);
+    FlagWord set = halves[0] | halves[1];
     set |= set >> 32;
     set |= set >> 16;
     set |= set >> 8;
@@ -345,16 +384,6 @@ int findUndecided(const std::uint8_t *flags, int first, int last)
         ++first;
     }
     return first;
-}
-
-void Divider::read(const std::uint16_t *units, int count)
-{
-    for (; count > kPiece; units += kPiece, count -= kPiece) {
-        readPiece(units, kPiece);
-    }
-    if (count > 0) {
-        readPiece(units, count);
-    }
 }
 
 /// The pairs of all units at once, and the machines where these do not decide.
@@ -380,62 +409,22 @@ void Divider::readPiece(const std::uint16_t *units, int count)
     m_flags += count;
 }
 
-#else
+#endif
 
 void Divider::read(const std::uint16_t *units, int count)
 {
-    int i = m_isUsual ? 0 : ask(units, 0, count);
-    while ((i = pair(units, i, count)) < count) {
-        if (zkunit::isTrail(units[i])) {
-            m_flags[i++] = 0;
-        } else {
-            m_machines.set(m_row, m_before);
-            i = ask(units, i, count);
-        }
+#if ZK_HAS_LANES
+    // In short ones each step would wait for what the one before has stored.
+    constexpr int kFewest = 32;
+    while (count >= kFewest) {
+        const int piece = std::min(count, kPiece);
+        readPiece(units, piece);
+        units += piece;
+        count -= piece;
     }
-    m_flags += count;
-}
-
-/// Where the rows behind each class begin.
-struct RowStarts {
-    std::uint16_t of[kWidth];
-};
-constexpr RowStarts rowStarts()
-{
-    RowStarts starts = {};
-    for (unsigned cls = 0; cls < kWidth; ++cls) {
-        starts.of[cls] = static_cast<std::uint16_t>(std::min(cls, kZkContextClasses) * kWidth);
-    }
-    return starts;
-}
-constexpr RowStarts kRowStarts = rowStarts();
-
-/// Writes what the pairs say from unit `i` on, up to one that they do not decide; where it is.
-int Divider::pair(const std::uint16_t *units, int i, int count)
-{
-    std::uint8_t *const flags = m_flags; // which may be anything to the compiler
-    unsigned seen = m_seen, row = m_row, before = m_before;
-    for (; i < count; ++i) {
-        const unsigned cls = zkunit::commonClassOf(units[i]);
-        if (cls >= kZkCommonClasses) {
-            break;
-        }
-        const unsigned found = kZkBreakPairs[row * kWidth + cls];
-        if (found >= ZkBreakUndecided) {
-            break;
-        }
-        seen |= found;
-        flags[i] = static_cast<std::uint8_t>(found);
-        row = kZkBreakRows[kRowStarts.of[before] + cls];
-        before = cls;
-    }
-    m_seen = seen;
-    m_row = row;
-    m_before = before;
-    return i;
-}
-
 #endif
+    readEach(units, count);
+}
 
 /// Leaves the flags of `kinds` that are not taken back by the one behind. Lines may end between
 /// clusters of scripts without spaces when `betweenClusters`. There is a boundary behind the last
