@@ -7,6 +7,7 @@
 #include <zktextbreaks.h>
 
 #include "heapcount.h"
+#include "utf16.h"
 
 #include <benchmark/benchmark.h>
 #include <fribidi.h>
@@ -55,8 +56,6 @@ const Sample kSamples[] = {
 };
 const int kSizes[] = {12, 200, 10000};
 
-typedef std::vector<ZkUcs2> Units;
-
 /// The sample over and over, cut at `size` characters.
 std::u32string repeated(const Sample &sample, int size)
 {
@@ -75,23 +74,13 @@ std::u32string repeated(const Sample &sample, int size)
 }
 
 struct Text {
-    explicit Text(const std::u32string &text) : points(text)
-    {
-        for (const char32_t c : text) {
-            if (c >= 0x10000) {
-                units.push_back(static_cast<ZkUcs2>(0xD7C0 + (c >> 10)));
-                units.push_back(static_cast<ZkUcs2>(0xDC00 + (c & 0x3FF)));
-            } else {
-                units.push_back(static_cast<ZkUcs2>(c));
-            }
-        }
-    }
+    explicit Text(const std::u32string &text) : points(text), units(utf16Of(text)) {}
 
     int size() const { return static_cast<int>(units.size()); }
     const UChar *icu() const { return reinterpret_cast<const UChar *>(units.data()); }
 
     std::u32string points;
-    Units units;
+    std::vector<ZkUcs2> units;
 };
 
 /// Runs `work` and reports time per character.

@@ -156,7 +156,7 @@ ZkVectorData *ZkVectorData::resizePlain(ZkVectorData *x, int asize, int aalloc, 
         const std::int64_t bytes = static_cast<std::int64_t>(std::min(asize, oldSize)) * sizeofT;
         std::memcpy(copy + 1, x + 1, static_cast<std::size_t>(bytes));
         if (zkRelease(x, &ZkVectorData::shared_null)) {
-            freeData(x, kZkAllocatorAlignment);
+            freeData(x, kZkAllocatorAlignment); // unreachable: but between threads
         }
         x = copy;
     } else if (aalloc != x->alloc) {

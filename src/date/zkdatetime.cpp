@@ -185,7 +185,7 @@ int ZkDateTime::getLocal(ZkDate &date, ZkTime &time) const
     date = d->date;
     time = d->time;
     if (d->spec != SpecUtc) {
-        return d->spec;
+        return d->spec; // unreachable: who calls has UTC
     }
     const ZkDate fake = folded(date);
     const std::time_t secs = static_cast<std::time_t>(msecsSinceEpoch(fake, time) / 1000);

@@ -37,7 +37,7 @@ ZkBidiClasses writeEach(const std::uint16_t *units, int first, int last, std::ui
     ZkBidiClasses classes = 0;
     for (int i = first; i < last; ++i) {
         // The second unit of a pair as one more character of the kind: nothing changes.
-        bytes[i] = units[i] == kZkPairTrail ? bytes[i - 1] : byteOf(units[i]);
+        bytes[i] = zkunit::isTrail(units[i]) ? bytes[i - 1] : byteOf(units[i]);
         classes |= zkBidiBit(bytes[i] & kZkBidiClass);
     }
     return classes;
@@ -58,9 +58,10 @@ ZkBidiClasses writeBytes(const std::uint16_t *units, int count, std::uint8_t *by
     for (; i + ZkLanes::kCount <= count; i += ZkLanes::kCount) {
         const ZkLanes lanes = ZkLanes::load(units + i);
         const ZkLanes bidi = lanes & ZkLanes::all(kZkBidiClass);
-        const ZkLanes told = ZkLanes::within(bidi, ZkCharacter::BidiBN, ZkCharacter::BidiS) |
-                             ZkLanes::within(bidi, ZkCharacter::BidiLRE, ZkCharacter::BidiPDI) |
-                             (lanes == ZkLanes::all(kZkPairTrail));
+        const ZkLanes told =
+            ZkLanes::within(bidi, ZkCharacter::BidiBN, ZkCharacter::BidiS) |
+            ZkLanes::within(bidi, ZkCharacter::BidiLRE, ZkCharacter::BidiPDI) |
+            ((lanes & ZkLanes::all(zkunit::kTrailBits)) == ZkLanes::all(zkunit::kTrailBits));
         if (told.any()) {
             classes |= writeEach(units, i, i + ZkLanes::kCount, bytes);
         } else {
@@ -87,10 +88,8 @@ ZkBidiClasses writeBytesOf(const Unit *text, int units, std::uint8_t *bytes)
 /// carriage return and the line feed behind it are one.
 int paragraphEnd(const ZkTextSource &text, int first, int size)
 {
-    int i = first;
-    while (i < size && !zkIsParagraphSeparator(text.at(i))) {
-        ++i;
-    }
+    int i = text.units != nullptr ? zkFindSeparator(text.units, first, size)
+                                  : zkFindSeparator(text.points, first, size);
     if (i + 1 < size && text.at(i) == '\r' && text.at(i + 1) == '\n') {
         ++i;
     }

@@ -181,67 +181,11 @@ constexpr WeakTables weakTables()
 
 constexpr WeakTables kWeak = weakTables();
 
-/// The weak rules: marks, numbers and what stands between and beside them.
-class WeakRules
-{
-public:
-    /// `start` is the direction of what stands before all.
-    explicit WeakRules(int start) : m_state(start != 0 ? BehindR : BehindL), m_letter(m_state) {}
-
-    /// Resolves bytes from `at` on until it has passed a bracket; where the next one is.
-    std::uint8_t *read(std::uint8_t *at, const std::uint8_t *end);
-
-    /// A bit for each kind of `Resolved` that was read last, the bracket's among them.
-    unsigned seen() const { return m_seen; }
-
-private:
-    unsigned m_state;
-    unsigned m_letter;               // the last state behind a letter
-    std::uint8_t *m_since = nullptr; // where the state began
-    unsigned m_seen = 0;
-};
-
 /// A bracket that is neutral, in contrast to what an override made of it.
 constexpr bool isBracket(unsigned byte)
 {
     const unsigned bracket = byte & kZkBidiBracket;
     return bracket != 0 && bracket != kZkBidiInitiator && (byte & ResolvedMask) >= ResolvedNeutral;
-}
-
-__attribute__((noinline)) std::uint8_t *WeakRules::read(std::uint8_t *at, const std::uint8_t *end)
-{
-    unsigned state = m_state << kStateShift, seen = 0, byte = 0;
-    const std::uint8_t *columns = kWeak.columns + (m_letter << kColumnsShift);
-    std::uint8_t *since = m_since;
-    while (at < end && !isBracket(byte)) {
-        const unsigned before = *at, bidi = before & kZkBidiClass;
-        const unsigned step = kWeak.steps[state | columns[bidi]];
-        const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
-        if ((step & kForAll) != 0) {
-            for (; since < at; ++since) {
-                *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
-            }
-        }
-        byte = before - bidi + resolved;
-        seen |= 1U << resolved;
-        if (next <= BehindAL << kStateShift) {
-            columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
-        }
-        since = next == state ? since : at;
-        state = next;
-        *at++ = static_cast<std::uint8_t>(byte);
-        // All but separators in numbers, and brackets, do again what the first of a kind does.
-        if (next < BetweenEN << kStateShift && (before & kZkBidiBracket) == 0) {
-            for (; at < end && *at == before; ++at) {
-                *at = static_cast<std::uint8_t>(byte);
-            }
-        }
-    }
-    m_state = state >> kStateShift;
-    m_letter = static_cast<unsigned>(columns - kWeak.columns) >> kColumnsShift;
-    m_since = since;
-    m_seen = seen;
-    return at;
 }
 
 /// Opening brackets whose partner has not come yet. Deeper ones end the search, so that
@@ -311,8 +255,8 @@ char32_t closingOf(char32_t c)
 int findBracket(const std::uint8_t *bytes, int first, int last)
 {
     constexpr std::uint64_t kBits = ~std::uint64_t(0) / 0xFF * kZkBidiBracket;
-    for (std::uint64_t word; first <= last - static_cast<int>(sizeof word);
-         first += static_cast<int>(sizeof word)) {
+    constexpr int kWord = sizeof(std::uint64_t);
+    for (std::uint64_t word; first <= last - kWord; first += kWord) { // no test can tell: < does
         std::memcpy(&word, bytes + first, sizeof word);
         if ((word & kBits) != 0) {
             return first + __builtin_ctzll(word & kBits) / 8;
@@ -322,6 +266,70 @@ int findBracket(const std::uint8_t *bytes, int first, int last)
         ++first;
     }
     return first;
+}
+
+/// Bytes of a text, the first one lowest.
+typedef std::uintptr_t Word;
+constexpr Word kOnes = ~Word(0) / 0xFF;
+
+/// Of a neutral byte: what stands before it runs from right to left.
+constexpr unsigned kBehindRight = 8;
+
+Word load(const std::uint8_t *from)
+{
+    Word word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+void store(Word word, std::uint8_t *to)
+{
+    std::memcpy(to, &word, sizeof word);
+}
+
+Word reversed(Word word)
+{
+#if UINTPTR_MAX == UINT32_MAX
+    return __builtin_bswap32(word);
+#else
+    return __builtin_bswap64(word);
+#endif
+}
+
+/// 1 in each byte that is neutral.
+constexpr Word neutralsOf(Word bytes)
+{
+    static_assert(ResolvedNeutral == 4 && ResolvedAN < 4, "a bit tells");
+    return bytes >> 2 & kOnes;
+}
+
+/// 1 in each neutral byte of those whose last byte before them that is not runs from right to
+/// left. `side` is that before all, and becomes that behind them.
+inline Word besideRight(Word bytes, Word *side)
+{
+    const Word neutrals = neutralsOf(bytes);
+    const Word right = (bytes | bytes >> 1) & kOnes & ~neutrals;
+    // A sum runs through bytes that are all ones.
+    const Word ones = (neutrals << 8) - neutrals;
+    const Word beside = neutrals & ~(ones + ((right << 8 | *side) & neutrals));
+    *side = (right | beside) >> 8 * (sizeof(Word) - 1);
+    return beside;
+}
+
+/// The levels of bytes whose neutral ones know what is before them. `side` as in `besideRight`,
+/// from behind.
+inline Word levelsOf(Word bytes, int level, Word *side)
+{
+    const Word neutrals = neutralsOf(bytes);
+    const Word behind = reversed(besideRight(reversed(bytes), side));
+    const Word before = bytes >> 3 & neutrals;
+    const Word numbers = bytes >> 1 & kOnes & ~neutrals;
+    const Word right = bytes & kOnes & ~neutrals & ~numbers;
+    const Word above = (level & 1) == 0 ? numbers << 1 | right | (before & behind)
+                                        : kOnes & ~(right | before | behind);
+    const Word separators = neutrals & bytes & ~(bytes >> 1);
+    return (kOnes * static_cast<unsigned>(level) + above) | (bytes & kOnes * kZkBidiBlank) |
+           ((separators << 8) - separators);
 }
 
 } // namespace
@@ -385,18 +393,52 @@ void ZkBidiSequence::Brackets::read(int i, unsigned seen)
 
 void ZkBidiSequence::resolve(int level, int before, int behind)
 {
-    WeakRules weak(before);
     Brackets brackets(*this);
-    for (std::uint8_t *at = m_bytes, *const end = m_bytes + m_count; at < end;) {
-        at = weak.read(at, end);
-        if (isBracket(at[-1])) {
-            brackets.read(static_cast<int>(at - m_bytes) - 1, weak.seen());
-        }
-    }
+    readWeak(before, &brackets);
     if (brackets.end() > 0) {
         resolveBrackets(level, before, brackets);
     }
     resolveNeutrals(level, before, behind);
+}
+
+/// The weak rules: marks, numbers and what stands between and beside them. `start` is the
+/// direction of what stands before all.
+inline void ZkBidiSequence::readWeak(int start, Brackets *brackets)
+{
+    unsigned state = unsigned{start != 0 ? BehindR : BehindL} << kStateShift;
+    const std::uint8_t *columns = kWeak.columns + (state << (kColumnsShift - kStateShift));
+    unsigned seen = 0; // a bit for each kind of `Resolved` since the last bracket
+    std::uint8_t *at = m_bytes, *since = at;
+    std::uint8_t *const end = at + m_count;
+    while (at < end) {
+        const unsigned before = *at, bidi = before & kZkBidiClass;
+        const unsigned step = kWeak.steps[state | columns[bidi]];
+        const unsigned next = step & kNextMask, resolved = step & ResolvedMask;
+        if ((step & kForAll) != 0) {
+            for (; since < at; ++since) {
+                *since = static_cast<std::uint8_t>((*since & ~ResolvedMask) | resolved);
+            }
+        }
+        const unsigned byte = before - bidi + resolved;
+        seen |= 1U << resolved;
+        if (next <= BehindAL << kStateShift) {
+            columns = kWeak.columns + (next << (kColumnsShift - kStateShift));
+        }
+        since = next == state ? since : at;
+        state = next;
+        *at++ = static_cast<std::uint8_t>(byte);
+        if ((before & kZkBidiBracket) != 0) {
+            if (isBracket(byte)) {
+                brackets->read(static_cast<int>(at - m_bytes) - 1, seen);
+                seen = 0;
+            }
+        } else if (next < BetweenEN << kStateShift) {
+            // All but separators in numbers do again what the first of a kind does.
+            for (; at < end && *at == before; ++at) {
+                *at = static_cast<std::uint8_t>(byte);
+            }
+        }
+    }
 }
 
 /// A pair of brackets takes the direction of what is in it, if there is any: that of the
@@ -444,40 +486,27 @@ void ZkBidiSequence::setBracket(int i, int direction)
 }
 
 /// Neutral characters run as both sides of them do, or else as the embedding. Then every
-/// byte becomes a level.
+/// byte becomes a level. Reads a word at a time, there and back.
 void ZkBidiSequence::resolveNeutrals(int level, int before, int behind)
 {
-    const int odd = level & 1;
-    const int levels[] = {level + odd, level + 1 - odd, level + 2 - odd, level + 2 - odd};
-    std::uint8_t *const bytes = m_bytes; // which may be anything to the compiler
-    int context = before;
-    int neutrals = 0; // where those before `i` begin; `i` when there are none
-    const auto settle = [&](int end, int direction) {
-        const int between = level + (direction == context ? direction ^ odd : 0);
-        do {
-            const std::uint8_t byte = bytes[neutrals];
-            bytes[neutrals] = (byte & ResolvedMask) == ResolvedSeparator
-                                  ? static_cast<std::uint8_t>(kZkBidiSeparator)
-                                  : static_cast<std::uint8_t>((byte & kZkBidiBlank) | between);
-        } while (++neutrals < end);
-    };
-    for (int i = 0, count = m_count; i < count;) {
-        const unsigned byte = bytes[i], resolved = byte & ResolvedMask;
-        if (resolved >= ResolvedNeutral) {
-            ++i;
-            continue;
-        }
-        if (neutrals < i) {
-            settle(i, directionOf(resolved));
-        }
-        const unsigned settled = (byte & kZkBidiBlank) | static_cast<unsigned>(levels[resolved]);
-        do {
-            bytes[i++] = static_cast<std::uint8_t>(settled);
-        } while (i < count && bytes[i] == byte);
-        neutrals = i;
-        context = directionOf(resolved);
+    constexpr int kBytes = sizeof(Word);
+    const int whole = m_count - m_count % kBytes;
+    Word side = static_cast<Word>(before);
+    for (int i = 0; i < whole; i += kBytes) {
+        const Word bytes = load(m_bytes + i);
+        store(bytes | besideRight(bytes, &side) * kBehindRight, m_bytes + i);
     }
-    if (neutrals < m_count) {
-        settle(m_count, behind);
+    const int rest = m_count - whole;
+    Word last = 0;
+    std::memcpy(&last, m_bytes + whole, static_cast<std::size_t>(rest));
+    last |= besideRight(last, &side) * kBehindRight;
+    side = static_cast<Word>(behind);
+    if (rest > 0) {
+        // What is missing in the last word stands behind the others.
+        last = levelsOf(last | side * (kOnes << 8 * rest), level, &side);
+        std::memcpy(m_bytes + whole, &last, static_cast<std::size_t>(rest));
+    }
+    for (int i = whole - kBytes; i >= 0; i -= kBytes) {
+        store(levelsOf(load(m_bytes + i), level, &side), m_bytes + i);
     }
 }

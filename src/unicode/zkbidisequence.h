@@ -37,6 +37,7 @@ public:
 private:
     class Brackets;
 
+    void readWeak(int start, Brackets *brackets);
     void resolveBrackets(int level, int before, const Brackets &brackets);
     void setBracket(int i, int direction);
     void resolveNeutrals(int level, int before, int behind);

@@ -25,10 +25,11 @@ struct ZkBreakColumns {
 
 enum ZkUnspacedBits { ZkUnspacedLetter = 1, ZkUnspacedMayBegin = 2, ZkUnspacedMayEnd = 4 };
 
-/// Of a pair of common classes: the flags of the boundary between them, and these.
+/// Of what stands between two classes: the flags of the boundary between them, and these.
 enum ZkBreakPairFlag {
-    ZkBreakUnspaced = 0x10, ///< between clusters of a script without spaces
-    ZkBreakUndecided = 0x80 ///< ask the machines
+    ZkBreakUnspaced = 0x10,   ///< between clusters of a script without spaces
+    ZkBreakRevokeWord = 0x40, ///< no word ends one unit before
+    ZkBreakUndecided = 0x80   ///< ask the machines
 };
 
 /// Units `first` to `last` are of the classes that `unit` tells.
@@ -42,9 +43,12 @@ struct ZkPlainRange {
 constexpr unsigned kZkLineWidth = 38;
 constexpr unsigned kZkGraphemeWidth = 26;
 constexpr unsigned kZkWordWidth = 33;
-constexpr unsigned kZkCommonClasses = 27;             ///< the first ones, which pairs are known of
-constexpr unsigned kZkStartOfText = kZkCommonClasses; ///< counts as one of them
-constexpr std::uint16_t kZkPairTrail = 0xFA80;        ///< the second unit of a surrogate pair
+constexpr unsigned kZkCommonClasses = 42;   ///< the first ones, which pairs are known of
+constexpr unsigned kZkContextClasses = 9;   ///< the first of these, behind which others have rows
+constexpr unsigned kZkFirstContextRow = 33; ///< rows of states that are not the usual ones
+constexpr unsigned kZkStartRow = 31;        ///< that of the start of a text
+constexpr unsigned kZkNoBreakPair = 51;     ///< a place in the pairs that has no flag
+constexpr int kZkFirstStretch = 3; ///< of the ranges, which with the one behind it is tried first
 constexpr std::uint32_t kZkClassFactor = 2142062991U;
 
 #pragma GCC visibility push(hidden)
@@ -52,11 +56,12 @@ constexpr std::uint32_t kZkClassFactor = 2142062991U;
 extern const std::uint8_t kZkLineNext[];
 extern const std::uint8_t kZkGraphemeNext[];
 extern const std::uint8_t kZkWordNext[];
-extern const ZkBreakColumns kZkBreakColumns[];    ///< by class
-extern const std::uint8_t kZkBreakClasses[512];   ///< found by `kZkClassFactor`
-extern const std::uint8_t kZkBreakPairs[32 * 32]; ///< by the class before and the class
-extern const std::uint32_t kZkUsualStates[];      ///< lines, clusters, words: a byte for each
-extern const std::uint16_t kZkAsciiUnits[128];
+extern const ZkBreakColumns kZkBreakColumns[];  ///< by class
+extern const std::uint8_t kZkBreakClasses[512]; ///< found by `kZkClassFactor`
+extern const std::uint8_t kZkBreakRows[];       ///< of pairs, by the class before and the class
+extern const std::uint8_t kZkBreakPairs[];      ///< by row and the next class
+extern const std::uint32_t kZkUsualStates[];    ///< lines, clusters, words: a byte for each
+extern const std::uint16_t kZkLowUnits[256];
 extern const std::uint16_t kZkSyllableUnits[2]; ///< of Hangul, without and with a final
 extern const ZkPlainRange kZkPlainRanges[];     ///< ascending; the last one ends at U+FFFF
 

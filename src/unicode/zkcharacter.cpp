@@ -50,6 +50,9 @@ char32_t zkMirrored(char32_t c)
 
 char32_t zkCompose(char32_t base, char32_t mark)
 {
+    if (mark > 0x0DDF && mark < 0x102E) {
+        return 0; // Thai, Lao and Tibetan compose nothing
+    }
     if (const char32_t syllable = composedSyllable(base, mark)) {
         return syllable;
     }
@@ -103,7 +106,7 @@ void ZkTextCharacters::reserve(int units)
     // The first text gets what it needs; one that grows gets room to grow on.
     const int capacity = static_cast<int>(std::min(static_cast<std::int64_t>(units) * 3 / 2,
                                                    static_cast<std::int64_t>(INT32_MAX / 2)));
-    m_capacity = m_capacity == 0 ? units : std::max(units, capacity);
+    m_capacity = m_ownsClasses ? std::max(units, capacity) : units;
     const std::int64_t bytes = static_cast<std::int64_t>(m_capacity) * 2;
     if (m_ownsClasses) {
         m_classes = static_cast<std::uint16_t *>(zkReallocate(m_classes, bytes));
@@ -131,7 +134,7 @@ void ZkTextCharacters::set(const Unit *text, int units)
     m_size = 0;
     reserve(units);
     m_size = units;
-    ZkUnitReader().read(text, 0, units, units, m_classes);
+    zkunit::read(text, 0, units, units, m_classes);
     keep(text);
 }
 
@@ -171,7 +174,7 @@ void ZkTextCharacters::replace(const Unit *text, int first, int removed, int ins
     // A surrogate beside the new units may have found or lost its partner.
     const int from = std::max(first - 1, 0);
     const int to = std::min(first + inserted + 1, size);
-    ZkUnitReader().read(text, from, to, size, m_classes + from);
+    zkunit::read(text, from, to, size, m_classes + from);
     keep(text);
 }
 
@@ -180,9 +183,10 @@ char32_t ZkTextCharacters::character(int i) const
     if (m_points != nullptr) {
         return m_points[i];
     }
-    if (m_classes[i] == kZkPairTrail) {
+    if (zkunit::isTrail(m_classes[i])) {
         --i;
     }
-    return i + 1 < m_size && m_classes[i + 1] == kZkPairTrail ? zkPairOf(m_units[i], m_units[i + 1])
-                                                              : static_cast<char32_t>(m_units[i]);
+    return i + 1 < m_size && zkunit::isTrail(m_classes[i + 1])
+               ? zkPairOf(m_units[i], m_units[i + 1])
+               : static_cast<char32_t>(m_units[i]);
 }

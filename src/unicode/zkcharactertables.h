@@ -39,9 +39,9 @@ extern const std::uint32_t kZkHighCompositions[]; ///< base, mark, composed
 inline std::uint16_t zkRecordNumber(char32_t c)
 {
     // The first four areas stand in their order.
-    const unsigned place = c < 0x8000 ? c >> 9 : kZkCharacterAreas[c >> 13] * 16U + (c >> 9 & 15);
+    const unsigned place = c < 0x4000 ? c >> 8 : kZkCharacterAreas[c >> 12] * 16U + (c >> 8 & 15);
     const unsigned page = kZkCharacterPages[place];
-    const unsigned block = kZkCharacterBlocks[page * 16 + (c >> 5 & 15)];
+    const unsigned block = kZkCharacterBlocks[page * 8 + (c >> 5 & 7)];
     const unsigned pattern = kZkCharacterShapes[2 * block];
     const unsigned palette = kZkCharacterShapes[2 * block + 1];
     const unsigned bits = 1U << (pattern >> 13) >> 1; // of a place in the palette

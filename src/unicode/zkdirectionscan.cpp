@@ -36,7 +36,10 @@ constexpr Range kAmongLetters[] = {{0x20, 0x2F},     {0x3A, 0x40},     {0x0591, 
 // Letters for sure.
 constexpr Range kLetters[] = {{0x05D0, 0x05EA}, {0x0620, 0x064A}, {0x0671, 0x06D3}};
 
-constexpr Range kSeparators[] = {{0x00, 0x1F}, {0x85, 0x85}, {0x2029, 0x2029}};
+constexpr Range kSeparators[] = {
+    {0x0A, 0x0A}, {0x0D, 0x0D}, {0x1C, 0x1E}, {0x85, 0x85}, {0x2029, 0x2029}};
+// The same and some more, in fewer ranges.
+constexpr Range kNearSeparators[] = {{0x00, 0x1F}, {0x85, 0x85}, {0x2029, 0x2029}};
 
 // Neither turning nor separators: what most texts are made of.
 constexpr Range kQuietAscii[] = {{0x20, 0x7F}};
@@ -74,6 +77,15 @@ ZkDirectionScan scanOneByOne(const Unit *text, int units)
     return scan;
 }
 
+template <typename Unit>
+int findSeparatorOneByOne(const Unit *text, int first, int last)
+{
+    while (first < last && !zkIsParagraphSeparator(text[first])) {
+        ++first;
+    }
+    return first;
+}
+
 #if ZK_HAS_LANES
 
 template <const auto &ranges, std::size_t... I>
@@ -106,7 +118,7 @@ ZkDirectionScan zkScanDirection(const ZkUcs2 *text, int units)
                 if ((lanesIn<kTurning>(lanes) | lanesIn<kTurningUnits>(lanes)).any()) {
                     return {false, true};
                 }
-                separated = separated || lanesIn<kSeparators>(lanes).any();
+                separated = separated || lanesIn<kNearSeparators>(lanes).any();
             }
             if (i == units - ZkLanes::kCount) {
                 return {true, separated};
@@ -148,4 +160,22 @@ bool zkIsRightToLeft(const ZkUcs2 *text, int units)
         hasLetter = hasLetter || isIn(kLetters, text[i]);
     }
     return hasLetter;
+}
+
+int zkFindSeparator(const ZkUcs2 *text, int first, int last)
+{
+#if ZK_HAS_LANES
+    for (; first <= last - ZkLanes::kCount; first += ZkLanes::kCount) {
+        const ZkLanes found = lanesIn<kSeparators>(ZkLanes::load(text + first));
+        if (found.any()) {
+            return first + ZkLanes::lowest(found.mask());
+        }
+    }
+#endif
+    return findSeparatorOneByOne(text, first, last);
+}
+
+int zkFindSeparator(const char32_t *text, int first, int last)
+{
+    return findSeparatorOneByOne(text, first, last);
 }

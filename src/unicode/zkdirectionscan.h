@@ -23,6 +23,10 @@ ZkDirectionScan zkScanDirection(const char32_t *text, int count);
 /// separator. In a paragraph from right to left all of it is of level 1.
 bool zkIsRightToLeft(const ZkUcs2 *text, int units);
 
+/// The first separator of paragraphs in `[first, last)`, `last` for none.
+int zkFindSeparator(const ZkUcs2 *text, int first, int last);
+int zkFindSeparator(const char32_t *text, int first, int last);
+
 /// A character of bidirectional class B.
 constexpr bool zkIsParagraphSeparator(char32_t c)
 {

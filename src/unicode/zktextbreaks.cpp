@@ -1,5 +1,6 @@
 #include "zktextbreaks.h"
 
+#include "base/zklanes.h"
 #include "unicode/zkunitclasses.h"
 
 #include <algorithm>
@@ -41,19 +42,19 @@ FlagWord load(const std::uint8_t *from)
 class Machines
 {
 public:
-    /// Behind a common class, in the state that it mostly leaves.
-    void setUsual(unsigned cls)
+    /// Behind a common class, in the state that leads to `row` of the pairs.
+    void set(unsigned row, unsigned cls)
     {
-        const std::uint32_t states = kZkUsualStates[cls];
+        const std::uint32_t states = statesOf(row, cls);
         m_line = states & 0xFF;
         m_grapheme = states >> 8 & 0xFF;
         m_word = states >> 16;
         m_unspaced = kZkBreakColumns[cls].unspaced;
     }
-    bool isUsual(unsigned cls) const
+    bool areOf(unsigned row, unsigned cls) const
     {
         return cls < kZkCommonClasses &&
-               (m_line | m_grapheme << 8 | m_word << 16) == kZkUsualStates[cls];
+               (m_line | m_grapheme << 8 | m_word << 16) == statesOf(row, cls);
     }
 
     /// Reads a character, writes the flags before it to `*flags` and returns them; those of
@@ -61,6 +62,14 @@ public:
     unsigned read(const ZkBreakColumns &columns, std::uint8_t *flags);
 
 private:
+    /// The usual states of each class, at the start, and those of contexts.
+    static std::uint32_t statesOf(unsigned row, unsigned cls)
+    {
+        return kZkUsualStates[row < kZkFirstContextRow
+                                  ? cls
+                                  : row - kZkFirstContextRow + kZkCommonClasses + 1];
+    }
+
     /// The last boundary that was allowed is none.
     static void revoke(std::uint8_t *flags, unsigned flag)
     {
@@ -103,6 +112,227 @@ inline unsigned Machines::read(const ZkBreakColumns &columns, std::uint8_t *flag
     return found;
 }
 
+constexpr unsigned kWidth = kZkCommonClasses + 1; // of the tables of pairs
+
+/// What two classes in a row tell: the row of the pairs of the second one with the next.
+unsigned rowOf(unsigned before, unsigned cls)
+{
+    return kZkBreakRows[std::min(before, kZkContextClasses) * kWidth + cls];
+}
+
+/// Reads the classes of units one after the other and writes the flags before each.
+class Divider
+{
+public:
+    explicit Divider(std::uint8_t *flags) : m_flags(flags) {}
+
+    void read(const std::uint16_t *units, int count);
+
+    /// True when there is a boundary between clusters of a script without spaces, or one that
+    /// is still to be taken back.
+    bool isRaw() const { return (m_seen & (ZkBreakUnspaced | ZkBreakRevokeWord)) != 0; }
+
+private:
+    int ask(const std::uint16_t *units, int first, int count);
+#if ZK_HAS_LANES
+    void readPiece(const std::uint16_t *units, int count);
+#else
+    int pair(const std::uint16_t *units, int i, int count);
+#endif
+
+    std::uint8_t *m_flags; // before the next unit
+    Machines m_machines;
+    unsigned m_seen = 0;                  // flags
+    unsigned m_before = kZkCommonClasses; // the class of the last character; at most that
+    unsigned m_row = kZkStartRow;         // and what it leaves behind,
+    bool m_isUsual = true;                // when it does
+};
+
+/// Asks the machines from unit `first` on until they are in the state that the last two
+/// classes tell; where the next unit is.
+int Divider::ask(const std::uint16_t *units, int first, int count)
+{
+    Machines machines = m_machines; // beside flags, which may be anything to the compiler
+    std::uint8_t *flags = m_flags + first;
+    unsigned seen = 0, row = m_row, before = m_before;
+    bool isUsual = false;
+    for (; first < count && !isUsual; ++first, ++flags) {
+        const std::uint16_t unit = units[first];
+        if (zkunit::isTrail(unit)) {
+            *flags = 0;
+            continue;
+        }
+        const unsigned cls = std::min(zkunit::commonClassOf(unit), kZkCommonClasses);
+        seen |= machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], flags);
+        row = rowOf(before, cls);
+        before = cls;
+        isUsual = machines.areOf(row, cls);
+    }
+    m_machines = machines;
+    m_seen |= seen;
+    m_row = row;
+    m_before = before;
+    m_isUsual = isUsual;
+    return first;
+}
+
+#if ZK_HAS_LANES
+
+constexpr int kPiece = 256;
+
+/// What pairs need to know of the units of a piece, behind a character of class `before` that
+/// has left `row`. Each step passes over all units, so that what it writes is there when the
+/// next one reads.
+class Piece
+{
+public:
+    Piece(const std::uint16_t *units, int count, unsigned before, unsigned row);
+
+    /// Writes what the pairs say before each unit.
+    void pair(std::uint8_t *flags);
+
+    /// Behind the first `i` units.
+    unsigned rowBehind(int i) const { return m_rows[kGap + i - (isTrail(i - 1) ? 1 : 0)]; }
+    unsigned classBehind(int i) const { return i > 0 ? classOf(m_units[i - 1]) : m_before; }
+
+private:
+    static constexpr int kGroup = ZkLanes::kCount;
+    static constexpr int kGap = 1; // a row that none is behind
+
+    static unsigned classOf(unsigned unit)
+    {
+        return std::min(zkunit::commonClassOf(unit), kZkCommonClasses);
+    }
+    static ZkLanes classesOf(ZkLanes units)
+    {
+        return ZkLanes::least(units.shiftedRight<zkunit::kCommonShift>(),
+                              ZkLanes::all(kZkCommonClasses));
+    }
+    static ZkLanes areTrails(ZkLanes units)
+    {
+        const ZkLanes bits = ZkLanes::all(zkunit::kTrailBits);
+        return (units & bits) == bits;
+    }
+    bool isTrail(int i) const { return i >= 0 && zkunit::isTrail(m_units[i]); }
+    template <typename Use>
+    void forEachGroup(int first, Use use) const;
+    void findRows();
+
+    const std::uint16_t *m_units;
+    int m_count;
+    unsigned m_before;
+    bool m_hasTrails = false;
+    ZkUcs2 m_places[kPiece + kGroup]; // in a table
+    ZkUcs2 m_rows[kGap + 1 + kPiece]; // behind what was before, and behind each unit
+    std::uint16_t m_few[1 + kGroup];  // the units, if they are not a group
+};
+
+/// `to[i]` becomes `table[places[i]]`.
+template <typename To>
+inline void lookUp(const std::uint8_t *table, const ZkUcs2 *places, int count, To *to)
+{
+    int i = 0;
+    const auto step = [&](int at) { to[at] = table[places[at]]; };
+    for (; i <= count - 8; i += 8) {
+        step(i), step(i + 1), step(i + 2), step(i + 3);
+        step(i + 4), step(i + 5), step(i + 6), step(i + 7);
+    }
+    for (; i < count; ++i) {
+        step(i);
+    }
+}
+
+/// Calls `use(i)` for groups of units, which are all from `first` on. The last ones may be
+/// read again.
+template <typename Use>
+inline void Piece::forEachGroup(int first, Use use) const
+{
+    const int last = std::max(m_count - kGroup, first);
+    for (int i = first; i < last; i += kGroup) {
+        use(i);
+    }
+    use(last);
+}
+
+Piece::Piece(const std::uint16_t *units, int count, unsigned before, unsigned row)
+    : m_units(units), m_count(count), m_before(before)
+{
+    if (count <= kGroup) {
+        ZkLanes::all(0).store(m_few + 1);
+        std::copy_n(units, count, m_few);
+        m_units = m_few;
+    }
+    m_rows[0] = m_rows[kGap] = static_cast<ZkUcs2>(row);
+    findRows();
+}
+
+inline void Piece::findRows()
+{
+    const std::uint16_t *const units = m_units;
+    const ZkLanes width = ZkLanes::all(kWidth), contexts = ZkLanes::all(kZkContextClasses);
+    ZkLanes trails = ZkLanes::all(0);
+    forEachGroup(1, [&](int i) {
+        const ZkLanes lanes = ZkLanes::load(units + i);
+        const ZkLanes before = ZkLanes::load(units + i - 1).shiftedRight<zkunit::kCommonShift>();
+        trails = trails | areTrails(lanes);
+        (ZkLanes::least(before, contexts) * width + classesOf(lanes)).store(m_places + i);
+    });
+    m_places[0] =
+        static_cast<ZkUcs2>(std::min(m_before, kZkContextClasses) * kWidth + classOf(units[0]));
+    m_hasTrails = trails.any() || isTrail(0);
+    lookUp(kZkBreakRows, m_places, m_count, m_rows + kGap + 1);
+}
+
+void Piece::pair(std::uint8_t *flags)
+{
+    const std::uint16_t *const units = m_units;
+    const ZkLanes width = ZkLanes::all(kWidth), none = ZkLanes::all(kZkNoBreakPair);
+    const auto placesOf = [&](ZkLanes rows, ZkLanes lanes) {
+        return rows * width + classesOf(lanes);
+    };
+    if (m_hasTrails) {
+        forEachGroup(1, [&](int i) {
+            const ZkLanes lanes = ZkLanes::load(units + i);
+            const ZkLanes rows =
+                ZkLanes::either(areTrails(ZkLanes::load(units + i - 1)), ZkLanes::load(m_rows + i),
+                                ZkLanes::load(m_rows + kGap + i));
+            ZkLanes::either(areTrails(lanes), none, placesOf(rows, lanes)).store(m_places + i);
+        });
+        m_places[0] = static_cast<ZkUcs2>(isTrail(0) ? kZkNoBreakPair
+                                                     : m_rows[kGap] * kWidth + classOf(units[0]));
+    } else {
+        forEachGroup(0, [&](int i) {
+            placesOf(ZkLanes::load(m_rows + kGap + i), ZkLanes::load(units + i))
+                .store(m_places + i);
+        });
+    }
+    lookUp(kZkBreakPairs, m_places, m_count, flags);
+}
+
+/// All of the flags.
+unsigned setOf(const std::uint8_t *flags, int count)
+{
+    constexpr int kBytes = 2 * ZkLanes::kCount;
+    FlagWord set = 0;
+    if (count >= kBytes) {
+        ZkLanes lanes = ZkLanes::load(flags + count - kBytes);
+        for (int i = 0; i < count - kBytes; i += kBytes) {
+            lanes = lanes | ZkLanes::load(flags + i);
+        }
+        FlagWord halves[2];
+        lanes.store(halves);
+        set = halves[0] | halves[1];
+    } else {
+        for (int i = 0; i < count; ++i) {
+            set |= flags[i];
+        }
+    }
+    set |= set >> 32;
+    set |= set >> 16;
+    set |= set >> 8;
+    return set & 0xFF;
+}
+
 /// The first undecided one of the flags `[first, last)`, `last` for none.
 int findUndecided(const std::uint8_t *flags, int first, int last)
 {
@@ -117,106 +347,142 @@ int findUndecided(const std::uint8_t *flags, int first, int last)
     return first;
 }
 
-/// Reads the classes of units one after the other and writes the flags before each.
-class Divider
+void Divider::read(const std::uint16_t *units, int count)
 {
-public:
-    explicit Divider(std::uint8_t *flags) : m_flags(flags) {}
+    for (; count > kPiece; units += kPiece, count -= kPiece) {
+        readPiece(units, kPiece);
+    }
+    if (count > 0) {
+        readPiece(units, count);
+    }
+}
 
-    void read(const std::uint16_t *units, int count);
+/// The pairs of all units at once, and the machines where these do not decide.
+void Divider::readPiece(const std::uint16_t *units, int count)
+{
+    Piece piece(units, count, m_before, m_row);
+    piece.pair(m_flags);
+    const unsigned seen = setOf(m_flags, count);
+    m_seen |= seen;
+    int i = m_isUsual ? 0 : ask(units, 0, count);
+    if ((seen & ZkBreakUndecided) != 0) {
+        while ((i = findUndecided(m_flags, i, count)) < count) {
+            m_row = piece.rowBehind(i);
+            m_before = piece.classBehind(i);
+            m_machines.set(m_row, m_before);
+            i = ask(units, i, count);
+        }
+    }
+    if (m_isUsual) {
+        m_row = piece.rowBehind(count);
+        m_before = piece.classBehind(count);
+    }
+    m_flags += count;
+}
 
-    /// True when there is a boundary between clusters of a script without spaces.
-    bool hasUnspaced() const { return (m_seen & ZkBreakUnspaced) != 0; }
-
-private:
-    bool pair(const std::uint16_t *units, int first, int count);
-    int ask(const std::uint16_t *units, int first, int count);
-
-    std::uint8_t *m_flags; // before the next unit
-    Machines m_machines;
-    unsigned m_seen = 0;                // flags
-    unsigned m_before = kZkStartOfText; // the common class of the last unit,
-    bool m_isUsual = true;              // when its state is the usual one
-};
+#else
 
 void Divider::read(const std::uint16_t *units, int count)
 {
     int i = m_isUsual ? 0 : ask(units, 0, count);
-    if (i < count && pair(units, i, count)) {
-        while ((i = findUndecided(m_flags, i, count)) < count) {
-            m_machines.setUsual(i > 0 ? zkunit::commonClassOf(units[i - 1]) : m_before);
+    while ((i = pair(units, i, count)) < count) {
+        if (zkunit::isTrail(units[i])) {
+            m_flags[i++] = 0;
+        } else {
+            m_machines.set(m_row, m_before);
             i = ask(units, i, count);
         }
     }
-    m_before = count > 0 ? zkunit::commonClassOf(units[count - 1]) : m_before;
     m_flags += count;
 }
 
-/// Writes what the pairs say from unit `first` on. True when they do not decide all.
-bool Divider::pair(const std::uint16_t *units, int first, int count)
+/// Where the rows behind each class begin.
+struct RowStarts {
+    std::uint16_t of[kWidth];
+};
+constexpr RowStarts rowStarts()
+{
+    RowStarts starts = {};
+    for (unsigned cls = 0; cls < kWidth; ++cls) {
+        starts.of[cls] = static_cast<std::uint16_t>(std::min(cls, kZkContextClasses) * kWidth);
+    }
+    return starts;
+}
+constexpr RowStarts kRowStarts = rowStarts();
+
+/// Writes what the pairs say from unit `i` on, up to one that they do not decide; where it is.
+int Divider::pair(const std::uint16_t *units, int i, int count)
 {
     std::uint8_t *const flags = m_flags; // which may be anything to the compiler
-    unsigned seen = 0;
-    unsigned before = first > 0 ? zkunit::commonClassOf(units[first - 1]) : m_before;
-    const auto step = [&](int i) {
+    unsigned seen = m_seen, row = m_row, before = m_before;
+    for (; i < count; ++i) {
         const unsigned cls = zkunit::commonClassOf(units[i]);
-        const unsigned found = kZkBreakPairs[before * 32 + cls];
-        before = cls;
+        if (cls >= kZkCommonClasses) {
+            break;
+        }
+        const unsigned found = kZkBreakPairs[row * kWidth + cls];
+        if (found >= ZkBreakUndecided) {
+            break;
+        }
         seen |= found;
         flags[i] = static_cast<std::uint8_t>(found);
-    };
-    for (; first <= count - 4; first += 4) {
-        step(first);
-        step(first + 1);
-        step(first + 2);
-        step(first + 3);
+        row = kZkBreakRows[kRowStarts.of[before] + cls];
+        before = cls;
     }
-    for (; first < count; ++first) {
-        step(first);
-    }
-    m_seen |= seen;
-    return (seen & ZkBreakUndecided) != 0;
+    m_seen = seen;
+    m_row = row;
+    m_before = before;
+    return i;
 }
 
-/// Asks the machines from unit `first` on until a common class has left them in its usual
-/// state; where the next unit is.
-int Divider::ask(const std::uint16_t *units, int first, int count)
-{
-    Machines machines = m_machines; // beside flags, which may be anything to the compiler
-    std::uint8_t *flags = m_flags + first;
-    unsigned seen = 0;
-    bool isUsual = false;
-    for (; first < count && !isUsual; ++first, ++flags) {
-        const std::uint16_t unit = units[first];
-        if (unit == kZkPairTrail) {
-            *flags = 0;
-            continue;
-        }
-        seen |= machines.read(kZkBreakColumns[zkunit::breakClassOf(unit)], flags);
-        isUsual = machines.isUsual(zkunit::commonClassOf(unit));
-    }
-    m_machines = machines;
-    m_seen |= seen;
-    m_isUsual = isUsual;
-    return first;
-}
+#endif
 
-/// Leaves the flags of `kinds`. Lines may end between clusters of scripts without spaces
-/// when `betweenClusters`.
+/// Leaves the flags of `kinds` that are not taken back by the one behind. Lines may end between
+/// clusters of scripts without spaces when `betweenClusters`. There is a boundary behind the last
+/// unit.
 void settle(std::uint8_t *flags, int units, unsigned kinds, bool betweenClusters)
 {
     const FlagWord lines = betweenClusters ? inEach(ZkTextBreaks::LineAllowed) : 0;
-    const auto settled = [&](FlagWord word) {
-        static_assert(ZkBreakUnspaced == ZkTextBreaks::LineAllowed << 4, "is moved there");
-        return (word | (word >> 4 & lines)) & inEach(kinds);
+    const auto settled = [&](FlagWord word, FlagWord next) {
+        static_assert(ZkBreakUnspaced == ZkTextBreaks::LineAllowed << 4 &&
+                          ZkBreakRevokeWord == ZkTextBreaks::Word << 3,
+                      "are moved there");
+        const FlagWord revoked = next >> 3 & inEach(ZkTextBreaks::Word);
+        return ((word & ~revoked) | (word >> 4 & lines)) & inEach(kinds);
     };
     int i = 0;
+#if ZK_HAS_LANES
+    constexpr unsigned kTwice = 0x0101;
+    const ZkLanes allWords = ZkLanes::all(ZkTextBreaks::Word * kTwice);
+    const ZkLanes allKinds = ZkLanes::all(kinds * kTwice);
+    const ZkLanes allLines = ZkLanes::all(betweenClusters ? ZkTextBreaks::LineAllowed * kTwice : 0);
+    for (; i <= units - 2 * ZkLanes::kCount; i += 2 * ZkLanes::kCount) {
+        const ZkLanes lanes = ZkLanes::load(flags + i), next = ZkLanes::load(flags + i + 1);
+        const ZkLanes left = lanes.without(next.shiftedRight<3>() & allWords);
+        ((left | (lanes.shiftedRight<4>() & allLines)) & allKinds).store(flags + i);
+    }
+#endif
     for (; i <= units - kWord; i += kWord) {
-        const FlagWord word = settled(load(flags + i));
+        const FlagWord word = settled(load(flags + i), load(flags + i + 1));
         std::memcpy(flags + i, &word, sizeof word);
     }
     for (; i < units; ++i) {
-        flags[i] = static_cast<std::uint8_t>(settled(flags[i]));
+        flags[i] = static_cast<std::uint8_t>(settled(flags[i], flags[i + 1]));
+    }
+}
+
+/// The same where none is taken back and no line may end but where one is allowed already.
+void keep(std::uint8_t *flags, int units, unsigned kinds)
+{
+    int i = 0;
+#if ZK_HAS_LANES
+    const ZkLanes allKinds = ZkLanes::all(kinds * 0x0101);
+    for (; i <= units - 2 * ZkLanes::kCount; i += 2 * ZkLanes::kCount) {
+        (ZkLanes::load(flags + i) & allKinds).store(flags + i);
+    }
+#endif
+    for (; i < units; ++i) {
+        flags[i] = static_cast<std::uint8_t>(flags[i] & kinds);
     }
 }
 
@@ -347,18 +613,17 @@ struct Rules {
 
 /// What comes behind the state machines.
 template <typename Unit>
-void complete(const Unit *text, int units, std::uint8_t *flags, bool hasUnspaced,
-              const Rules &rules)
+void complete(const Unit *text, int units, std::uint8_t *flags, bool isRaw, const Rules &rules)
 {
-    const bool asks = rules.breaker != nullptr;
-    if (hasUnspaced) {
-        settle(flags, units, kAll, !asks && rules.unspaced == ZkTextBreaks::BetweenClusters);
-    }
-    if (asks) {
+    flags[units] = 0;
+    if (rules.breaker != nullptr) {
+        settle(flags, units, kAll, false);
         Asking(rules.breaker, flags, units).read(text);
-    }
-    if (rules.kinds != kAll) {
-        settle(flags, units, rules.kinds, false);
+        keep(flags, units, rules.kinds);
+    } else if (isRaw) {
+        settle(flags, units, rules.kinds, rules.unspaced == ZkTextBreaks::BetweenClusters);
+    } else if (rules.kinds != kAll) {
+        keep(flags, units, rules.kinds);
     }
     // At the end of a text all ends; an empty one has no end.
     flags[units] = units == 0 ? std::uint8_t(0) : static_cast<std::uint8_t>(rules.kinds);
@@ -371,7 +636,7 @@ void findIn(const Unit *text, int units, std::uint8_t *flags, const Rules &rules
     zkForEachPiece(text, units, [&](const std::uint16_t *classes, int, int count) {
         divider.read(classes, count);
     });
-    complete(text, units, flags, divider.hasUnspaced(), rules);
+    complete(text, units, flags, divider.isRaw(), rules);
 }
 
 } // namespace
@@ -403,33 +668,42 @@ void ZkTextBreaks::findRange(const ZkTextCharacters &text, int first, int last, 
     divider.read(text.m_classes + first, count);
     const Rules rules = {unspaced, breaker, kAll};
     if (text.m_units != nullptr) {
-        complete(text.m_units + first, count, flags, divider.hasUnspaced(), rules);
+        complete(text.m_units + first, count, flags, divider.isRaw(), rules);
     } else {
-        complete(text.m_points + first, count, flags, divider.hasUnspaced(), rules);
+        complete(text.m_points + first, count, flags, divider.isRaw(), rules);
     }
 }
 
 ZkTextBreaks::ZkTextBreaks()
-    : m_flags(nullptr), m_size(0), m_capacity(0), m_breaker(nullptr), m_unspaced(BetweenClusters)
+    : m_flags(m_label),
+      m_size(0),
+      m_capacity(sizeof m_label),
+      m_breaker(nullptr),
+      m_unspaced(BetweenClusters)
 {
-    reserve(0);
     m_flags[0] = 0;
 }
 
 ZkTextBreaks::~ZkTextBreaks()
 {
-    std::free(m_flags);
+    if (m_flags != m_label) {
+        std::free(m_flags);
+    }
 }
 
 /// Makes room for the flags of `units` and keeps those there are.
 void ZkTextBreaks::reserve(int units)
 {
-    if (units >= m_capacity) {
-        // The first text gets what it needs; one that grows gets room to grow on.
-        const std::int64_t slack = m_capacity == 0 ? 1 : static_cast<std::int64_t>(units) / 2 + 16;
-        m_capacity =
-            static_cast<int>(std::min(units + slack, static_cast<std::int64_t>(INT32_MAX)));
-        m_flags = static_cast<std::uint8_t *>(zkReallocate(m_flags, m_capacity));
+    if (units < m_capacity) {
+        return;
+    }
+    // The first text gets what it needs; one that grows gets room to grow on.
+    const bool isFirst = m_flags == m_label;
+    const std::int64_t slack = isFirst ? 1 : static_cast<std::int64_t>(units) / 2 + 16;
+    m_capacity = static_cast<int>(std::min(units + slack, static_cast<std::int64_t>(INT32_MAX)));
+    m_flags = static_cast<std::uint8_t *>(zkReallocate(isFirst ? nullptr : m_flags, m_capacity));
+    if (isFirst) {
+        std::memcpy(m_flags, m_label, sizeof m_label);
     }
 }
 

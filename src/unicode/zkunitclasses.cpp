@@ -3,6 +3,7 @@
 #include "base/zklanes.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace
 {
@@ -12,13 +13,305 @@ constexpr char32_t kFirstSyllable = 0xAC00, kSyllables = 11172, kSyllablesOfVowe
 /// What every number above U+10FFFF counts as.
 constexpr char32_t kNoCharacter = 0x110000;
 
+/// Characters from here on are not found by their number alone.
+constexpr char32_t kLow = 0x100;
+static_assert(sizeof kZkLowUnits / sizeof *kZkLowUnits == kLow, "one for each character below");
+
+/// The characters looked up last: in the upper half all but the lowest bits of one, and 1, in
+/// the lower half its classes. An entry is right by itself, whoever writes it and when.
+constexpr unsigned kKnown = 256;
+constexpr unsigned slotOf(char32_t c)
+{
+    return c < kLow ? c : kLow + (c ^ c / kKnown) % kKnown;
+}
+constexpr std::uint32_t entryOf(char32_t c, unsigned classes)
+{
+    return (c / kKnown + 1) << 16 | classes;
+}
+std::atomic<std::uint32_t> known[kLow + kKnown];
+
+void remember(char32_t c, unsigned classes)
+{
+    known[slotOf(c)].store(entryOf(c, classes), std::memory_order_relaxed);
+}
+
+/// The classes of a character that is not known, at most U+110000.
+__attribute__((noinline)) std::uint16_t find(char32_t c)
+{
+    if (c - kFirstSyllable < kSyllables) {
+        return kZkSyllableUnits[(c - kFirstSyllable) % kSyllablesOfVowel != 0 ? 1 : 0];
+    }
+    const std::uint16_t found =
+        zkunit::ofRecord(c <= 0x10FFFF ? zkRecordNumber(c) : std::uint16_t(0));
+    if (!zkIsSurrogate(c)) { // which are looked for before it is known whether they are one of two
+        remember(c, found);
+    }
+    return found;
+}
+
+/// The classes of a character, in the lower half, if the upper one is 0.
+__attribute__((always_inline)) inline std::uint32_t knownOf(char32_t c)
+{
+    return known[slotOf(c)].load(std::memory_order_relaxed) ^ entryOf(c, 0);
+}
+
+/// The classes of a character that is no surrogate of a pair, at most U+110000.
+std::uint16_t classesOf(char32_t c)
+{
+    if (c < kLow) {
+        return kZkLowUnits[c];
+    }
+    const std::uint32_t entry = knownOf(c);
+    return entry <= 0xFFFF ? static_cast<std::uint16_t>(entry) : find(c);
+}
+
+/// The classes of a unit that is not low and not known.
+__attribute__((noinline)) std::uint16_t findUnit(const ZkUcs2 *text, int i, int end)
+{
+    const char32_t unit = text[i];
+    if (zkIsTrailSurrogate(unit) && i > 0 && zkIsLeadSurrogate(text[i - 1])) {
+        return static_cast<std::uint16_t>(classesOf(zkPairOf(text[i - 1], unit)) |
+                                          zkunit::kPairTrail);
+    }
+    if (zkIsLeadSurrogate(unit) && i + 1 < end && zkIsTrailSurrogate(text[i + 1])) {
+        return classesOf(zkPairOf(unit, text[i + 1]));
+    }
+    return find(unit);
+}
+
+inline std::uint16_t unitAt(const ZkUcs2 *text, int i, int end)
+{
+    if (text[i] < kLow) {
+        return kZkLowUnits[text[i]];
+    }
+    const std::uint32_t entry = knownOf(text[i]);
+    return entry <= 0xFFFF ? static_cast<std::uint16_t>(entry) : findUnit(text, i, end);
+}
+
+void readEach(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
+{
+    for (int i = first; i < last; ++i) {
+        *units++ = unitAt(text, i, end);
+    }
+}
+
 #if ZK_HAS_LANES
 
-/// A group of units of ASCII.
-inline void readAscii(const ZkUcs2 *text, std::uint16_t *units)
+/// A group of units below `kLow`.
+inline void readLow(const ZkUcs2 *text, std::uint16_t *units)
 {
-    const auto read = [&](int i) { units[i] = kZkAsciiUnits[text[i]]; };
+    const auto read = [&](int i) { units[i] = kZkLowUnits[text[i]]; };
     read(0), read(1), read(2), read(3), read(4), read(5), read(6), read(7);
+}
+
+/// Letters that stand side by side in the code, all of one class.
+class Letters
+{
+public:
+    explicit Letters(const ZkPlainRange &range) { choose(range); }
+
+    void choose(const ZkPlainRange &range)
+    {
+        m_first = ZkLanes::all(range.first);
+        m_distance = ZkLanes::all(static_cast<unsigned>(range.last - range.first));
+        m_classes = ZkLanes::all(range.unit);
+    }
+
+    /// Adds the classes of lanes that are such letters; returns which are.
+    ZkLanes read(ZkLanes lanes, ZkLanes *classes) const
+    {
+        const ZkLanes are = ZkLanes::within(lanes, m_first, m_distance);
+        *classes = *classes | (are & m_classes);
+        return are;
+    }
+
+private:
+    ZkLanes m_first, m_distance, m_classes;
+};
+
+/// Adds the classes of lanes that are Hangul syllables; returns which are.
+ZkLanes readSyllables(ZkLanes lanes, ZkLanes *classes)
+{
+    const ZkLanes are = ZkLanes::within(lanes, kFirstSyllable, kFirstSyllable + kSyllables - 1);
+    if (!are.any()) {
+        return are;
+    }
+    const ZkLanes numbers = lanes - ZkLanes::all(kFirstSyllable);
+    // Divided by 28: the quotient is right for all of them.
+    const ZkLanes vowels = ZkLanes::timesUpper(numbers.shiftedRight<2>(), ZkLanes::all(9363));
+    const ZkLanes isOpen = vowels * ZkLanes::all(kSyllablesOfVowel) == numbers;
+    *classes = *classes | (are & ZkLanes::either(isOpen, ZkLanes::all(kZkSyllableUnits[0]),
+                                                 ZkLanes::all(kZkSyllableUnits[1])));
+    return are;
+}
+
+/// The classes of a group's characters where they are known, and else of something else.
+/// Returns which are.
+ZkLanes readKnown(const ZkUcs2 *text, ZkLanes *classes)
+{
+    const ZkLanes units = ZkLanes::load(text);
+    const ZkLanes before = ZkLanes::load(text - 1), behind = ZkLanes::load(text + 1);
+    const auto kind = [](ZkLanes lanes) { return lanes & ZkLanes::all(0xFC00); };
+    const auto isLead = [&](ZkLanes lanes) { return kind(lanes) == ZkLanes::all(0xD800); };
+    const auto isTrail = [&](ZkLanes lanes) { return kind(lanes) == ZkLanes::all(0xDC00); };
+    const ZkLanes first = isLead(units) & isTrail(behind), second = isTrail(units) & isLead(before);
+    const ZkLanes lead = ZkLanes::either(second, before, units),
+                  trail = ZkLanes::either(second, units, behind);
+    static_assert(kKnown == 256, "the lower byte is left out");
+    const ZkLanes numbers = ZkLanes::either(first | second,
+                                            (lead - ZkLanes::all(0xD7C0)).shiftedLeft<2>() |
+                                                (trail.shiftedRight<8>() & ZkLanes::all(3)),
+                                            units.shiftedRight<8>());
+    const ZkLanes bytes = ZkLanes::all(kKnown - 1);
+    ZkUcs2 slots[ZkLanes::kCount];
+    ZkLanes::either(ZkLanes::within(units, 0, kLow - 1), units,
+                    ((ZkLanes::either(first | second, trail, units) ^ numbers) & bytes) |
+                        ZkLanes::all(kLow))
+        .forEach([&](int i, ZkUcs2 slot) { slots[i] = slot; });
+    ZkLanes found, tags;
+    ZkLanes::halvesOf([&](int i) { return known[slots[i]].load(std::memory_order_relaxed); },
+                      &found, &tags);
+    *classes = found | (second & ZkLanes::all(zkunit::kPairTrail));
+    return tags == numbers + ZkLanes::all(1);
+}
+
+/// The units beside a group too, zeros where the text has none.
+class Surrounded
+{
+public:
+    Surrounded(const ZkUcs2 *text, int first, int end) : m_text(text + first)
+    {
+        if (first == 0 || first + ZkLanes::kCount >= end) {
+            ZkLanes::load(m_text).store(m_copy + 1);
+            m_copy[0] = first > 0 ? m_text[-1] : ZkUcs2(0);
+            m_copy[ZkLanes::kCount + 1] =
+                first + ZkLanes::kCount < end ? m_text[ZkLanes::kCount] : ZkUcs2(0);
+            m_text = m_copy + 1;
+        }
+    }
+    const ZkUcs2 *text() const { return m_text; }
+
+private:
+    const ZkUcs2 *m_text;
+    ZkUcs2 m_copy[ZkLanes::kCount + 2];
+};
+
+/// Reads as many units at once as there are lanes.
+class GroupReader
+{
+public:
+    explicit GroupReader(const ZkUcs2 *text, int end) : m_text(text), m_end(end) {}
+
+    void read(int first, std::uint16_t *units)
+    {
+        const ZkUcs2 *const text = m_text + first;
+        const ZkLanes lanes = ZkLanes::load(text);
+        if (ZkLanes::within(lanes, 0, kLow - 1).every()) {
+            readLow(text, units);
+        } else if (m_hasPairs && haveSurrogate(lanes)) {
+            readPairs(first).store(units);
+        } else {
+            readLetters(first, units);
+        }
+    }
+
+private:
+    static bool haveSurrogate(ZkLanes lanes)
+    {
+        return ((lanes & ZkLanes::all(0xF800)) == ZkLanes::all(0xD800)).any();
+    }
+    void readLetters(int first, std::uint16_t *units);
+    ZkLanes readMixed(int first, ZkLanes letters, ZkLanes classes);
+    ZkLanes readStretch(ZkLanes lanes, ZkUcs2 unit, ZkLanes *classes);
+    ZkLanes readPairs(int first) const;
+    ZkLanes readMissing(int first, ZkLanes are, ZkLanes classes) const;
+
+    const ZkUcs2 *m_text;
+    int m_end;
+    // Most texts have letters of one stretch beside Latin, few of more than two.
+    Letters m_letters = Letters(kZkPlainRanges[kZkFirstStretch]);
+    Letters m_others = Letters(kZkPlainRanges[kZkFirstStretch + 1]);
+    ZkLanes m_space = ZkLanes::all(kZkLowUnits[0x20]);
+    bool m_hasPairs = false; // the text has had some, so others are looked for first
+};
+
+/// The classes of a group with surrogates.
+__attribute__((noinline)) ZkLanes GroupReader::readPairs(int first) const
+{
+    ZkLanes classes;
+    const ZkLanes are = readKnown(Surrounded(m_text, first, m_end).text(), &classes);
+    return are.every() ? classes : readMissing(first, are, classes);
+}
+
+/// Adds to `classes` those of the lanes that `are` not found yet.
+__attribute__((noinline)) ZkLanes GroupReader::readMissing(int first, ZkLanes are,
+                                                           ZkLanes classes) const
+{
+    std::uint16_t units[ZkLanes::kCount];
+    classes.store(units);
+    for (ZkLanes::Mask missing = (are == ZkLanes::all(0)).mask(); missing != 0;
+         missing = ZkLanes::withoutLowest(missing)) {
+        const int i = ZkLanes::lowest(missing);
+        units[i] = unitAt(m_text, first + i, m_end);
+        if (m_text[first + i] < kLow) {
+            remember(m_text[first + i], units[i]); // groups with surrogates are found there
+        }
+    }
+    return ZkLanes::load(units);
+}
+
+/// A group with letters that are not low. Most have nothing else but spaces.
+__attribute__((noinline)) void GroupReader::readLetters(int first, std::uint16_t *units)
+{
+    const ZkLanes lanes = ZkLanes::load(m_text + first), spaces = lanes == ZkLanes::all(' ');
+    ZkLanes classes = spaces & m_space;
+    const ZkLanes letters = m_letters.read(lanes, &classes) | m_others.read(lanes, &classes);
+    if ((letters | spaces).every()) {
+        classes.store(units);
+    } else if (haveSurrogate(lanes)) {
+        m_hasPairs = true;
+        readPairs(first).store(units);
+    } else {
+        readMixed(first, letters, classes).store(units);
+    }
+}
+
+/// Adds to `classes` those of other lanes than `letters` and spaces, none of them a surrogate.
+__attribute__((noinline)) ZkLanes GroupReader::readMixed(int first, ZkLanes letters,
+                                                         ZkLanes classes)
+{
+    const ZkUcs2 *const text = m_text + first;
+    const ZkLanes lanes = ZkLanes::load(text), low = ZkLanes::within(lanes, 0, kLow - 1);
+    if (!letters.any() && text[3] < kFirstSyllable) {
+        letters = readStretch(lanes, text[3], &classes);
+    }
+    if (low.any()) {
+        classes =
+            classes | (ZkLanes::of([text](int i) { return kZkLowUnits[text[i] % kLow]; }) & low);
+    }
+    ZkLanes are = letters | low;
+    if (are.every()) {
+        return classes;
+    }
+    are = are | readSyllables(lanes, &classes);
+    return are.every() ? classes : readMissing(first, are, classes);
+}
+
+/// The same for letters of the stretch that has `unit`, which is no syllable and nothing above
+/// them, if there is one.
+__attribute__((noinline)) ZkLanes GroupReader::readStretch(ZkLanes lanes, ZkUcs2 unit,
+                                                           ZkLanes *classes)
+{
+    const ZkPlainRange *range = kZkPlainRanges; // the last one is above any such unit
+    while (range->last < unit) {
+        ++range;
+    }
+    if (range->first > unit) {
+        return ZkLanes::all(0);
+    }
+    m_others = m_letters;
+    m_letters.choose(*range);
+    return m_letters.read(lanes, classes);
 }
 
 #endif
@@ -37,158 +330,23 @@ std::uint16_t zkunit::ofRecord(std::uint16_t number)
     return static_cast<std::uint16_t>(code << kBidiBits | (record.low & ((1U << kBidiBits) - 1)));
 }
 
-ZkUnitReader::ZkUnitReader()
+void zkunit::read(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
 {
-    std::fill_n(m_known, kKnown, ~0U); // no character has these bits
-}
-
-/// The classes of a character that is not known.
-__attribute__((noinline)) std::uint16_t ZkUnitReader::find(char32_t c)
-{
-    const std::uint16_t found =
-        zkunit::ofRecord(c <= 0x10FFFF ? zkRecordNumber(c) : std::uint16_t(0));
-    m_known[slotOf(c)] = c / kKnown << 16 | found;
-    return found;
-}
-
-/// The classes of a character that is no surrogate of a pair, at most U+110000.
-inline std::uint16_t ZkUnitReader::classesOf(char32_t c)
-{
-    if (c < 0x80) {
-        return kZkAsciiUnits[c];
-    }
-    if (c - kFirstSyllable < kSyllables) {
-        return kZkSyllableUnits[(c - kFirstSyllable) % kSyllablesOfVowel != 0 ? 1 : 0];
-    }
-    const std::uint32_t known = m_known[slotOf(c)];
-    return known >> 16 == c / kKnown ? static_cast<std::uint16_t>(known) : find(c);
-}
-
-/// The same where text[i] is one.
-__attribute__((noinline)) std::uint16_t ZkUnitReader::surrogateAt(const ZkUcs2 *text, int i,
-                                                                  int end)
-{
-    const char32_t unit = text[i];
-    if (zkIsTrailSurrogate(unit)) {
-        return i > 0 && zkIsLeadSurrogate(text[i - 1]) ? kZkPairTrail : classesOf(unit);
-    }
-    return classesOf(i + 1 < end && zkIsTrailSurrogate(text[i + 1]) ? zkPairOf(unit, text[i + 1])
-                                                                    : unit);
-}
-
-inline std::uint16_t ZkUnitReader::unitAt(const ZkUcs2 *text, int i, int end)
-{
-    return zkIsSurrogate(text[i]) ? surrogateAt(text, i, end) : classesOf(text[i]);
-}
-
 #if ZK_HAS_LANES
-
-/// The classes of letters that stand side by side in the code, eight at once, and of spaces.
-/// Most texts have those of one stretch.
-class ZkUnitReader::Letters
-{
-public:
-    Letters() { choose(kZkPlainRanges[0]); }
-
-    /// Writes the classes of lanes that are such letters or spaces, and 0 for the others; false
-    /// when there is no letter. `sample` is one of the units.
-    bool read(ZkLanes units, ZkUcs2 sample, ZkLanes *classes)
-    {
-        ZkLanes letters = ZkLanes::within(units, m_first, m_distance);
-        if (!letters.any()) {
-            if (!chooseFor(sample)) {
-                return false;
-            }
-            letters = ZkLanes::within(units, m_first, m_distance);
-        }
-        *classes = (letters & m_letter) | ((units == ZkLanes::all(' ')) & m_space);
-        return true;
-    }
-
-private:
-    void choose(const ZkPlainRange &range)
-    {
-        m_first = ZkLanes::all(range.first);
-        m_distance = ZkLanes::all(static_cast<unsigned>(range.last - range.first));
-        m_letter = ZkLanes::all(range.unit);
-    }
-
-    bool chooseFor(ZkUcs2 sample)
-    {
-        if (sample >= kFirstSyllable) {
-            return false; // the last stretch is one of ideographs
-        }
-        const ZkPlainRange *range = kZkPlainRanges;
-        while (range->last < sample) {
-            ++range;
-        }
-        if (range->first > sample) {
-            return false;
-        }
-        choose(*range);
-        return true;
-    }
-
-    ZkLanes m_first, m_distance, m_letter;
-    ZkLanes m_space = ZkLanes::all(kZkAsciiUnits[0x20]);
-};
-
-/// As many units as there are lanes, not all of them ASCII.
-void ZkUnitReader::readGroup(const ZkUcs2 *text, int first, int end, Letters &letters,
-                             std::uint16_t *units)
-{
-    ZkLanes found;
-    if (!letters.read(ZkLanes::load(text + first), text[first + 3], &found)) {
-        readEach(text, first, first + ZkLanes::kCount, end, units);
-        return;
-    }
-    found.store(units);
-    for (ZkLanes::Mask others = (found == ZkLanes::all(0)).mask(); others != 0;
-         others = ZkLanes::withoutLowest(others)) {
-        const int i = ZkLanes::lowest(others);
-        units[i] = unitAt(text, first + i, end);
-    }
-}
-
-void ZkUnitReader::read(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
-{
     constexpr int kCount = ZkLanes::kCount;
-    if (last - first < kCount) {
-        readEach(text, first, last, end, units);
+    if (last - first >= kCount) {
+        GroupReader reader(text, end);
+        for (int i = first; i < last - kCount; i += kCount) {
+            reader.read(i, units + (i - first));
+        }
+        reader.read(last - kCount, units + (last - kCount - first)); // some may be read again
         return;
     }
-    Letters letters;
-    for (int i = first;; i += kCount) {
-        i = std::min(i, last - kCount); // the last ones may be read again
-        std::uint16_t *const to = units + (i - first);
-        if (ZkLanes::within(ZkLanes::load(text + i), 0x80, 0xFFFF).any()) {
-            readGroup(text, i, end, letters, to);
-        } else {
-            readAscii(text + i, to);
-        }
-        if (i == last - kCount) {
-            return;
-        }
-    }
-}
-
-#else
-
-void ZkUnitReader::read(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
-{
+#endif
     readEach(text, first, last, end, units);
 }
 
-#endif
-
-void ZkUnitReader::readEach(const ZkUcs2 *text, int first, int last, int end, std::uint16_t *units)
-{
-    for (int i = first; i < last; ++i) {
-        units[i - first] = unitAt(text, i, end);
-    }
-}
-
-void ZkUnitReader::read(const char32_t *text, int first, int last, int, std::uint16_t *units)
+void zkunit::read(const char32_t *text, int first, int last, int, std::uint16_t *units)
 {
     for (int i = first; i < last; ++i) {
         const char32_t c = std::min(text[i], kNoCharacter);

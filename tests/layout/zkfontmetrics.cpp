@@ -746,3 +746,18 @@ TEST(ZkFontMetrics, NeverWritesTheCallersText)
     EXPECT_EQ(units16(arabic), u"\u0628\u0627");
     EXPECT_EQ(units16(layout.subText().at(0)), u"\uFE8E\uFE91");
 }
+
+TEST(ZkFontMetrics, CellsAreThereWhicheverIsAskedForFirst)
+{
+    ZkFontMetrics counts("abc", ZkFont()), widths("abc", ZkFont());
+    const ZkVector<int> numbers = counts.charCombinationNum();
+    const ZkVector<int> advances = widths.characterWidth();
+    ASSERT_EQ(numbers.size(), 3);
+    ASSERT_EQ(advances.size(), 3);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(numbers.at(i), 1);
+        EXPECT_EQ(advances.at(i), advanceOf(u"abc"[i]));
+    }
+    EXPECT_EQ(counts.characterWidth().size(), 3) << "measured once";
+    EXPECT_EQ(widths.charCombinationNum().size(), 3);
+}

@@ -3,12 +3,12 @@
 #include "conformancefile.h"
 #include "mallochook.h"
 #include "rounds.h"
+#include "textedits.h"
 #include "utf16.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -264,31 +264,21 @@ TEST(ZkBidi, WhiteSpaceAtTheEndOfALineHasTheLevelOfTheParagraph)
 
 TEST(ZkBidi, AnEditIsTheSameAsTheNewText)
 {
-    std::mt19937 random(5);
-    const auto below = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
-    const ZkUcs2 kAlphabet[] = {'a',    '1',    '\r', '\n', ' ',    0x0301, 0xD802, 0xDC00,
-                                0x05D0, 0x0628, '(',  ')',  0x2067, 0x2069, 0x202B, '\t'};
     for (const ZkBidi::Direction direction : {ZkBidi::Auto, ZkBidi::RightToLeft}) {
-        Units units;
+        RandomEdits edits(5 + direction, {'a', '1', '\r', '\n', ' ', 0x0301, 0xD802, 0xDC00, 0x05D0,
+                                          0x0628, '(', ')', 0x2067, 0x2069, 0x202B, '\t'});
         ZkTextCharacters characters;
         ZkBidi edited, fresh;
-        characters.setText(units.data(), 0);
+        characters.setText(edits.data(), 0);
         edited.setText(characters, direction);
         for (int round = 0; round < 5000; ++round) {
-            const int size = static_cast<int>(units.size());
-            const int first = below(size + 1);
-            const int removed = below(std::min(size - first, 4) + 1);
-            const int inserted = below(size > 40 ? 2 : 5);
-            units.erase(units.begin() + first, units.begin() + first + removed);
-            for (int i = 0; i < inserted; ++i) {
-                units.insert(units.begin() + first, kAlphabet[below(16)]);
-            }
-            characters.edit(units.data(), first, removed, inserted);
-            edited.edit(characters, first, removed, inserted);
-            fresh.setText(units.data(), static_cast<int>(units.size()), direction);
+            const RandomEdits::Edit edit = edits.next();
+            characters.edit(edits.data(), edit.first, edit.removed, edit.inserted);
+            edited.edit(characters, edit.first, edit.removed, edit.inserted);
+            fresh.setText(edits.data(), edits.size(), direction);
             ASSERT_EQ(edited.isLeftToRight(), fresh.isLeftToRight());
             ASSERT_EQ(edited.baseLevel(), fresh.baseLevel());
-            ASSERT_EQ(levelsOf(edited), levelsOf(fresh)) << ::testing::PrintToString(units);
+            ASSERT_EQ(levelsOf(edited), levelsOf(fresh)) << ::testing::PrintToString(edits.text());
             ASSERT_EQ(edited.paragraphCount(), fresh.paragraphCount());
             for (int i = 0; i < fresh.paragraphCount(); ++i) {
                 ASSERT_EQ(edited.paragraph(i).first, fresh.paragraph(i).first);

@@ -2,6 +2,7 @@
 
 #include "conformancefile.h"
 #include "mallochook.h"
+#include "textedits.h"
 #include "utf16.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -382,23 +382,13 @@ TEST(ZkTextCharacters, ACallersBufferNeedsNoMemory)
 
 TEST(ZkTextCharacters, AnEditIsTheSameAsTheNewText)
 {
-    std::mt19937 random(3);
-    const auto below = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
-    const ZkUcs2 kAlphabet[] = {'a', 0xD83D, 0xDE00, 0x05D0, 0x0301, '\n', 0xD802, 0xDC00};
-    std::vector<ZkUcs2> units;
+    RandomEdits edits(3, {'a', 0xD83D, 0xDE00, 0x05D0, 0x0301, '\n', 0xD802, 0xDC00});
     ZkTextCharacters edited, fresh;
-    edited.setText(units.data(), 0);
+    edited.setText(edits.data(), 0);
     for (int round = 0; round < 3000; ++round) {
-        const int size = static_cast<int>(units.size());
-        const int first = below(size + 1);
-        const int removed = below(std::min(size - first, 4) + 1);
-        const int inserted = below(size > 40 ? 2 : 5);
-        units.erase(units.begin() + first, units.begin() + first + removed);
-        for (int i = 0; i < inserted; ++i) {
-            units.insert(units.begin() + first, kAlphabet[below(8)]);
-        }
-        edited.edit(units.data(), first, removed, inserted);
-        fresh.setText(units.data(), static_cast<int>(units.size()));
+        const RandomEdits::Edit edit = edits.next();
+        edited.edit(edits.data(), edit.first, edit.removed, edit.inserted);
+        fresh.setText(edits.data(), edits.size());
         ASSERT_EQ(edited.size(), fresh.size());
         ASSERT_EQ(edited.isLeftToRight(), fresh.isLeftToRight());
         for (int i = 0; i < fresh.size(); ++i) {

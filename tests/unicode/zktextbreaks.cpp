@@ -4,6 +4,7 @@
 #include "conformancefile.h"
 #include "mallochook.h"
 #include "rounds.h"
+#include "textedits.h"
 #include "utf16.h"
 
 #include <gtest/gtest.h>
@@ -275,36 +276,70 @@ TEST(ZkTextBreaks, ACallersBufferNeedsNoMemory)
 
 TEST(ZkTextBreaks, AnEditIsTheSameAsTheNewText)
 {
-    std::mt19937 random(4);
-    const auto below = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
-    const ZkUcs2 kAlphabet[] = {'a',    '.',    '1',    '\r', '\n',   ' ',    0x0301, 0xD83C,
-                                0xDDE6, 0x0E01, 0x0E40, '\'', 0x2028, 0x200D, '(',    '$'};
     LetterBreaker breaker(0x0E01);
     for (const bool asks : {false, true}) {
-        Units units;
+        RandomEdits edits(asks ? 5 : 4, {'a', '.', '1', '\r', '\n', ' ', 0x0301, 0xD83C, 0xDDE6,
+                                         0x0E01, 0x0E40, '\'', 0x2028, 0x200D, '(', '$'});
         ZkTextCharacters characters;
         ZkTextBreaks edited, fresh;
         edited.setWordBreaker(asks ? &breaker : nullptr);
         fresh.setWordBreaker(asks ? &breaker : nullptr);
-        characters.setText(units.data(), 0);
+        characters.setText(edits.data(), 0);
         edited.setText(characters);
         for (int round = 0; round < 4000; ++round) {
-            const int size = static_cast<int>(units.size());
-            const int first = below(size + 1);
-            const int removed = below(std::min(size - first, 4) + 1);
-            const int inserted = below(size > 40 ? 2 : 5);
-            units.erase(units.begin() + first, units.begin() + first + removed);
-            for (int i = 0; i < inserted; ++i) {
-                units.insert(units.begin() + first, kAlphabet[below(16)]);
-            }
-            characters.edit(units.data(), first, removed, inserted);
-            edited.edit(characters, first, removed, inserted);
-            fresh.setText(units.data(), static_cast<int>(units.size()));
+            const RandomEdits::Edit edit = edits.next();
+            characters.edit(edits.data(), edit.first, edit.removed, edit.inserted);
+            edited.edit(characters, edit.first, edit.removed, edit.inserted);
+            fresh.setText(edits.data(), edits.size());
             ASSERT_EQ(edited.size(), fresh.size());
             ASSERT_EQ(Units(edited.flags(), edited.flags() + edited.size() + 1),
                       Units(fresh.flags(), fresh.flags() + fresh.size() + 1))
-                << round << ": " << ::testing::PrintToString(units) << " at " << first << ", "
-                << removed << " removed, " << inserted << " inserted";
+                << round << ": " << ::testing::PrintToString(edits.text()) << " at " << edit.first
+                << ", " << edit.removed << " removed, " << edit.inserted << " inserted";
+        }
+    }
+}
+
+TEST(ZkTextBreaks, ATextIsReadTheSameWayWhereverItStands)
+{
+    // Texts are read in pieces and groups. Behind line feeds one is read as by itself, with
+    // other places at their edges.
+    const std::u32string kAlphabet =
+        U"aaz  "
+        U"11,.:/)(\"'\u201c\u2019$%\u05d0\u05d0\u05b0\u0301\u0628\u4e00\uac00\uac01\u0e01\u0e34"
+        U"\u0e40\u200d\ufe0f\u00ad\u00e9\u2014\u300c\u0903\uffff\U0001F600\U0001F44D\U0001F3FD"
+        U"\U0001F1E9\U0001F1EA\U0001F468\U000103A0\U00010900\U0010FFFF\n";
+    std::mt19937 random(6);
+    const auto below = [&](std::size_t n) { return random() % n; };
+    for (int round = 0; round < scaledRounds(400); ++round) {
+        std::u32string points;
+        const std::size_t length = below(600);
+        while (points.size() < length) {
+            points.push_back(kAlphabet[below(kAlphabet.size())]);
+        }
+        const Units text = utf16Of(points);
+        const auto size = static_cast<int>(text.size());
+        std::vector<std::uint8_t> expected(text.size() + 1);
+        ZkTextBreaks::find(text.data(), size, expected.data());
+        ZkBidi expectedLevels;
+        expectedLevels.setText(text.data(), size);
+        for (const int lines : {1, 3, 8, 254, 255}) {
+            Units moved(static_cast<std::size_t>(lines), '\n');
+            moved.insert(moved.end(), text.begin(), text.end());
+            const auto movedSize = static_cast<int>(moved.size());
+            std::vector<std::uint8_t> found(moved.size() + 1);
+            ZkTextBreaks::find(moved.data(), movedSize, found.data());
+            ZkBidi levels;
+            levels.setText(moved.data(), movedSize);
+            for (int i = 1; i <= size; ++i) {
+                ASSERT_EQ(found[static_cast<std::size_t>(lines + i)],
+                          expected[static_cast<std::size_t>(i)])
+                    << round << ", " << lines << " lines, unit " << i;
+            }
+            for (int i = 0; i < size; ++i) {
+                ASSERT_EQ(levels.level(lines + i), expectedLevels.level(i))
+                    << round << ", " << lines << " lines, unit " << i;
+            }
         }
     }
 }

@@ -21,10 +21,14 @@ declares them.
 
 Few characters need the machines. Those that take the same column in all three make a
 class. For the common ones, listed below, there is a state in which they are mostly left
-behind, and a table of pairs has what the machines would say between any two of them, or
-that a machine must be asked since a state is not the usual one:
+behind; behind certain others it is another one. So two classes tell the state, which has a
+row in a table of what the machines would say before the next class, or that a machine must
+be asked since its state is not the one that the classes tell:
 
-    flags = pairs[class before][class]
+    row = rows[class before][class]
+    flags = pairs[row][next class]
+
+No entry waits for one that was computed before it: they are all read at once.
 """
 
 import os
@@ -342,27 +346,41 @@ def word_machine():
 
 
 # What most texts are made of: a character of each class, and one that it often stands
-# behind.
-COMMON = [("\n", "a"), ("a", "a"), (" ", "a"), ("\u05d0", "\u05d0"), ("1", "1"), (".", "a"),
-          (",", "a"), ("-", "a"), ("(", " "), (")", "a"), ('"', " "), ("'", "a"),
-          ("\u201c", " "), ("!", "a"), (":", "a"), ("\u0301", "a"),
+# behind. The first ones change what state others leave behind: those below.
+COMMON = [("1", "1"), ("\u05d0", "\u05d0"), (")", "a"), ('"', " "), ("\u201c", " "),
+          ("\U0001F600", " "), ("\U0001F3FD", "\U0001F44D"), ("\U0001F1E9", " "),
+          ("\u0301", "a"),
+          ("\n", "a"), ("a", "a"), (" ", "a"), (".", "a"), (",", "a"), ("-", "a"), ("(", " "),
+          ("'", "a"), ("!", "a"), (":", "a"), ("%", "1"), ("$", " "), ("/", "a"), ("\u2013", " "),
+          ("\u2014", "a"), ("\u2019", "a"), ("&", " "), ("\u00a0", "a"),
+          # A base of emoji modifiers, and what joins emoji; a mark that takes room
+          ("\U0001F44D", " "), ("\u200d", "\U0001F44D"), ("\u0903", "\u0915"),
           # Chinese, Japanese, Korean
-          ("\u4e00", "\u4e00"), ("\u3002", "\u4e00"), ("\uff0c", "\u4e00"),
+          ("\u4e00", "\u4e00"), ("\u300c", "\u4e00"), ("\u3002", "\u4e00"), ("\uff0c", "\u4e00"),
           ("\u30a2", "\u30a2"), ("\u30fc", "\u30a2"), ("\uac00", "\uac01"),
           ("\uac01", "\uac00"),
           # Thai: a consonant, a mark, vowels before and behind one
           ("\u0e01", "\u0e01"), ("\u0e34", "\u0e01"), ("\u0e40", "\u0e01"),
           ("\u0e32", "\u0e01")]
 
-# Stretches of units of one class, where several can be told at once; not of the first one,
-# so that no unit is 0.
-PLAIN = [(0x61, 0x7A), (0x0391, 0x03A1), (0x03A3, 0x03F5), (0x0400, 0x0481), (0x05D0, 0x05EA),
-         (0x0620, 0x064A), (0x0671, 0x06D3), (0x0E01, 0x0E2E), (0x3400, 0x4DBF), (0x4E00, 0x9FFF)]
+# Texts whose last two characters leave another state than the last one mostly does: within
+# numbers, marks on letters of Hebrew and on emoji, what joins emoji, flags, what ends no word
+# or sentence, and spaces behind what holds on to what follows them.
+CONTEXTS = ["1,", "1.", "1:", "1/", "1)", "\u05d0\u0301", "\u05d0\"", "\u05d0'", ") ", "\" ",
+            "\u201c ", ").", "):", "\u201c.", "\".", "\U0001F600\uFE0F", "\U0001F600.",
+            "\U0001F600\uFE0F\u200D", "\U0001F44D\U0001F3FD\u200D", "\U0001F1E9\U0001F1EA"]
+
+# Stretches of units of one class, where several can be told at once, ascending. Those of
+# FIRST_STRETCH and behind it are tried first.
+PLAIN = [(0x0391, 0x03A1), (0x03A3, 0x03F5), (0x0400, 0x0481), (0x05D0, 0x05EA), (0x0620, 0x064A),
+         (0x0671, 0x06D3), (0x0E01, 0x0E2E), (0x3400, 0x4DBF), (0x4E00, 0x9FFF)]
+FIRST_STRETCH = PLAIN.index((0x05D0, 0x05EA))
 
 # Bits of a class in scripts without spaces.
 UNSPACED, MAY_BEGIN, MAY_END = 1, 2, 4
 # Flags of ZkTextBreaks, and those that only pairs have.
-FLAGS = ({NO: 0, YES: 1, DOUBT: 1, MUST: 3}, {NO: 0, YES: 4}, {NO: 0, YES: 8, DOUBT: 8})
+FLAGS = ({NO: 0, YES: 1, DOUBT: 1, MUST: 3}, {NO: 0, YES: 4},
+         {NO: 0, YES: 8, DOUBT: 8, REVOKE: 0x40})
 UNSPACED_LINE, UNDECIDED = 0x10, 0x80
 
 Class = namedtuple("Class", "columns unspaced")
@@ -380,7 +398,7 @@ class Classes:
             fields = dict(zip(properties.FIELDS, record))
             cls = self.class_of(fields)
             assert self.keys.setdefault(self.key(fields), cls) == cls
-        self.common, self.usual, self.order = [], [], []
+        self.common, self.usual, self.order, self.contexts = [], [], [], {}
 
     @staticmethod
     def key(fields):
@@ -407,7 +425,8 @@ class Classes:
         return [entry[0] for entry in entries], tuple(entry[1] for entry in entries)
 
     def choose(self, class_at):
-        """The common classes first, each with the state that it mostly leaves behind."""
+        """The common classes first, each with the state that it mostly leaves behind, and
+        those that it leaves behind others."""
         self.common = [class_at(ord(c)) for c, _ in COMMON]
         assert len(set(self.common)) == len(COMMON)
         others = sorted(set(self.keys.values()) - set(self.common),
@@ -418,28 +437,68 @@ class Classes:
             for part in "a" + before + c:
                 _, states = self.step(states, class_at(ord(part)))
             self.usual.append(states)
-        # The start of a text is a class too, which no character has.
+        numbers = {cls: i for i, cls in enumerate(self.common)}
+        for text in CONTEXTS:
+            first, second = (numbers[class_at(ord(c))] for c in text[-2:])
+            states = self.usual[numbers[class_at(ord(text[0]))]]
+            for c in text[1:]:
+                _, states = self.step(states, class_at(ord(c)))
+            assert states != self.usual[second], text
+            self.contexts[first, second] = states
+        # The start of a text leads to a state too, which is that of no character.
         self.usual.append((0, 0, 0))
 
-    def pair(self, before, behind):
-        """What stands between two common classes, or at the start, in one byte."""
-        verdicts, states = self.step(self.usual[before], self.common[behind])
-        if REVOKE in verdicts or states != self.usual[behind]:
+    def states_behind(self, before, behind):
+        """The states of the machines that two common classes tell."""
+        return self.contexts.get((before, behind), self.usual[behind])
+
+    def row(self, last, states):
+        """What stands before each common class, in one byte, behind the class `last`."""
+        return [self.entry(last, states, behind) for behind in range(len(COMMON))] + [UNDECIDED]
+
+    def entry(self, last, states, behind):
+        verdicts, following = self.step(states, self.common[behind])
+        if following != self.states_behind(last, behind) or REVOKE in verdicts[:2]:
             return UNDECIDED
         flags = sum(flag[verdict] for flag, verdict in zip(FLAGS, verdicts))
-        is_between = (flags & 4 and self.order[before].unspaced & MAY_END and
+        is_between = (flags & 4 and self.order[last].unspaced & MAY_END and
                       self.order[behind].unspaced & MAY_BEGIN)
         return flags | (UNSPACED_LINE if is_between else 0)
 
+    def lay_rows(self):
+        """The rows of pairs, and for each two classes the number of theirs. Those of contexts
+        are the last ones, since their numbers tell their states. Returns the number of the
+        first of these too, and that of the start of a text."""
+        common = len(COMMON)
+        pairs, numbers = [], {}
 
-# Numbers of a unit's classes as src/unicode/zkunitclasses.h takes them apart: the upper five
-# bits of nine are the row and the column of a common class among the pairs.
-ROWS = 32
+        def number(row):
+            if tuple(row) not in numbers:
+                numbers[tuple(row)] = len(pairs)
+                pairs.append(row)
+            return numbers[tuple(row)]
 
+        usual = [number(self.row(last, self.usual[last])) for last in range(common)]
+        start = number(self.row(common, self.usual[common]))
+        usual.append(number([UNDECIDED] * (common + 1)))  # behind any other class
+        first_context = len(pairs)
+        in_context = {}
+        for (before, behind), states in self.contexts.items():
+            if (behind, states) not in in_context:
+                in_context[behind, states] = len(pairs)
+                pairs.append(self.row(behind, states))
+                self.usual.append(states)
+        makers = 1 + max(before for before, _ in self.contexts)
+        rows = [[in_context.get((behind, self.contexts.get((before, behind))), usual[behind])
+                 for behind in range(common + 1)] for before in range(makers + 1)]
+        assert rows[makers] == usual
+        return pairs, rows, first_context, start
 
+# Numbers of a unit's classes as src/unicode/zkunitclasses.h takes them apart: the upper six
+# bits of nine are a common class, or a number above all of them.
 def code_of(number):
     common = len(COMMON)
-    return number << 4 if number < common else (common << 4) + number - common
+    return number << 3 if number < common else (common << 3) + number - common
 
 
 def find_factor(keys, bits):
@@ -462,6 +521,7 @@ def find_factor(keys, bits):
 # character. For lines these are the flags of ZkTextBreaks but for the revocation.
 VERDICTS = {NO: 0, YES: 1, DOUBT: 1, REVOKE: 2, MUST: 3}
 
+WORD_NAMES = database.enumerators(HEADER, "Word")
 TABLES = os.path.join(HERE, "..", "..", "src", "unicode", "zkbreaktables.h")
 
 
@@ -491,7 +551,7 @@ def array(kind, name, items, size):
 
 
 HASH_BITS = 9
-BUDGET = 6 * 1024  # bytes of all tables
+BUDGET = 8000  # bytes of all tables; with those of properties.py 40 KiB
 
 
 def class_arrays(machines, characters):
@@ -502,7 +562,11 @@ def class_arrays(machines, characters):
 
     classes.choose(lambda c: classes.class_of(fields_at(c)))
     numbers = {cls: i for i, cls in enumerate(classes.order)}
-    trail = len(numbers)  # the second unit of a pair, which has no column
+    common = len(COMMON)
+    # The greatest number is that of the second unit of a pair.
+    assert code_of(len(numbers) - 1) >> 3 < 63 and classes.order[common].unspaced == 0
+    assert all(c < 0x10000 for c, record in enumerate(characters) if doubts(record)), \
+        "a boundary that is taken back is one unit before"
 
     def unit_at(c):
         fields = fields_at(c)
@@ -513,28 +577,37 @@ def class_arrays(machines, characters):
     places = [0] * (1 << HASH_BITS)
     for key, cls in classes.keys.items():
         places[(key * factor & 0xFFFFFFFF) >> 32 - HASH_BITS] = numbers[cls]
-    common = len(COMMON)
-    assert code_of(trail) < 1 << 9 and common < ROWS and classes.order[common].unspaced == 0
-    pairs = [classes.pair(before, behind) if before <= common and behind < common else UNDECIDED
-             for before in range(ROWS) for behind in range(ROWS)]
+    pairs, rows, first_context, start = classes.lay_rows()
+    assert PLAIN == sorted(PLAIN)
     plain = []
     for first, last in PLAIN:
         units = {unit_at(c) for c in range(first, last + 1)}
-        assert len(units) == 1 and 0 not in units, hex(first)
+        assert len(units) == 1, hex(first)
         plain.append("{%d,%d,%d}" % (first, last, unit_at(first)))
     plain.append("{65535,65535,0}")  # ends a search
     check_constant("kZkCommonClasses", common)
-    check_constant("kZkPairTrail", f"0x{code_of(trail) << 7:X}")
+    check_constant("kZkContextClasses", len(rows) - 1)
+    check_constant("kZkFirstContextRow", first_context)
+    check_constant("kZkStartRow", start)
+    check_constant("kZkNoBreakPair", sum(pairs, []).index(0))
+    check_constant("kZkFirstStretch", FIRST_STRETCH)
     check_constant("kZkClassFactor", f"{factor}U")
     columns = ["{%d,%d,%d,%d}" % (cls.columns + (cls.unspaced,)) for cls in classes.order]
     usual = [line | grapheme << 8 | word << 16 for line, grapheme, word in classes.usual]
     return [array("ZkBreakColumns", "kZkBreakColumns", columns, 4),
             array("std::uint8_t", "kZkBreakClasses", places, 1),
-            array("std::uint8_t", "kZkBreakPairs", pairs, 1),
+            array("std::uint8_t", "kZkBreakRows", sum(rows, []), 1),
+            array("std::uint8_t", "kZkBreakPairs", sum(pairs, []), 1),
             array("std::uint32_t", "kZkUsualStates", usual, 4),
-            array("std::uint16_t", "kZkAsciiUnits", (unit_at(c) for c in range(0x80)), 2),
+            array("std::uint16_t", "kZkLowUnits", (unit_at(c) for c in range(0x100)), 2),
             array("std::uint16_t", "kZkSyllableUnits", (unit_at(0xAC00), unit_at(0xAC01)), 2),
             array("ZkPlainRange", "kZkPlainRanges", plain, 6)]
+
+
+def doubts(record):
+    """True for a character that may be the middle of a word or a number."""
+    name = WORD_NAMES[dict(zip(properties.FIELDS, record))["word"]]
+    return name in MIDDLE_OF_LETTERS + MIDDLE_OF_NUMBERS + ("DoubleQuote",)
 
 
 def main(arguments):

@@ -26,8 +26,9 @@ import hashlib
 import os
 import sys
 import tarfile
-import tempfile
 import textwrap
+
+from database import fail, write
 
 BLOCK = 128
 ROW = 8
@@ -47,10 +48,6 @@ CHECKSUMS = {
     "SpecialCasing.txt": "05e837308cdb6dadeb48bfa3678f8fb34f5ac90d85d618dbde3cd6059451aa81",
     "CaseFolding.txt": "e4b7065c93b113e993b817f8b330dea819b3ff411ec43294151371780b414afc",
 }
-
-
-def fail(message):
-    sys.exit("generate.py: " + message)
 
 
 def read_lines(database, name):
@@ -247,20 +244,6 @@ const ZkIrregularFold kZkIrregularFolds[kZkIrregularFoldCount] = {{
 {in_lines(fold_texts)}
 }};
 """
-
-
-def write(path, text):
-    """Replaces the file in one step: a failure leaves the old one."""
-    folder = os.path.dirname(os.path.abspath(path))
-    handle, temporary = tempfile.mkstemp(dir=folder, suffix=".tmp")
-    try:
-        with os.fdopen(handle, "w", encoding="ascii", newline="\n") as file:
-            file.write(text)
-        os.chmod(temporary, 0o644)
-        os.replace(temporary, path)
-    except BaseException:
-        os.unlink(temporary)
-        raise
 
 
 def main(arguments):

@@ -11,17 +11,17 @@ The same input gives the same bytes on every machine.
 Each distinct combination of properties is a record, stored once. The number of the
 record of a code point is found in five steps, so that all of them take little room:
 
-  areas     for each 8192 code points the number of an area
-  pages     for each area 16 numbers, one for every 512 code points, of a page
-  blocks    for each page 16 numbers, one for every 32 code points, of a block
+  areas     for each 4096 code points the number of an area
+  pages     for each area 16 numbers, one for every 256 code points, of a page
+  blocks    for each page 8 numbers, one for every 32 code points, of a block
   shapes    for each block where its pattern and its palette begin, and how many bits
             an entry of the pattern has: 0, 1, 2, 4 or 8
   patterns  for each of the 32 code points its place in the palette, packed from the
             lowest bit on
   palettes  record numbers; those of one block stand side by side
 
-A block of one kind of character has no pattern and one palette entry; equal patterns,
-palettes, blocks and pages are stored once, and a palette may lie within another one.
+A block of one kind of character has no pattern and one palette entry; equal blocks and
+pages are stored once, and patterns and palettes lie within and over one another.
 
 Mirror images are a sorted list with the numbers of distances; compositions are lists
 of base and composed character, one list for each mark.
@@ -35,9 +35,9 @@ import database
 from database import CODE_POINTS, read_fields, read_lines, read_property, read_set
 
 BLOCK = 32
-PAGE = 16  # blocks
+PAGE = 8  # blocks
 AREA = 16  # pages
-BUDGET = 34 * 1024  # bytes of all tables
+BUDGET = 32960  # bytes of all tables; with those of breaks.py 40 KiB
 BITS = (0, 1, 2, 4, 8)
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -186,6 +186,42 @@ def read_characters(folder, mirrors):
     return list(zip(*(columns[name] for name in FIELDS)))
 
 
+def laid_over(words):
+    """A short list in which every one of `words` lies, tuples of numbers, and the place of
+    each. Those whose end is most of another one's beginning are joined first."""
+    texts = {word: "".join(map(chr, word)) for word in words}
+    pieces = []  # those that lie in no other
+    for text in sorted(texts.values(), key=lambda text: (-len(text), text)):
+        if not any(text in piece for piece in pieces):
+            pieces.append(text)
+    behind, taken = {}, set()          # the next piece, and those that are one
+    first = list(range(len(pieces)))  # of a chain, by its last piece
+    for overlap in range(len(pieces[0]) - 1, 0, -1):
+        beginnings = {}
+        for i, piece in enumerate(pieces):
+            if i not in taken and len(piece) > overlap:
+                beginnings.setdefault(piece[:overlap], []).append(i)
+        for i, piece in enumerate(pieces):
+            fitting = [j for j in beginnings.get(piece[-overlap:], ())
+                       if j != first[i] and i not in behind and len(piece) > overlap]
+            if fitting:
+                following = fitting[0]
+                beginnings[piece[-overlap:]].remove(following)
+                taken.add(following)
+                behind[i] = (following, overlap)
+                last = following
+                while last in behind:
+                    last = behind[last][0]
+                first[last] = first[i]
+    laid = ""
+    for i in sorted(set(range(len(pieces))) - taken):
+        laid += pieces[i]
+        while i in behind:
+            i, overlap = behind[i]
+            laid += pieces[i][overlap:]
+    return list(map(ord, laid)), {word: laid.index(text) for word, text in texts.items()}
+
+
 class Trie:
     """The number of every code point's record, packed as told above."""
 
@@ -226,36 +262,20 @@ class Trie:
                 known[block] = len(order)
                 order.append((block, tuple(dict.fromkeys(block))))
             block_of.append(known[block])
-        places = self.lay_palettes({palette for _, palette in order})
-        patterns = {}
+        shapes = []
         for block, palette in order:
             bits = next(b for b in BITS if len(palette) <= 1 << b)
             packed = sum(palette.index(number) << i * bits for i, number in enumerate(block))
-            entry = (bits, packed)
-            if entry not in patterns:
-                patterns[entry] = len(self.patterns)
-                self.patterns.extend(packed.to_bytes(BLOCK * bits // 8, "little"))
-            self.shapes.append(BITS.index(bits) << 13 | patterns[entry])
-            self.shapes.append(places[palette])
+            shapes.append((bits, tuple(packed.to_bytes(BLOCK * bits // 8, "little")), palette))
+        self.patterns, pattern_places = laid_over({pattern for _, pattern, _ in shapes})
+        self.palettes, palette_places = laid_over({palette for _, _, palette in shapes})
+        for bits, pattern, palette in shapes:
+            self.shapes.append(BITS.index(bits) << 13 | pattern_places[pattern])
+            self.shapes.append(palette_places[palette])
         return block_of
 
-    def lay_palettes(self, palettes):
-        """One array in which every palette lies, the longest first."""
-        self.palettes, places, text = [], {}, ""
-        for palette in sorted(palettes, key=lambda p: (-len(p), p)):
-            wanted = "".join(map(chr, palette))
-            place = text.find(wanted)
-            if place < 0:
-                overlap = next(n for n in range(len(wanted) - 1, -1, -1)
-                               if text.endswith(wanted[:n]))
-                place = len(text) - overlap
-                text += wanted[overlap:]
-            places[palette] = place
-        self.palettes = [ord(entry) for entry in text]
-        return places
-
     def find(self, c):
-        page = self.pages[self.areas[c >> 13] * AREA + (c >> 9 & AREA - 1)]
+        page = self.pages[self.areas[c >> 12] * AREA + (c >> 8 & AREA - 1)]
         block = self.blocks[page * PAGE + (c >> 5 & PAGE - 1)]
         pattern, palette = self.shapes[2 * block:2 * block + 2]
         bits = BITS[pattern >> 13]
