@@ -42,8 +42,8 @@ public:
     {
         // Two at once: a register takes less long to be put together from few.
         const auto words = [&at](int i) {
-            const std::uint64_t lower = at(i), upper = at(i + 1);
-            return static_cast<long long>(upper << 32 | lower);
+            const std::uint64_t one = at(i), next = at(i + 1);
+            return static_cast<long long>(next << 32 | one);
         };
         const __m128i first = _mm_set_epi64x(words(2), words(0));
         const __m128i second = _mm_set_epi64x(words(6), words(4));
