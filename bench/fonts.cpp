@@ -4,6 +4,7 @@
 // others tell nanoseconds.
 
 #include "glyphmap.h"
+#include "heap.h"
 
 #include <SDL_ttf.h>
 #include <ft2build.h>
@@ -13,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <malloc.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -142,22 +142,6 @@ void openFreeType(benchmark::State &state, const char *path)
 }
 
 // Memory from `malloc` that glyphs take, the open font with it: bytes as nanoseconds.
-
-std::size_t heap()
-{
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-template <typename Take>
-void memoryOf(benchmark::State &state, Take take)
-{
-    for (auto _ : state) {
-        const std::size_t before = heap();
-        const std::size_t bytes = take(before);
-        state.SetIterationTime(static_cast<double>(bytes) * 1e-9);
-    }
-}
 
 void memoryZk(benchmark::State &state, std::uint32_t glyphs)
 {

@@ -5,7 +5,11 @@
 //   placed   the same and the place of every glyph
 //   width    another width for a paragraph that is there
 //   label    12 characters from nothing, shortened with an ellipsis
+//
+//   scrolled_million_bytes  the most memory beside text and fonts while a million characters
+//            in eight languages go by, 480 rows at a time, the glyphs in 64 KiB
 
+#include "heap.h"
 #include "layoutpeers.h"
 
 #include <zkparagraph.h>
@@ -13,6 +17,8 @@
 #include <linebreak.h>
 #include <unicode/brkiter.h>
 
+#include <algorithm>
+#include <deque>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -94,6 +100,63 @@ void labelZk(benchmark::State &state, const BenchText &text, const std::string &
         benchmark::DoNotOptimize(label.glyphs(0, &glyphs));
     }
     countCharacters(state, static_cast<std::size_t>(units.size()));
+}
+
+/// A window of 480 rows on paragraphs under each other: those outside are let go.
+class Scroll
+{
+public:
+    explicit Scroll(const ZkFontChain &chain) : m_cache(64 * 1024), m_chain(chain) {}
+
+    void add(const ZkString &text)
+    {
+        m_seen.push_back(std::make_unique<ZkParagraph>(m_cache));
+        ZkParagraph &paragraph = *m_seen.back();
+        paragraph.setChain(m_chain);
+        paragraph.setText(text);
+        paragraph.setWidth(kWrapWidth);
+        m_height += paragraph.height();
+        const ZkPlacedGlyph *glyphs = nullptr;
+        for (int line = 0; line < paragraph.lineCount(); ++line) {
+            benchmark::DoNotOptimize(paragraph.glyphs(line, &glyphs));
+        }
+        while (m_height - m_seen.front()->height() >= 480) {
+            m_height -= m_seen.front()->height();
+            m_seen.pop_front();
+        }
+    }
+
+private:
+    ZkGlyphCache m_cache;
+    ZkFontChain m_chain;
+    std::deque<std::unique_ptr<ZkParagraph>> m_seen;
+    int m_height = 0;
+};
+
+void scrolledZk(benchmark::State &state)
+{
+    std::vector<ZkString> texts;
+    ZkFontChain chain;
+    for (const char *const font : {ZK_FONT_DEJAVU, ZK_FONT_FREESERIF, ZK_FONT_MICROHEI}) {
+        chain.append(ZkTypeface::fromFile(font));
+    }
+    for (const BenchText &text : kBenchTexts) {
+        texts.emplace_back(text.utf8);
+    }
+    const auto mostBytes = [&](std::size_t before) {
+        Scroll scroll(chain);
+        std::size_t most = 0;
+        int characters = 0;
+        for (std::size_t i = 0; characters < 1000000; ++i) {
+            const ZkString &text = texts[i % texts.size()];
+            scroll.add(text);
+            characters += text.size();
+            most = std::max(most, heap() - before);
+        }
+        return most;
+    };
+    mostBytes(heap()); // what the fonts keep once they were used
+    memoryOf(state, mostBytes);
 }
 
 // Pango
@@ -259,6 +322,9 @@ void registerAll()
 int main(int argc, char **argv)
 {
     registerAll();
+    benchmark::RegisterBenchmark("scrolled_million_bytes/zk", scrolledZk)
+        ->UseManualTime()
+        ->Iterations(2);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 }

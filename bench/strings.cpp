@@ -17,8 +17,17 @@
 #include <string>
 #include <vector>
 
-// The string beside ICU and the standard library. Texts are the words of a sentence
+// The string beside ICU, simdutf and the standard library. Texts are the words of a sentence
 // of each script, to the length told in the name of the case.
+
+#if defined(ZK_BENCH_SIMDUTF)
+// Declared by hand: Debian has this simdutf inside a library of another name, and no header.
+namespace simdutf
+{
+std::size_t convert_utf8_to_utf16(const char *in, std::size_t n, char16_t *out);
+std::size_t convert_utf16_to_utf8(const char16_t *in, std::size_t n, char *out);
+} // namespace simdutf
+#endif
 
 namespace
 {
@@ -149,6 +158,27 @@ void addConversions(const Script &script, int bytes)
     require(icuEncode() == bytes && std::equal(text->begin(), text->end(), bytesOut->begin()),
             script.name);
     add(encode + "/icu", icuEncode);
+
+#if defined(ZK_BENCH_SIMDUTF)
+    // It checks that the text is right, and makes nothing of one that is not.
+    const auto simdDecode = [=] {
+        const std::size_t length =
+            simdutf::convert_utf8_to_utf16(text->data(), text->size(), unitsOut->data());
+        benchmark::DoNotOptimize(length);
+        benchmark::ClobberMemory();
+        return length;
+    };
+    const auto simdEncode = [=] {
+        const std::size_t length =
+            simdutf::convert_utf16_to_utf8(units->data(), units->size(), bytesOut->data());
+        benchmark::DoNotOptimize(length);
+        benchmark::ClobberMemory();
+        return length;
+    };
+    require(simdDecode() == units->size() && simdEncode() == text->size(), script.name);
+    add(decode + "/simdutf", simdDecode);
+    add(encode + "/simdutf", simdEncode);
+#endif
 }
 
 /// Twelve bytes of UTF-8 that the compiler does not know.

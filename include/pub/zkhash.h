@@ -73,6 +73,7 @@ struct ZK_EXPORT ZkHashData {
 
     /// `h` modulo `numBuckets`, without a division.
     unsigned bucketOf(unsigned h) const;
+    static unsigned bucketOf(unsigned h, std::uint32_t reciprocal, int numBits, int numBuckets);
 
     /// Memory for one node of `nodeSize` bytes, at a multiple of `nodeAlign` if the
     /// table is strict about it; `freeNode` gives it back.
@@ -279,6 +280,22 @@ public:
     ZkList<T> values() const { return ZkList<T>(begin(), end()); }
     ZkList<K> keys() const;
 
+    /// Looks up one key after the other while the hash is not changed: what all look-ups
+    /// read of the table is read once.
+    class Finder
+    {
+    public:
+        explicit Finder(const ZkHash &hash);
+        /// The value under `key`, or a default value.
+        T value(const K &key) const;
+
+    private:
+        ZkHashData::Node *m_end; // the table
+        ZkHashData::Node **m_buckets;
+        std::uint32_t m_reciprocal;
+        int m_numBits, m_numBuckets;
+    };
+
     /// The link that points to the node of `key`, or to the table at the end of its
     /// chain. Stores the hash where `hashOut` points to.
     ZkHashData::Node **findNode(const K &key, unsigned *hashOut = nullptr) const;
@@ -348,13 +365,18 @@ inline void *ZkHashData::allocateNode(int nodeAlign)
 
 // The reciprocal is too small by less than 1, so the quotient is too small by less
 // than h / 2^(32 + b) < 1: the remainder is right or one bucket count too large.
+inline unsigned ZkHashData::bucketOf(unsigned h, std::uint32_t reciprocal, int numBits,
+                                     int numBuckets)
+{
+    const auto count = static_cast<unsigned>(numBuckets);
+    const std::uint64_t product = static_cast<std::uint64_t>(h) * reciprocal;
+    const unsigned rest = h - static_cast<unsigned>(product >> 32 >> numBits) * count;
+    return rest >= count ? rest - count : rest;
+}
+
 inline unsigned ZkHashData::bucketOf(unsigned h) const
 {
-    const auto bits = static_cast<unsigned>(numBits);
-    const auto count = static_cast<unsigned>(numBuckets);
-    const std::uint64_t product = static_cast<std::uint64_t>(h) * kZkHashReciprocals[bits];
-    const unsigned rest = h - static_cast<unsigned>(product >> 32 >> bits) * count;
-    return rest >= count ? rest - count : rest;
+    return bucketOf(h, kZkHashReciprocals[static_cast<unsigned>(numBits)], numBits, numBuckets);
 }
 
 template <typename K, typename T>
@@ -429,6 +451,35 @@ inline T ZkHash<K, T>::value(const K &key, const T &fallback) const
 {
     ZkHashData::Node *node = *findNode(key);
     return node != e ? concrete(node)->value : fallback;
+}
+
+template <typename K, typename T>
+inline ZkHash<K, T>::Finder::Finder(const ZkHash &hash)
+    : m_end(hash.e),
+      m_buckets(hash.d->buckets),
+      m_reciprocal(kZkHashReciprocals[static_cast<unsigned>(hash.d->numBits)]),
+      m_numBits(hash.d->numBits),
+      m_numBuckets(hash.d->numBuckets)
+{
+    if (m_numBuckets == 0) { // as one bucket, which holds nothing
+        m_buckets = const_cast<ZkHashData::Node **>(&hash.e);
+        m_reciprocal = UINT32_MAX;
+        m_numBuckets = 1;
+    }
+}
+
+template <typename K, typename T>
+inline T ZkHash<K, T>::Finder::value(const K &key) const
+{
+    const unsigned h = zkHash(key);
+    ZkHashData::Node *node =
+        m_buckets[ZkHashData::bucketOf(h, m_reciprocal, m_numBits, m_numBuckets)];
+    for (; node != m_end; node = node->next) {
+        if (concrete(node)->holds(h, key)) {
+            return concrete(node)->value;
+        }
+    }
+    return T();
 }
 
 // Puts a node for `key`, which is not there, at the link that finding it gave.

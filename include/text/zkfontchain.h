@@ -77,7 +77,7 @@ public:
     ZkFontList faces() const;
     int size() const { return faces().size(); }
     ZkTypeface at(int index) const { return faces().at(index); }
-    std::uint32_t serial() const { return faces().serial(); }
+    std::uint32_t serial() const;
 
     /// These change the chain for all its handles. False, and nothing changed, for an
     /// index out of range, more than `kMostFaces` typefaces, or without memory. A handle

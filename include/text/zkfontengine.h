@@ -63,6 +63,13 @@ public:
     const ZkVector<const GlyphBitmap *> &glyphs() const { return m_glyphs; }
 
 private:
+    friend class ZkFontMetrics;
+
+    /// An engine that took the text already: what `lanuguageRules` does with the first one.
+    ZK_HIDDEN explicit ZkFontEngine(const ZkString &text);
+
+    ZK_HIDDEN void applyRules();
+
     int m_rightToLeft = 0;
     int m_length = 0; // units of the text that came last
     int m_lineHeight = 0;

@@ -77,6 +77,10 @@ public:
     /// look up at once.
     GlyphBitmap *find(int recordKey) const;
 
+    /// Does the same for one key after the other, while no record is added.
+    typedef ZkHash<int, GlyphBitmap *>::Finder Finder;
+    Finder finder() const { return Finder(m_table); }
+
     /// Stores a copy of `record` with its pixels and returns it. A record that is
     /// already there under the same key is no longer found, but stays valid.
     GlyphBitmap *addFontInfo(const GlyphBitmap &record);

@@ -3,6 +3,7 @@
 
 #include "private/zkinlinearray.h"
 #include "zkfont.h"
+#include "zkfontengine.h"
 #include "zkglobal.h"
 #include "zklist.h"
 #include "zkpoint.h"
@@ -10,8 +11,6 @@
 #include "zksize.h"
 #include "zkstring.h"
 #include "zkvector.h"
-
-class ZkFontEngine;
 
 /// One line to paint: where it stands and its glyphs from left to right. Columns
 /// `left` to `right` are aligned in the box; rows are told by `bottom`, the line's
@@ -164,7 +163,7 @@ private:
     ZkVector<int> m_characterWidths;
     ZkList<ZkRect> m_rects;
     ZkString m_text;
-    ZkFontEngine *m_engine;
+    ZkFontEngine *m_engine; // `m_ownEngine`
     int m_pixelLength = -1;
     int m_lineSpacing;
     int m_charSpacing;
@@ -180,6 +179,7 @@ private:
     ZkVector<PaintInfo> m_paintInfos;
     bool m_dirty = true;
     ZkInlineArray<Line, 2> m_lines; // what the last division found
+    ZkFontEngine m_ownEngine;       // lies here so that a label takes one block less
 };
 
 #endif

@@ -190,13 +190,15 @@ private:
     void add(const ZkGlyph *glyph, std::uint32_t hash);
     void enroll(ZkGlyphCacheStripe *stripe);
     void touchAll() const;
+    void emptySlots();
 
     ZkGlyphCacheData *m_cache;
     const ZkGlyph **m_slots; ///< open addressing, null is free
     std::uint32_t m_mask;    ///< slots less one
-    int m_count = 0;
+    int m_count = 0;         ///< 0: what `m_slots` name counts no longer
     ZkGlyphHolder *m_next = nullptr, **m_link = nullptr; ///< among those of `m_stripe`
-    unsigned m_stripe = 0;
+    std::uint16_t m_stripe = 0;
+    bool m_isStale = false;    ///< cleared, and `m_slots` are not empty
     std::uint32_t m_hits = 0;  ///< that its stripe was not told yet
     std::uint32_t m_clock = 0; ///< of the cache when the first of them was added
     const ZkGlyph *m_inline[InlineSlots] = {};

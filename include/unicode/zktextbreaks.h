@@ -29,8 +29,8 @@ public:
 /// end. An empty text has one boundary with no flag. Between the units of a surrogate
 /// pair there is never a flag.
 ///
-/// Memory grows with the longest text and is kept for the next one; `find` needs none
-/// beyond the caller's. An object belongs to one thread.
+/// Memory grows with the longest text and is kept for the next one; a label of up to 19
+/// units takes none, and `find` none beyond the caller's. An object belongs to one thread.
 class ZK_EXPORT ZkTextBreaks
 {
 public:
@@ -99,6 +99,7 @@ private:
     int m_capacity;
     ZkWordBreaker *m_breaker;
     Unspaced m_unspaced;
+    std::uint8_t m_label[20]; // the flags of a short text
 };
 
 #endif

@@ -17,16 +17,27 @@ namespace
 constexpr std::int64_t kLargestExact = 0x3FFFFFFF;
 
 // Up to here block sizes are multiples of 8, from here on powers of two.
-constexpr std::int64_t kSmallBlock = 64;
-
-// The block size from which doubling starts over at a page instead of 8 bytes.
-constexpr std::int64_t kPage = 4096;
+constexpr int kSmallBlock = 64;
 
 // Bytes of a block with `alloc` slots.
 std::int64_t blockBytes(int alloc, int sizeofT)
 {
     return static_cast<std::int64_t>(sizeof(ZkVectorData)) +
            static_cast<std::int64_t>(alloc) * sizeofT;
+}
+
+// The block size that takes `needed` bytes; among the small ones the next larger.
+int blockFor(int needed)
+{
+    return needed < kSmallBlock ? 8 + needed / 8 * 8
+                                : 1 << (32 - __builtin_clz(static_cast<unsigned>(needed) - 1));
+}
+
+// One and a half times `size`.
+int halfAgain(int size)
+{
+    const std::int64_t half = static_cast<std::int64_t>(size) + size / 2;
+    return static_cast<int>(std::min<std::int64_t>(half, INT_MAX));
 }
 
 } // namespace
@@ -89,30 +100,19 @@ int ZkVectorData::grow(int sizeofTypedData, int size, int sizeofT, bool excessiv
 {
     size = std::max(size, 0);
     if (excessive) {
-        const std::int64_t half = static_cast<std::int64_t>(size) + size / 2;
-        return static_cast<int>(std::min<std::int64_t>(half, INT_MAX));
+        return halfAgain(size);
     }
-    const std::int64_t header = static_cast<std::int64_t>(sizeofTypedData) - sizeofT;
+    const int header = sizeofTypedData - sizeofT;
     const std::int64_t needed = static_cast<std::int64_t>(size) * sizeofT + header;
     if (needed == 0 && header == 0) {
         return 0;
     }
-    std::int64_t block = 8;
-    if (needed < kSmallBlock) {
-        block += needed / 8 * 8;
-    } else if (needed >= kLargestExact) {
+    if (needed >= kLargestExact) {
         // Such a block cannot be allocated. The capacity is still reported, so that the
         // allocation that follows fails with its message.
         return INT_MAX / sizeofT;
-    } else {
-        if (needed >= kPage) {
-            block = kPage;
-        }
-        while (block < needed) {
-            block *= 2;
-        }
     }
-    return static_cast<int>((block - header) / sizeofT);
+    return (blockFor(static_cast<int>(needed)) - header) / sizeofT;
 }
 
 int ZkVectorData::growBy(const ZkVectorData *x, int count, int sizeofT, bool excessive)
@@ -125,15 +125,18 @@ int ZkVectorData::growBy(const ZkVectorData *x, int count, int sizeofT, bool exc
     const int sizeofTypedData = static_cast<int>(sizeof(ZkVectorData)) + sizeofT;
     int capacity = x->alloc;
     if (count > 0 && !zkIsUnshared(x, &ZkVectorData::shared_null)) {
-        // The first append to a shared block sizes it afresh.
-        capacity = grow(sizeofTypedData, x->size + 1, sizeofT, excessive);
+        capacity = 0; // the first append to a shared block sizes it afresh
     }
-    if (!excessive && bytes >= kSmallBlock && capacity < size) {
+    if (capacity >= size) {
+        return capacity;
+    }
+    if (!excessive && bytes >= kSmallBlock) {
         // Each step fills a block size, so the last one is the block that fits.
         return grow(sizeofTypedData, static_cast<int>(size), sizeofT, false);
     }
-    while (capacity < size) {
-        capacity = grow(sizeofTypedData, capacity + 1, sizeofT, excessive);
+    for (int needed = capacity != 0 ? capacity : x->size; capacity < size; needed = capacity) {
+        capacity =
+            excessive ? halfAgain(needed + 1) : grow(sizeofTypedData, needed + 1, sizeofT, false);
     }
     return capacity;
 }
@@ -153,7 +156,7 @@ ZkVectorData *ZkVectorData::resizePlain(ZkVectorData *x, int asize, int aalloc, 
         const std::int64_t bytes = static_cast<std::int64_t>(std::min(asize, oldSize)) * sizeofT;
         std::memcpy(copy + 1, x + 1, static_cast<std::size_t>(bytes));
         if (zkRelease(x, &ZkVectorData::shared_null)) {
-            freeData(x, kZkAllocatorAlignment);
+            freeData(x, kZkAllocatorAlignment); // unreachable: but between threads
         }
         x = copy;
     } else if (aalloc != x->alloc) {

@@ -150,7 +150,7 @@ private:
     TextWriter m_out;
     ZkTime m_time;
     bool m_hasTime, m_hasDate;
-    bool m_twelveHours = false;
+    bool m_twelveHours = false; // no test can tell: only read where it was set
     int m_year = 0, m_month = 0, m_day = 0;
 };
 

@@ -126,6 +126,80 @@ private:
     bool m_afterPercent = false;
 };
 
+enum Field { Year, Month, Day, Hour, Minute, Second, FieldCount, NoField = FieldCount };
+
+/// The field of a date-time pattern's letter; "HH" is no hour here.
+Field fieldOf(ZkUcs2 letter)
+{
+    switch (letter) {
+    case 'y': return Year;
+    case 'M': return Month;
+    case 'd': return Day;
+    case 'h': return Hour;
+    case 'm': return Minute;
+    case 's': return Second;
+    default: return NoField;
+    }
+}
+
+constexpr unsigned bitOf(Field field)
+{
+    return 1U << field;
+}
+
+/// Steps over a letter that stands twice in a pattern and reads two digits of a text; if
+/// they do not stand there, a number so low that a year of it is below 0.
+inline int readPair(ZkUcs2 letter, const ZkUcs2 **pattern, const ZkUcs2 **text)
+{
+    const ZkUcs2 *const p = *pattern, *const t = *text;
+    if (p[0] != letter || p[1] != letter || !zkIsAsciiDigit(t[0]) || !zkIsAsciiDigit(t[1])) {
+        return -100000;
+    }
+    *pattern = p + 2;
+    *text = t + 2;
+    return 10 * (t[0] - '0') + (t[1] - '0');
+}
+
+/// Reads the usual: a pattern that has the fields of `wanted` once each, in their long form
+/// and nothing behind the last, and a text that has as many digits for each. Returns what
+/// follows those in the text; null for all else, which may be right nevertheless.
+const ZkUcs2 *readPlain(const ZkString &text, const ZkString &format, unsigned wanted,
+                        int (&values)[FieldCount])
+{
+    const ZkUcs2 *t = text.constData();
+    const ZkUcs2 *const end = format.end();
+    // A 0 unit ends both, and equals no letter and no digit.
+    for (const ZkUcs2 *p = format.begin(); p != end;) {
+        const ZkUcs2 unit = *p;
+        const Field field = fieldOf(unit);
+        if (field == NoField) {
+            const bool isSpecial = unit == '%' || (unit | 0x20) == 'a' || unit == 0;
+            if (zkIsAsciiSpace(unit)) {
+                while (zkIsAsciiSpace(*t)) {
+                    ++t;
+                }
+            } else if (isSpecial || *t++ != unit) {
+                return nullptr;
+            }
+            ++p;
+            continue;
+        }
+        int value = readPair(unit, &p, &t);
+        if (field == Year) {
+            value = 100 * value + readPair(unit, &p, &t);
+        }
+        if (value < 0 || (wanted & bitOf(field)) == 0 || zkIsAsciiDigit(*t)) {
+            return nullptr;
+        }
+        values[field] = value;
+        wanted &= ~bitOf(field);
+        if (wanted == 0) {
+            return p == end ? t : nullptr;
+        }
+    }
+    return nullptr;
+}
+
 /// A stretch of a pattern that stands for a number or a marker; none if null.
 struct Token {
     const ZkUcs2 *place;
@@ -237,22 +311,6 @@ bool readThree(const ZkString &text, const ZkString &format, const Token (&token
     return true;
 }
 
-enum Field { Year, Month, Day, Hour, Minute, Second, FieldCount, NoField = FieldCount };
-
-/// The field of a date-time pattern's letter; "HH" is no hour here.
-Field fieldOf(ZkUcs2 letter)
-{
-    switch (letter) {
-    case 'y': return Year;
-    case 'M': return Month;
-    case 'd': return Day;
-    case 'h': return Hour;
-    case 'm': return Minute;
-    case 's': return Second;
-    default: return NoField;
-    }
-}
-
 /// Reads a date-time by feeding the scanner what the pattern stands for.
 class DateTimeReader
 {
@@ -357,6 +415,10 @@ void DateTimeReader::moveToEnd(Field field)
 
 ZkDate ZkDate::fromString(const ZkString &text, const ZkString &format)
 {
+    int fields[FieldCount];
+    if (readPlain(text, format, bitOf(Year) | bitOf(Month) | bitOf(Day), fields) != nullptr) {
+        return ZkDate(fields[Year], fields[Month], fields[Day]);
+    }
     const Token tokens[3] = {
         {findLetters(format, 'y', 4), 4}, findToken(format, 'M'), findToken(format, 'd')};
     int values[3];
@@ -393,7 +455,9 @@ ZkTime ZkTime::fromString(const ZkString &text, const ZkString &format)
 ZkDateTime ZkDateTime::fromString(const ZkString &text, const ZkString &format)
 {
     int values[FieldCount];
-    if (text.isEmpty() || !DateTimeReader(text, format).read(values)) {
+    // What is read so has no marker; what may follow has.
+    const bool isPlain = readPlain(text, format, bitOf(FieldCount) - 1, values) == text.end();
+    if (!isPlain && (text.isEmpty() || !DateTimeReader(text, format).read(values))) {
         return ZkDateTime();
     }
     return ZkDateTime(ZkDate(values[Year], values[Month], values[Day]),

@@ -92,6 +92,25 @@ long long offsetAt(long long moment, int *isDst)
     return secsOf(fields) - moment;
 }
 
+/// What local time is ahead of UTC at a moment at which the clock shows `local`, seconds
+/// since the epoch as if it were UTC. False where that is not known at once: near a change,
+/// or when `askedDst` tells of daylight saving what the clock then does not.
+bool plainOffset(long long local, int askedDst, int *secs)
+{
+    tzset();
+    auto moment = static_cast<std::time_t>(local - kSecsPerDay);
+    std::tm fields = {};
+    if (localtime_r(&moment, &fields) == nullptr) {
+        return false;
+    }
+    *secs = static_cast<int>(fields.tm_gmtoff);
+    moment = static_cast<std::time_t>(local - *secs);
+    // Where a zone counts leap seconds it is other seconds that show.
+    return localtime_r(&moment, &fields) != nullptr && fields.tm_gmtoff == *secs &&
+           fields.tm_sec == static_cast<int>(local % 60) &&
+           (askedDst < 0 || askedDst == fields.tm_isdst);
+}
+
 /// The moment of a local time in a folded year, which leaves `fields` normalised. Near a
 /// change of the offset the C library may answer by what it converted last: it
 /// looks for the answer from there. So there the rule is told here: a time that the
@@ -140,6 +159,11 @@ void ZkDateTime::getUTC(ZkDate &date, ZkTime &time) const
         return;
     }
     const ZkDate fake = folded(date);
+    int offset = 0;
+    if (plainOffset(msecsSinceEpoch(fake, time) / 1000, d->spec, &offset)) {
+        addMSecsInPlace(date, time, -1000ll * offset);
+        return;
+    }
     int year = 0, month = 0, day = 0;
     fake.getDate(&year, &month, &day, Zk::DateGregorian);
     std::tm fields = {};
@@ -161,7 +185,7 @@ int ZkDateTime::getLocal(ZkDate &date, ZkTime &time) const
     date = d->date;
     time = d->time;
     if (d->spec != SpecUtc) {
-        return d->spec;
+        return d->spec; // unreachable: who calls has UTC
     }
     const ZkDate fake = folded(date);
     const std::time_t secs = static_cast<std::time_t>(msecsSinceEpoch(fake, time) / 1000);

@@ -1,10 +1,10 @@
 #include "zkbezier.h"
 
+#include "geometry/zkcubic.h"
 #include "geometry/zkfuzzy.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 // Evaluation, parts, lengths and levels; offset curves are in zkbezieroffset.cpp.
 
@@ -57,23 +57,13 @@ float yAt(const ZkBezier &curve, float t)
     return left[3];
 }
 
-// What ZkLineF::length gives: the calls took half the time of a measurement.
-float distance(float x1, float y1, float x2, float y2)
+float largestCoordinate(const ZkBezier &c)
 {
-    const float dx = x2 - x1;
-    const float dy = y2 - y1;
-    return std::sqrt(dx * dx + dy * dy);
-}
-
-float polygonLength(const ZkBezier &c)
-{
-    return distance(c.x1, c.y1, c.x2, c.y2) + distance(c.x2, c.y2, c.x3, c.y3) +
-           distance(c.x3, c.y3, c.x4, c.y4);
-}
-
-float chordLength(const ZkBezier &c)
-{
-    return distance(c.x1, c.y1, c.x4, c.y4);
+    float largest = 0;
+    for (const float value : {c.x1, c.y1, c.x2, c.y2, c.x3, c.y3, c.x4, c.y4}) {
+        largest = std::max(largest, std::fabs(value));
+    }
+    return largest;
 }
 
 // If a polygon is longer than its chord by less than this, the difference is rounding
@@ -83,129 +73,136 @@ float chordLength(const ZkBezier &c)
 // such step, whose lengths add up to more than the curve.
 float leastExcess(const ZkBezier &c)
 {
-    float largest = 0;
-    for (const float value : {c.x1, c.y1, c.x2, c.y2, c.x3, c.y3, c.x4, c.y4}) {
-        largest = std::max(largest, std::fabs(value));
-    }
-    return largest * 1.8626451e-9F; // 2^-29
+    return largestCoordinate(c) * 1.8626451e-9F; // 2^-29
 }
 
-// Adds the length of a piece that came about by `depth` halvings to `sum`. The first
-// half is added first, for sums in single precision depend on the order.
-void addLength(ZkBezier piece, float error, int depth, float *sum)
+// The limit ends the halving of pieces of a few neighbouring floats, of which one half
+// can be the piece itself. No other piece reaches it.
+constexpr int kDeepest = 256;
+
+// Adds the length of a piece that is to be halved, and came about by `depth` halvings, to
+// `sum`. The first half is added first, for sums in single precision depend on the order.
+// Both halves are measured before either is looked at: no processor foresees which are
+// halved again, but the second one's answer stands ready.
+float addHalves(float sum, ZkCubic piece, float error, int depth)
 {
-    // The limit ends the halving of pieces of a few neighbouring floats, of which one half
-    // can be the piece itself. No other piece reaches it.
-    constexpr int kDeepest = 256;
-    for (;; ++depth) {
-        const float polygon = polygonLength(piece);
-        if (!(polygon - chordLength(piece) > error) || depth == kDeepest) {
-            *sum += polygon;
-            return;
+    for (;;) {
+        ++depth;
+        const ZkCubic half = piece.takeFirstHalf();
+        const ZkCubicLengths first = half.lengths();
+        const ZkCubicLengths second = piece.lengths();
+        if (!(first.polygon - first.chord > error) || depth == kDeepest) {
+            sum += first.polygon;
+        } else {
+            sum = addHalves(sum, half, error, depth);
         }
-        ZkBezier first;
-        piece.split(&first, &piece);
-        addLength(first, error, depth + 1, sum);
+        if (!(second.polygon - second.chord > error) || depth == kDeepest) {
+            return sum + second.polygon;
+        }
     }
 }
 
-/// A curve cut in pieces in order, for a length that need not be known to the end.
-/// A piece is done when addLength would add its polygon.
-class Pieces
+/// Between which numbers the length of a curve from its start to some t lies as
+/// `ZkBezier::length(kLengthError)` would measure it: told from pieces that are cut once,
+/// by those before t and the part of one.
+///
+/// The arc lies between chords and polygons. What is measured is the arc and by how much
+/// the polygons of other pieces exceed their chords. Those that lie within one of ours do
+/// not exceed it by more than ours in all, and each that lies across two by no more than
+/// the error.
+class LengthBounds
 {
 public:
-    Pieces(const ZkBezier &curve, float error) : m_error(error), m_count(1)
+    explicit LengthBounds(const ZkBezier &curve)
+        : m_error(std::max(kLengthError, leastExcess(curve)))
     {
-        m_pieces[0].curve = curve;
-        measure(&m_pieces[0]);
+        add(ZkCubic(curve), 0, 1, 0);
+        m_pieces[m_count].t = 2; // behind every t
+        m_pieces[m_count].before = m_all;
+        // Sums and places are rounded: of some pieces for each of ours, and at the largest
+        // coordinate.
+        const double largest = static_cast<double>(largestCoordinate(curve));
+        m_rounding = static_cast<double>(kLengthError) +
+                     (m_all.polygons + largest) * std::max(m_count, 8) * 0x1p-21;
+        // Where floats lie further apart than the error, pieces become stairs, which are
+        // longer by up to the square root of 2.
+        m_stairs = largest > static_cast<double>(kLengthError) * 0x1p23 ? 1.5 : 1;
     }
 
-    /// What addLength would sum up, as it would, where that is within `near` of `len`,
-    /// and else a number on the same side of `len` and as far from it. NaN when there
-    /// are more pieces than fit here.
-    float lengthNear(float len, float near)
+    /// The length of the whole curve.
+    float wholeLength(const ZkBezier &curve) const
     {
-        for (;;) {
-            double least = 0, most = 0; // of the sum, but for its rounding
-            float sum = 0;
-            bool isDone = true;
-            for (int i = 0; i < m_count; ++i) {
-                const Piece &piece = m_pieces[i];
-                sum += piece.polygon;
-                most += static_cast<double>(piece.polygon);
-                least += static_cast<double>(piece.isDone ? piece.polygon : piece.chord);
-                isDone = isDone && piece.isDone;
-            }
-            if (isDone) {
-                return sum;
-            }
-            // Of the pieces that are to come, a thousand leave the sum so exact.
-            const double wide = static_cast<double>(near) + most * 0.0001220703125; // 2^-13
-            if (most < static_cast<double>(len) - wide) {
-                return static_cast<float>(most);
-            }
-            if (least > static_cast<double>(len) + wide) {
-                return static_cast<float>(least);
-            }
-            if (!halve()) {
-                return std::numeric_limits<float>::quiet_NaN();
-            }
+        return m_isCut ? curve.length(kLengthError) : m_length;
+    }
+
+    /// 1 when that length is greater than `len`, by `kLengthError` or more, -1 when it is
+    /// less; 0 when it may be either or near.
+    int compare(float t, float len) const
+    {
+        int i = 0;
+        for (int above = m_count; above - i > 1;) {
+            const int middle = (i + above) / 2;
+            (m_pieces[middle].t <= t ? i : above) = middle;
         }
+        const Piece &piece = m_pieces[i];
+        const int side = compare(piece.before, m_pieces[i + 1].before, i, len);
+        if (side != 0) {
+            return side;
+        }
+        const ZkCubicLengths is = piece.curve.upTo((t - piece.t) / piece.extent).lengths();
+        const Sums upToT = {piece.before.chords + static_cast<double>(is.chord),
+                            piece.before.polygons + static_cast<double>(is.polygon)};
+        return compare(upToT, upToT, i, len);
     }
 
 private:
-    struct Piece {
-        ZkBezier curve;
-        float polygon, chord;
-        bool isDone;
+    struct Sums {
+        double chords, polygons;
     };
-    static constexpr int kMost = 64;
+    struct Piece {
+        ZkCubic curve;
+        float t, extent;
+        Sums before; // of all pieces before
+    };
+    static constexpr int kDeepest = 6; // there the bounds become wider
 
-    void measure(Piece *piece) const
+    // Compares what lies between two places in piece `i`.
+    int compare(const Sums &first, const Sums &last, int i, float len) const
     {
-        piece->polygon = polygonLength(piece->curve);
-        piece->chord = chordLength(piece->curve);
-        piece->isDone = !(piece->polygon - piece->chord > m_error);
+        const double length = static_cast<double>(len);
+        const double across = i * static_cast<double>(m_error);
+        const double most = last.polygons + (last.polygons - last.chords) + across;
+        return m_stairs * most + m_rounding < length ? -1 : first.chords - m_rounding > length;
     }
 
-    // Halves each piece that is not done; false when there is no room.
-    bool halve()
+    // Appends the pieces of a part of the curve that is `extent` long from `t` on.
+    void add(ZkCubic part, float t, float extent, int depth)
     {
-        int room = 0;
-        for (int i = 0; i < m_count; ++i) {
-            room += m_pieces[i].isDone ? 1 : 2;
-        }
-        if (room > kMost) {
-            return false;
-        }
-        for (int from = m_count - 1, to = room - 1; from >= 0; --from) {
-            const Piece whole = m_pieces[from];
-            if (whole.isDone) {
-                m_pieces[to--] = whole;
-                continue;
+        for (;; ++depth) {
+            const ZkCubicLengths is = part.lengths();
+            const bool isHalved = is.polygon - is.chord > m_error;
+            if (!isHalved || depth == kDeepest) {
+                m_isCut = m_isCut || isHalved;
+                m_length += is.polygon;
+                m_pieces[m_count++] = {part, t, extent, m_all};
+                m_all.chords += static_cast<double>(is.chord);
+                m_all.polygons += static_cast<double>(is.polygon);
+                return;
             }
-            whole.curve.split(&m_pieces[to - 1].curve, &m_pieces[to].curve);
-            measure(&m_pieces[to--]);
-            measure(&m_pieces[to--]);
+            extent /= 2;
+            add(part.takeFirstHalf(), t, extent, depth + 1);
+            t += extent;
         }
-        m_count = room;
-        return true;
     }
 
     float m_error;
-    int m_count;
-    Piece m_pieces[kMost];
+    float m_length = 0;   // in the order of ZkBezier::length
+    bool m_isCut = false; // where a piece would be halved once more
+    int m_count = 0;
+    double m_rounding, m_stairs;
+    Sums m_all = {0, 0};
+    Piece m_pieces[(1 << kDeepest) + 1];
 };
-
-// The length of `curve` as ZkBezier::length gives it, where that is within kLengthError
-// of `len`; else a number on the same side of `len` that is no nearer. A search compares
-// most lengths with one that is far off, for which a few pieces suffice.
-float lengthNear(const ZkBezier &curve, float len)
-{
-    const float length =
-        Pieces(curve, std::max(kLengthError, leastExcess(curve))).lengthNear(len, kLengthError);
-    return std::isnan(length) ? curve.length(kLengthError) : length;
-}
 
 // Of the two, `at` or `other`, the one whose y is nearer to `y`.
 float nearerInY(const ZkBezier &curve, float at, float other, float y)
@@ -248,27 +245,34 @@ ZkBezier ZkBezier::bezierOnInterval(float t0, float t1) const
 
 float ZkBezier::length(float error) const
 {
-    float sum = 0;
-    addLength(*this, std::max(error, leastExcess(*this)), 0, &sum); // a NaN stays a NaN
-    return sum;
+    const float least = std::max(error, leastExcess(*this)); // a NaN stays a NaN
+    const ZkCubic whole(*this);
+    const ZkCubicLengths is = whole.lengths();
+    return is.polygon - is.chord > least ? addHalves(0, whole, least, 0) : is.polygon;
 }
 
 float ZkBezier::tAtLength(float len) const
 {
-    const float whole = length(kLengthError);
+    const LengthBounds bounds(*this);
+    const float whole = bounds.wholeLength(*this);
     if (whole < len || zkFuzzyEqual(len, whole)) {
         return 1;
     }
     float t = 0.5F;
     float high = 1;
     for (;;) {
-        const float part = lengthNear(getSubRange(0, t), len);
-        if (std::fabs(part - len) < kLengthError) {
-            return t;
+        // Most steps are far off; only those near the length are measured.
+        int side = bounds.compare(t, len);
+        if (side == 0) {
+            const float part = getSubRange(0, t).length(kLengthError);
+            if (std::fabs(part - len) < kLengthError) {
+                return t;
+            }
+            side = len > part ? -1 : 1;
         }
         // A step that changes nothing has met the last place of t: on a large curve
         // neighbouring floats lie further apart than the error.
-        if (len > part) {
+        if (side < 0) {
             const float step = t + (high - t) / 2;
             if (step == t) {
                 return t;

@@ -62,10 +62,8 @@ float ZkLineF::angleTo(const ZkLineF &line) const
     if (isNull() || line.isNull()) {
         return 0;
     }
+    // Neither angle is so near to a full turn that it counts as one, nor is what is left of it.
     const float turn = line.angle() - angle();
-    if (isFullTurn(turn)) {
-        return 0;
-    }
     return turn < 0 ? turn + 360.0F : turn;
 }
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-ZkRegion::Data ZkRegion::shared_empty = {1, nullptr};
+ZkRegion::Data ZkRegion::shared_empty = {1, nullptr}; // no test can tell: never 0
 
 namespace
 {

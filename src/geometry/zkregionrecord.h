@@ -81,7 +81,7 @@ struct ZK_HIDDEN ZkRegion::Record : ZkRegion::Data {
     void growTo(int count);
     /// Puts a single rectangle into the vector and sizes the vector to numRects.
     void materialise();
-    /// Finds extents and inner rectangle anew. O(n).
+    /// Finds extents and inner rectangle anew. O(n); there is one rectangle at least.
     void recompute();
     void translate(int dx, int dy);
 

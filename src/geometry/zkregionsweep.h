@@ -76,7 +76,7 @@ struct ZkInnerRect {
 template <typename Predicate>
 inline const ZkRect *zkGallop(const ZkRect *begin, const ZkRect *end, const Predicate &holds)
 {
-    std::ptrdiff_t step = 1;
+    std::ptrdiff_t step = 1; // no test can tell: any first step finds it
     while (step <= end - begin && holds(begin[step - 1])) {
         begin += step;
         step *= 2;

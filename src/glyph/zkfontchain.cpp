@@ -31,6 +31,7 @@ struct ZkFontChainData {
     ZkRefCount ref;
     pthread_mutex_t lock; ///< guards `list`
     ZkFontListData *list; ///< null for none
+    std::uint32_t serial; ///< of the list; read without the lock
 };
 
 namespace
@@ -119,10 +120,10 @@ void ZkFontListData::release()
 void ZkFontListData::remember(char32_t character, int face)
 {
     const std::uint8_t *page = pages.page(character);
-    if (page == nullptr) {
+    if (page == nullptr) { // no test can tell: else the next question asks again
         pthread_mutex_lock(&lock);
         page = pages.page(character);
-        if (page == nullptr) {
+        if (page == nullptr) { // no test can tell: else the next question asks again
             void *const made = std::calloc(1, decltype(pages)::kCells);
             if (made != nullptr && pages.enter(character, static_cast<std::uint8_t *>(made))) {
                 page = static_cast<std::uint8_t *>(made);
@@ -274,16 +275,26 @@ ZkFontChain &ZkFontChain::operator=(const ZkFontChain &other) noexcept
 
 ZkFontList ZkFontChain::faces() const
 {
-    ZkFontListData *list = nullptr;
-    if (d != nullptr) {
+    if (d == nullptr) {
+        return ZkFontList(nullptr);
+    }
+    const bool isLocked = !ZK_SINGLE_THREADED(); // nobody starts a thread in here
+    if (isLocked) {
         pthread_mutex_lock(&d->lock);
-        list = d->list;
-        if (list != nullptr) {
-            list->ref.ref();
-        }
+    }
+    ZkFontListData *const list = d->list;
+    if (list != nullptr) {
+        list->ref.ref();
+    }
+    if (isLocked) {
         pthread_mutex_unlock(&d->lock);
     }
     return ZkFontList(list);
+}
+
+std::uint32_t ZkFontChain::serial() const
+{
+    return d == nullptr ? 0 : __atomic_load_n(&d->serial, __ATOMIC_ACQUIRE);
 }
 
 // Replaces `removed` typefaces at `at` by `added`, which may be null. The old list lives
@@ -311,6 +322,7 @@ bool ZkFontChain::change(int at, int removed, const ZkTypeface *added)
             }
         }
         d->list = after;
+        __atomic_store_n(&d->serial, after->serial, __ATOMIC_RELEASE);
     }
     pthread_mutex_unlock(&d->lock);
     if (after != nullptr && before != nullptr) {
@@ -343,7 +355,7 @@ bool ZkFontChain::clear()
         if (now >= count) {
             return false;
         }
-        count = now;
+        count = now; // unreachable: but between threads
     }
     return true;
 }

@@ -75,7 +75,7 @@ void release(FT_Memory, void *block)
 void *resize(FT_Memory memory, long, long wanted, void *block)
 {
     if (block == nullptr) {
-        return allocate(memory, wanted);
+        return allocate(memory, wanted); // unreachable: FreeType asks for a new block by `allocate`
     }
     void *base = baseOf(block);
     const std::size_t had = sizeOf(base);

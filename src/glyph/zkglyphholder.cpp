@@ -17,6 +17,16 @@ std::uint32_t lowOf(std::uint32_t index)
     return index > 0xFFFFFF ? 0xFFFFFF : index;
 }
 
+std::uint32_t sizeOf(const ZkFont &font)
+{
+    return static_cast<std::uint32_t>(font.fontSize()) << 24;
+}
+
+std::uint32_t highOf(const ZkOpenTypeface &face, const ZkFont &font)
+{
+    return face.id << 3 | (font.attr().flags & 7u);
+}
+
 } // namespace
 
 ZkGlyphHolder::ZkGlyphHolder() : ZkGlyphHolder(ZkGlyphCache::shared())
@@ -53,7 +63,7 @@ ZkGlyphHolder::~ZkGlyphHolder()
 // Enters the holder among those that are asked before a glyph goes. Alone in the stripe.
 void ZkGlyphHolder::enroll(ZkGlyphCacheStripe *stripe)
 {
-    m_stripe = static_cast<unsigned>(stripe - m_cache->stripes);
+    m_stripe = static_cast<std::uint16_t>(stripe - m_cache->stripes);
     m_next = stripe->holders;
     if (m_next != nullptr) {
         m_next->m_link = &m_next;
@@ -114,7 +124,14 @@ void ZkGlyphHolder::add(const ZkGlyph *glyph, std::uint32_t hash)
 const ZkGlyph *ZkGlyphHolder::glyph(const ZkTypeface &face, std::uint32_t index, const ZkFont &font)
 {
     const ZkGlyph *glyph = nullptr;
-    fetch(face, font, &index, 1, &glyph);
+    const ZkOpenTypeface *const open = ZkOpenTypeface::of(face);
+    if (open != nullptr && m_count != 0) { // one that is held, as a rule
+        const std::uint32_t low = lowOf(index) | sizeOf(font), high = highOf(*open, font);
+        glyph = find(low, high, ZkGlyphCacheData::hashOf(low, high));
+    }
+    if (glyph == nullptr) {
+        fetch(face, font, &index, 1, &glyph);
+    }
     return glyph;
 }
 
@@ -128,8 +145,7 @@ void ZkGlyphHolder::fetch(const ZkTypeface &face, const ZkFont &font, const std:
         }
         return;
     }
-    const std::uint32_t size = static_cast<std::uint32_t>(font.fontSize()) << 24;
-    const std::uint32_t high = open->id << 3 | (font.attr().flags & 7u);
+    const std::uint32_t size = sizeOf(font), high = highOf(*open, font);
     int next = 0;
     for (; next < n && m_count != 0; ++next) { // what is held needs no lock
         const std::uint32_t low = lowOf(indices[next]) | size;
@@ -166,6 +182,9 @@ bool ZkGlyphHolder::lookUp(std::uint32_t size, std::uint32_t high, const std::ui
     }
     const std::uint32_t now = m_cache->now();
     m_clock = m_count == 0 ? now : m_clock;
+    if (m_isStale) {
+        emptySlots();
+    }
     for (int i = 0; i < n; ++i) {
         const std::uint32_t low = lowOf(indices[i]) | size;
         const std::uint32_t hash = ZkGlyphCacheData::hashOf(low, high);
@@ -217,17 +236,25 @@ void ZkGlyphHolder::touchAll() const
     }
 }
 
+// Without a lock, as a rule: what the slots name stays there until somebody looks at them
+// under one, and counts no longer.
 void ZkGlyphHolder::clear()
 {
     if (m_count == 0) {
         return;
     }
-    {
+    if (m_clock != m_cache->now()) {
         const ZkGlyphStripeLock lock(m_cache->ownStripe());
         touchAll();
-        std::memset(static_cast<void *>(m_slots), 0,
-                    (static_cast<std::size_t>(m_mask) + 1) * sizeof *m_slots);
-        m_count = 0;
     }
+    m_isStale = true;
+    __atomic_store_n(&m_count, 0, __ATOMIC_RELEASE);
     m_cache->keepBudget();
+}
+
+void ZkGlyphHolder::emptySlots()
+{
+    std::memset(static_cast<void *>(m_slots), 0,
+                (static_cast<std::size_t>(m_mask) + 1) * sizeof *m_slots);
+    m_isStale = false;
 }

@@ -72,8 +72,9 @@ void ZkGlyphLease::fetch(const ZkUcs2 *codes, int n, const ZkFont &font, const G
 void ZkGlyphLease::giveBack()
 {
     if (m_generation == ZkFontCache::generation()) {
-        for (const Use &use : *this) {
-            use.glyph->release(use.count);
+        const bool isAlone = ZK_SINGLE_THREADED(); // asked once
+        for (const Use *use = begin(), *last = end(); use != last; ++use) {
+            isAlone ? void(use->glyph->useCount -= use->count) : use->glyph->release(use->count);
         }
     }
     m_uses.clear();
@@ -89,17 +90,20 @@ void ZkGlyphLease::fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font,
     Use *uses = m_uses.extend(n);
     bool allThere = true;
     {
+        const bool isAlone = ZK_SINGLE_THREADED(); // asked once
         const ZkFontReadLock lock;
-        for (int i = 0; i < n; ++i) {
-            const GlyphBitmap *glyph = cache->find(styleKey | codes[i]);
+        const ZkFontCache::Finder finder = cache->finder();
+        Use *use = uses;
+        for (int i = 0; i < n; ++i, ++use) {
+            const GlyphBitmap *glyph = finder.value(styleKey | codes[i]);
             if (ZkFontCache::hasPixels(glyph)) {
-                glyph->retain();
+                isAlone ? void(++glyph->useCount) : glyph->retain();
             } else {
                 glyph = nullptr;
                 allThere = false;
             }
             out[i] = glyph;
-            uses[i] = Use{glyph, 1};
+            *use = Use{glyph, 1};
         }
     }
     for (int i = 0; !allThere && i < n; ++i) {

@@ -329,7 +329,8 @@ char *ZkGlyphCacheData::pack(const ZkFontList &faces, std::size_t *size, int *gl
     const std::size_t glyphBytes = counted.count * sizeof(PackGlyph);
     *size = sizeof(PackHeader) + faceBytes + glyphBytes + counted.pixelBytes;
     *glyphs = static_cast<int>(counted.count);
-    auto *const bytes = *size < INT_MAX ? static_cast<char *>(std::malloc(*size)) : nullptr;
+    const bool isSane = *size < INT_MAX; // no test can tell: it would have 2 GB
+    auto *const bytes = isSane ? static_cast<char *>(std::malloc(*size)) : nullptr;
     if (bytes == nullptr) {
         return nullptr;
     }

@@ -164,8 +164,8 @@ void ZkGlyphCacheData::countHits(Stripe *stripe, unsigned hits)
 
 void ZkGlyphCacheData::tick()
 {
-    if (__atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED) == 0) {
-        __atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED);
+    if (__atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED) == 0) { // one way: after 4 billion
+        __atomic_add_fetch(&clock, 1, __ATOMIC_RELAXED);        // unreachable: after 4 billion
     }
 }
 
@@ -241,6 +241,11 @@ void ZkGlyphCacheData::markHeld(bool isHeld)
 {
     for (Stripe &stripe : stripes) {
         for (ZkGlyphHolder *holder = stripe.holders; holder != nullptr; holder = holder->m_next) {
+            // One that is cleared from now on is known by its slots when the marks go.
+            if (isHeld && __atomic_load_n(&holder->m_count, __ATOMIC_ACQUIRE) == 0 &&
+                holder->m_isStale) {
+                holder->emptySlots();
+            }
             for (std::uint32_t i = 0; i <= holder->m_mask; ++i) {
                 auto *const glyph = const_cast<ZkGlyph *>(holder->m_slots[i]);
                 if (glyph != nullptr) {
@@ -282,7 +287,7 @@ ZkGlyph *ZkGlyphCacheData::oldestFirst()
 bool ZkGlyphCacheData::rebuildTable(std::uint32_t slots)
 {
     const std::size_t size = slots * sizeof(ZkGlyph *);
-    const bool isSmaller = slots < mask + 1;
+    const bool isSmaller = slots < mask + 1; // no test can tell: both are powers of two
     if (slots > mask + 1) {
         auto *const larger = static_cast<ZkGlyph **>(std::malloc(size));
         if (larger == nullptr) {

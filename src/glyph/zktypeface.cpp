@@ -57,6 +57,7 @@ struct Outcome {
 
 const Outcome kNoMemory = {ZkTypeface::OutOfMemory, "not enough memory to open: %s"};
 const Outcome kNoFont = {ZkTypeface::NoFont, "no font: %s"};
+const Outcome kTooMany = {ZkTypeface::OutOfMemory, "too many fonts were opened before: %s"};
 
 // A handle that is not valid. Its sentence names the file or what else was opened.
 ZkTypeface failed(const Outcome &outcome, const char *name)
@@ -312,10 +313,10 @@ ZkTypeface openBytes(FontBytes font, const char *name, const ZkTypeface::Options
     Outcome outcome = font.size == 0 ? kNoFont : openFace(open, font, options);
     if (outcome.error == ZkTypeface::NoError) {
         open->id = __atomic_add_fetch(&lastId, 1, __ATOMIC_RELAXED);
-        if (open->id <= kMostIds) {
+        if (open->id <= kMostIds) { // one way: else 500 million were opened before
             return ZkTypefaceData::handle(open);
         }
-        outcome = {ZkTypeface::OutOfMemory, "too many fonts were opened before: %s"};
+        outcome = kTooMany; // unreachable: 500 million were opened before
     }
     ZkTypeface typeface = failed(outcome, name); // while the name is there
     open->close();

@@ -61,6 +61,8 @@ struct ZkOpenTypeface : ZkTypefaceData {
     void findStroke();
     bool isScalable() const { return FT_IS_SCALABLE(face); }
     int nearestStrike(int pixelSize) const; ///< -1 without strikes
+    int nearestSize(int pixelSize) const;
+    ZkTypefaceMetrics measure(int pixelSize) const;
     int strikeSize(int index) const;
 
     /// What shaping remembers of a font; null for one too many, or without memory.

@@ -188,14 +188,16 @@ ZkFontLetters *ZkOpenTypeface::lettersOf(ZkFont font) const
     if (found != nullptr || __atomic_load_n(&letterCount, __ATOMIC_RELAXED) >= kMostLetters) {
         return found;
     }
+    const ZkTypefaceMetrics measured = measure(font.fontSize());
     const ZkTypefaceLock held(*this);
-    if (letterCount >= kMostLetters) {
-        return nullptr;
+    if (letterCount >= kMostLetters) { // one way: but between threads
+        return nullptr;                // unreachable: but between threads
     }
     found = static_cast<ZkFontLetters *>(std::calloc(1, sizeof(ZkFontLetters)));
     if (found != nullptr) { // twice at worst, when two threads come for it at once
         found->next = letters;
         found->font = font;
+        found->metrics = measured;
         __atomic_store_n(&letterCount, letterCount + 1, __ATOMIC_RELAXED);
         __atomic_store_n(&letters, found, __ATOMIC_RELEASE);
     }
@@ -293,9 +295,7 @@ int ZkTypeface::strikeSize(int index) const
 int ZkTypeface::nearestSize(int pixelSize) const
 {
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(*this);
-    const int strike =
-        open == nullptr || open->isScalable() ? -1 : open->nearestStrike(std::max(1, pixelSize));
-    return strike < 0 ? pixelSize : open->strikeSize(strike);
+    return open == nullptr ? pixelSize : open->nearestSize(pixelSize);
 }
 
 int ZkTypeface::glyphCount() const
@@ -311,26 +311,33 @@ int ZkTypeface::unitsPerEm() const
 
 ZkTypefaceMetrics ZkTypeface::metrics(int pixelSize) const
 {
-    ZkTypefaceMetrics metrics = {};
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(*this);
-    if (open == nullptr) {
-        return metrics;
-    }
-    const int size = std::min(std::max(1, pixelSize), 0x7FFF);
-    metrics.pixelSize = nearestSize(size);
+    return open == nullptr ? ZkTypefaceMetrics{} : open->measure(pixelSize);
+}
+
+int ZkOpenTypeface::nearestSize(int pixelSize) const
+{
+    const int strike = isScalable() ? -1 : nearestStrike(std::max(1, pixelSize));
+    return strike < 0 ? pixelSize : strikeSize(strike);
+}
+
+ZkTypefaceMetrics ZkOpenTypeface::measure(int pixelSize) const
+{
+    ZkTypefaceMetrics metrics = {};
+    const int wanted = std::min(std::max(1, pixelSize), 0x7FFF);
+    metrics.pixelSize = nearestSize(wanted);
     FT_Pos ascent = 0, descent = 0, height = 0; // 26.6 pixels, rounded as FreeType does
-    FT_Fixed scale = 0;
-    if (open->isScalable()) {
-        FT_FaceRec *const face = open->face;
-        scale = FT_DivFix(static_cast<FT_Long>(size) << 6,
-                          std::max(1, static_cast<int>(face->units_per_EM)));
-        ascent = FT_MulFix(face->ascender, scale);
-        descent = FT_MulFix(face->descender, scale);
-        height = FT_MulFix(face->height, scale);
+    FT_Fixed unit = 0;                          // of the font
+    if (isScalable()) {
+        unit = FT_DivFix(static_cast<FT_Long>(wanted) << 6,
+                         std::max(1, static_cast<int>(face->units_per_EM)));
+        ascent = FT_MulFix(face->ascender, unit);
+        descent = FT_MulFix(face->descender, unit);
+        height = FT_MulFix(face->height, unit);
     } else {
-        const ZkTypefaceLock lock(*open);
-        if (open->scale(size)) {
-            const FT_Size_Metrics &strike = open->face->size->metrics;
+        const ZkTypefaceLock held(*this);
+        if (scale(wanted)) {
+            const FT_Size_Metrics &strike = face->size->metrics;
             ascent = strike.ascender;
             descent = strike.descender;
             height = strike.height;
@@ -340,8 +347,8 @@ ZkTypefaceMetrics ZkTypeface::metrics(int pixelSize) const
     metrics.descent = -floorPixels(descent);
     metrics.gap = std::max(0, roundPixels(height) - metrics.ascent - metrics.descent);
     guessStrokes(&metrics);
-    if (scale != 0) {
-        scaleStrokes(*open, scale, &metrics);
+    if (unit != 0) {
+        scaleStrokes(*this, unit, &metrics);
     }
     return metrics;
 }

@@ -100,7 +100,8 @@ void writeZeros(std::FILE *file, std::int64_t bytes)
 {
     static constexpr unsigned char kZeros[512] = {};
     while (bytes > 0) {
-        const std::size_t step = static_cast<std::size_t>(std::min<std::int64_t>(bytes, 512));
+        const std::size_t step =
+            static_cast<std::size_t>(std::min<std::int64_t>(bytes, sizeof kZeros));
         std::fwrite(kZeros, 1, step, file);
         bytes -= static_cast<std::int64_t>(step);
     }

@@ -11,30 +11,45 @@ namespace
 {
 
 // False when no unit can be Hebrew or Arabic, which is most text: all letters of
-// both lie above U+0400. Looks at four units at a time.
+// both lie above U+0400. Looks at as many units at a time as fill a register.
 bool mayBeRightToLeft(const ZkUcs2 *text, int n)
 {
-    constexpr std::uint64_t kHighBits = 0xFC00FC00FC00FC00U;
-    std::uint64_t high = 0;
+    constexpr int kUnits = sizeof(std::size_t) / sizeof(ZkUcs2);
+    std::size_t bits = 0;
     int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        std::uint64_t four = 0;
-        std::memcpy(&four, text + i, sizeof four);
-        high |= four & kHighBits;
+    for (; i + kUnits <= n; i += kUnits) {
+        std::size_t units = 0;
+        std::memcpy(&units, text + i, sizeof units);
+        bits |= units;
     }
     for (; i < n; ++i) {
-        high |= text[i] & kHighBits;
+        bits |= text[i];
     }
-    return high != 0;
+    return (bits & static_cast<std::size_t>(0xFC00FC00FC00FC00U)) != 0;
+}
+
+ZkFontCache *cacheWithinLimit()
+{
+    ZkFontCache *cache = ZkFontCache::instance();
+    if (cache->isOverLimit()) {
+        cache->cleanCache(false);
+    }
+    return cache;
 }
 
 } // namespace
 
-ZkFontEngine::ZkFontEngine() : m_cache(ZkFontCache::instance())
+ZkFontEngine::ZkFontEngine() : m_cache(cacheWithinLimit())
 {
-    if (m_cache->isOverLimit()) {
-        m_cache->cleanCache(false);
-    }
+}
+
+// A copy that fits comes out as if the text had been appended.
+ZkFontEngine::ZkFontEngine(const ZkString &text)
+    : m_length(text.size()),
+      m_text(text.isEmpty() ? ZkString() : ZkString(text.constData(), text.size())),
+      m_cache(cacheWithinLimit())
+{
+    applyRules();
 }
 
 void ZkFontEngine::displayThaiFont(const ZkUcs2 *s, int *tone, int *upper, int *lower)
@@ -57,6 +72,12 @@ void ZkFontEngine::lanuguageRules(const ZkString &text)
 {
     m_length = text.size();
     m_text.replace(m_text.size(), 0, text.constData(), text.size());
+    applyRules();
+}
+
+// Puts the whole text into drawing order.
+void ZkFontEngine::applyRules()
+{
     const int size = m_text.size();
     if (!mayBeRightToLeft(m_text.constData(), size)) {
         return;

@@ -27,21 +27,18 @@ constexpr int kNoWrapping = 2147483647;
 
 ZkFontMetrics::ZkFontMetrics(const ZkString &string, const ZkFont &font, int lineGap, int charGap)
     : m_text(string),
-      m_engine(zkNew<ZkFontEngine>()),
+      m_engine(&m_ownEngine),
       m_lineSpacing(lineGap),
       m_charSpacing(charGap),
       m_fontSize(font.fontSize()),
       m_boldFace(font.isBoldFace()),
-      m_alignment(AlignHCenter | AlignVCenter)
+      m_alignment(AlignHCenter | AlignVCenter),
+      m_ownEngine(string)
 {
-    m_engine->lanuguageRules(string);
-    m_engine->fillGlypBitMapInfo(font);
+    m_ownEngine.fillGlypBitMapInfo(font);
 }
 
-ZkFontMetrics::~ZkFontMetrics()
-{
-    delete m_engine;
-}
+ZkFontMetrics::~ZkFontMetrics() = default;
 
 bool ZkFontMetrics::setFontFile(const ZkString &path, int limit)
 {
@@ -204,15 +201,26 @@ int ZkFontMetrics::divideText()
     if (m_engine->text().isEmpty()) {
         return -1;
     }
-    m_subTexts.clear();
-    m_lineGlyphs.clear();
+    if (!m_lines.isEmpty()) { // else nothing was made of them
+        m_subTexts.clear();
+        m_lineGlyphs.clear();
+        m_rects.clear();
+        m_lines.clear();
+    }
     m_paintInfos.clear();
-    m_rects.clear();
-    m_lines.clear();
     LineDivider(*this, m_lines).run();
-    for (int i = 0; i < m_lines.size(); ++i) {
+    // As many slots as appending the records one by one would take.
+    const int count = m_lines.size();
+    m_paintInfos.realloc(count, ZkVectorData::growBy(&ZkVectorData::shared_null, count,
+                                                     static_cast<int>(sizeof(PaintInfo)), true));
+    PaintInfo *record = m_paintInfos.data();
+    for (int i = 0; i < count; ++i, ++record) {
         const ZkRect rect = lineRect(i);
-        m_paintInfos.append({rect.left(), rect.top(), rect.right(), rect.bottom(), cutGlyphs(i)});
+        record->left = rect.left();
+        record->top = rect.top();
+        record->right = rect.right();
+        record->bottom = rect.bottom();
+        record->glyphs = cutGlyphs(i);
     }
     return 0;
 }

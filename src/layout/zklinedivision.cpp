@@ -1,10 +1,60 @@
 #include "layout/zklinedivision.h"
 
 #include <algorithm>
+#include <cstring>
+
+namespace
+{
+
+constexpr int kLabel = 64; // so few characters may well be one line
+
+// True when there are only letters of small codes and spaces, which most labels are made
+// of. Looks at as many units at a time as fill a register.
+bool isPlain(const ZkUcs2 *text, int n)
+{
+    constexpr int kUnits = sizeof(std::size_t) / sizeof(ZkUcs2);
+    constexpr auto kOnes = static_cast<std::size_t>(0x0001000100010001U);
+    // A newline becomes FFFF; of units that become less than 800 the largest is 80A,
+    // a letter too.
+    std::size_t bits = 0;
+    int i = 0;
+    for (; i + kUnits <= n; i += kUnits) {
+        std::size_t units = 0;
+        std::memcpy(&units, text + i, sizeof units);
+        bits |= (units ^ kOnes * 0x0A) - kOnes;
+    }
+    for (; i < n; ++i) {
+        bits |= (text[i] ^ 0x0AU) - 1U;
+    }
+    return (bits & kOnes * 0xF800) == 0;
+}
+
+} // namespace
+
+// True when the text is one line, for a label that fits; adds up its width then. While
+// widths only grow, no word passes a width that the whole text does not pass.
+bool ZkFontMetrics::LineDivider::isOneLine()
+{
+    if (m_count > kLabel || !isPlain(m_units, m_count)) {
+        return false;
+    }
+    int width = 0, signs = m_spacing;
+    for (int i = 0; i < m_count; ++i) {
+        const int advance = m_glyphs[i]->advance;
+        width += advance;
+        signs |= advance;
+    }
+    const std::int64_t whole = width + static_cast<std::int64_t>(m_spacing) * m_count;
+    if (m_wordWrap && (signs < 0 || whole + m_spacing > m_wrapWidth)) {
+        return false;
+    }
+    m_width = zkWrapped(whole);
+    return true;
+}
 
 void ZkFontMetrics::LineDivider::run()
 {
-    int i = 0;
+    int i = isOneLine() ? m_count : 0;
     while (i < m_count) {
         switch (zkBreakClass(m_units[i])) {
         case ZkBreakClass::Letter: i = addLetters(i); break;

@@ -26,6 +26,7 @@ public:
     void run();
 
 private:
+    bool isOneLine();
     int addLetters(int i);
     int addThaiCluster(int i);
     int addBreakAnywhere(int i);

@@ -114,7 +114,7 @@ std::int64_t indent(const PaintInfo &record, const ZkLineCell *cells, int cellCo
     case ZkLineAnchor::Center: return missing / 2;
     case ZkLineAnchor::Right: return missing;
     }
-    return 0;
+    return 0; // unreachable: the cases above are all there are
 }
 
 } // namespace

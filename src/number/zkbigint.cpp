@@ -88,11 +88,7 @@ std::uint32_t ZkBigInt::divide(const ZkBigInt &divisor)
     // The quotient of the leading limbs is at most 2 too large, because the
     // divisor is normal; each excess is found as a borrow and added back.
     const std::uint64_t leading = static_cast<std::uint64_t>(m_limbs[top]) << 32 | m_limbs[top - 1];
-    std::uint64_t estimate = leading / divisor.m_limbs[top - 1];
-    if (estimate > UINT32_MAX) {
-        estimate = UINT32_MAX;
-    }
-    std::uint32_t quotient = static_cast<std::uint32_t>(estimate);
+    std::uint32_t quotient = static_cast<std::uint32_t>(leading / divisor.m_limbs[top - 1]);
     std::uint64_t carry = 0, borrow = 0;
     for (int i = 0; i < top; ++i) {
         carry += static_cast<std::uint64_t>(divisor.m_limbs[i]) * quotient;

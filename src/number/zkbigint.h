@@ -32,7 +32,7 @@ public:
     int bitsToNormal() const;
 
     /// Divides by `divisor`, leaves the remainder here and returns the quotient,
-    /// which is below 2^32. The divisor is normal (`bitsToNormal` 0).
+    /// which is below 10^9. The divisor is normal (`bitsToNormal` 0).
     std::uint32_t divide(const ZkBigInt &divisor);
 
 private:

@@ -43,12 +43,13 @@ struct ZkBinary {
 inline ZkBinary zkBinaryOf(double value)
 {
     const std::uint64_t bits = zkBitsOf(value);
-    const std::uint64_t fraction = bits & ((std::uint64_t(1) << kZkMantissaBits) - 1);
+    constexpr auto kHidden = std::uint64_t(1) << kZkMantissaBits;
+    const std::uint64_t fraction = bits & (kHidden - 1);
     const int biased = static_cast<int>(bits >> kZkMantissaBits & 0x7FF);
     if (biased == 0) {
         return {fraction, kZkLowestExponent};
     }
-    return {fraction | std::uint64_t(1) << kZkMantissaBits, kZkLowestExponent + biased - 1};
+    return {fraction | kHidden, kZkLowestExponent + biased - 1};
 }
 
 #endif

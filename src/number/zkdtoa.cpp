@@ -139,7 +139,7 @@ void writeGroup(ZkUcs2 *to, std::uint32_t value, int count)
     }
 }
 
-/// Adds one unit of the last digit to the digits, of which there may be none.
+/// Adds one unit of the last digit to the digits; nines alone become the next power of ten.
 void roundUp(ZkDigits *out)
 {
     while (out->count > 0 && out->text[out->count - 1] == '9') {
@@ -153,7 +153,9 @@ void roundUp(ZkDigits *out)
     }
 }
 
-/// The second way: long division, nine digits a step.
+/// The second way: long division, nine digits a step. At least one digit is wanted: to
+/// round to none, the first way suffices, as no double whose power of ten is not exact is
+/// near enough to half of one.
 void divideOut(const ZkBinary &x, int point, ZkDigitCount what, int digits, ZkDigits *out)
 {
     // remainder / divisor is x / 10^point, which is in 0.1..2, then below 1.
@@ -179,16 +181,12 @@ void divideOut(const ZkBinary &x, int point, ZkDigitCount what, int digits, ZkDi
         out->count += group;
     }
     remainder.shiftLeft(1);
-    const int half = wanted < 0 ? -1 : remainder.compare(divisor);
-    const bool odd = out->count > 0 && (out->text[out->count - 1] & 1) != 0;
+    const int half = remainder.compare(divisor);
+    const bool odd = (out->text[out->count - 1] & 1) != 0;
     if (half > 0 || (half == 0 && odd)) {
         roundUp(out);
     }
-    if (out->count == 0) {
-        setZero(out);
-    } else {
-        dropTrailingZeros(out);
-    }
+    dropTrailingZeros(out);
 }
 
 } // namespace

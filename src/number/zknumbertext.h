@@ -45,6 +45,10 @@ struct ZkDoubleFormat {
 };
 ZkDoubleFormat zkDoubleFormat(char letter);
 
+/// A magnitude in a base from 2 to 36, behind a sign if it is negative.
+void zkAppendInteger(ZkTextBuffer *out, const ZkNumberSymbols &symbols, std::uint64_t magnitude,
+                     bool negative, int base, const ZkNumberStyle &style);
+
 /// A signed number; only base 10 shows the sign, others the 64-bit pattern.
 void zkAppendLongLong(ZkTextBuffer *out, const ZkNumberSymbols &symbols, long long value, int base,
                       const ZkNumberStyle &style);

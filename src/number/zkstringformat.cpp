@@ -1,5 +1,8 @@
+#include "base/zklanes.h"
+#include "number/zkinteger.h"
 #include "number/zknumbertext.h"
 #include "string/zkunicodetables.h"
+#include "string/zkunits.h"
 #include "zkmap.h"
 
 #include <climits>
@@ -21,30 +24,46 @@ struct Escape {
     bool locale; // marked 'L'
 };
 
-int digitOf(const ZkUcs2 *at, const ZkUcs2 *end)
+inline int digitOf(const ZkUcs2 *at, const ZkUcs2 *end)
 {
-    if (at >= end) {
+    if (at == end) {
         return -1;
     }
-    if (*at < 0x80) {
-        return *at >= '0' && *at <= '9' ? *at - '0' : -1;
+    const unsigned digit = *at - unsigned('0');
+    if (digit > 9) {
+        return *at < 0x80 ? -1 : zkUnicodeRecord(*at).digitValue;
     }
-    return zkUnicodeRecord(*at).digitValue;
+    return static_cast<int>(digit);
+}
+
+/// The first '%' at or behind `at`, or `end`.
+inline const ZkUcs2 *findPercent(const ZkUcs2 *at, const ZkUcs2 *end)
+{
+#if ZK_HAS_LANES
+    const ZkLanes wanted = ZkLanes::all('%');
+    for (; end - at >= ZkLanes::kCount; at += ZkLanes::kCount) {
+        if (const ZkLanes::Mask found = (ZkLanes::load(at) == wanted).mask(); found != 0) {
+            return at + ZkLanes::lowest(found);
+        }
+    }
+#endif
+    while (at != end && *at != '%') {
+        ++at;
+    }
+    return at;
 }
 
 /// Finds the first escape that begins at or behind `at`. After a '%' (or "%L") and
 /// a unit that is no digit the search goes on behind that unit: a second '%'
 /// begins nothing.
-bool findEscape(const ZkUcs2 *at, const ZkUcs2 *end, Escape *escape)
+inline bool findEscape(const ZkUcs2 *at, const ZkUcs2 *end, Escape *escape)
 {
-    while ((at = std::find(at, end, ZkUcs2('%'))) != end) {
+    while ((at = findPercent(at, end)) != end) {
         escape->begin = at++;
-        escape->locale = at < end && *at == 'L';
+        escape->locale = at != end && *at == 'L';
         at += escape->locale;
         const int first = digitOf(at, end);
-        if (at < end) {
-            ++at;
-        }
+        at += at != end;
         if (first == -1) {
             continue;
         }
@@ -102,8 +121,9 @@ struct LowestEscapes {
 LowestEscapes findLowest(const ZkString &text)
 {
     LowestEscapes lowest;
-    Escape escape = {};
-    for (const ZkUcs2 *at = text.begin(); findEscape(at, text.end(), &escape); at = escape.end) {
+    Escape escape;
+    const ZkUcs2 *const end = text.end();
+    for (const ZkUcs2 *at = text.begin(); findEscape(at, end, &escape); at = escape.end) {
         if (escape.number <= lowest.minEscape) {
             lowest.add(escape);
         }
@@ -132,7 +152,8 @@ struct Field {
 
 ZkUcs2 *copyTo(ZkUcs2 *to, const ZkUcs2 *from, const ZkUcs2 *end)
 {
-    return std::copy(from, end, to);
+    zkCopyUnits(to, from, static_cast<int>(end - from));
+    return to + (end - from);
 }
 
 /// Writes the text with a padded argument in place of each of the escapes found: `plain`,
@@ -176,28 +197,56 @@ ZkString replaceLowest(const ZkString &text, const LowestEscapes &lowest, const 
     return result;
 }
 
-/// `arg` for a number that `write(buffer, symbols, width, flags)` lays out.
+/// `arg` for a number that `write(buffer, symbols, width, flags)` lays out, in a text
+/// that has escapes.
 template <typename Write>
-ZkString replaceByNumber(const ZkString &text, int fieldWidth, ZkUcs2 fill, bool decimal,
-                         Write write)
+ZkString replaceByNumber(const ZkString &text, const LowestEscapes &lowest, const Field &field,
+                         unsigned flags, Write write)
 {
-    const LowestEscapes lowest = findLowest(text);
-    if (lowest.occurrences == 0) {
-        return text;
-    }
-    const bool zeros = decimal && fill == '0' && fieldWidth > 0;
-    const unsigned flags = zeros ? static_cast<unsigned>(ZkLocale::PadWithZeros) : 0U;
     ZkTextBuffer plain, locale;
     if (lowest.occurrences > lowest.localeOccurrences) {
-        write(&plain, kZkPlainSymbols, fieldWidth, flags);
+        write(&plain, kZkPlainSymbols, field.width, flags);
     }
     if (lowest.localeOccurrences > 0) {
         const bool grouped = (ZkLocale::mNumberOptions & ZkLocale::OmitGroupSeparators) == 0;
         const unsigned groups = grouped ? static_cast<unsigned>(ZkLocale::GroupThousands) : 0U;
-        write(&locale, zkLocaleSymbols(), fieldWidth, flags | groups);
+        write(&locale, zkLocaleSymbols(), field.width, flags | groups);
     }
-    return replaceLowest(text, lowest, {fieldWidth, fill}, {plain.at(0), plain.size()},
+    return replaceLowest(text, lowest, field, {plain.at(0), plain.size()},
                          {locale.at(0), locale.size()});
+}
+
+/// The flags for a decimal number in a field: fill '0' stands behind the sign.
+unsigned flagsFor(const Field &field)
+{
+    return field.fill == '0' && field.width > 0 ? static_cast<unsigned>(ZkLocale::PadWithZeros)
+                                                : 0U;
+}
+
+/// `arg` for an integer, of which `magnitude` is shown.
+ZkString replaceByInteger(const ZkString &text, const Field &field, int base,
+                          std::uint64_t magnitude, bool negative)
+{
+    const LowestEscapes lowest = findLowest(text);
+    const unsigned flags = base == 10 ? flagsFor(field) : 0U;
+    if (lowest.occurrences == 0) {
+        return text;
+    }
+    if (flags == 0 && lowest.localeOccurrences == 0) { // the digits are all there is
+        ZkUcs2 room[kZkMostDigits + 1];
+        ZkUcs2 *const end = room + kZkMostDigits + 1;
+        ZkUcs2 *first = zkWriteInteger(end, magnitude, base);
+        if (negative) {
+            *--first = '-';
+        }
+        const Argument plain = {first, static_cast<int>(end - first)};
+        return replaceLowest(text, lowest, field, plain, plain);
+    }
+    return replaceByNumber(
+        text, lowest, field, flags,
+        [=](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width, unsigned allFlags) {
+            zkAppendInteger(out, symbols, magnitude, negative, base, {-1, width, allFlags});
+        });
 }
 
 /// `arg` for a text, which has one form for both kinds of escape.
@@ -259,29 +308,29 @@ ZkString ZkString::arg(ZkUcs2 a, int fieldWidth, ZkUcs2 fillChar) const
 
 ZkString ZkString::arg(long long a, int fieldWidth, int base, ZkUcs2 fillChar) const
 {
-    return replaceByNumber(
-        *this, fieldWidth, fillChar, zkNumberBase(base) == 10,
-        [a, base](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width, unsigned flags) {
-            zkAppendLongLong(out, symbols, a, base, {-1, width, flags});
-        });
+    const int legal = zkNumberBase(base);
+    const bool negative = legal == 10 && a < 0;
+    const auto bits = static_cast<std::uint64_t>(a);
+    return replaceByInteger(*this, {fieldWidth, fillChar}, legal, negative ? 0 - bits : bits,
+                            negative);
 }
 
 ZkString ZkString::arg(unsigned long long a, int fieldWidth, int base, ZkUcs2 fillChar) const
 {
-    return replaceByNumber(
-        *this, fieldWidth, fillChar, zkNumberBase(base) == 10,
-        [a, base](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width, unsigned flags) {
-            zkAppendUnsLongLong(out, symbols, a, base, {-1, width, flags});
-        });
+    return replaceByInteger(*this, {fieldWidth, fillChar}, zkNumberBase(base), a, false);
 }
 
 ZkString ZkString::arg(double a, int fieldWidth, char format, int precision, ZkUcs2 fillChar) const
 {
+    const LowestEscapes lowest = findLowest(*this);
+    if (lowest.occurrences == 0) {
+        return *this;
+    }
     const ZkDoubleFormat look = zkDoubleFormat(format);
+    const Field field = {fieldWidth, fillChar};
     return replaceByNumber(
-        *this, fieldWidth, fillChar, true,
-        [a, precision, look](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width,
-                             unsigned flags) {
+        *this, lowest, field, flagsFor(field),
+        [=](ZkTextBuffer *out, const ZkNumberSymbols &symbols, int width, unsigned flags) {
             zkAppendDouble(out, symbols, a, look.form, {precision, width, flags | look.flags});
         });
 }
@@ -292,7 +341,7 @@ ZkString ZkString::multiArg(int count, const ZkString **args) const
     ZkTextBuffer result;
     const ZkUcs2 *from = begin();
     for (const ZkUcs2 *at = from; (at = std::find(at, end(), '%')) != end();) {
-        int number = 0;
+        int number = 0; // no test can tell: what reads it sets it
         const ZkUcs2 *behind = readNumbered(at, end(), &number);
         const int index = behind != nullptr ? indices.value(number, -1) : -1;
         if (index == -1) {

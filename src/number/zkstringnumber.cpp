@@ -3,6 +3,7 @@
 #include "number/zknumbertext.h"
 #include "number/zkstrtod.h"
 
+#include <algorithm>
 #include <climits>
 
 namespace
@@ -26,6 +27,27 @@ Narrow within(Wide value, Wide least, Wide most, bool *ok)
     return static_cast<Narrow>(value);
 }
 
+#if UINTPTR_MAX > UINT32_MAX
+
+/// Reads up to four decimal digits all at once: which length comes next no processor can
+/// foresee. (On the device, which loses less by that, a loop takes fewer instructions.) Of
+/// a shorter number the last digit stands in for those that are not there and counts
+/// nothing.
+bool readFew(const ZkUcs2 *at, int n, int *value)
+{
+    static constexpr std::uint16_t kWeights[4][3] = {
+        {0, 0, 0}, {10, 0, 0}, {100, 10, 0}, {1000, 100, 10}};
+    const std::uint16_t *weights = kWeights[n - 1];
+    const unsigned first = at[0] - unsigned('0');
+    const unsigned second = at[n > 1 ? 1 : 0] - unsigned('0');
+    const unsigned third = at[n > 2 ? 2 : n - 1] - unsigned('0');
+    const unsigned last = at[n - 1] - unsigned('0');
+    *value = static_cast<int>(first * weights[0] + second * weights[1] + third * weights[2] + last);
+    return std::max(std::max(first, second), std::max(third, last)) <= 9;
+}
+
+#endif
+
 /// Reads what most integers are, up to nine decimal digits and nothing else: they fit 32
 /// bits, whatever they are. False, and nothing told, for any other text.
 bool readSmall(const ZkString &text, int base, int *value)
@@ -36,6 +58,11 @@ bool readSmall(const ZkString &text, int base, int *value)
         return false;
     }
     const ZkUcs2 *at = text.constData();
+#if UINTPTR_MAX > UINT32_MAX
+    if (n <= 4) {
+        return readFew(at, n, value);
+    }
+#endif
     unsigned sum = 0;
     for (const ZkUcs2 *const end = at + n; at != end; ++at) {
         const unsigned digit = *at - unsigned('0');

@@ -197,7 +197,7 @@ void appendHexDigits(ZkTextBuffer *out, double value, int precision, bool always
         mantissa >>= dropped;
         mantissa += rest > half || (rest == half && (mantissa & 1) != 0);
         digits = precision;
-    } else if (precision < 0) {
+    } else if (precision < 0) { // no test can tell: 0 went another way
         for (; digits > 0 && (mantissa & 15) == 0; --digits) {
             mantissa >>= 4;
         }

@@ -87,7 +87,7 @@ template <typename Mix>
 void mixArea(const Mix &mix, const ZkBlendArea &area)
 {
     if (Mix::kMost >= 8 && area.width >= 8) {
-        mixRows<(Mix::kMost >= 8 ? 8 : 4)>(mix, area);
+        mixRows<(Mix::kMost >= 8 ? 8 : 4)>(mix, area); // no test can tell: steps of 4 do
     } else if (area.width >= 4) {
         mixRows<4>(mix, area);
     } else if (area.width >= 2) {

@@ -1,5 +1,6 @@
 #include "zkparagraph.h"
 
+#include "glyph/zktypefacedata.h"
 #include "paragraph/zkparagraphdata.h"
 
 #include <algorithm>
@@ -100,7 +101,7 @@ void ZkParagraphData::need(Stage stage)
 
 void ZkParagraphData::analyse()
 {
-    const int units = text.size();
+    const int units = ownText().size();
     if (!areBreaksFound) {
         characters.setText(text.constData(), units);
         breaks.setText(characters);
@@ -138,21 +139,17 @@ const ZkSpan *ZkParagraphData::spanAt(int u) const
     return span != spans.end() && span->first <= u ? span : nullptr;
 }
 
-ZkFont ZkParagraphData::fontAt(int u) const
-{
-    const ZkSpan *const span = spans.isEmpty() ? nullptr : spanAt(u);
-    return span != nullptr ? span->font : font;
-}
-
 // Of the first typeface, whatever else stands in a line: so lines keep their height.
 const ZkTypefaceMetrics &ZkParagraphData::metricsOf(ZkFont wanted) const
 {
     if (chainSerial != metricsSerial || wanted.fontSize() != metricsSize) {
         const ZkTypeface &face = faces.at(0);
+        const ZkOpenTypeface *const open = ZkOpenTypeface::of(face);
+        const ZkFontLetters *const letters = open != nullptr ? open->lettersOf(wanted) : nullptr;
         metricsSerial = chainSerial;
         metricsSize = wanted.fontSize();
-        metrics = face.metrics(metricsSize);
-        metrics.ascent = face.isValid() ? metrics.ascent : metricsSize;
+        metrics = letters != nullptr ? letters->metrics : face.metrics(metricsSize);
+        metrics.ascent = open != nullptr ? metrics.ascent : metricsSize;
     }
     return metrics;
 }
@@ -174,10 +171,10 @@ ZkParagraph::~ZkParagraph()
 
 void ZkParagraph::setText(const ZkString &text)
 {
-    if (text.isSharedWith(d->text)) {
+    if (d->hasText && text.isSharedWith(d->text)) {
         return;
     }
-    d->text = text;
+    d->setText(text);
     d->areBreaksFound = false;
     d->invalidate(ZkParagraphData::TextSet);
 }
@@ -214,7 +211,7 @@ void ZkParagraph::setUtf8(const char *bytes, int n)
 
 const ZkString &ZkParagraph::text() const
 {
-    return d->text;
+    return d->ownText();
 }
 
 void ZkParagraph::setChain(const ZkFontChain &chain)
@@ -474,7 +471,7 @@ int ZkParagraph::stretches(int line, const ZkTextStretch **stretches) const
 
 std::size_t ZkParagraph::memoryBytes() const
 {
-    const auto unit = static_cast<std::size_t>(d->text.size());
+    const auto unit = static_cast<std::size_t>(d->ownText().size());
     std::size_t bytes =
         sizeof *d + (d->shown == nullptr ? 0 : sizeof *d->shown * d->kShown) +
         d->spans.memoryBytes() + d->runs.memoryBytes() + d->hardLines.memoryBytes() +

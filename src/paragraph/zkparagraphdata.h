@@ -6,6 +6,8 @@
 
 #include "paragraph/zkplainarray.h"
 
+#include <new>
+
 /// Lengths inside the layout are in 1/64 pixel and 64 bits wide, so that a million of the
 /// widest letters in one line are still told apart.
 typedef std::int64_t ZkPen;
@@ -122,8 +124,17 @@ struct ZkParagraphData {
     /// Stages in the order of computation.
     enum Stage { TextSet, Analysed, Shaped, Divided };
 
-    explicit ZkParagraphData(ZkGlyphCache &cache) : chain(nullptr), holder(cache) {}
-    ~ZkParagraphData() { std::free(shown); }
+    explicit ZkParagraphData(ZkGlyphCache &cache)
+        : chain(nullptr), characters(labelClasses, kLabelUnits), holder(cache)
+    {
+    }
+    ~ZkParagraphData()
+    {
+        std::free(shown);
+        if (hasText) {
+            text.~ZkString();
+        }
+    }
     ZkParagraphData(const ZkParagraphData &) = delete;
     ZkParagraphData &operator=(const ZkParagraphData &) = delete;
 
@@ -142,6 +153,20 @@ struct ZkParagraphData {
             chain = ZkFontChain();
         }
         return chain;
+    }
+
+    /// The text to hand out.
+    const ZkString &ownText()
+    {
+        if (!hasText) {
+            setText(ZkString());
+        }
+        return text;
+    }
+    void setText(const ZkString &other)
+    {
+        hasText ? static_cast<void>(text = other) : static_cast<void>(new (&text) ZkString(other));
+        hasText = true;
     }
 
     /// Computes what is missing up to `stage`.
@@ -188,7 +213,6 @@ struct ZkParagraphData {
     }
     bool isCluster(int u) const { return (breaks.flags()[u] & ZkTextBreaks::Grapheme) != 0; }
     const ZkSpan *spanAt(int u) const;
-    ZkFont fontAt(int u) const;
     const ZkTypefaceMetrics &metricsOf(ZkFont font) const; ///< good until the next call
     ZkShaper &shaperInUse() { return shaper != nullptr ? *shaper : simpleShaper; }
 
@@ -226,7 +250,9 @@ struct ZkParagraphData {
     void stretchLines();
 
     // What the host set.
-    ZkString text;
+    union {
+        ZkString text; ///< made before it is read first: see `hasText`
+    };
     ZkFontChain chain; ///< none before it is set or asked for
     ZkFont font;
     ZkPlainArray<ZkSpan> spans;
@@ -242,10 +268,13 @@ struct ZkParagraphData {
     int maximumLines = 0;
     bool isKerned = true;
     bool cutsWords = true;
+    bool hasText = false;
 
     int done = TextSet;
 
     // Analysed.
+    static constexpr int kLabelUnits = 16; ///< whose classes take no block
+    std::uint16_t labelClasses[kLabelUnits];
     ZkTextCharacters characters;
     ZkBidi bidi;
     ZkTextBreaks breaks;

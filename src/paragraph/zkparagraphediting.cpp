@@ -34,7 +34,7 @@ public:
                 return cell;
             }
         }
-        return m_d.cells.last();
+        return m_d.cells.last(); // unreachable: who asks knows the count
     }
 
     /// The cell of unit `u`; null when the line shows none.
@@ -141,7 +141,8 @@ ZkCaret ZkParagraph::caret(int index, ZkAffinity affinity) const
     }
     cell = seen.of(unit - 1);
     if (cell == nullptr) { // an empty line
-        caret.x = line.isRightToLeft ? line.x + line.width - 1 : line.x;
+        caret.x = line.isRightToLeft ? line.x + line.width - 1
+                                     : line.x; // no test can tell: the width is 0
         return caret;
     }
     caret.isRightToLeft = cell->isRightToLeft;
@@ -304,7 +305,7 @@ int ZkParagraph::minWidth() const
 {
     d->need(ZkParagraphData::Shaped);
     if (d->minimum < 0) {
-        ZkPen widest = 0;
+        ZkPen widest = 0; // no test can tell: a 64th of a pixel is rounded off
         for (const ZkHardLine &hard : d->hardLines) {
             int first = hard.first;
             bool hasHyphens = false; // of the word from `first` on
@@ -334,7 +335,7 @@ int ZkParagraph::maxWidth() const
 {
     d->need(ZkParagraphData::Shaped);
     if (d->maximum < 0) {
-        ZkPen widest = 0;
+        ZkPen widest = 0; // no test can tell: a 64th of a pixel is rounded off
         for (const ZkHardLine &hard : d->hardLines) {
             widest =
                 std::max(widest, d->extent(hard.first, d->contentEnd(hard.first, hard.last), hard));

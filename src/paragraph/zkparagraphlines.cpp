@@ -24,6 +24,7 @@ public:
 private:
     bool breakHard(const ZkHardLine &hard);
     int fit(int first, const ZkHardLine &hard);
+    bool isCutAnyway() const;
     int overflowAt(int first, const ZkHardLine &hard) const;
     int overflowOfHead() const;
     int allowedBefore(int first, int unit, const ZkHardLine &hard) const;
@@ -35,6 +36,7 @@ private:
     void shapeHead(int first, const ZkHardLine &hard);
     ZkPen extent(int first, int last, const ZkHardLine &hard) const;
     void addLine(int first, int last, const ZkHardLine &hard);
+    int measured(const ZkTextLine &line, const ZkHardLine &hard) const;
     int nextCluster(int unit, int end) const;
 
     ZkParagraphData &m_d;
@@ -45,6 +47,7 @@ private:
     int m_headEnd = 0;
     ZkPen m_headLength = 0;
     int m_headPatch = 0, m_headGlyph = 0;
+    bool m_isCut = false;       // the line at work is the last, and shortened
     ZkPen m_tailDifference = 0; // by which shaping its end again changed its length
 };
 
@@ -124,6 +127,10 @@ int LineBreaker::fit(int first, const ZkHardLine &hard)
     const int behind = skipSpaces(over, hard);
     if (behind == hard.last) {
         return hard.last;
+    }
+    if (over > first && isCutAnyway()) {
+        m_isCut = true;
+        return over;
     }
     if (behind > first && m_d.mayEndBefore(behind) &&
         (behind > over || m_text[behind - 1] != kZkSoftHyphen)) {
@@ -232,14 +239,25 @@ void LineBreaker::shapeHead(int first, const ZkHardLine &hard)
     }
 }
 
+// True when the next line is the last, and shortened unless all text fits: then it does not
+// matter where words end.
+bool LineBreaker::isCutAnyway() const
+{
+    return m_d.lines.size() + 1 == m_d.maximumLines && m_d.cutsWords &&
+           m_d.ellipsis != ZkParagraph::EllipsisNone;
+}
+
 bool LineBreaker::breakHard(const ZkHardLine &hard)
 {
     int first = hard.first;
     shapeHead(first, hard);
     do {
-        const int end = settle(first, fit(first, hard), hard);
+        int end = fit(first, hard);
+        if (!m_isCut) {
+            end = settle(first, end, hard);
+        }
         addLine(first, end, hard);
-        if (m_d.maximumLines > 0 && m_d.lines.size() == m_d.maximumLines) {
+        if (m_d.lines.size() == m_d.maximumLines) {
             return false;
         }
         shapeHead(end, hard);
@@ -250,21 +268,29 @@ bool LineBreaker::breakHard(const ZkHardLine &hard)
 
 void LineBreaker::addLine(int first, int last, const ZkHardLine &hard)
 {
-    const int content = m_d.contentEnd(first, last);
     ZkTextLine line = {};
     line.first = first;
     line.last = last;
     line.isRightToLeft = (hard.level & 1) != 0;
     line.endsHard = last == hard.last;
-    ZkPen width = extent(first, content, hard) + m_tailDifference;
-    if (line.endsHard) { // spaces at the end count as far as there is room for them
-        const ZkPen full = extent(first, last, hard) + m_tailDifference;
-        width = std::max(width, std::min(full, m_limit - 31));
-    } else if (m_text[last - 1] == kZkSoftHyphen) {
-        width += m_d.hyphenAt(last);
+    if (!m_isCut) {
+        line.width = measured(line, hard);
     }
-    line.width = zkPixels(width);
     m_d.lines.append(line);
+}
+
+// What a line takes of the box.
+inline int LineBreaker::measured(const ZkTextLine &line, const ZkHardLine &hard) const
+{
+    const int content = m_d.contentEnd(line.first, line.last);
+    ZkPen width = extent(line.first, content, hard) + m_tailDifference;
+    if (line.endsHard) { // spaces at the end count as far as there is room for them
+        const ZkPen full = extent(line.first, line.last, hard);
+        width = std::max(width, std::min(full, m_limit - 31));
+    } else if (m_text[line.last - 1] == kZkSoftHyphen) {
+        width += m_d.hyphenAt(line.last);
+    }
+    return zkPixels(width);
 }
 
 void LineBreaker::breakAll()
@@ -405,7 +431,7 @@ ZkSign ZkParagraphData::signOf(int face, ZkFont wanted, char32_t c) const
     const ZkGlyph *const glyph = holder.glyph(typeface, index, wanted);
     const int advance = std::max<int>(glyph->bitmap.advance, 0);
     if (letters != nullptr && !glyph->isFailed()) {
-        letters->enter(c, index, advance);
+        letters->enter(c, index, advance); // no test can tell: else it is asked again
     }
     return {index, ZkPen{advance} * 64};
 }
@@ -518,8 +544,8 @@ void ZkParagraphData::stack()
     stretchLines();
     widest = 0;
     std::int64_t top = 0;
-    const int plainAscent = metricsOf(font).ascent;
-    const int plainDescent = metricsOf(font).descent + metricsOf(font).gap;
+    const ZkTypefaceMetrics &plain = metricsOf(font);
+    const int plainAscent = plain.ascent, plainDescent = plain.descent + plain.gap;
     const ZkSpan *span = spans.begin();
     for (ZkTextLine &line : lines) {
         int ascent = 0, descent = 0, covered = line.first;

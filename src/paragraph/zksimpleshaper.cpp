@@ -17,8 +17,8 @@ namespace
 {
 
 constexpr char32_t kReplacement = 0xFFFD;
-constexpr char32_t kLam = 0x0644, kFirstAlef = 0x0622, kLastAlef = 0x0627;
-constexpr char32_t kSaraAm = 0x0E33;
+constexpr char32_t kLam = 0x0644, kSoftHyphen = 0xAD;
+constexpr char32_t kSaraAm = 0x0E33, kNonJoiner = 0x200C; // which the joiner follows
 // Letters that joining looks at across the ends of a run, marks between them included.
 constexpr int kMostContext = 64;
 // How far a mark may stand from its letter, either way: what a shaped glyph has room for.
@@ -28,6 +28,11 @@ constexpr int kMostAdvance = 16383; // pixels, as the layout allows
 bool isMark(const ZkCharacter &c)
 {
     return c.category == ZkCharacter::CategoryMn || c.category == ZkCharacter::CategoryMe;
+}
+
+bool isTransparent(char32_t c)
+{
+    return zkCharacter(c).joining == ZkCharacter::JoiningTransparent;
 }
 
 bool joinsForward(unsigned joining)
@@ -58,26 +63,9 @@ inline void put(ZkShapedGlyph *glyph, int u, std::uint32_t index, int advance)
     std::memcpy(glyph, words, sizeof words);
 }
 
-// The row of one of the letters of every Arabic text, which are the first but for a gap;
-// null for other characters.
-inline const ZkArabicForms *commonFormsOf(char32_t letter)
+bool isKnown(std::uint32_t word, char32_t shown, bool isAlone)
 {
-    const char32_t row = letter < 0x0641 ? letter - 0x0622 : letter - 0x0628;
-    return letter >= 0x0622 && letter <= 0x064A && kZkArabicForms[row].letter == letter
-               ? &kZkArabicForms[row]
-               : nullptr;
-}
-
-const ZkArabicForms *formsOf(char32_t letter)
-{
-    if (const ZkArabicForms *const common = commonFormsOf(letter)) {
-        return common;
-    }
-    const ZkArabicForms *const end = kZkArabicForms + kZkArabicFormCount;
-    const ZkArabicForms *const found =
-        std::lower_bound(kZkArabicForms, end, letter,
-                         [](const ZkArabicForms &row, char32_t c) { return row.letter < c; });
-    return found != end && found->letter == letter ? found : nullptr;
+    return isAlone ? ZkFontLetters::hasAlone(word, shown) : ZkFontLetters::has(word, shown);
 }
 
 /// Where a mark stands on its letter.
@@ -138,8 +126,11 @@ MarkPlace placeOf(char32_t c, unsigned combiningClass)
 /// A character of a cluster.
 struct Part {
     char32_t c;
-    unsigned combiningClass;
+    const ZkCharacter *properties;
 };
+
+// Parts of a cluster that are read once; those of a longer one behind them are read twice.
+constexpr int kKeptParts = 6;
 
 /// Where the reading of a cluster has come to.
 struct Reader {
@@ -148,7 +139,6 @@ struct Reader {
     char32_t letter;
     unsigned last; ///< combining class of the last mark
     bool composes; ///< marks with the letter
-    bool hasComposed;
 };
 
 std::int16_t offset(int pixels)
@@ -176,11 +166,14 @@ private:
     bool isPlain(char32_t c) const;
     template <bool isRightToLeft>
     int plain(int u);
-    bool letter(int u);
-    unsigned joiningAt(int u);
+    int joinedLetters(int u);
+    bool findForm(int u, const ZkArabicForms &forms, bool before, ZkArabicForms *next,
+                  char32_t *shown) const;
     bool enter(int u);
-    bool remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph);
+    std::uint32_t enterForm(char32_t shown, bool isAlone);
+    bool remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph, bool isAlone = false);
     int cluster(int u, int end);
+    void heedJoiner(int first, int last);
     bool next(Reader *reader, Part *part) const;
     bool joinsBefore(int u) const;
     bool joinsAfter(int u) const;
@@ -191,10 +184,13 @@ private:
     {
         return m_run.holder->glyph(*m_run.face, index, m_run.font);
     }
+    const ZkGlyph *recordOf(char32_t c, std::uint32_t *index);
     char32_t shownFor(char32_t c) const { return m_run.isRightToLeft ? mirrored(c) : c; }
     template <bool isRightToLeft>
     int distance(std::uint32_t before, std::uint32_t next);
     int askDistance(std::uint32_t left, std::uint32_t right);
+    template <bool isRightToLeft>
+    void pull(ZkShapedGlyph *glyph, bool isFirst, std::uint32_t left, std::uint32_t index);
     void kern(std::uint32_t index);
     void setLetter(const ZkGlyph *glyph);
     void setMark(int u, const Part &part);
@@ -208,8 +204,6 @@ private:
     bool m_joinsForward = false; // the last letter that counts for joining does
     std::uint32_t m_left = 0;    // glyph that the next one may be kerned with
     int m_kernedAt = 0;          // its place
-    int m_joiningAt = -1;        // unit whose joining type was asked for last
-    unsigned m_joining = 0;      // and that type
 
     // The letter that marks are being set on, its pen at (0, 0).
     ZkPlacedGlyph m_letter = {};
@@ -261,11 +255,10 @@ void Shaping::shape()
 {
     m_joinsForward = joinsBefore(m_run.first);
     for (int u = m_run.first; u < m_run.last;) {
-        if (letter(u)) {
-            ++u;
-            continue;
+        int next = m_run.isRightToLeft ? joinedLetters(u) : u;
+        if (next == u) {
+            next = m_run.isRightToLeft ? plain<true>(u) : plain<false>(u);
         }
-        const int next = m_run.isRightToLeft ? plain<true>(u) : plain<false>(u);
         u = next > u || enter(u) ? next : cluster(u, clusterEnd(u));
     }
 }
@@ -290,13 +283,7 @@ int Shaping::plain(int u)
             break;
         }
         const std::uint32_t index = ZkFontLetters::indexOf(word);
-        if (left != 0) {
-            const int nearer = distance<isRightToLeft>(left, index);
-            if (nearer != 0) {
-                ZkShapedGlyph &changed = u > first ? glyph[-1] : (*m_glyphs)[m_kernedAt];
-                changed.advance = std::max(changed.advance + nearer * 64, 0);
-            }
-        }
+        pull<isRightToLeft>(glyph, u == first, left, index);
         left = index & kerned;
         put(glyph, u, index, ZkFontLetters::advanceOf(word));
     }
@@ -309,61 +296,92 @@ int Shaping::plain(int u)
     return u;
 }
 
-// The joining type of the character at unit `u`, which is no surrogate.
-unsigned Shaping::joiningAt(int u)
-{
-    if (const ZkArabicForms *const row = commonFormsOf(m_run.text[u])) {
-        return row->forms[ZkArabicForms::Initial] != 0 ? unsigned{ZkCharacter::JoiningDual}
-                                                       : unsigned{ZkCharacter::JoiningRight};
-    }
-    if (u != m_joiningAt) {
-        m_joiningAt = u;
-        m_joining = zkCharacter(m_run.text[u]).joining;
-    }
-    return m_joining;
-}
-
-// Shapes the Arabic letter at unit `u`, or one that joins as those do, without marks and
-// ligatures. False when there is none.
-inline bool Shaping::letter(int u)
+// How the letter at unit `u` is shown behind one that joins it or not: `*shown` is changed
+// when that is a form. False when it takes a closer look: for marks and ligatures. `*next` are
+// the forms of the unit behind.
+inline bool Shaping::findForm(int u, const ZkArabicForms &forms, bool before, ZkArabicForms *next,
+                              char32_t *shown) const
 {
     const ZkUcs2 *const text = m_run.text;
-    const ZkUcs2 c = text[u];
-    if (c < 0x620 || c >= 0x900) {
-        return false;
-    }
-    const bool hasNext = u + 1 < m_run.contextLast;
-    if (u + 1 < m_run.last &&
-        ((m_run.breaks[u + 1] & ZkTextBreaks::Grapheme) == 0 ||
-         (c == kLam && text[u + 1] >= kFirstAlef && text[u + 1] <= kLastAlef))) {
-        return false;
-    }
-    const unsigned joining = joiningAt(u);
-    if (joining != ZkCharacter::JoiningDual && joining != ZkCharacter::JoiningRight) {
-        return false;
-    }
-    bool after = joining == ZkCharacter::JoiningDual && hasNext;
-    if (after) {
-        const bool isPair = (text[u + 1] & 0xF800) == 0xD800;
-        const unsigned next = isPair ? unsigned{ZkCharacter::JoiningTransparent} : joiningAt(u + 1);
-        after = next == ZkCharacter::JoiningTransparent ? joinsAfter(u + 1) : joinsBackward(next);
-    }
-    const char32_t shown = joined(c, joining, m_joinsForward, after);
-    m_joinsForward = joining == ZkCharacter::JoiningDual;
-    const std::uint32_t word = m_letters.letter(shown);
-    if (ZkFontLetters::has(word, shown)) {
-        kern(ZkFontLetters::indexOf(word));
-        add(u, ZkFontLetters::indexOf(word), ZkFontLetters::advanceOf(word));
+    if (u + 1 == m_run.contextLast) {
+        before = before && forms.joins();
+        *shown = before ? forms.form(ZkArabicForms::Final) : *shown;
         return true;
     }
-    const std::uint32_t index = m_run.face->glyphIndex(shown);
-    const ZkGlyph *const glyph = record(index);
-    if (shown != c) { // a form is a character of its own; a letter by itself is not
-        remember(shown, index, glyph);
+    const char32_t behind = text[u + 1];
+    *next = ZkArabicForms(behind);
+    if (u + 1 < m_run.last && ((m_run.breaks[u + 1] & ZkTextBreaks::Grapheme) == 0 ||
+                               (text[u] == kLam && zkLamAlef(behind) != 0))) {
+        return false;
     }
-    kern(index);
-    add(u, index, glyph->bitmap.advance);
+    if (!forms.joins()) {
+        return true;
+    }
+    // What stands before the first of all that are passed over joins nothing.
+    const bool after =
+        forms.isDual() && (next->joins() || (behind >= kSoftHyphen && joinsAfter(u + 1)));
+    if (before || after) {
+        *shown = forms.form(!before ? ZkArabicForms::Initial
+                            : after ? ZkArabicForms::Medial
+                                    : ZkArabicForms::Final);
+    }
     return true;
+}
+
+// Shapes Arabic letters from unit `u` on as `plain` does others, and with them the plain
+// characters that are known. The unit to go on from.
+int Shaping::joinedLetters(int u)
+{
+    const ZkUcs2 *const text = m_run.text;
+    ZkArabicForms forms(text[u]);
+    if (!forms.joins()) {
+        return u;
+    }
+    const int first = u, last = m_run.last, before = m_glyphs->size();
+    const std::uint32_t kerned = m_isKerned ? ZkFontLetters::kMostIndex : 0;
+    ZkShapedGlyph *glyph = m_glyphs->extend(last - u);
+    std::uint32_t left = m_left;
+    bool joins = m_joinsForward;
+    for (; u < last; ++u, ++glyph) {
+        const bool isLetter = forms.joins();
+        ZkArabicForms next(0);
+        char32_t shown = mirrored(text[u]);
+        if (!findForm(u, forms, joins, &next, &shown)) {
+            break;
+        }
+        std::uint32_t word = m_letters.letter(shown);
+        const bool isAlone = isLetter && shown == text[u];
+        if (!isKnown(word, shown, isAlone)) {
+            word = isLetter ? enterForm(shown, isAlone) : 0;
+            if (!isKnown(word, shown, isAlone)) {
+                break;
+            }
+        }
+        const std::uint32_t index = ZkFontLetters::indexOf(word);
+        pull<true>(glyph, u == first, left, index);
+        left = index & kerned;
+        put(glyph, u, index, ZkFontLetters::advanceOf(word));
+        joins = isLetter && forms.isDual();
+        forms = next;
+    }
+    m_glyphs->truncate(before + u - first);
+    if (u > first) {
+        m_joinsForward = joins;
+        m_left = left;
+        m_kernedAt = before + u - first - 1;
+    }
+    return u;
+}
+
+// The word of an Arabic letter's form, which is entered among the known letters. Another
+// word when that cannot be, or the face lacks the form.
+std::uint32_t Shaping::enterForm(char32_t shown, bool isAlone)
+{
+    const std::uint32_t index = m_run.face->glyphIndex(shown);
+    if (isAlone || index != 0) {
+        remember(shown, index, record(index), isAlone);
+    }
+    return m_letters.letter(shown);
 }
 
 // Enters the character at unit `u` among the known letters. False when it is not plain, or
@@ -379,10 +397,26 @@ bool Shaping::enter(int u)
     return remember(shown, index, record(index));
 }
 
-bool Shaping::remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph)
+bool Shaping::remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph, bool isAlone)
 {
     return !glyph->isFailed() &&
-           m_letters.enter(shown, index, std::max<int>(glyph->bitmap.advance, 0));
+           m_letters.enter(shown, index, std::max<int>(glyph->bitmap.advance, 0), isAlone);
+}
+
+// The record and index of a character of a cluster, which is remembered without being plain.
+const ZkGlyph *Shaping::recordOf(char32_t c, std::uint32_t *index)
+{
+    const std::uint32_t word = m_letters.letter(c);
+    if (isKnown(word, c, false) || isKnown(word, c, true)) {
+        *index = ZkFontLetters::indexOf(word);
+        return record(*index);
+    }
+    *index = m_run.face->glyphIndex(c);
+    const ZkGlyph *const glyph = record(*index);
+    if (c < ZkFontLetters::kAloneEnd) {
+        remember(c, *index, glyph, true);
+    }
+    return glyph;
 }
 
 inline ZkShapedGlyph *Shaping::add(int u, std::uint32_t index, int advance)
@@ -409,6 +443,19 @@ int Shaping::askDistance(std::uint32_t left, std::uint32_t right)
     const int pixels = m_run.face->kerning(left, right, m_run.font.fontSize());
     m_letters.enterPair(left, right, pixels);
     return pixels;
+}
+
+// Moves `index`, which is about to stand in `glyph`, nearer to the glyph before it: the one
+// that is kerned last for the first of a stretch. `left` is 0 for none.
+template <bool isRightToLeft>
+inline void Shaping::pull(ZkShapedGlyph *glyph, bool isFirst, std::uint32_t left,
+                          std::uint32_t index)
+{
+    const int nearer = left != 0 ? distance<isRightToLeft>(left, index) : 0;
+    if (nearer != 0) {
+        ZkShapedGlyph &before = isFirst ? (*m_glyphs)[m_kernedAt] : glyph[-1];
+        before.advance = std::max(before.advance + nearer * 64, 0);
+    }
 }
 
 // Moves the glyph `index`, which is about to be added, nearer to the one before it.
@@ -471,13 +518,9 @@ char32_t Shaping::joined(char32_t letter, unsigned joining, bool before, bool af
     if (!before && !after) {
         return letter;
     }
-    const ZkArabicForms *const row = formsOf(letter);
-    if (row == nullptr) {
-        return letter;
-    }
-    const char32_t form = row->forms[before && after ? ZkArabicForms::Medial
-                                     : before        ? ZkArabicForms::Final
-                                                     : ZkArabicForms::Initial];
+    const char32_t form = ZkArabicForms(letter).form(before && after ? ZkArabicForms::Medial
+                                                     : before        ? ZkArabicForms::Final
+                                                                     : ZkArabicForms::Initial);
     if (form == 0) {
         return letter;
     }
@@ -495,15 +538,15 @@ char32_t Shaping::ligature(char32_t letter, int end, bool before, int *alefEnd)
         return 0;
     }
     for (int i = end; i-- > m_run.first && m_run.text[i] != kLam;) {
-        if (zkCharacter(m_run.text[i]).joining != ZkCharacter::JoiningTransparent) {
+        if (!isTransparent(m_run.text[i])) {
             return 0; // a joiner keeps them apart
         }
     }
-    const ZkArabicForms *const row = formsOf(m_run.text[end]);
-    if (row == nullptr || row->ligature == 0) {
+    const char32_t alone = zkLamAlef(m_run.text[end]);
+    if (alone == 0) {
         return 0;
     }
-    const char32_t form = row->ligature + (before ? 1U : 0U);
+    const char32_t form = alone + (before ? 1U : 0U);
     *alefEnd = clusterEnd(end);
     return m_run.face->hasGlyph(form) ? form : 0;
 }
@@ -526,7 +569,6 @@ bool Shaping::next(Reader *reader, Part *part) const
         const char32_t composed = isBlocked ? 0 : zkCompose(reader->letter, c);
         if (composed != 0 && m_run.face->hasGlyph(composed)) {
             reader->letter = composed;
-            reader->hasComposed = true;
             continue;
         }
         if (reader->count++ == 0) {
@@ -535,20 +577,23 @@ bool Shaping::next(Reader *reader, Part *part) const
             reader->last = combiningClass;
         }
         reader->at += units;
-        *part = {c, combiningClass};
+        *part = {c, &properties};
         return true;
     }
     return false;
 }
 
 // Shapes the cluster `[u, end)`, and the alef behind a lam with it; the unit to go on from.
-// It is read twice, for its letter is known when all of it was seen.
+// Its letter is known when all of it was seen.
 int Shaping::cluster(int u, int end)
 {
-    Reader all = {u, end, 0, 0, 0, true, false};
-    Reader marks = all;
-    Part part = {};
-    if (!next(&all, &part)) {
+    Reader reader = {u, end, 0, 0, 0, true};
+    Part kept[kKeptParts];
+    int count = 0;
+    while (count < kKeptParts && next(&reader, &kept[count])) {
+        ++count;
+    }
+    if (count == 0) {
         int units = 0;
         const unsigned joining = zkCharacter(characterAt(u, &units)).joining;
         if (joining != ZkCharacter::JoiningTransparent) {
@@ -558,12 +603,12 @@ int Shaping::cluster(int u, int end)
         m_left = 0;
         return end;
     }
-    next(&marks, &part);
-    while (next(&all, &part)) {
+    Reader rest = reader;
+    Part part = {};
+    while (count == kKeptParts && next(&reader, &part)) {
     }
-    marks.composes = all.hasComposed;
-    const char32_t letter = all.letter;
-    const ZkCharacter &first = zkCharacter(letter);
+    const char32_t letter = reader.letter;
+    const ZkCharacter &first = letter == kept[0].c ? *kept[0].properties : zkCharacter(letter);
     char32_t shown = letter;
     int behind = end;
     if (first.joining != ZkCharacter::JoiningNone &&
@@ -582,18 +627,10 @@ int Shaping::cluster(int u, int end)
     } else if (first.joining == ZkCharacter::JoiningNone) {
         m_joinsForward = false;
     }
-    // A joiner or non-joiner at the end of the cluster has the last word.
-    for (int i = behind; i-- > u;) {
-        if (m_run.text[i] == 0x200C || m_run.text[i] == 0x200D) {
-            m_joinsForward = m_run.text[i] == 0x200D;
-        }
-        if (zkCharacter(m_run.text[i]).joining != ZkCharacter::JoiningTransparent) {
-            break;
-        }
-    }
+    heedJoiner(u, behind);
 
-    const std::uint32_t index = m_run.face->glyphIndex(shownFor(shown));
-    const ZkGlyph *const glyph = record(index);
+    std::uint32_t index = 0;
+    const ZkGlyph *const glyph = recordOf(shownFor(shown), &index);
     m_character = letter;
     if (isMark(first)) {
         setBare(u, glyph);
@@ -602,18 +639,34 @@ int Shaping::cluster(int u, int end)
         add(u, index, glyph->bitmap.advance);
         setLetter(glyph);
     }
-    while (next(&marks, &part)) {
+    for (int i = 1; i < count; ++i) {
+        setMark(u, kept[i]);
+    }
+    while (count == kKeptParts && next(&rest, &part)) {
         setMark(u, part);
-        m_left = 0;
     }
     if (behind > end) { // the marks of the alef
-        Reader alef = {end + 1, behind, 0, 0, 0, false, false};
+        Reader alef = {end + 1, behind, 0, 0, 0, false};
         while (next(&alef, &part)) {
             setMark(u, part);
-            m_left = 0;
         }
     }
     return behind;
+}
+
+// A joiner or non-joiner at the end of the units `[first, last)`, marks passed over, has the
+// last word.
+void Shaping::heedJoiner(int first, int last)
+{
+    for (int i = last; i-- > first;) {
+        if ((m_run.text[i] & ~1U) == kNonJoiner) {
+            const bool joins = m_run.text[i] != kNonJoiner;
+            while (++i < last && isTransparent(m_run.text[i])) {
+            }
+            m_joinsForward = i == last ? joins : m_joinsForward;
+            return;
+        }
+    }
 }
 
 // Marks that follow are set on `glyph`, which has just been added.
@@ -627,7 +680,7 @@ void Shaping::setLetter(const ZkGlyph *glyph)
     m_thai[1] = m_thai[2] = 0;
     m_thaiMarks = 0;
     m_thaiShift = 0;
-    m_tone = -1;
+    m_tone = -1; // no test can tell: any number below 0 does
 }
 
 // A mark with nothing to stand on takes the room of its ink.
@@ -649,15 +702,16 @@ void Shaping::setBare(int u, const ZkGlyph *glyph)
 // letter beside it.
 void Shaping::setMark(int u, const Part &part)
 {
-    const std::uint32_t index = m_run.face->glyphIndex(part.c);
-    const ZkGlyph *const glyph = record(index);
+    m_left = 0; // what follows is not kerned
+    std::uint32_t index = 0;
+    const ZkGlyph *const glyph = recordOf(part.c, &index);
     const GlyphBitmap &bitmap = glyph->bitmap;
-    const ZkCharacter &properties = zkCharacter(part.c);
+    const ZkCharacter &properties = *part.properties;
     ZkPlacedGlyph mark = {&bitmap, 0, -bitmap.top, 0, 0};
     const bool isThai = zkThaiClass(m_thai[0]) == ZkThaiClass::Consonant && m_thaiMarks < 2 &&
                         part.c < 0x10000 &&
                         zkThaiClass(static_cast<ZkUcs2>(part.c)) > ZkThaiClass::Consonant;
-    const MarkPlace place = placeOf(part.c, part.combiningClass);
+    const MarkPlace place = placeOf(part.c, properties.combiningClass);
     if (!isMark(properties) || (place == MarkPlace::AsDrawn && !isThai && bitmap.advance > 0)) {
         if (part.c == kSaraAm && m_tone >= 0) { // its ring stands under the tone mark
             ZkShapedGlyph &tone = (*m_glyphs)[m_tone];

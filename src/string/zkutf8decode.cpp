@@ -1,6 +1,7 @@
 #include "zkstring.h"
 
 #include "string/zkutf8blocks.h"
+#include "string/zkutf8wide.h"
 
 #include <cstring>
 
@@ -179,6 +180,10 @@ inline Decoded decodeAscii(Decoded at, const Byte *end)
 /// that it yields: there is room, as every byte so far has yielded one at most.
 inline Decoded decodeBlocks(Decoded at, const Byte *end)
 {
+    const bool isWide = kZkMayBeWide && end - at.in >= kZkWideBlock && zkIsWide();
+    if (isWide) {
+        zkDecodeWide(&at.out, &at.in, end);
+    }
     while (end - at.in >= ZkUtf8Blocks::kDecode) {
         if (ZkUtf8Blocks::widen(at.out, at.in)) {
             at = decodeAscii({at.in + ZkUtf8Blocks::kAscii, at.out + ZkUtf8Blocks::kAscii}, end);
@@ -189,6 +194,9 @@ inline Decoded decodeBlocks(Decoded at, const Byte *end)
         } else {
             // A malformed text would stop at every block: go through this one singly.
             at = decodeSingly(at, at.in + ZkUtf8Blocks::kAscii, end);
+        }
+        if (isWide) {
+            zkDecodeWide(&at.out, &at.in, end);
         }
     }
     return at;

@@ -1,6 +1,7 @@
 #include "zkstring.h"
 
 #include "string/zkutf8blocks.h"
+#include "string/zkutf8wide.h"
 
 #include <cstring>
 
@@ -58,6 +59,9 @@ inline Encoded encodeTriples(Encoded at, const ZkUcs2 *end)
 /// that count: there is room, as every unit so far has made three at most.
 inline Encoded encodeBlocks(Encoded at, const ZkUcs2 *end)
 {
+    if (kZkMayBeWide && end - at.in >= kZkWideBlock && zkIsWide()) {
+        zkEncodeWide(&at.out, &at.in, end);
+    }
     while (end - at.in >= ZkUtf8Blocks::kAscii) {
         if (ZkUtf8Blocks::narrow(at.out, at.in)) {
             at.in += ZkUtf8Blocks::kAscii;

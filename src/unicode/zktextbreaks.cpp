@@ -664,26 +664,35 @@ void ZkTextBreaks::findRange(const ZkTextCharacters &text, int first, int last, 
 }
 
 ZkTextBreaks::ZkTextBreaks()
-    : m_flags(nullptr), m_size(0), m_capacity(0), m_breaker(nullptr), m_unspaced(BetweenClusters)
+    : m_flags(m_label),
+      m_size(0),
+      m_capacity(sizeof m_label),
+      m_breaker(nullptr),
+      m_unspaced(BetweenClusters)
 {
-    reserve(0);
     m_flags[0] = 0;
 }
 
 ZkTextBreaks::~ZkTextBreaks()
 {
-    std::free(m_flags);
+    if (m_flags != m_label) {
+        std::free(m_flags);
+    }
 }
 
 /// Makes room for the flags of `units` and keeps those there are.
 void ZkTextBreaks::reserve(int units)
 {
-    if (units >= m_capacity) {
-        // The first text gets what it needs; one that grows gets room to grow on.
-        const std::int64_t slack = m_capacity == 0 ? 1 : static_cast<std::int64_t>(units) / 2 + 16;
-        m_capacity =
-            static_cast<int>(std::min(units + slack, static_cast<std::int64_t>(INT32_MAX)));
-        m_flags = static_cast<std::uint8_t *>(zkReallocate(m_flags, m_capacity));
+    if (units < m_capacity) {
+        return;
+    }
+    // The first text gets what it needs; one that grows gets room to grow on.
+    const bool isFirst = m_flags == m_label;
+    const std::int64_t slack = isFirst ? 1 : static_cast<std::int64_t>(units) / 2 + 16;
+    m_capacity = static_cast<int>(std::min(units + slack, static_cast<std::int64_t>(INT32_MAX)));
+    m_flags = static_cast<std::uint8_t *>(zkReallocate(isFirst ? nullptr : m_flags, m_capacity));
+    if (isFirst) {
+        std::memcpy(m_flags, m_label, sizeof m_label);
     }
 }
 

@@ -219,6 +219,25 @@ TEST(ZkHashData, BucketIsTheHashModuloTheCount)
     }
 }
 
+TEST(ZkHash, AFinderSeesWhatTheHashHolds)
+{
+    ZkHash<int, int> hash;
+    EXPECT_EQ((ZkHash<int, int>::Finder(hash).value(0)), 0) << "no buckets yet";
+    EXPECT_EQ((ZkHash<int, int>::Finder(hash).value(-1)), 0);
+    std::mt19937 random(11);
+    for (int round = 0; round < 200; ++round) {
+        hash.insert(int(random() % 5000) - 2500, round + 1);
+        const ZkHash<int, int>::Finder finder(hash);
+        for (int k = 0; k < 100; ++k) {
+            const int key = int(random() % 5000) - 2500;
+            ASSERT_EQ(finder.value(key), hash.value(key)) << key;
+        }
+        for (const int key : hash.keys()) {
+            ASSERT_EQ(finder.value(key), hash.value(key)) << key;
+        }
+    }
+}
+
 TEST(ZkHashData, RehashChoosesTheExponent)
 {
     const struct {
@@ -436,6 +455,27 @@ TEST(ZkHash, WalksBackwardsToo)
     }
     EXPECT_EQ(forward, backward);
     EXPECT_EQ(int(forward.size()), hash.size());
+}
+
+TEST(ZkHashData, AChainOfManyNodesIsWalkedBackwards)
+{
+    ZkHash<Chosen, int> hash;
+    for (int i = 0; i < 9; ++i) {
+        hash.insert(Chosen{i, i < 6 ? 3U : 20U}, i); // six in one chain, three in another
+    }
+    ZkHashData *table = ZkInspector::table(hash);
+    std::vector<ZkHashData::Node *> nodes;
+    for (ZkHashData::Node *node = table->firstNode(); node != table->end();
+         node = ZkHashData::nextNode(node)) {
+        nodes.push_back(node);
+    }
+    ASSERT_EQ(nodes.size(), 9U);
+    ZkHashData::Node *node = table->end();
+    for (std::size_t i = nodes.size(); i-- > 0;) {
+        node = ZkHashData::previousNode(node);
+        EXPECT_EQ(node, nodes[i]);
+    }
+    EXPECT_EQ(node, table->firstNode());
 }
 
 // Sharing
@@ -756,6 +796,7 @@ TEST(ZkHashFunction, FoldsAsManyBytesAsTheTextHasUnits)
         {u"\u00E9x", 0xC3 * 16 + 0xA9}, // the x is past the second byte
         {u"\u20AC", 0xE2},
         {u"\u20AC\u20AC\u20ACab", 0},
+        {u"\u007F\u0080z", (0x7F * 16 + 0xC2) * 16 + 0x80}, // the last ASCII, and the next
     };
     for (const auto &row : kRows) {
         const ZkString key = units(row.text);

@@ -1,16 +1,20 @@
 #include "zkvector.h"
 
+#include "freshprocess.h"
 #include "livecount.h"
+#include "sanitizedmalloc.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <numeric>
 #include <random>
 #include <string>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -751,6 +755,26 @@ TEST(ZkVectorData, LargeAlignmentsAreKeptWithTheContents)
     }
     ZkVectorData::freeData(nullptr, 8);
 }
+
+#ifndef ZK_MALLOC_IS_THE_SANITIZERS
+TEST(ZkVectorData, AnAlignedBlockThatIsTooLargeIsNoneAndTheOldOneStays)
+{
+    inFreshProcess([] {
+        ZkVectorData *x = ZkVectorData::allocate(100, 64);
+        std::memset(static_cast<void *>(x), 0x5A, 100);
+        rlimit limit = {};
+        getrlimit(RLIMIT_AS, &limit);
+        const rlimit little = {rlim_t(1) << 30, limit.rlim_max};
+        if (setrlimit(RLIMIT_AS, &little) != 0 || std::malloc(INT_MAX - 4096) != nullptr) {
+            return; // the emulator keeps no limit
+        }
+        EXPECT_EQ(ZkVectorData::reallocate(x, INT_MAX - 4096, 100, 64), nullptr);
+        setrlimit(RLIMIT_AS, &limit);
+        EXPECT_EQ(reinterpret_cast<const char *>(x)[99], 0x5A);
+        ZkVectorData::freeData(x, 64);
+    });
+}
+#endif
 
 // --- Broken contracts -------------------------------------------------------
 

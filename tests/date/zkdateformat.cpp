@@ -431,6 +431,60 @@ TEST(ZkDateFormat, ReadsWhatTheCLibrarysScannerReads)
     EXPECT_GT(moments, 1000);
 }
 
+// The usual patterns have a way of their own, which must end where the scanner would.
+TEST(ZkDateFormat, LongFieldsAndWhatIsNearThemReadLikeTheCLibrarysScanner)
+{
+    std::mt19937 random(74);
+    static const char *const kSeparators[] = {"-", "/", ":", " ", "", "T", ".", "  ", "h", "a"};
+    static const char kOdd[] = "0123456789-+ aApPmMdyhs%/:";
+    const auto number = [&](int digits) {
+        std::string text;
+        for (; digits > 0; --digits) {
+            text += char('0' + random() % (random() % 3 == 0 ? 10 : 2));
+        }
+        return text;
+    };
+    int dates = 0, moments = 0;
+    for (int i = 0; i < 40000; ++i) {
+        std::vector<std::string> fields = {"yyyy", "MM", "dd"};
+        if (i % 2 == 0) {
+            fields.insert(fields.end(), {"hh", "mm", "ss"});
+        }
+        if (i % 4 >= 2) {
+            std::shuffle(fields.begin(), fields.end(), random);
+        }
+        std::string format, in;
+        for (const std::string &field : fields) {
+            const int digits = int(field.size()) + (random() % 40 == 0) - (random() % 40 == 0);
+            const std::string separator = kSeparators[random() % (random() % 4 == 0 ? 10 : 4)];
+            format += field + separator;
+            in += number(digits) + separator;
+        }
+        if (random() % 3 != 0) { // nothing behind the last field
+            format.resize(format.find_last_of("yMdms") + 1);
+        }
+        const auto disturb = [&](std::string *text) {
+            if (random() % 4 == 0 && !text->empty()) {
+                const std::size_t at = random() % text->size();
+                const std::string piece(1, kOdd[random() % (sizeof kOdd - 1)]);
+                random() % 2 == 0 ? text->insert(at, piece) : text->replace(at, 1, piece);
+            }
+        };
+        disturb(&format);
+        disturb(&in);
+        in += random() % 4 == 0 ? "pm" : random() % 4 == 0 ? "7" : "";
+        const ZkString textIn(in.c_str()), pattern(format.c_str());
+        const ZkDate date = ZkDate::fromString(textIn, pattern);
+        const ZkDateTime moment = ZkDateTime::fromString(textIn, pattern);
+        ASSERT_EQ(shown(date), shown(modelDate(in, format))) << in << " by " << format;
+        ASSERT_EQ(shown(moment), shown(modelDateTime(in, format))) << in << " by " << format;
+        dates += date.isValid();
+        moments += moment.isValid();
+    }
+    EXPECT_GT(dates, 400);
+    EXPECT_GT(moments, 400);
+}
+
 TEST(ZkDateFormat, WhatIsWrittenReadsBack)
 {
     std::mt19937 random(73);

@@ -746,6 +746,26 @@ TEST(ZkDateTime, AnOffsetSetTo0LeavesNoneForComparisons)
     });
 }
 
+TEST(ZkDateTime, MillisecondsBeyondEveryDateGiveTheNullDateInLocalTimeOrUtc)
+{
+    inEveryZone([] {
+        for (const ll msecs : {LLONG_MIN, LLONG_MAX}) {
+            ZkDateTime offset(ZkDate(2020, 6, 1), ZkTime(12, 0), Zk::TimeUtc);
+            ZkDateTime utc = offset, local(ZkDate(2020, 6, 1), ZkTime(12, 0), Zk::TimeLocal);
+            offset.setUtcOffset(3600);
+            ASSERT_EQ(offset.timeSpec(), Zk::TimeOffset);
+            for (ZkDateTime *time : {&offset, &utc, &local}) {
+                time->setMSecsSinceEpoch(msecs);
+                EXPECT_FALSE(time->date().isValid());
+                EXPECT_FALSE(time->isValid());
+            }
+            EXPECT_EQ(offset.timeSpec(), Zk::TimeLocal);
+            EXPECT_EQ(local.timeSpec(), Zk::TimeLocal);
+            EXPECT_EQ(utc.timeSpec(), Zk::TimeUtc);
+        }
+    });
+}
+
 TEST(ZkDateTime, NowIsTheClocksNow)
 {
     inEveryZone([] {

@@ -28,12 +28,16 @@ constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 
-// Stands before the C library's own, so that a test can take the memory away.
-static bool memoryIsGone = false;
+// Stands before the C library's own, so that a test can refuse the next block.
+static bool nextIsRefused = false;
 extern "C" void *__libc_malloc(std::size_t bytes);
 extern "C" void *malloc(std::size_t bytes) noexcept
 {
-    return memoryIsGone ? nullptr : __libc_malloc(bytes);
+    if (nextIsRefused) {
+        nextIsRefused = false;
+        return nullptr;
+    }
+    return __libc_malloc(bytes);
 }
 #endif
 
@@ -939,7 +943,7 @@ TEST(ZkRegionDeath, NoMemoryForThePoolStopsTheProcess)
         {
             std::vector<ZkRegion> regions;
             regions.reserve(100000);
-            memoryIsGone = true;
+            nextIsRefused = true;
             for (int i = 0; i < 100000; ++i) {
                 regions.emplace_back(i, 0, 1, 1);
             }

@@ -3,9 +3,11 @@
 // back the same work gives what it always gave.
 
 #include "zkfontchain.h"
+#include "zkfreetype.h"
 #include "zkglyphcache.h"
 
 #include "bareglyph.h"
+#include "glyph/zkglyphslabs.h"
 #include "sanitizedmalloc.h"
 
 #include <gtest/gtest.h>
@@ -21,8 +23,10 @@ namespace
 {
 
 int allocations = 0;
-int failing = -1; // the number of the allocation that gets nothing; -1 for none
-int living = 0;   // blocks
+int failing = -1;        // the number of the allocation that gets nothing; -1 for none
+int living = 0;          // blocks
+std::size_t refused = 0; // no block of so many bytes is given; 0 for any
+bool wasRefused = false; // and the next that is freed ends that
 
 } // namespace
 
@@ -53,7 +57,14 @@ void *counted(void *block)
 
 extern "C" void *malloc(std::size_t bytes) noexcept
 {
-    return fails() ? nullptr : counted(__libc_malloc(bytes));
+    if (fails()) {
+        return nullptr;
+    }
+    if (refused != 0 && bytes == refused) {
+        wasRefused = true;
+        return nullptr;
+    }
+    return counted(__libc_malloc(bytes));
 }
 
 extern "C" void *calloc(std::size_t count, std::size_t bytes) noexcept
@@ -72,6 +83,7 @@ extern "C" void *realloc(void *block, std::size_t bytes) noexcept
 extern "C" void free(void *block) noexcept
 {
     living -= block != nullptr ? 1 : 0;
+    refused = wasRefused && block != nullptr ? 0 : refused;
     __libc_free(block);
 }
 #else
@@ -207,6 +219,9 @@ TEST(FontMemory, ChainsAndQuestionsOfCharactersAnswerAllTheSame)
         failing = saved;
         EXPECT_EQ(fresh.glyphIndex('a'), a);
         EXPECT_EQ(fresh.kerning(a, a, 20), latin.kerning(a, a, 20));
+        const int before = chain.size();
+        const bool isCleared = chain.clear();
+        EXPECT_EQ(chain.size(), isCleared ? 0 : before) << "all or none";
     });
 }
 
@@ -236,4 +251,148 @@ TEST(FontMemory, PacksAreWrittenAndLoadedOrNot)
         EXPECT_EQ(other.load(path.c_str(), chain), 260 - there);
     });
     unlink(path.c_str());
+}
+
+// Glyphs that have blocks of their own: the others go before none is rendered.
+TEST(FontMemory, LargeGlyphsMakeRoomOrAreEmptyOnce)
+{
+    const BareFont bare(ZK_FONT_DEJAVU);
+    const ZkFont large(255, false, false, false, false);
+    std::vector<BareFont::Glyph> expected;
+    for (std::uint32_t glyph = 36; glyph < 42; ++glyph) {
+        expected.push_back(bare.renderGlyph(glyph, large));
+    }
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    ZkGlyphCache cache(0);
+    int empty = 0;
+    for (int number = kCanFail ? 0 : 60; number < 60; ++number) {
+        failing = allocations + number;
+        for (std::uint32_t i = 0; i < 6; ++i) {
+            ZkGlyphHolder holder(cache);
+            const ZkGlyph *const glyph = holder.glyph(face, 36 + i, large);
+            ASSERT_TRUE(glyph->isFailed() || isWhole(glyph->bitmap, expected[i]));
+            empty += glyph->isFailed() ? 1 : 0;
+        }
+        failing = -1;
+        EXPECT_LE(cache.stats().glyphs, 6);
+        cache.clear();
+        EXPECT_EQ(cache.stats().glyphs, 0);
+    }
+    EXPECT_LT(empty, 60) << "one a round at most, and none where others could go";
+}
+
+// Without a larger table the one that is there fills up to seven eighths.
+TEST(FontMemory, ATableThatCannotGrowIsFilledAndThenGlyphsAreEmpty)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    constexpr int kFirstSlots = 128;
+    const ZkFont tiny(6, false, false, false, false);
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    ZkGlyphCache cache(0);
+    ZkGlyphHolder held(cache); // so that none can go
+    std::vector<const ZkGlyph *> glyphs;
+    for (std::uint32_t glyph = 40; glyph < 40 + kFirstSlots; ++glyph) {
+        face.glyphIndex(glyph);
+        const ZkGlyphHolder other(cache);
+        refused = 2 * kFirstSlots * sizeof(void *);
+        glyphs.push_back(held.glyph(face, glyph, tiny));
+        refused = 0;
+        wasRefused = false;
+    }
+    const auto isEmpty = [](const ZkGlyph *glyph) { return glyph->isFailed(); };
+    EXPECT_EQ(std::count_if(glyphs.begin(), glyphs.end(), isEmpty), kFirstSlots / 8);
+    EXPECT_EQ(cache.stats().glyphs, kFirstSlots / 8 * 7);
+    EXPECT_EQ(cache.stats().failures, static_cast<std::uint64_t>(kFirstSlots / 8));
+    EXPECT_EQ(cache.stats().misses, static_cast<std::uint64_t>(kFirstSlots));
+    for (std::uint32_t glyph = 40; glyph < 40 + kFirstSlots; ++glyph) { // there again
+        EXPECT_FALSE(held.glyph(face, glyph, tiny)->isFailed());
+    }
+    EXPECT_EQ(cache.stats().glyphs, kFirstSlots);
+}
+
+TEST(FontMemory, TheClassicFontDoesNotOpenWithoutMemory)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    const ZkString path(ZK_FONT_DEJAVU);
+    for (int number = 0; number < 5; ++number) {
+        EXPECT_EXIT(
+            {
+                dup2(STDERR_FILENO, STDOUT_FILENO);
+                failing = allocations + number;
+                ZkFreetype::freetype_init(path);
+            },
+            testing::ExitedWithCode(1), "^FT_Init_FreeType error!\n");
+    }
+}
+
+// What the system does not give, the cache's own glyphs may.
+TEST(FontMemory, ALargeGlyphTakesTheRoomOfOthersWhenThereIsNoMore)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    const BareFont bare(ZK_FONT_DEJAVU);
+    const ZkFont large(255, false, false, false, false);
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    const BareFont::Glyph expected = bare.renderGlyph(50, large);
+    ZkGlyphCache cache(0);
+    for (std::uint32_t glyph = 36; glyph < 40; ++glyph) {
+        ZkGlyphHolder(cache).glyph(face, glyph, large);
+    }
+    ASSERT_EQ(cache.stats().glyphs, 4);
+    ZkGlyphHolder holder(cache);
+    refused = ZkGlyphSlabs::costOf(ZkGlyphSlabs::lengthFor(expected.pixels.size()));
+    const ZkGlyph *const glyph = holder.glyph(face, 50, large);
+    EXPECT_TRUE(wasRefused);
+    refused = 0;
+    wasRefused = false;
+    EXPECT_TRUE(isWhole(glyph->bitmap, expected));
+    EXPECT_EQ(cache.stats().glyphs, 1) << "the others have gone";
+    EXPECT_EQ(cache.stats().evictions, 4u);
+}
+
+TEST(FontMemory, PacksOfLargeGlyphsEndWhereMemoryEnds)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    const ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
+    const ZkFont large(255, false, false, false, false);
+    const std::string path = "/tmp/zklargememory" + std::to_string(getpid());
+    ZkGlyphCache cache(0);
+    ZkGlyphHolder(cache).glyph(chain.at(0), 50, large);
+    const std::size_t pixels = cache.stats().pixelBytes;
+    ASSERT_EQ(cache.save(path.c_str(), chain), 1);
+    ZkGlyphCache other(0);
+    refused = ZkGlyphSlabs::costOf(ZkGlyphSlabs::lengthFor(pixels));
+    EXPECT_EQ(other.load(path.c_str(), chain), 0);
+    refused = 0;
+    wasRefused = false;
+    EXPECT_EQ(other.stats().glyphs, 0);
+    EXPECT_EQ(other.load(path.c_str(), chain), 1);
+    unlink(path.c_str());
+}
+
+// FreeType's own tables are there as long as a typeface is open, and made anew after that.
+TEST(FontMemory, TheLibraryGoesWithTheLastTypeface)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be watched";
+    }
+    const auto blocksOfOpening = [] {
+        const int before = allocations;
+        const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+        EXPECT_TRUE(face.isValid());
+        return allocations - before;
+    };
+    const int alone = blocksOfOpening();
+    EXPECT_EQ(blocksOfOpening(), alone);
+    const ZkTypeface kept = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    const int beside = blocksOfOpening();
+    EXPECT_EQ(blocksOfOpening(), beside);
+    EXPECT_GT(alone, beside + 30) << "a dozen modules";
 }

@@ -347,10 +347,15 @@ TEST(ZkGlyphCache, ClearDropsWhatNobodyHolds)
     const ZkTypeface face = dejavu();
     ZkGlyphCache cache;
     const std::size_t empty = cache.stats().bytes;
+    EXPECT_EQ(cache.stats().peakBytes, empty);
     ZkGlyphHolder holder(cache);
     const ZkGlyph *const kept = holder.glyph(face, 40, kPlain);
     fill(&cache, face, kPlain, 50, 300);
+    fill(&cache, face, kPlain, 1000, 3999);
+    cache.resetStats();
     cache.clear();
+    EXPECT_GT(cache.stats().longestLockMicroseconds, 0u) << "it walked over thousands of glyphs";
+    EXPECT_LT(cache.stats().longestLockMicroseconds, 60u * 1000 * 1000);
     EXPECT_EQ(cache.stats().glyphs, 1);
     EXPECT_EQ(ZkGlyphHolder(cache).glyph(face, 40, kPlain), kept);
     holder.clear();
@@ -468,4 +473,125 @@ TEST(ZkGlyphCache, SharedIsOne)
     ZkGlyphHolder holder;
     const ZkGlyph *const glyph = holder.glyph(face, 40, kPlain);
     EXPECT_EQ(ZkGlyphHolder(ZkGlyphCache::shared()).glyph(face, 40, kPlain), glyph);
+}
+
+TEST(ZkGlyphCache, PrewarmTakesPairsAsOneCharacter)
+{
+    const ZkFontChain chain(dejavu());
+    const ZkTypeface face = chain.at(0);
+    const ZkUcs2 units[] = {0xD83C, 0xDCCF, 'a', 0xD83C, 'b', 0xDCCF}; // a card, lone halves
+    ZkGlyphCache cache;
+    EXPECT_EQ(cache.prewarm(chain, kPlain, ZkString(units, 6)), 6);
+    ASSERT_NE(face.glyphIndex(0x1F0CF), 0u);
+    const std::set<std::uint64_t> expected = {
+        ZkGlyphCache::key(face, face.glyphIndex(0x1F0CF), kPlain),
+        ZkGlyphCache::key(face, face.glyphIndex('a'), kPlain),
+        ZkGlyphCache::key(face, face.glyphIndex('b'), kPlain), ZkGlyphCache::key(face, 0, kPlain)};
+    EXPECT_EQ(keysOf(cache), expected);
+    // The next slice goes on behind the whole pair.
+    ZkGlyphCache other;
+    EXPECT_EQ(other.prewarm(chain, kPlain, ZkString(units, 6), 0, 1), 2);
+}
+
+TEST(ZkGlyphCache, PrewarmHoldsFewGlyphsAtATime)
+{
+    const ZkFontChain chain(dejavu());
+    ZkString text;
+    for (ZkUcs2 c = 0x21; c < 0x7F; ++c) {
+        text.append(c);
+    }
+    ZkGlyphCache cache(32 << 10);
+    EXPECT_EQ(cache.prewarm(chain, sized(30), text), text.size());
+    EXPECT_LE(cache.stats().peakBytes, cache.stats().budget) << "earlier ones went again";
+    EXPECT_EQ(cache.stats().misses, 94u);
+    EXPECT_EQ(cache.stats().heldGlyphs, 0);
+}
+
+TEST(ZkGlyphCache, CachesGoInAnyOrder)
+{
+    const ZkTypeface face = dejavu();
+    for (int first = 0; first < 3; ++first) {
+        std::unique_ptr<ZkGlyphCache> caches[3];
+        for (auto &cache : caches) {
+            cache = std::make_unique<ZkGlyphCache>();
+            fill(cache.get(), face, kPlain, 40, 49);
+        }
+        caches[first].reset();
+        {
+            const ZkTypeface other = dejavu();
+            for (const auto &cache : caches) {
+                if (cache != nullptr) {
+                    fill(cache.get(), other, kPlain, 40, 44);
+                    EXPECT_EQ(cache->stats().glyphs, 15);
+                }
+            }
+        }
+        for (const auto &cache : caches) { // which closing the typeface finds all
+            if (cache != nullptr) {
+                EXPECT_EQ(cache->stats().glyphs, 10);
+            }
+        }
+    }
+}
+
+namespace
+{
+
+// A font of one strike, one glyph of `side` pixels each way: all of it black.
+std::string bigStrike(int side)
+{
+    constexpr int kHeader = 148;
+    std::string font;
+    const auto put = [&font](int value, int bytes) {
+        for (int i = 0; i < bytes; ++i) {
+            font.push_back(static_cast<char>(value >> 8 * i));
+        }
+    };
+    const int bits = kHeader + 6, pitch = (side + 7) / 8, name = bits + pitch * side;
+    put(0x300, 2); // the version of Windows fonts
+    put(name + 4, 4);
+    font.append(60, ' ');                               // copyright
+    for (const int value : {0, 12, 75, 75, 12, 0, 0}) { // type, points, resolution, ascent
+        put(value, 2);
+    }
+    put(0, 3);
+    put(400, 2);
+    put(0, 1);
+    put(side, 2);
+    put(side, 2);
+    put(0, 1);
+    put(side, 2);
+    put(side, 2);
+    put(0x40400000 + 'A' * 0x101, 4); // first and last character
+    put(0, 2);
+    for (const int value : {0, name, 0, bits}) {
+        put(value, 4);
+    }
+    font.append(static_cast<std::size_t>(kHeader) - font.size(), 0);
+    put(side, 2);
+    put(bits, 4);
+    font.append(static_cast<std::size_t>(name - bits), static_cast<char>(0xFF));
+    return font + "Big" + std::string(1, 0);
+}
+
+} // namespace
+
+// A strike has the size that the font gives it: one of 4 million pixels is not drawn.
+TEST(ZkGlyphCache, AStrikeThatIsFarTooLargeIsEmptyButAdvances)
+{
+    for (const int side : {1024, 2048}) { // a million pixels, and four
+        const std::string bytes = bigStrike(side);
+        const ZkTypeface face = ZkTypeface::fromMemory(bytes.data(), bytes.size());
+        ASSERT_TRUE(face.isValid()) << face.errorText();
+        ZkGlyphCache cache(0);
+        ZkGlyphHolder holder(cache);
+        const ZkGlyph *const glyph = holder.glyph(face, 1, kPlain);
+        const bool isTooLarge = side == 2048;
+        EXPECT_EQ(glyph->isFailed(), isTooLarge);
+        EXPECT_EQ(glyph->bitmap.width, isTooLarge ? 0 : side);
+        EXPECT_EQ(glyph->bitmap.height, isTooLarge ? 0 : side);
+        EXPECT_EQ(glyph->bitmap.advance, side);
+        EXPECT_EQ(cache.stats().failures, isTooLarge ? 1u : 0u);
+        EXPECT_EQ(holder.glyph(face, 1, kPlain), glyph) << "not tried again";
+    }
 }

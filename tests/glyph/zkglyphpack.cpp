@@ -1,15 +1,22 @@
 #include "zkglyphcache.h"
 
 #include "bareglyph.h"
+#include "freshprocess.h"
+#include "glyph/zkdigest.h"
 #include "tinyfont.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdint>
 #include <cstring>
+#include <dirent.h>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -190,4 +197,153 @@ TEST(ZkGlyphPack, NoTurnedByteIsBelieved)
     }
     EXPECT_EQ(cache.stats().glyphs, 0);
     EXPECT_EQ(cache.load(pack.data(), pack.size(), chain), 300);
+}
+
+namespace
+{
+
+// With the digest that fits to what the pack says.
+std::string sealed(std::string pack)
+{
+    constexpr std::size_t kHeader = 40, kDigestAt = 32;
+    constexpr std::uint64_t kVersion = 1;
+    const std::uint64_t digest = zkDigest(pack.data() + kHeader, pack.size() - kHeader,
+                                          zkDigest(pack.data(), kDigestAt, kVersion));
+    std::memcpy(&pack[kDigestAt], &digest, sizeof digest);
+    return pack;
+}
+
+template <typename Number>
+std::string with(std::string pack, std::size_t at, Number value)
+{
+    std::memcpy(&pack[at], &value, sizeof value);
+    return sealed(pack);
+}
+
+int filesIn(const std::string &folder)
+{
+    int count = 0;
+    DIR *const open = opendir(folder.c_str());
+    while (open != nullptr && readdir(open) != nullptr) {
+        ++count;
+    }
+    closedir(open);
+    return count - 2; // itself and its parent
+}
+
+} // namespace
+
+// A digest keeps out damage, not somebody who computes it anew.
+TEST(ZkGlyphPack, WhatCannotBeIsRefusedWithTheRightDigestToo)
+{
+    const ZkFontChain chain = chainOf(ZK_FONT_DEJAVU);
+    const std::string pack = packOf(chain);
+    ASSERT_EQ(sealed(pack), pack);
+    const std::size_t glyph = 40 + 8; // behind the header and one typeface
+    std::string faces(40 + 8 * (ZkFontChain::kMostFaces + 1), 0);
+    std::memcpy(&faces[0], pack.data(), 20);
+    const std::uint32_t tooMany = ZkFontChain::kMostFaces + 1;
+    std::memcpy(&faces[20], &tooMany, sizeof tooMany);
+    std::uint16_t width = 0;
+    std::memcpy(&width, &pack[glyph + 8], sizeof width);
+    const struct {
+        const char *what;
+        std::string bytes;
+        const char *reason;
+    } kRows[] = {
+        {"another FreeType", with(pack, 16, std::uint32_t(20000)),
+         "the pack was made with another version of FreeType"},
+        {"too many typefaces", sealed(faces), "the pack is damaged"},
+        {"a typeface behind the last", with(pack, glyph + 4, std::uint16_t(1)),
+         "the pack is damaged"},
+        {"a style of four bits", with(pack, glyph + 6, std::uint16_t(8)), "the pack is damaged"},
+        {"neither failed nor not", with(pack, glyph + 18, std::uint16_t(2)), "the pack is damaged"},
+        {"more pixels than there are", with(pack, glyph + 8, std::uint16_t(width + 1)),
+         "the pack is damaged"},
+        {"glyphs of no typeface", with(pack, 40, std::uint64_t(0)), "the pack is damaged"},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        ZkGlyphCache cache;
+        std::string why;
+        EXPECT_EQ(loaded(&cache, row.bytes, chain, &why), -1);
+        EXPECT_EQ(why, row.reason);
+        EXPECT_EQ(cache.stats().glyphs, 0);
+    }
+    ZkGlyphCache cache;
+    std::string why;
+    EXPECT_EQ(loaded(&cache, with(pack, glyph + 6, std::uint16_t(7)), chain, &why), 300) << why;
+}
+
+TEST(ZkGlyphPack, AFileThatCannotBeWrittenLeavesNothingBehind)
+{
+    const ZkFontChain chain = chainOf(ZK_FONT_DEJAVU);
+    ZkGlyphCache cache(0);
+    for (std::uint32_t glyph = 30; glyph < 180; ++glyph) {
+        ZkGlyphHolder(cache).glyph(chain.at(0), glyph, kPlain);
+    }
+    char folder[] = "/tmp/zkpackXXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string path = std::string(folder) + "/pack";
+    ZkString reason;
+    // A folder of the same name is not replaced.
+    ASSERT_EQ(mkdir(path.c_str(), 0755), 0);
+    EXPECT_EQ(cache.save(path.c_str(), chain, &reason), -1);
+    EXPECT_EQ(text(reason), "the pack cannot be written");
+    EXPECT_EQ(filesIn(folder), 1);
+    rmdir(path.c_str());
+    // The disk is full before all is written: the old pack stays.
+    ASSERT_EQ(cache.save(path.c_str(), chain), 150);
+    const std::string before = contents(path.c_str());
+    inFreshProcess([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = {};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit little = {4096, limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &little);
+        const int saved = cache.save(path.c_str(), chain, &reason);
+        setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_EQ(saved, -1);
+        EXPECT_EQ(text(reason), "the pack cannot be written");
+    });
+    EXPECT_EQ(filesIn(folder), 1);
+    EXPECT_TRUE(contents(path.c_str()) == before);
+    unlink(path.c_str());
+    rmdir(folder);
+}
+
+TEST(ZkGlyphPack, LargeGlyphsAreTakenWithinTheBudget)
+{
+    const ZkFontChain chain = chainOf(ZK_FONT_DEJAVU);
+    const ZkFont large(200, false, false, false, false);
+    ZkGlyphCache cache(0);
+    for (std::uint32_t glyph = 36; glyph < 62; ++glyph) { // A to Z, of 20 KB each
+        ZkGlyphHolder(cache).glyph(chain.at(0), glyph, large);
+    }
+    const TemporaryFile file("");
+    ASSERT_EQ(cache.save(file.path(), chain), 26);
+    for (const std::size_t budget : {64u << 10, 128u << 10, 256u << 10}) {
+        ZkGlyphCache other(budget);
+        const int count = other.load(file.path(), chain);
+        EXPECT_GT(count, static_cast<int>(budget >> 10) / 64);
+        EXPECT_LT(count, 26);
+        EXPECT_EQ(other.stats().glyphs, count);
+        EXPECT_EQ(other.stats().overBytes + other.stats().evictions, 0u);
+    }
+    ZkGlyphCache all(4 << 20);
+    EXPECT_EQ(all.load(file.path(), chain), 26);
+}
+
+TEST(ZkGlyphPack, TheFileIsLetGoOnceItIsRead)
+{
+    const ZkFontChain chain = chainOf(ZK_FONT_DEJAVU);
+    const TemporaryFile file(packOf(chain));
+    const auto isMapped = [&file] {
+        return contents("/proc/self/maps").find(file.path()) != std::string::npos;
+    };
+    const int open = filesIn("/proc/self/fd");
+    ZkGlyphCache cache;
+    EXPECT_EQ(cache.load(file.path(), chain), 300);
+    EXPECT_FALSE(isMapped());
+    EXPECT_EQ(filesIn("/proc/self/fd"), open);
 }

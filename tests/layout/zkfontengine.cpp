@@ -365,3 +365,13 @@ TEST(ZkFontEngine, ThreadsResolveWhileTheCacheIsTrimmed)
         EXPECT_EQ(cache->pixelBytes(), heldBefore) << "every use was given back";
     }
 }
+
+TEST(ZkFontEngine, AnEmptyTextBehindAnotherAddsNothing)
+{
+    ZkFontEngine engine;
+    EXPECT_EQ(engine.resloveText("abc", ZkFont()).size(), 3);
+    EXPECT_GT(engine.textPixelSize(), 0);
+    EXPECT_EQ(engine.resloveText("", ZkFont()).size(), 3);
+    EXPECT_EQ(engine.textPixelSize(), 0);
+    EXPECT_EQ(engine.resloveText("d", ZkFont()).size(), 7) << "all of the text so far once more";
+}

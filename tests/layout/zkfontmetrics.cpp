@@ -497,45 +497,90 @@ std::u16string randomText(std::mt19937 &random)
 
 } // namespace
 
+namespace
+{
+
+struct DivisionCase {
+    std::u16string text;
+    ZkFont font;
+    int spacing, lineSpacing, wrapWidth; // INT_MAX for no wrapping
+    bool wordWrap;
+};
+
+void expectPlainDivision(const DivisionCase &given)
+{
+    ZkFontEngine engine;
+    engine.resloveText(text16(given.text), given.font);
+    DivisionModel model;
+    model.text = units16(engine.text());
+    model.glyphs = glyphsOf(engine.glyphs());
+    model.spacing = given.spacing;
+    model.wordWrap = given.wordWrap;
+    model.slanted = given.font.isBoldFace();
+    model.wrapWidth = given.wrapWidth;
+    model.divide();
+
+    ZkFontMetrics layout(text16(given.text), given.font, given.lineSpacing, given.spacing);
+    layout.setWorpWrap(given.wordWrap);
+    layout.setTextMinRect(3, 4, given.wrapWidth == INT_MAX ? 0 : given.wrapWidth, 50);
+    const ZkList<ZkString> texts = layout.subText();
+    const ZkVector<ZkVector<const GlyphBitmap *>> glyphs = layout.subGlyphBitmap();
+    const ZkList<ZkRect> rects = layout.lineRects();
+    const ZkVector<PaintInfo> &infos = layout.paintInfoList();
+    ASSERT_EQ(texts.size(), int(model.lines.size()));
+    ASSERT_EQ(glyphs.size(), texts.size());
+    ASSERT_EQ(rects.size(), texts.size());
+    ASSERT_EQ(infos.size(), texts.size());
+    ZkVector<PaintInfo> oneByOne;
+    for (int i = 0; i < texts.size(); ++i) {
+        const DivisionModel::Line &line = model.lines[std::size_t(i)];
+        ASSERT_EQ(units16(texts.at(i)), line.text);
+        ASSERT_EQ(glyphsOf(glyphs[i]), line.glyphs);
+        ASSERT_EQ(rects.at(i).width(), line.width);
+        ASSERT_EQ(infos[i].right - infos[i].left + 1, line.width);
+        ASSERT_TRUE(infos[i].glyphs.isSharedWith(glyphs[i]));
+        oneByOne.append(infos[i]);
+    }
+    ASSERT_EQ(infos.capacity(), oneByOne.capacity());
+}
+
+} // namespace
+
 TEST(DivideText, AgreesWithAPlainModelOnRandomTexts)
 {
     std::mt19937 random(20240611);
     for (int round = 0; round < 4000; ++round) {
         const std::u16string text = randomText(random);
+        SCOPED_TRACE(text16(text).toStdString() + " round " + std::to_string(round));
         const ZkFont font = fontOf(static_cast<unsigned char>(8 + random() % 20), random() % 2);
         const int spacing = int(random() % 6) - 2;
-        SCOPED_TRACE(text16(text).toStdString() + " round " + std::to_string(round));
+        const bool wordWrap = random() % 4 != 0;
+        const int wrapWidth = random() % 8 == 0 ? INT_MAX : int(1 + random() % 160);
+        expectPlainDivision({text, font, spacing, int(random() % 9) - 4, wrapWidth, wordWrap});
+    }
+}
 
-        ZkFontEngine engine;
-        engine.resloveText(text16(text), font);
-        DivisionModel model;
-        model.text = units16(engine.text());
-        model.glyphs = glyphsOf(engine.glyphs());
-        model.spacing = spacing;
-        model.wordWrap = random() % 4 != 0;
-        model.slanted = font.isBoldFace();
-        model.wrapWidth = random() % 8 == 0 ? INT_MAX : int(1 + random() % 160);
-        model.divide();
-
-        ZkFontMetrics layout(text16(text), font, int(random() % 9) - 4, spacing);
-        layout.setWorpWrap(model.wordWrap);
-        layout.setTextMinRect(3, 4, model.wrapWidth == INT_MAX ? 0 : model.wrapWidth, 50);
-        const ZkList<ZkString> texts = layout.subText();
-        const ZkVector<ZkVector<const GlyphBitmap *>> glyphs = layout.subGlyphBitmap();
-        const ZkList<ZkRect> rects = layout.lineRects();
-        const ZkVector<PaintInfo> &infos = layout.paintInfoList();
-        ASSERT_EQ(texts.size(), int(model.lines.size()));
-        ASSERT_EQ(glyphs.size(), texts.size());
-        ASSERT_EQ(rects.size(), texts.size());
-        ASSERT_EQ(infos.size(), texts.size());
-        for (int i = 0; i < texts.size(); ++i) {
-            const DivisionModel::Line &line = model.lines[std::size_t(i)];
-            ASSERT_EQ(units16(texts.at(i)), line.text);
-            ASSERT_EQ(glyphsOf(glyphs[i]), line.glyphs);
-            ASSERT_EQ(rects.at(i).width(), line.width);
-            ASSERT_EQ(infos[i].right - infos[i].left + 1, line.width);
-            ASSERT_TRUE(infos[i].glyphs.isSharedWith(glyphs[i]));
+// A label that fits is told by one look at its units, in blocks, and at its width.
+TEST(DivideText, LabelsAgreeWithAPlainModelAtEveryWidthNearTheirOwn)
+{
+    static const char16_t kUnits[] = u"aWim.  \n\u0009\u000B\u00E9\u07FF\u0800\u080A\u0E01\u4E2D";
+    std::mt19937 random(20261122);
+    for (int round = 0; round < 3000; ++round) {
+        // Most have letters and spaces alone.
+        const std::size_t kinds = random() % 4 == 0 ? std::size(kUnits) - 1 : 7;
+        std::u16string text;
+        for (std::size_t count = 1 + random() % 70; count > 0; --count) {
+            text += kUnits[random() % kinds];
         }
+        SCOPED_TRACE(text16(text).toStdString() + " round " + std::to_string(round));
+        static const int kSpacings[] = {0, 0, 0, 1, 3, -1, -9, 32768, 20000000, -20000000};
+        const int spacing = kSpacings[random() % std::size(kSpacings)];
+        const ZkFont font = fontOf(16, random() % 2);
+        ZkFontMetrics probe(text16(text), font, 0, spacing);
+        const std::int64_t near =
+            std::int64_t(probe.lengthForPixel()) + 1 + spacing + std::int64_t(random() % 5) - 2;
+        const int wrapWidth = int(std::clamp<std::int64_t>(near, 1, INT_MAX));
+        expectPlainDivision({text, font, spacing, 0, wrapWidth, random() % 8 != 0});
     }
 }
 
@@ -700,4 +745,19 @@ TEST(ZkFontMetrics, NeverWritesTheCallersText)
     ZkFontMetrics layout(arabic, ZkFont());
     EXPECT_EQ(units16(arabic), u"\u0628\u0627");
     EXPECT_EQ(units16(layout.subText().at(0)), u"\uFE8E\uFE91");
+}
+
+TEST(ZkFontMetrics, CellsAreThereWhicheverIsAskedForFirst)
+{
+    ZkFontMetrics counts("abc", ZkFont()), widths("abc", ZkFont());
+    const ZkVector<int> numbers = counts.charCombinationNum();
+    const ZkVector<int> advances = widths.characterWidth();
+    ASSERT_EQ(numbers.size(), 3);
+    ASSERT_EQ(advances.size(), 3);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(numbers.at(i), 1);
+        EXPECT_EQ(advances.at(i), advanceOf(u"abc"[i]));
+    }
+    EXPECT_EQ(counts.characterWidth().size(), 3) << "measured once";
+    EXPECT_EQ(widths.charCombinationNum().size(), 3);
 }

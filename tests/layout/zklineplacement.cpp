@@ -125,3 +125,25 @@ TEST(ZkLinePlacement, ThePainterLeavesOutTheAlefOfLamAlef)
         EXPECT_EQ(line.cells()[0].leftOut, !bare);
     }
 }
+
+// Marks that share no column cannot touch; one is enough.
+TEST(ZkLinePlacement, AToneMarkIsRaisedFromItsFirstColumnOverTheNextLetterOn)
+{
+    const GlyphBitmap koKai = glyph(0x0E01, 0, 8, 10, 8, 8);
+    const GlyphBitmap tone = glyph(0x0E48, -3, 12, 0, 4, 4); // in columns 7 to 10
+    for (const int left : {0, 1}) {
+        SCOPED_TRACE(left);
+        const GlyphBitmap saraAm = glyph(0x0E33, left, 10, 8, 6, 10); // from column 10 or 11 on
+        ZkLineStyle style;
+        style.metrics.ascent = 12;
+        style.metrics.lineHeight = 12;
+        const ZkLinePlacement line(record(0, 40, 11, {&koKai, &tone, &saraAm}), style);
+        ASSERT_EQ(line.glyphCount(), 3);
+        const ZkPlacedGlyph *const placed = line.glyphs();
+        ASSERT_EQ(placed[1].x, 7);
+        ASSERT_EQ(placed[2].x, 10 + left);
+        const int plain = placed[0].y - 4;      // 12 rows above the baseline, the letter 8
+        const int raised = placed[2].y - 1 - 4; // a row between the two
+        EXPECT_EQ(placed[1].y, left == 0 ? raised : plain);
+    }
+}

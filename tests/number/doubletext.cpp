@@ -231,6 +231,50 @@ TEST(DoubleText, HardNumbersAreWrittenAsPrinted)
     }
 }
 
+// Doubles so near to a short number that their digits go on with nines or zeros for longer
+// than a division step yields.
+TEST(DoubleText, NumbersBesideShortOnesAreWrittenAsPrinted)
+{
+    const char *const numbers[] = {"1e153",
+                                   "1e80",
+                                   "1e303",
+                                   "7e-304",
+                                   "7e-303",
+                                   "9e306",
+                                   "9e43",
+                                   "5e302",
+                                   "755e174",
+                                   "302e175",
+                                   "1617e-63",
+                                   "1879e-273",
+                                   "1373e-176",
+                                   "1327e-148",
+                                   "1803e62",
+                                   "1.11476588e-240",
+                                   "1.39345735e-241",
+                                   "9.71212611e-118",
+                                   "2.82926897e-219",
+                                   "2.29058583e60"};
+    for (const char *number : numbers) {
+        const double value = std::strtod(number, nullptr);
+        for (const double beside :
+             {value, -value, std::nextafter(value, 0.0), std::nextafter(value, DBL_MAX)}) {
+            for (int precision = 0; precision < 60; ++precision) {
+                ASSERT_TRUE(writtenAsPrinted(beside, precision, 0)) << number;
+                ASSERT_TRUE(writtenAsPrinted(beside, precision, 2)) << number;
+            }
+        }
+    }
+    // Halves of the last digit asked for, which only the first digits that follow settle.
+    for (int e = 1; e <= 323; ++e) {
+        const double half = std::strtod(("5e-" + std::to_string(e)).c_str(), nullptr);
+        for (const int precision : {e - 1, e, e + 1}) {
+            ASSERT_TRUE(writtenAsPrinted(half, precision, 1)) << e;
+            ASSERT_TRUE(writtenAsPrinted(3 * half, precision, 1)) << e;
+        }
+    }
+}
+
 TEST(DoubleText, AllDigitsOfADoubleAreWritten)
 {
     const double values[] = {std::numeric_limits<double>::denorm_min(),

@@ -265,6 +265,26 @@ TEST(ZkStringArg, ReplacesAsAModelDoes)
     }
 }
 
+// More occurrences than are noted on the way, and results longer than are built in place.
+TEST(ZkStringArg, ReplacesAnyNumberOfEscapesOfAnyLength)
+{
+    for (int escapes = 1; escapes < 12; ++escapes) {
+        for (const int length : {0, 1, 9, 31, 32, 33, 127, 128, 129, 1000}) {
+            SCOPED_TRACE(testing::Message() << escapes << " of " << length);
+            const std::string value(static_cast<std::size_t>(length), 'v');
+            std::string text = "[", expected = "[";
+            for (int i = 0; i < escapes; ++i) {
+                text += i % 3 == 1 ? "%L1-%2" : "%1-%3";
+                expected += value + (i % 3 == 1 ? "-%2" : "-%3");
+            }
+            EXPECT_EQ(ZkString(text.c_str()).arg(ZkString(value.c_str())).toStdString(), expected);
+        }
+    }
+    const std::string wide = ZkString("<%1|%1>").arg("x", -100, '.').toStdString();
+    EXPECT_EQ(wide, "<x" + std::string(99, '.') + "|x" + std::string(99, '.') + ">");
+    EXPECT_EQ(ZkString("%1").arg("x", 300, '.').toStdString(), std::string(299, '.') + "x");
+}
+
 namespace
 {
 

@@ -157,6 +157,28 @@ TEST(ZkStringNumber, DigitsAroundTheEndOf64BitsAreReadAsByTheCLibrary)
     }
 }
 
+TEST(ZkStringNumber, ShortTextsReadAsIntLikeAsLongLong)
+{
+    static const ZkUcs2 kUnits[] = {'0', '1', '5', '9',     '/',    ':',    '-',    '+',
+                                    ' ', 'a', 0,   '9' + 1, 0x0660, 0x0139, 0xFF15, 0xFFFF};
+    std::mt19937 random(53);
+    for (int i = scaledRounds(400000); i > 0; --i) {
+        ZkUcs2 units[11];
+        const int n = 1 + int(random() % (random() % 4 == 0 ? 11 : 4));
+        const std::size_t kinds = random() % 2 == 0 ? 4 : std::size(kUnits);
+        for (ZkUcs2 &unit : units) {
+            unit = kUnits[random() % kinds];
+        }
+        const ZkString text(units, n);
+        bool isInt = false, isLong = false;
+        const int read = text.toInt(&isInt);
+        const long long expected = text.toLongLong(&isLong);
+        const bool fits = isLong && expected >= INT_MIN && expected <= INT_MAX;
+        ASSERT_EQ(isInt, fits) << text.toStdString();
+        ASSERT_EQ(read, fits ? expected : 0) << text.toStdString();
+    }
+}
+
 TEST(ZkStringNumber, LongHas32BitsOnEveryMachine)
 {
     expectRead(&ZkString::toLong, "2147483647", true, 2147483647L, 10);

@@ -232,6 +232,27 @@ TEST(ParagraphMemory, ASecondLayoutTakesNone)
     }
 }
 
+// The paragraph itself, its shaped glyphs and their places.
+TEST(ParagraphMemory, ALabelTakesThreeBlocks)
+{
+    const ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
+    const ZkString text("Settings 24%");
+    const auto label = [&] {
+        ZkParagraph paragraph;
+        paragraph.setChain(chain);
+        paragraph.setText(text);
+        paragraph.setWidth(60);
+        paragraph.setMaximumLines(1);
+        paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        return paragraph.glyphs(0, &glyphs);
+    };
+    EXPECT_GT(label(), 5);
+    const int before = mallochook::allocations;
+    label();
+    EXPECT_EQ(mallochook::allocations - before, 3);
+}
+
 // Texts as they are read. One that changes its direction every few letters keeps more, for
 // each of its runs.
 const char *const kArticles[] = {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -623,6 +624,129 @@ TEST_F(Paragraph, ASecondFontStandsInForTheFirst)
     chain.append(ZkTypeface::fromFile(ZK_FONT_MICROHEI));
     ASSERT_EQ(paragraph.glyphs(0, &glyphs), 3);
     EXPECT_NE(glyphs[1].glyph, box);
+}
+
+TEST_F(Paragraph, EachSettingIsToldAsItWasSet)
+{
+    EXPECT_EQ(paragraph.direction(), ZkParagraph::DirectionAuto);
+    EXPECT_EQ(paragraph.alignment(), ZkParagraph::AlignStart);
+    EXPECT_EQ(paragraph.ellipsis(), ZkParagraph::EllipsisNone);
+    EXPECT_EQ(paragraph.lineSpacing() + paragraph.letterSpacing() + paragraph.maximumLines(), 0);
+    EXPECT_TRUE(paragraph.kerning());
+    paragraph.setDirection(ZkParagraph::RightToLeft);
+    paragraph.setAlignment(ZkParagraph::AlignCenter);
+    paragraph.setEllipsis(ZkParagraph::EllipsisMiddle);
+    paragraph.setLineSpacing(-3);
+    paragraph.setLetterSpacing(2);
+    paragraph.setTabWidth(17);
+    paragraph.setKerning(false);
+    paragraph.setWidth(100);
+    paragraph.setMaximumLines(4);
+    paragraph.setWordCutting(false);
+    for (int again = 0; again < 2; ++again) { // before the layout and behind it
+        EXPECT_EQ(paragraph.direction(), ZkParagraph::RightToLeft);
+        EXPECT_EQ(paragraph.alignment(), ZkParagraph::AlignCenter);
+        EXPECT_EQ(paragraph.ellipsis(), ZkParagraph::EllipsisMiddle);
+        EXPECT_EQ(paragraph.lineSpacing(), -3);
+        EXPECT_EQ(paragraph.letterSpacing(), 2);
+        EXPECT_EQ(paragraph.tabWidth(), 17);
+        EXPECT_FALSE(paragraph.kerning());
+        EXPECT_EQ(paragraph.boxWidth(), 100);
+        EXPECT_EQ(paragraph.maximumLines(), 4);
+        EXPECT_FALSE(paragraph.wordCutting());
+        paragraph.setUtf8("text");
+        paragraph.lineCount();
+    }
+    paragraph.setTabWidth(-1);
+    paragraph.setWidth(-1);
+    paragraph.setMaximumLines(-1);
+    EXPECT_EQ(paragraph.tabWidth() + paragraph.boxWidth() + paragraph.maximumLines(), 0);
+}
+
+TEST_F(Paragraph, AChainThatNoneWasSetForCanBeFilled)
+{
+    ZkParagraph fresh;
+    fresh.setFont(font(16));
+    ZkFontChain chain = fresh.chain();
+    EXPECT_EQ(chain.size(), 0);
+    ASSERT_TRUE(chain.append(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    fresh.setUtf8("word");
+    EXPECT_EQ(fresh.width(), widthOf("word"));
+    EXPECT_EQ(fresh.chain().size(), 1);
+}
+
+// Letters that are cut off from their neighbours take other forms, and may be wider.
+TEST_F(Paragraph, ShortenedJoinedLettersFitWhereverTheCutIs)
+{
+    const char *const texts[] = {"\u0633\u0644\u0633\u0644\u0633\u0644\u0633\u0644\u0633",
+                                 "\u0628\u0628\u0628 \u0647\u0647\u0647\u0647 \u0635\u0636\u0639",
+                                 "\u0645\u0645\u0645\u0645\u0645\u0645\u0645\u0645\u0645\u0645"};
+    paragraph.setMaximumLines(1);
+    for (const char *text : texts) {
+        SCOPED_TRACE(text);
+        const int dots = widthOf("\u2026");
+        paragraph.setUtf8(text);
+        for (const auto ellipsis :
+             {ZkParagraph::EllipsisEnd, ZkParagraph::EllipsisMiddle, ZkParagraph::EllipsisStart}) {
+            paragraph.setEllipsis(ellipsis);
+            for (int width = dots; width < widthOf(text); ++width) {
+                paragraph.setWidth(width);
+                EXPECT_TRUE(paragraph.line(0).isShortened) << width;
+                EXPECT_LE(paragraph.width(), width) << ellipsis;
+            }
+        }
+    }
+}
+
+TEST_F(Paragraph, LaoMarksBelowStandUnderTheirLetters)
+{
+    for (const char *text : {"\u0E81\u0EBC", "\u0E81\u0EBA"}) {
+        SCOPED_TRACE(text);
+        paragraph.setUtf8(text);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        ASSERT_EQ(paragraph.glyphs(0, &glyphs), 2);
+        const ZkPlacedGlyph &letter = glyphs[0], &mark = glyphs[1];
+        EXPECT_GE(mark.y, letter.y + letter.glyph->height) << "under its lowest row";
+        const int middle = 2 * letter.x + letter.glyph->width;
+        EXPECT_LE(std::abs(2 * mark.x + mark.glyph->width - middle), 2);
+        EXPECT_EQ(paragraph.width(), widthOf("\u0E81"));
+    }
+}
+
+TEST_F(Paragraph, MarksOfEveryClassStandOnTheirSideOfTheLetter)
+{
+    const struct {
+        const char *what, *text;
+        bool isBelow;
+    } kRows[] = {
+        {"GREEK YPOGEGRAMMENI", "x\u0345", true},  {"COMBINING DOT BELOW", "x\u0323", true},
+        {"COMBINING DIAERESIS", "q\u0308", false}, {"ARABIC KASRA", "\u0628\u0650", true},
+        {"ARABIC FATHA", "\u0628\u064E", false},   {"HEBREW PATAH", "\u05D0\u05B7", true},
+        {"HEBREW RAFE", "\u05D1\u05BF", false},
+    };
+    paragraph.setFont(font(32));
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        paragraph.setUtf8(row.text);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        ASSERT_EQ(paragraph.glyphs(0, &glyphs), 2);
+        const bool isLast = glyphs[0].glyph->height > glyphs[1].glyph->height;
+        const ZkPlacedGlyph &letter = glyphs[isLast ? 0 : 1], &mark = glyphs[isLast ? 1 : 0];
+        if (row.isBelow) {
+            EXPECT_GE(mark.y, letter.y + letter.glyph->height);
+        } else {
+            EXPECT_LE(mark.y + mark.glyph->height, letter.y);
+        }
+    }
+}
+
+TEST_F(Paragraph, NoTextHasNoWidth)
+{
+    for (const char *text : {"", "\n", "\u200B"}) {
+        paragraph.setUtf8(text);
+        EXPECT_EQ(paragraph.minWidth(), 0);
+        EXPECT_EQ(paragraph.maxWidth(), 0);
+    }
 }
 
 } // namespace

@@ -110,6 +110,154 @@ TEST_F(Shaper, EveryClusterHasAPlace)
     EXPECT_EQ(glyphs[0].glyph, glyphs[2].glyph); // U+FFFD
 }
 
+TEST_F(Shaper, TextIsShapedOnceWhateverIsAskedAndHoweverWideTheBox)
+{
+    EXPECT_EQ(shaper.serial(), 0u) << "a shaper that never changes";
+    paragraph.setUtf8("some words and more of them");
+    EXPECT_GT(paragraph.maxWidth(), paragraph.minWidth());
+    EXPECT_EQ(shaper.runs, 1);
+    for (int width = 20; width < 200; width += 7) {
+        paragraph.setWidth(width);
+        EXPECT_GE(paragraph.lineCount(), 1);
+    }
+    EXPECT_EQ(shaper.runs, 1);
+}
+
+// A pixel and 31 64ths of one: what is less than half a pixel too long fits.
+TEST(UnevenShaper, LinesWithTabsFitToTheSamePartOfAPixelAsOthers)
+{
+    class Uneven : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+        {
+            for (int unit = run.first; unit < run.last; ++unit) {
+                const int own = run.text[unit] == 'x' ? advance : 64;
+                *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF, 0, own, 0, 0, unit};
+            }
+        }
+        int advance = 64 + 31;
+    } uneven;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    paragraph.setShaper(&uneven);
+    paragraph.setTabWidth(50);
+    const struct {
+        const char *text;
+        int width, lines, more;
+    } kRows[] = {{"x", 1, 1, 1}, {"a x", 3, 1, 2}, {"x\tx", 51, 1, 2}, {"\tx", 51, 1, 2}};
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.text);
+        uneven.advance = 64 + 31;
+        paragraph.setUtf8(row.text);
+        paragraph.setWidth(row.width);
+        EXPECT_EQ(paragraph.lineCount(), row.lines);
+        uneven.advance = 64 + 32;
+        paragraph.setUtf8("");
+        paragraph.setUtf8(row.text);
+        EXPECT_EQ(paragraph.lineCount(), row.more);
+    }
+}
+
+// Each letter is 10 pixels wide, the first one of what is shown 25: as calligraphy has it.
+TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
+{
+    class Swash : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+        {
+            for (int unit = run.first; unit < run.last; ++unit) {
+                const int pixels = unit == run.contextFirst ? 25 : 10;
+                *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF,
+                                      ZkShapedGlyph::UnsafeToBreak,
+                                      pixels * 64,
+                                      0,
+                                      0,
+                                      unit};
+            }
+        }
+    } swash;
+    ZkParagraph paragraph;
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    paragraph.setChain(ZkFontChain(face));
+    ZkGlyphHolder holder;
+    const int dots = holder.glyph(face, face.glyphIndex(0x2026), paragraph.font())->bitmap.advance;
+    paragraph.setShaper(&swash);
+    paragraph.setMaximumLines(1);
+    paragraph.setUtf8("abcdefghijklmnopqrst");
+    for (int width = dots + 60; width < 25 + 19 * 10; ++width) {
+        SCOPED_TRACE(width);
+        paragraph.setWidth(width);
+        const int letters = (width - dots - 25) / 10 + 1;
+        paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+        EXPECT_EQ(paragraph.width(), dots + 25 + (letters - 1) * 10);
+        paragraph.setEllipsis(ZkParagraph::EllipsisStart);
+        EXPECT_EQ(paragraph.width(), dots + 25 + (letters - 1) * 10);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        ASSERT_EQ(paragraph.glyphs(0, &glyphs), letters + 1);
+        EXPECT_EQ(glyphs[1].cluster, 20 - letters);
+        EXPECT_EQ(glyphs[letters].cluster, 19);
+        paragraph.setEllipsis(ZkParagraph::EllipsisMiddle);
+        EXPECT_LE(paragraph.width(), width);
+        EXPECT_GT(paragraph.width(), width - 25 - 10) << "both ends begin wide";
+    }
+}
+
+// A shaper may draw a word's end and the next one's start as one; a line may end between.
+TEST(JoiningShaper, AGlyphOfTwoLinesBelongsToEach)
+{
+    class Joining : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+        {
+            for (int unit = run.first; unit < run.last; ++unit) {
+                const int units = unit == 3 && run.last > 5 ? 3 : 1; // "a b"
+                *glyphs->extend(1) = {
+                    run.face->glyphIndex('x') & 0xFFFFFF, 0, units * 640, 0, 0, unit};
+                unit += units - 1;
+            }
+        }
+    } joining;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    paragraph.setShaper(&joining);
+    paragraph.setUtf8("xx a bcd");
+    paragraph.setWidth(60);
+    ASSERT_EQ(paragraph.lineCount(), 2);
+    EXPECT_EQ(paragraph.line(1).first, 5);
+    const ZkPlacedGlyph *glyphs = nullptr;
+    ASSERT_EQ(paragraph.glyphs(1, &glyphs), 3);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(glyphs[i].cluster, 5 + i) << "seen from the start of the line on";
+    }
+}
+
+// A shaper of a host may answer nothing at all.
+TEST(SilentShaper, TextWithoutGlyphsHasLinesAndPlacesForTheCaret)
+{
+    class Silent : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &, ZkShapedGlyphs *) override { ++runs; }
+        int runs = 0;
+    } silent;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    paragraph.setShaper(&silent);
+    paragraph.setUtf8("abc\ndef");
+    EXPECT_EQ(paragraph.lineCount(), 2);
+    EXPECT_EQ(silent.runs, 2);
+    const ZkPlacedGlyph *glyphs = nullptr;
+    EXPECT_EQ(paragraph.glyphs(0, &glyphs), 0);
+    EXPECT_EQ(paragraph.width(), 0);
+    for (int unit = 0; unit <= 7; ++unit) {
+        EXPECT_EQ(paragraph.caret(unit).x, 0);
+        EXPECT_EQ(paragraph.caret(unit).line, unit > 3 ? 1 : 0);
+    }
+}
+
 // Widths and kerning are remembered for some fonts of a typeface; those beyond come out as if
 // the typeface had been opened for them alone.
 TEST(SimpleShaper, MoreFontsThanAreRememberedComeOutAlike)

@@ -230,13 +230,17 @@ private:
     static Process server;
 
 protected:
-    /// Puts a text on the clipboard. xclip stays behind to hand it out.
+    /// Puts a text on the clipboard. xclip stays behind to hand it out, which is waited for:
+    /// SDL asks once, and not for long.
     static void copy(const std::string &text)
     {
         const Folder folder;
         writeFile(folder.path("text"), text);
-        EXPECT_EQ(std::system(("DISPLAY=" + display + " xclip -selection clipboard -i " +
-                               quoted(folder.path("text")) + " >/dev/null 2>&1")
+        const std::string xclip = "DISPLAY=" + display + " xclip -selection clipboard ";
+        const std::string path = quoted(folder.path("text"));
+        EXPECT_EQ(std::system((xclip + "-i " + path + " >/dev/null 2>&1").c_str()), 0);
+        EXPECT_EQ(std::system(("for i in $(seq 100); do " + xclip + "-o 2>/dev/null | cmp -s - " +
+                               path + " && exit; sleep 0.1; done; exit 1")
                                   .c_str()),
                   0);
     }

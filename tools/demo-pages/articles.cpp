@@ -96,10 +96,10 @@ Page cjkPage(const std::string &textFolder, const Fonts &fonts)
         const std::vector<std::string> lines = readLines(textFolder + '/' + part.file);
         page.round(area(24, y, 752, part.height), 14, kCard);
         page.round(area(24, y, 8, part.height), 4, part.tint);
-        page.text(area(52, y + 8, 440, 40), lines[0],
-                  styled(fonts.microHei, 26, part.tint, host::AlignLeft | host::AlignVCenter));
-        page.text(area(500, y + 8, 248, 40), lines[1],
-                  styled(fonts.microHei, 20, kSoft, host::AlignRight | host::AlignVCenter));
+        page.paragraph(area(52, y + 8, 440, 40), lines[0],
+                       styled(fonts.microHei, 26, part.tint, host::AlignLeft | host::AlignVCenter));
+        page.paragraph(area(500, y + 8, 248, 40), lines[1],
+                       styled(fonts.microHei, 20, kSoft, host::AlignRight | host::AlignVCenter));
         page.paragraph(area(52, y + 50, 700, part.height - 54), lines[2],
                        styled(fonts.microHei, 23, kInk, host::AlignLeft | host::AlignTop));
         y += part.height + 16;
@@ -114,24 +114,26 @@ Page alignmentPage(const std::string &textFolder, const Fonts &fonts)
     const std::string hebrew = readLines(textFolder + "/hebrew.txt")[2];
     const struct {
         const char *name;
-        int horizontal;
-        int vertical;
+        int alignment;
+        bool isJustified;
     } kColumns[] = {
-        {"left, top", host::AlignLeft, host::AlignTop},
-        {"center, center", host::AlignHCenter, host::AlignVCenter},
-        {"right, bottom", host::AlignRight, host::AlignBottom},
+        {"justified, top", host::AlignTop, true},
+        {"center, center", host::AlignHCenter | host::AlignVCenter, false},
+        {"end, bottom", host::AlignRight | host::AlignBottom, false},
     };
     Page page(kPageWidth, kPageHeight, kPaper);
     for (int column = 0; column < 3; ++column) {
         const int x = 24 + column * 256;
-        const int alignment = kColumns[column].horizontal | kColumns[column].vertical;
-        page.text(area(x, 10, 240, 36), kColumns[column].name,
-                  styled(fonts.dejavu, 19, kTint, host::AlignHCenter | host::AlignVCenter,
-                         ZkFontAttr::Embolden));
+        page.paragraph(area(x, 10, 240, 36), kColumns[column].name,
+                       styled(fonts.dejavu, 19, kTint, host::AlignHCenter | host::AlignVCenter,
+                              ZkFontAttr::Embolden));
         page.round(area(x, 50, 240, 266), 10, kCard);
-        page.text(area(x + 12, 58, 216, 250), english, styled(fonts.dejavu, 17, kInk, alignment));
+        Style style = styled(fonts.dejavu, 17, kInk, kColumns[column].alignment);
+        style.isJustified = kColumns[column].isJustified;
+        page.paragraph(area(x + 12, 58, 216, 250), english, style);
         page.round(area(x, 328, 240, 212), 10, kCard);
-        page.text(area(x + 12, 336, 216, 196), hebrew, styled(fonts.dejavu, 19, kInk, alignment));
+        style.size = 19;
+        page.paragraph(area(x + 12, 336, 216, 196), hebrew, style);
     }
     return page;
 }

@@ -1,7 +1,9 @@
 // The classic engine and paragraphs, side by side, where they differ.
 
 #include "pages.h"
+
 #include "painter.h"
+#include <zkfontmetrics.h>
 
 #include <zkparagraph.h>
 
@@ -88,14 +90,16 @@ Page enginesPage(const Fonts &fonts)
     for (const Row &row : kRows) {
         rows += row.rows;
     }
+    ZkFontMetrics::setFontFile(ZkString(std::string_view(fonts.dejavu)), -1);
     Page page(2 * kColumn + 3 * kMargin, 2 * kMargin + rows * kRowHeight, kPaper);
     Style heading;
     heading.fontFile = fonts.dejavu;
     heading.size = 16;
     heading.color = kFaint;
-    page.text(area(kMargin, kMargin, kColumn, kRowHeight), "Classic engine, one font", heading);
-    page.text(area(kColumn + 2 * kMargin, kMargin, kColumn, kRowHeight), "Paragraphs, three fonts",
-              heading);
+    page.paragraph(area(kMargin, kMargin, kColumn, kRowHeight), "Classic engine, one font",
+                   heading);
+    page.paragraph(area(kColumn + 2 * kMargin, kMargin, kColumn, kRowHeight),
+                   "Paragraphs, three fonts", heading);
     int y = kMargin + kRowHeight;
     for (const Row &row : kRows) {
         const int height = row.rows * kRowHeight;

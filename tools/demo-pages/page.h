@@ -4,6 +4,8 @@
 #include "canvas.h"
 #include "textblock.h"
 
+#include <zkparagraph.h>
+
 #include <string>
 #include <vector>
 
@@ -23,7 +25,9 @@ struct Style {
     std::string fontFile;
     int size = 24;
     host::Color color = {32, 36, 44, 255};
-    int alignment = host::AlignLeft | host::AlignTop;
+    int alignment = host::AlignLeft | host::AlignTop; ///< left is where reading begins
+    bool isJustified = false;
+    ZkParagraph::Direction direction = ZkParagraph::DirectionAuto;
     unsigned flags = 0; ///< of `ZkFontAttr::Flag`
     int lineSpacing = 0;
     host::Color outline = {255, 176, 0, 255};
@@ -43,10 +47,6 @@ public:
 
     /// The text wrapped and aligned in `box`; throws std::runtime_error when it
     /// does not fit, for a page is not to be cut off unseen.
-    void text(const ZkRect &box, const std::string &utf8, const Style &style);
-
-    /// The same as a paragraph, which reads right to left and wraps as its readers expect;
-    /// it begins at the side where they begin to read, at the top or centred.
     void paragraph(const ZkRect &box, const std::string &utf8, const Style &style);
 
     /// One line of text, aligned between the sides of `box`, its baseline at row
@@ -58,8 +58,6 @@ public:
     void halved(int x, int y, const host::Canvas &page);
 
 private:
-    host::TextBlock layOut(const ZkRect &box, const std::string &utf8, const Style &style) const;
-
     host::Canvas m_canvas;
 };
 

@@ -79,6 +79,7 @@ private:
         style.color = color;
         style.alignment = horizontal | host::AlignVCenter;
         style.flags = flags;
+        style.direction = m_mirrored ? ZkParagraph::RightToLeft : ZkParagraph::LeftToRight;
         return style;
     }
 
@@ -88,14 +89,11 @@ private:
         m_page.label(strip, kTop + baseline, utf8, style);
     }
 
-    /// The value of a row, flush with the side where reading ends. The library
-    /// swaps left and right by itself for text that it finds to be right-to-left;
-    /// a number in a mirrored screen is not, and is swapped here.
+    /// The value of a row, flush with the side where reading ends.
     void drawValue(int y, const char *utf8)
     {
-        const bool isNumber = utf8[0] >= '0' && utf8[0] <= '9';
-        const int end = m_mirrored && isNumber ? host::AlignLeft : host::AlignRight;
-        label(at(kScreenWidth - 144, y, 120, kRow), y + 37, utf8, style(20, kSoft, end));
+        label(at(kScreenWidth - 144, y, 120, kRow), y + 37, utf8,
+              style(20, kSoft, host::AlignRight));
     }
 
     void drawSwitch(int y, bool on)
@@ -128,8 +126,8 @@ void Screen::draw(const Words &words)
         y += kRow;
         m_page.round(at(24, y, kScreenWidth - 48, 1), 0, kRule);
     }
-    m_page.text(at(24, y + 8, kScreenWidth - 48, 104), words.help,
-                style(18, kSoft, host::AlignLeft));
+    m_page.paragraph(at(24, y + 8, kScreenWidth - 48, 104), words.help,
+                     style(18, kSoft, host::AlignLeft));
     const ZkRect button = at(24, kScreenHeight - 80, kScreenWidth - 48, 56);
     m_page.round(button, 12, kAccent);
     label(button, kScreenHeight - 44, words.button,
