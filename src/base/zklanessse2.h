@@ -42,13 +42,12 @@ public:
     {
         // Two at once: a register takes less long to be put together from few.
         const auto words = [&at](int i) {
-            return static_cast<long long>(std::uint64_t(at(i)) | std::uint64_t(at(i + 1)) << 32);
+            const std::uint64_t one = at(i), next = at(i + 1);
+            return static_cast<long long>(next << 32 | one);
         };
         const __m128i first = _mm_set_epi64x(words(2), words(0));
         const __m128i second = _mm_set_epi64x(words(6), words(4));
-        const auto low = [](__m128i four) {
-            return _mm_srai_epi32(_mm_slli_epi32(four, 16), 16);
-        };
+        const auto low = [](__m128i four) { return _mm_srai_epi32(_mm_slli_epi32(four, 16), 16); };
         *lower = ZkLanes(_mm_packs_epi32(low(first), low(second)));
         *upper = ZkLanes(_mm_packs_epi32(_mm_srai_epi32(first, 16), _mm_srai_epi32(second, 16)));
     }
