@@ -442,7 +442,7 @@ void LinePlacer::addPlain(const ZkLineItem &item, ZkPen left)
         if (first.cluster >= item.first) {
             break;
         }
-        first.cluster = item.first;
+        first.cluster = item.first; // unreachable: else it is shaped again from there on
     }
 }
 

@@ -740,6 +740,20 @@ TEST_F(Paragraph, MarksOfEveryClassStandOnTheirSideOfTheLetter)
     }
 }
 
+TEST_F(Paragraph, AMarkBelowAWideLetterStandsUnderItsMiddle)
+{
+    paragraph.setFont(font(40));
+    for (const char *text : {"W\u0345", "W\u0325"}) {
+        SCOPED_TRACE(text);
+        paragraph.setUtf8(text);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        ASSERT_EQ(paragraph.glyphs(0, &glyphs), 2);
+        const int letter = 2 * glyphs[0].x + glyphs[0].glyph->width;
+        const int mark = 2 * glyphs[1].x + glyphs[1].glyph->width;
+        EXPECT_LE(std::abs(letter - mark), 2);
+    }
+}
+
 TEST_F(Paragraph, NoTextHasNoWidth)
 {
     for (const char *text : {"", "\n", "\u200B"}) {
