@@ -33,7 +33,8 @@ static_assert(sizeof(ZkShapedGlyph) == 16, "a shaped glyph is 16 bytes on every 
 /// Glyphs that a shaper appends. They stand in the order of the text, in right-to-left
 /// runs too: clusters never descend, and every cluster of the run has a glyph or belongs
 /// to the glyphs before it, as the second half of a ligature does. The first glyph of a
-/// run has the cluster of its first unit.
+/// run has the cluster of its first unit. Clusters that are told otherwise are moved into
+/// that order.
 ///
 /// Glyphs are drawn with a pen. From left to right each stands at pen + x and then the
 /// pen moves right by its advance; in a right-to-left run the pen first moves left by the

@@ -197,6 +197,14 @@ void ZkParagraphData::shapeRange(const ZkRun &run, int first, int last, int cont
     if (shaped->size() == before) { // so that each cluster has a place
         *shaped->extend(1) = {0, ZkShapedGlyph::Invisible, 0, 0, 0, first};
     }
+    if (shaper != nullptr) { // of a host: places are looked up by clusters
+        int cluster = first;
+        (*shaped)[before].cluster = first;
+        for (int i = before + 1; i < shaped->size(); ++i) {
+            cluster = std::min(std::max((*shaped)[i].cluster, cluster), last - 1);
+            (*shaped)[i].cluster = cluster;
+        }
+    }
 }
 
 ZkPen ZkParagraphData::shapeAgain(int first, int last, int contextFirst, int contextLast, int line)

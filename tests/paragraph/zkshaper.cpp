@@ -234,6 +234,39 @@ TEST(JoiningShaper, AGlyphOfTwoLinesBelongsToEach)
     }
 }
 
+// Clusters before the run are those of a shaper that does not keep its promise.
+TEST(CarelessShaper, GlyphsOfAnotherRunsClustersBelongToTheirOwn)
+{
+    class Careless : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+        {
+            for (int unit = run.first; unit < run.last; ++unit) {
+                *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF, 0, 640, 0, 0, cluster};
+            }
+        }
+        int cluster = 0;
+    } careless;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    paragraph.setShaper(&careless);
+    for (const int cluster : {0, -7, 3, 5, 1000000}) {
+        careless.cluster = cluster;
+        for (const char *text : {"ab \u05D0\u05D1", "\u05D0\u05D1 ab"}) {
+            SCOPED_TRACE(std::to_string(cluster) + text);
+            paragraph.setUtf8(text);
+            const ZkPlacedGlyph *glyphs = nullptr;
+            const int count = paragraph.glyphs(0, &glyphs);
+            for (int i = 0; i < count; ++i) {
+                EXPECT_GE(glyphs[i].cluster, 0);
+                EXPECT_LT(glyphs[i].cluster, 5);
+            }
+            EXPECT_GE(paragraph.caret(4).x, 0);
+        }
+    }
+}
+
 // A shaper of a host may answer nothing at all.
 TEST(SilentShaper, TextWithoutGlyphsHasLinesAndPlacesForTheCaret)
 {
