@@ -10,7 +10,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
-#include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -220,15 +220,11 @@ std::string with(std::string pack, std::size_t at, Number value)
     return sealed(pack);
 }
 
+// Not by readdir(), whose 32 bits have no room for the places of a 64-bit host's folders.
 int filesIn(const std::string &folder)
 {
-    int count = 0;
-    DIR *const open = opendir(folder.c_str());
-    while (open != nullptr && readdir(open) != nullptr) {
-        ++count;
-    }
-    closedir(open);
-    return count - 2; // itself and its parent
+    const std::filesystem::directory_iterator files(folder);
+    return static_cast<int>(std::distance(begin(files), end(files)));
 }
 
 } // namespace
