@@ -13,6 +13,7 @@
 #include <zkmap.h>
 #include <zkregion.h>
 #include <zkstringlist.h>
+#include <zktextbreaks.h>
 
 #include "rounds.h"
 #include "sanitizedmalloc.h"
@@ -181,6 +182,18 @@ void useDatesAndRegions(Digest *digest)
     }
 }
 
+void useBreaks(Digest *digest)
+{
+    const ZkString text("A text of more than a label's length, and some words");
+    ZkTextBreaks breaks;
+    for (const int units : {30, text.size()}) {
+        breaks.setText(text.constData(), units);
+        for (int i = 0; i <= units; ++i) {
+            digest->add(breaks.flags()[i]);
+        }
+    }
+}
+
 void usePicture(const char *path, Digest *digest)
 {
     ZkBitmap bitmap(path);
@@ -201,6 +214,7 @@ std::uint64_t work(const char *picture)
     ZkFontMetrics::setFontFile(ZK_FONT_DEJAVU);
     useText(&digest);
     useContainers(&digest);
+    useBreaks(&digest);
     useStrings(&digest);
     useDatesAndRegions(&digest);
     usePicture(picture, &digest);
