@@ -329,6 +329,19 @@ TEST(FontMemory, TheClassicFontDoesNotOpenWithoutMemory)
     }
 }
 
+TEST(FontMemory, ABlockThatCannotGrowEndsTheProcess)
+{
+    if (!kCanFail) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
+    EXPECT_DEATH(
+        {
+            failing = allocations;
+            zkReallocate(nullptr, 123);
+        },
+        "libzk: no memory for 123 bytes");
+}
+
 // What the system does not give, the cache's own glyphs may.
 TEST(FontMemory, ALargeGlyphTakesTheRoomOfOthersWhenThereIsNoMore)
 {
