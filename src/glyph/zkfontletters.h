@@ -28,8 +28,10 @@ struct ZkFontLetters {
         return __atomic_load_n(&letters[slotOf(c)], __ATOMIC_RELAXED);
     }
     static bool has(std::uint32_t word, char32_t c) { return word >> 23 == (c >> 8 | 0x100); }
-    /// The same for what is not plain, below `kAloneEnd`: a mark, or an Arabic letter that
-    /// joins no other. Whoever finds it by `has` would not look at what is beside it.
+    /// The same for what is not plain: a mark, or an Arabic letter that joins no other. Whoever
+    /// finds it by `has` would not look at what is beside it. Both are asked of characters that
+    /// can be entered only, or others would answer for them: `has` below 0x10000, this below
+    /// `kAloneEnd`.
     static bool hasAlone(std::uint32_t word, char32_t c) { return word >> 23 == (c >> 8 | 0x80); }
     static std::uint32_t indexOf(std::uint32_t word) { return word & 0xFFFF; }
     static int advanceOf(std::uint32_t word) { return static_cast<int>(word >> 16 & 0x7F); }

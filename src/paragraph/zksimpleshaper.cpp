@@ -406,14 +406,15 @@ bool Shaping::remember(char32_t shown, std::uint32_t index, const ZkGlyph *glyph
 // The record and index of a character of a cluster, which is remembered without being plain.
 const ZkGlyph *Shaping::recordOf(char32_t c, std::uint32_t *index)
 {
+    const bool canBeAlone = c < ZkFontLetters::kAloneEnd;
     const std::uint32_t word = m_letters.letter(c);
-    if (isKnown(word, c, false) || isKnown(word, c, true)) {
+    if ((c < 0x10000 && isKnown(word, c, false)) || (canBeAlone && isKnown(word, c, true))) {
         *index = ZkFontLetters::indexOf(word);
         return record(*index);
     }
     *index = m_run.face->glyphIndex(c);
     const ZkGlyph *const glyph = record(*index);
-    if (c < ZkFontLetters::kAloneEnd) {
+    if (canBeAlone) {
         remember(c, *index, glyph, true);
     }
     return glyph;

@@ -1,8 +1,14 @@
+#include <zkcharacter.h>
 #include <zkglyphcache.h>
 #include <zkparagraph.h>
 #include <zkshaper.h>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -338,6 +344,81 @@ TEST(SimpleShaper, EveryCharacterKeepsItsWidth)
             sum += one.maxWidth();
         }
         EXPECT_EQ(whole.maxWidth(), sum);
+    }
+}
+
+/// Checks that glyphs of one plain character are those of that character.
+class Comparing : public ZkSimpleShaper
+{
+public:
+    void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+    {
+        const int before = glyphs->size();
+        ZkSimpleShaper::shape(run, glyphs);
+        for (int i = before; i < glyphs->size(); ++i) {
+            const ZkShapedGlyph &glyph = (*glyphs)[i];
+            const int end = i + 1 < glyphs->size() ? (*glyphs)[i + 1].cluster : run.last;
+            const ZkUcs2 *const unit = run.text + glyph.cluster;
+            const bool isPair = (*unit & 0xFC00) == 0xD800;
+            const char32_t c =
+                isPair ? 0x10000 + ((char32_t(*unit) & 0x3FF) << 10) + (unit[1] & 0x3FF) : *unit;
+            if (end != glyph.cluster + (isPair ? 2 : 1) ||
+                zkCharacter(c).joining != ZkCharacter::JoiningNone ||
+                (glyph.flags & ZkShapedGlyph::Invisible) != 0) {
+                continue;
+            }
+            const char32_t shown = run.isRightToLeft ? zkMirrored(c) : c;
+            EXPECT_EQ(glyph.index, run.face->glyphIndex(shown)) << std::hex << unsigned(c);
+            ++compared;
+        }
+    }
+
+    int compared = 0;
+};
+
+// What is remembered of one character must not answer for others that share its slot, or the
+// bits that tell them apart: among them those that are 0x8000 or 0x10000 away.
+TEST(SimpleShaper, NoCharacterIsTakenForAnother)
+{
+    for (const char *font : {ZK_FONT_DEJAVU, ZK_FONT_FREESERIF}) {
+        SCOPED_TRACE(font);
+        const ZkTypeface face = ZkTypeface::fromFile(font);
+        std::vector<char32_t> characters;
+        for (char32_t c = 0x21; c < 0x30000; ++c) {
+            const bool isPlain = c < 0xD800 || (c > 0xF8FF && c < 0xFE00) || c > 0xFFFF;
+            if (isPlain && face.hasGlyph(c)) {
+                characters.push_back(c);
+            }
+        }
+        ASSERT_GT(characters.size(), 5000U);
+        ASSERT_GT(characters.back(), 0x10000U);
+        std::shuffle(characters.begin(), characters.end(), std::mt19937(5));
+        std::u16string text;
+        const auto append = [&text](char32_t c) {
+            if (c >= 0x10000) {
+                text += static_cast<char16_t>(0xD7C0 + (c >> 10));
+                c = 0xDC00 | (c & 0x3FF);
+            }
+            text += static_cast<char16_t>(c);
+        };
+        for (const char32_t c : characters) {
+            for (const char32_t other : {c ^ 0x10000, c ^ 0x8000}) {
+                if (other < 0x30000 && (other & 0x1FF800) != 0xD800 && other > 0x20) {
+                    append(other); // which the font may lack
+                    append(c);
+                    append(' ');
+                    append(c);
+                    append(0x0323); // a cluster remembers, too
+                }
+            }
+        }
+        ZkParagraph paragraph;
+        Comparing shaper;
+        paragraph.setChain(ZkFontChain(face));
+        paragraph.setShaper(&shaper);
+        paragraph.setText(ZkString(std::u16string_view(text)));
+        EXPECT_GT(paragraph.lineCount(), 0);
+        EXPECT_GT(shaper.compared, static_cast<int>(characters.size()));
     }
 }
 
