@@ -276,7 +276,7 @@ void ZkParagraphData::finishRun(int first)
 void ZkParagraphData::shape()
 {
     faces = chain.faces();
-    chainSerial = chain.serial();
+    chainSerial = faces.serial(); // not the chain's, which may have changed since
     shaperSerial = shaperInUse().serial();
     runs.truncate(0);
     hardLines.truncate(0);
