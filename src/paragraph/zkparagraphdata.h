@@ -165,8 +165,12 @@ struct ZkParagraphData {
     }
     void setText(const ZkString &other)
     {
-        hasText ? static_cast<void>(text = other) : static_cast<void>(new (&text) ZkString(other));
-        hasText = true;
+        if (hasText) {
+            text = other;
+        } else {
+            new (&text) ZkString(other);
+            hasText = true;
+        }
     }
 
     /// Computes what is missing up to `stage`.
