@@ -167,6 +167,7 @@ private:
     template <bool isRightToLeft>
     int plain(int u);
     int joinedLetters(int u);
+    void endStretch(int before, int count, std::uint32_t left, bool joins);
     bool findForm(int u, const ZkArabicForms &forms, bool before, ZkArabicForms *next,
                   char32_t *shown) const;
     bool enter(int u);
@@ -287,13 +288,20 @@ int Shaping::plain(int u)
         left = index & kerned;
         put(glyph, u, index, ZkFontLetters::advanceOf(word));
     }
-    m_glyphs->truncate(before + u - first);
-    if (u > first) {
-        m_joinsForward = false;
-        m_left = left;
-        m_kernedAt = before + u - first - 1;
-    }
+    endStretch(before, u - first, left, false);
     return u;
+}
+
+// Keeps `count` glyphs behind the `before` that were there, and what the last of them means to
+// the next.
+void Shaping::endStretch(int before, int count, std::uint32_t left, bool joins)
+{
+    m_glyphs->truncate(before + count);
+    if (count > 0) {
+        m_joinsForward = joins;
+        m_left = left;
+        m_kernedAt = before + count - 1;
+    }
 }
 
 // How the letter at unit `u` is shown behind one that joins it or not: `*shown` is changed
@@ -364,12 +372,7 @@ int Shaping::joinedLetters(int u)
         joins = isLetter && forms.isDual();
         forms = next;
     }
-    m_glyphs->truncate(before + u - first);
-    if (u > first) {
-        m_joinsForward = joins;
-        m_left = left;
-        m_kernedAt = before + u - first - 1;
-    }
+    endStretch(before, u - first, left, joins);
     return u;
 }
 
