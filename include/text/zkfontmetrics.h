@@ -163,7 +163,6 @@ private:
     ZkVector<int> m_characterWidths;
     ZkList<ZkRect> m_rects;
     ZkString m_text;
-    ZkFontEngine *m_engine; // `m_ownEngine`
     int m_pixelLength = -1;
     int m_lineSpacing;
     int m_charSpacing;
@@ -179,7 +178,7 @@ private:
     ZkVector<PaintInfo> m_paintInfos;
     bool m_dirty = true;
     ZkInlineArray<Line, 2> m_lines; // what the last division found
-    ZkFontEngine m_ownEngine;       // lies here so that a label takes one block less
+    ZkFontEngine m_engine;          // lies here so that a label takes one block less
 };
 
 #endif

@@ -27,15 +27,14 @@ constexpr int kNoWrapping = 2147483647;
 
 ZkFontMetrics::ZkFontMetrics(const ZkString &string, const ZkFont &font, int lineGap, int charGap)
     : m_text(string),
-      m_engine(&m_ownEngine),
       m_lineSpacing(lineGap),
       m_charSpacing(charGap),
       m_fontSize(font.fontSize()),
       m_boldFace(font.isBoldFace()),
       m_alignment(AlignHCenter | AlignVCenter),
-      m_ownEngine(string)
+      m_engine(string)
 {
-    m_ownEngine.fillGlypBitMapInfo(font);
+    m_engine.fillGlypBitMapInfo(font);
 }
 
 ZkFontMetrics::~ZkFontMetrics() = default;
@@ -84,12 +83,12 @@ void ZkFontMetrics::setTextMinRect(int x, int y, int w, int h)
 
 bool ZkFontMetrics::isRightToLeft() const
 {
-    return m_engine->isRightToLeft();
+    return m_engine.isRightToLeft();
 }
 
 int ZkFontMetrics::textPixelSize()
 {
-    return m_engine->textPixelSize();
+    return m_engine.textPixelSize();
 }
 
 int ZkFontMetrics::textPixelSize(ZkString string, ZkFont font)
@@ -101,7 +100,7 @@ int ZkFontMetrics::textPixelSize(ZkString string, ZkFont font)
 
 ZkVector<const GlyphBitmap *> ZkFontMetrics::glyphBitmap() const
 {
-    return m_engine->glyphs();
+    return m_engine.glyphs();
 }
 
 void ZkFontMetrics::thaiFontCheck(const ZkUcs2 *units, int *a, int *b, int *c)
@@ -133,14 +132,14 @@ int ZkFontMetrics::nextWordSize(const ZkUcs2 *chars, int n, const void *glyphs, 
 
 int ZkFontMetrics::calcTextLength()
 {
-    const ZkUcs2 *units = m_engine->text().constData();
-    const ZkVector<const GlyphBitmap *> &glyphs = m_engine->glyphs();
+    const ZkUcs2 *units = m_engine.text().constData();
+    const ZkVector<const GlyphBitmap *> &glyphs = m_engine.glyphs();
     const auto addCell = [this](int width, int count) {
         m_characterWidths.append(width);
         m_combinationNums.append(count);
         m_pixelLength = zkWrapped(static_cast<std::int64_t>(m_pixelLength) + width + m_charSpacing);
     };
-    for (int i = 0; i < m_engine->text().size();) {
+    for (int i = 0; i < m_engine.text().size();) {
         int width = glyphs[i]->advance;
         int last = i;
         // The place from which a mark is looked up moves on with each mark found, so
@@ -183,7 +182,7 @@ ZkVector<int> ZkFontMetrics::characterWidth()
 // Pixels from the top of one line to the top of the next.
 int ZkFontMetrics::lineHeight() const
 {
-    return zkWrapped(static_cast<std::int64_t>(m_engine->textPixelSize()) + m_lineSpacing / 2);
+    return zkWrapped(static_cast<std::int64_t>(m_engine.textPixelSize()) + m_lineSpacing / 2);
 }
 
 // Line `index` in layout coordinates: from x 0 on, one line below the other.
@@ -198,7 +197,7 @@ ZkRect ZkFontMetrics::lineRect(int index) const
 int ZkFontMetrics::divideText()
 {
     m_dirty = false;
-    if (m_engine->text().isEmpty()) {
+    if (m_engine.text().isEmpty()) {
         return -1;
     }
     if (!m_lines.isEmpty()) { // else nothing was made of them
@@ -236,7 +235,7 @@ ZkList<ZkString> ZkFontMetrics::subText()
 {
     divideIfDirty();
     if (m_subTexts.isEmpty()) {
-        const ZkUcs2 *units = m_engine->text().constData();
+        const ZkUcs2 *units = m_engine.text().constData();
         for (const Line &line : m_lines) {
             m_subTexts.append(ZkString(units + line.start, line.end - line.start));
         }
@@ -268,7 +267,7 @@ ZkVector<ZkVector<const GlyphBitmap *>> ZkFontMetrics::subGlyphBitmap()
 // with the line's paint record where those are the same glyphs.
 ZkVector<const GlyphBitmap *> ZkFontMetrics::cutGlyphs(int index) const
 {
-    const ZkVector<const GlyphBitmap *> &glyphs = m_engine->glyphs();
+    const ZkVector<const GlyphBitmap *> &glyphs = m_engine.glyphs();
     const Line &line = m_lines[index];
     const int count = line.end - line.start;
     if (count == glyphs.size()) {
@@ -333,7 +332,7 @@ int ZkFontMetrics::alignedLeft(int lineWidth) const
     if (horizontal == AlignHCenter) {
         return zkWrapped(static_cast<std::int64_t>(m_box.left()) + zkWrapped(room) / 2);
     }
-    const bool toTheRight = (horizontal == AlignRight) != m_engine->isRightToLeft();
+    const bool toTheRight = (horizontal == AlignRight) != m_engine.isRightToLeft();
     return zkWrapped(m_box.left() + (toTheRight ? room : 0));
 }
 

@@ -11,9 +11,9 @@ class ZK_HIDDEN ZkFontMetrics::LineDivider
 {
 public:
     LineDivider(const ZkFontMetrics &layout, ZkInlineArray<Line, 2> &found)
-        : m_units(layout.m_engine->text().constData()),
-          m_glyphs(layout.m_engine->glyphs().constData()),
-          m_count(layout.m_engine->text().size()),
+        : m_units(layout.m_engine.text().constData()),
+          m_glyphs(layout.m_engine.glyphs().constData()),
+          m_count(layout.m_engine.text().size()),
           m_spacing(layout.m_charSpacing),
           m_wrapWidth(layout.m_wrapWidth),
           m_wordWrap(layout.m_wordWrap),
