@@ -145,8 +145,22 @@ ZkLanes readSyllables(ZkLanes lanes, ZkLanes *classes)
     return are;
 }
 
-/// The classes of a group's characters where they are known, and else of something else.
-/// Returns which are.
+/// The classes of characters where they are known, and else something else; of each character
+/// the lower byte is in `units`, what is above it in `numbers`. Returns which are known.
+inline ZkLanes readKnown(ZkLanes units, ZkLanes numbers, ZkLanes *classes)
+{
+    static_assert(kLow == 256 && kKnown == 256, "the lower byte is left out");
+    const ZkLanes areLow = numbers == ZkLanes::all(0);
+    ZkUcs2 slots[ZkLanes::kCount];
+    (((units ^ numbers) & ZkLanes::all(kKnown - 1)) | ZkLanes::all(kLow).without(areLow))
+        .forEach([&](int i, ZkUcs2 slot) { slots[i] = slot; });
+    ZkLanes tags;
+    ZkLanes::halvesOf([&](int i) { return known[slots[i]].load(std::memory_order_relaxed); },
+                      classes, &tags);
+    return tags == numbers + ZkLanes::all(1);
+}
+
+/// The same for a group's characters, with the units beside it.
 ZkLanes readKnown(const ZkUcs2 *text, ZkLanes *classes)
 {
     const ZkLanes units = ZkLanes::load(text);
@@ -156,23 +170,14 @@ ZkLanes readKnown(const ZkUcs2 *text, ZkLanes *classes)
     const auto isTrail = [&](ZkLanes lanes) { return kind(lanes) == ZkLanes::all(0xDC00); };
     const ZkLanes first = isLead(units) & isTrail(behind), second = isTrail(units) & isLead(before);
     const ZkLanes lead = ZkLanes::either(second, before, units),
-                  trail = ZkLanes::either(second, units, behind);
-    static_assert(kKnown == 256, "the lower byte is left out");
+                  trail = ZkLanes::either(first, behind, units);
     const ZkLanes numbers = ZkLanes::either(first | second,
                                             (lead - ZkLanes::all(0xD7C0)).shiftedLeft<2>() |
                                                 (trail.shiftedRight<8>() & ZkLanes::all(3)),
                                             units.shiftedRight<8>());
-    const ZkLanes bytes = ZkLanes::all(kKnown - 1);
-    ZkUcs2 slots[ZkLanes::kCount];
-    ZkLanes::either(ZkLanes::within(units, 0, kLow - 1), units,
-                    ((ZkLanes::either(first | second, trail, units) ^ numbers) & bytes) |
-                        ZkLanes::all(kLow))
-        .forEach([&](int i, ZkUcs2 slot) { slots[i] = slot; });
-    ZkLanes found, tags;
-    ZkLanes::halvesOf([&](int i) { return known[slots[i]].load(std::memory_order_relaxed); },
-                      &found, &tags);
-    *classes = found | (second & ZkLanes::all(zkunit::kPairTrail));
-    return tags == numbers + ZkLanes::all(1);
+    const ZkLanes are = readKnown(trail, numbers, classes);
+    *classes = *classes | (second & ZkLanes::all(zkunit::kPairTrail));
+    return are;
 }
 
 /// The units beside a group too, zeros where the text has none.
@@ -254,7 +259,7 @@ __attribute__((noinline)) ZkLanes GroupReader::readMissing(int first, ZkLanes ar
         const int i = ZkLanes::lowest(missing);
         units[i] = unitAt(m_text, first + i, m_end);
         if (m_text[first + i] < kLow) {
-            remember(m_text[first + i], units[i]); // groups with surrogates are found there
+            remember(m_text[first + i], units[i]); // groups of both kinds are found there
         }
     }
     return ZkLanes::load(units);
@@ -281,15 +286,17 @@ __attribute__((noinline)) ZkLanes GroupReader::readMixed(int first, ZkLanes lett
                                                          ZkLanes classes)
 {
     const ZkUcs2 *const text = m_text + first;
-    const ZkLanes lanes = ZkLanes::load(text), low = ZkLanes::within(lanes, 0, kLow - 1);
+    const ZkLanes lanes = ZkLanes::load(text);
     if (!letters.any() && text[3] < kFirstSyllable) {
         letters = readStretch(lanes, text[3], &classes);
     }
-    if (low.any()) {
-        classes =
-            classes | (ZkLanes::of([text](int i) { return kZkLowUnits[text[i] % kLow]; }) & low);
+    const ZkLanes low = ZkLanes::within(lanes, 0, kLow - 1);
+    if ((letters | low).every()) {
+        return classes | (ZkLanes::of([text](int i) { return kZkLowUnits[text[i] % kLow]; }) & low);
     }
-    ZkLanes are = letters | low;
+    ZkLanes found;
+    ZkLanes are = readKnown(lanes, lanes.shiftedRight<8>(), &found) | letters;
+    classes = classes | (found & are).without(letters);
     if (are.every()) {
         return classes;
     }
