@@ -15,8 +15,8 @@
 #include <zkstringlist.h>
 #include <zktextbreaks.h>
 
+#include "mallochook.h"
 #include "rounds.h"
-#include "sanitizedmalloc.h"
 
 #include <gtest/gtest.h>
 
@@ -28,41 +28,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-
-namespace
-{
-
-int allocations = 0;
-int failing = -1; // the number of the allocation that gets nothing; -1 for none
-
-[[maybe_unused]] bool fails()
-{
-    return allocations++ == failing;
-}
-
-} // namespace
-
-#ifndef ZK_MALLOC_IS_THE_SANITIZERS
-// These stand before the C library's own, and `operator new` and FreeType call them.
-extern "C" void *__libc_malloc(std::size_t);
-extern "C" void *__libc_realloc(void *, std::size_t);
-extern "C" void *__libc_calloc(std::size_t, std::size_t);
-
-extern "C" void *malloc(std::size_t bytes) noexcept
-{
-    return fails() ? nullptr : __libc_malloc(bytes);
-}
-
-extern "C" void *realloc(void *block, std::size_t bytes) noexcept
-{
-    return fails() ? nullptr : __libc_realloc(block, bytes);
-}
-
-extern "C" void *calloc(std::size_t count, std::size_t bytes) noexcept
-{
-    return fails() ? nullptr : __libc_calloc(count, bytes);
-}
-#endif
 
 namespace
 {
@@ -251,12 +216,12 @@ Outcome outcomeOf(int number, const char *picture)
         dup2(fileno(output), STDOUT_FILENO);
         dup2(fileno(output), STDERR_FILENO);
         setvbuf(stdout, nullptr, _IONBF, 0); // whose buffer is no business of this test
-        allocations = 0;
-        failing = number;
+        mallochook::allocations = 0;
+        mallochook::failing = number;
         std::uint64_t row[3];
         row[0] = work(picture);
-        row[2] = static_cast<unsigned>(allocations);
-        failing = -1;
+        row[2] = static_cast<unsigned>(mallochook::allocations);
+        mallochook::failing = -1;
         row[1] = work(picture);
         if (write(fileno(digests), row, sizeof row) != sizeof row) {
             _exit(2);
@@ -315,9 +280,9 @@ std::string problemOf(const Outcome &outcome, const Outcome &whole)
 
 TEST(MissingMemory, EachAllocationThatFailsIsToldAndNothingIsThrown)
 {
-#ifdef ZK_MALLOC_IS_THE_SANITIZERS
-    GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
-#endif
+    if (!mallochook::kCanRefuse) {
+        GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
+    }
     char picture[] = "/tmp/zkmemoryXXXXXX";
     close(mkstemp(picture));
     unsigned char pixels[13 * 9 * 3];

@@ -8,7 +8,7 @@
 
 #include "bareglyph.h"
 #include "glyph/zkglyphslabs.h"
-#include "sanitizedmalloc.h"
+#include "mallochook.h"
 
 #include <gtest/gtest.h>
 
@@ -22,103 +22,35 @@
 namespace
 {
 
-int allocations = 0;
-int failing = -1;        // the number of the allocation that gets nothing; -1 for none
-int living = 0;          // blocks
-std::size_t refused = 0; // no block of so many bytes is given; 0 for any
-bool wasRefused = false; // and the next that is freed ends that
-
-} // namespace
-
-#ifndef ZK_MALLOC_IS_THE_SANITIZERS
-// These stand before the C library's own, and FreeType's come from them.
-extern "C" void *__libc_malloc(std::size_t);
-extern "C" void *__libc_realloc(void *, std::size_t);
-extern "C" void *__libc_calloc(std::size_t, std::size_t);
-extern "C" void __libc_free(void *);
-
-namespace
-{
-
-constexpr bool kCanFail = true;
-
-bool fails()
-{
-    return allocations++ == failing;
-}
-
-void *counted(void *block)
-{
-    living += block != nullptr ? 1 : 0;
-    return block;
-}
-
-} // namespace
-
-extern "C" void *malloc(std::size_t bytes) noexcept
-{
-    if (fails()) {
-        return nullptr;
-    }
-    if (refused != 0 && bytes == refused) {
-        wasRefused = true;
-        return nullptr;
-    }
-    return counted(__libc_malloc(bytes));
-}
-
-extern "C" void *calloc(std::size_t count, std::size_t bytes) noexcept
-{
-    return fails() ? nullptr : counted(__libc_calloc(count, bytes));
-}
-
-extern "C" void *realloc(void *block, std::size_t bytes) noexcept
-{
-    if (fails()) {
-        return nullptr;
-    }
-    return block == nullptr ? counted(__libc_realloc(block, bytes)) : __libc_realloc(block, bytes);
-}
-
-extern "C" void free(void *block) noexcept
-{
-    living -= block != nullptr ? 1 : 0;
-    refused = wasRefused && block != nullptr ? 0 : refused;
-    __libc_free(block);
-}
-#else
-namespace
-{
-
-constexpr bool kCanFail = false;
-
-} // namespace
-#endif
-
-namespace
-{
-
 const ZkFont kFont(20, true, true, true, false);
+
+// No block of so many bytes is given until another one is given back.
+void refuseOnce(std::size_t bytes)
+{
+    mallochook::wasRefused = false;
+    mallochook::isRefusedOnce = true;
+    mallochook::refused = bytes;
+}
 
 // Runs `work` with one allocation after the other failing until none does any more. It
 // must leave as many blocks as it found, which `work` may put in order with `failing` -1.
 template <typename Work>
 void failEach(Work work)
 {
-    if (!kCanFail) {
+    if (!mallochook::kCanRefuse) {
         GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
     }
     work(); // what is made once and kept
     int made = 1, tried = 0;
     for (int number = 0; number < made; ++number) {
         SCOPED_TRACE(testing::Message() << "allocation " << number);
-        const int before = living;
-        allocations = 0;
-        failing = number;
+        const int before = mallochook::living;
+        mallochook::allocations = 0;
+        mallochook::failing = number;
         work();
-        failing = -1;
-        made = std::max(made, allocations);
-        ASSERT_EQ(living, before) << "leaks";
+        mallochook::failing = -1;
+        made = std::max(made, mallochook::allocations.load());
+        ASSERT_EQ(mallochook::living, before) << "leaks";
         ASSERT_FALSE(testing::Test::HasFailure());
         ++tried;
         ASSERT_LT(tried, 100000);
@@ -187,10 +119,10 @@ TEST(FontMemory, RenderingGivesTheGlyphOrAnEmptyOneThatIsTriedAgain)
             const ZkGlyph *const glyph = holder.glyph(face, 40 + i, kFont);
             ASSERT_NE(glyph, nullptr);
             EXPECT_TRUE(glyph->isFailed() || isWhole(glyph->bitmap, expected[i]));
-            failing = glyph->isFailed() ? -1 : failing;
+            mallochook::failing = glyph->isFailed() ? -1 : mallochook::failing.load();
             EXPECT_TRUE(isWhole(holder.glyph(face, 40 + i, kFont)->bitmap, expected[i]));
         }
-        failing = -1;
+        mallochook::failing = -1;
         holder.clear();
         cache.clear();
         EXPECT_EQ(cache.stats().glyphs, 0);
@@ -213,10 +145,10 @@ TEST(FontMemory, ChainsAndQuestionsOfCharactersAnswerAllTheSame)
             EXPECT_EQ(faces.find(0x4E2D), 1);
             EXPECT_EQ(faces.find(0x10FFFF), -1);
         }
-        const int saved = failing; // a font of its own has asked for nothing yet
-        failing = -1;
+        const int saved = mallochook::failing; // a font of its own has asked for nothing yet
+        mallochook::failing = -1;
         const ZkTypeface fresh = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
-        failing = saved;
+        mallochook::failing = saved;
         EXPECT_EQ(fresh.glyphIndex('a'), a);
         EXPECT_EQ(fresh.kerning(a, a, 20), latin.kerning(a, a, 20));
         const int before = chain.size();
@@ -238,13 +170,13 @@ TEST(FontMemory, PacksAreWrittenAndLoadedOrNot)
     failEach([&] {
         const int saved = cache.save(path.c_str(), chain);
         EXPECT_TRUE(saved == 260 || saved == -1);
-        const int before = failing;
-        failing = -1;
+        const int before = mallochook::failing;
+        mallochook::failing = -1;
         ZkGlyphCache other(0);
-        failing = before;
+        mallochook::failing = before;
         const int loaded = other.load(path.c_str(), chain);
         EXPECT_TRUE(loaded >= -1 && loaded <= 260) << "what there is memory for";
-        failing = -1;
+        mallochook::failing = -1;
         // Where the system gives no slab another glyph goes, as when one is rendered.
         EXPECT_LE(other.stats().glyphs, std::max(loaded, 0));
         const int there = other.stats().glyphs;
@@ -265,15 +197,15 @@ TEST(FontMemory, LargeGlyphsMakeRoomOrAreEmptyOnce)
     const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
     ZkGlyphCache cache(0);
     int empty = 0;
-    for (int number = kCanFail ? 0 : 60; number < 60; ++number) {
-        failing = allocations + number;
+    for (int number = mallochook::kCanRefuse ? 0 : 60; number < 60; ++number) {
+        mallochook::failing = mallochook::allocations + number;
         for (std::uint32_t i = 0; i < 6; ++i) {
             ZkGlyphHolder holder(cache);
             const ZkGlyph *const glyph = holder.glyph(face, 36 + i, large);
             ASSERT_TRUE(glyph->isFailed() || isWhole(glyph->bitmap, expected[i]));
             empty += glyph->isFailed() ? 1 : 0;
         }
-        failing = -1;
+        mallochook::failing = -1;
         EXPECT_LE(cache.stats().glyphs, 6);
         cache.clear();
         EXPECT_EQ(cache.stats().glyphs, 0);
@@ -284,7 +216,7 @@ TEST(FontMemory, LargeGlyphsMakeRoomOrAreEmptyOnce)
 // Without a larger table the one that is there fills up to seven eighths.
 TEST(FontMemory, ATableThatCannotGrowIsFilledAndThenGlyphsAreEmpty)
 {
-    if (!kCanFail) {
+    if (!mallochook::kCanRefuse) {
         GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
     }
     constexpr int kFirstSlots = 128;
@@ -296,10 +228,9 @@ TEST(FontMemory, ATableThatCannotGrowIsFilledAndThenGlyphsAreEmpty)
     for (std::uint32_t glyph = 40; glyph < 40 + kFirstSlots; ++glyph) {
         face.glyphIndex(glyph);
         const ZkGlyphHolder other(cache);
-        refused = 2 * kFirstSlots * sizeof(void *);
+        refuseOnce(2 * kFirstSlots * sizeof(void *));
         glyphs.push_back(held.glyph(face, glyph, tiny));
-        refused = 0;
-        wasRefused = false;
+        mallochook::refused = 0;
     }
     const auto isEmpty = [](const ZkGlyph *glyph) { return glyph->isFailed(); };
     EXPECT_EQ(std::count_if(glyphs.begin(), glyphs.end(), isEmpty), kFirstSlots / 8);
@@ -314,7 +245,7 @@ TEST(FontMemory, ATableThatCannotGrowIsFilledAndThenGlyphsAreEmpty)
 
 TEST(FontMemory, TheClassicFontDoesNotOpenWithoutMemory)
 {
-    if (!kCanFail) {
+    if (!mallochook::kCanRefuse) {
         GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
     }
     const ZkString path(ZK_FONT_DEJAVU);
@@ -322,7 +253,7 @@ TEST(FontMemory, TheClassicFontDoesNotOpenWithoutMemory)
         EXPECT_EXIT(
             {
                 dup2(STDERR_FILENO, STDOUT_FILENO);
-                failing = allocations + number;
+                mallochook::failing = mallochook::allocations + number;
                 ZkFreetype::freetype_init(path);
             },
             testing::ExitedWithCode(1), "^FT_Init_FreeType error!\n");
@@ -331,12 +262,12 @@ TEST(FontMemory, TheClassicFontDoesNotOpenWithoutMemory)
 
 TEST(FontMemory, ABlockThatCannotGrowEndsTheProcess)
 {
-    if (!kCanFail) {
+    if (!mallochook::kCanRefuse) {
         GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
     }
     EXPECT_DEATH(
         {
-            failing = allocations;
+            mallochook::failing = mallochook::allocations.load();
             zkReallocate(nullptr, 123);
         },
         "libzk: no memory for 123 bytes");
@@ -345,7 +276,7 @@ TEST(FontMemory, ABlockThatCannotGrowEndsTheProcess)
 // What the system does not give, the cache's own glyphs may.
 TEST(FontMemory, ALargeGlyphTakesTheRoomOfOthersWhenThereIsNoMore)
 {
-    if (!kCanFail) {
+    if (!mallochook::kCanRefuse) {
         GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
     }
     const BareFont bare(ZK_FONT_DEJAVU);
@@ -358,11 +289,10 @@ TEST(FontMemory, ALargeGlyphTakesTheRoomOfOthersWhenThereIsNoMore)
     }
     ASSERT_EQ(cache.stats().glyphs, 4);
     ZkGlyphHolder holder(cache);
-    refused = ZkGlyphSlabs::costOf(ZkGlyphSlabs::lengthFor(expected.pixels.size()));
+    refuseOnce(ZkGlyphSlabs::costOf(ZkGlyphSlabs::lengthFor(expected.pixels.size())));
     const ZkGlyph *const glyph = holder.glyph(face, 50, large);
-    EXPECT_TRUE(wasRefused);
-    refused = 0;
-    wasRefused = false;
+    EXPECT_TRUE(mallochook::wasRefused);
+    mallochook::refused = 0;
     EXPECT_TRUE(isWhole(glyph->bitmap, expected));
     EXPECT_EQ(cache.stats().glyphs, 1) << "the others have gone";
     EXPECT_EQ(cache.stats().evictions, 4u);
@@ -370,7 +300,7 @@ TEST(FontMemory, ALargeGlyphTakesTheRoomOfOthersWhenThereIsNoMore)
 
 TEST(FontMemory, PacksOfLargeGlyphsEndWhereMemoryEnds)
 {
-    if (!kCanFail) {
+    if (!mallochook::kCanRefuse) {
         GTEST_SKIP() << "the sanitizer's malloc cannot be made to fail";
     }
     const ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
@@ -381,10 +311,9 @@ TEST(FontMemory, PacksOfLargeGlyphsEndWhereMemoryEnds)
     const std::size_t pixels = cache.stats().pixelBytes;
     ASSERT_EQ(cache.save(path.c_str(), chain), 1);
     ZkGlyphCache other(0);
-    refused = ZkGlyphSlabs::costOf(ZkGlyphSlabs::lengthFor(pixels));
+    refuseOnce(ZkGlyphSlabs::costOf(ZkGlyphSlabs::lengthFor(pixels)));
     EXPECT_EQ(other.load(path.c_str(), chain), 0);
-    refused = 0;
-    wasRefused = false;
+    mallochook::refused = 0;
     EXPECT_EQ(other.stats().glyphs, 0);
     EXPECT_EQ(other.load(path.c_str(), chain), 1);
     unlink(path.c_str());
@@ -393,14 +322,14 @@ TEST(FontMemory, PacksOfLargeGlyphsEndWhereMemoryEnds)
 // FreeType's own tables are there as long as a typeface is open, and made anew after that.
 TEST(FontMemory, TheLibraryGoesWithTheLastTypeface)
 {
-    if (!kCanFail) {
+    if (!mallochook::kCanRefuse) {
         GTEST_SKIP() << "the sanitizer's malloc cannot be watched";
     }
     const auto blocksOfOpening = [] {
-        const int before = allocations;
+        const int before = mallochook::allocations;
         const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
         EXPECT_TRUE(face.isValid());
-        return allocations - before;
+        return mallochook::allocations - before;
     };
     const int alone = blocksOfOpening();
     EXPECT_EQ(blocksOfOpening(), alone);
