@@ -387,10 +387,11 @@ bool ZkParagraphData::fitsHyphened(int first, int last, const ZkHardLine &hard, 
             if (!mayEndBefore(u)) {
                 continue;
             }
-            if (pieceLength(first, u, hard) + hyphenAt(u) > room) {
+            const ZkPen length = pieceLength(first, u, hard);
+            if (length > room) {
                 break;
             }
-            end = u;
+            end = length + hyphenAt(u) <= room ? u : end; // one behind may be of a smaller font
         }
         if (end == first) {
             return false;

@@ -327,6 +327,15 @@ TEST_F(Paragraph, ASoftHyphenWiderThanTheRestIsNoEndOfTheLeastWidth)
     }
 }
 
+TEST_F(Paragraph, AHyphenOfALargerFontHidesNoneBehindIt)
+{
+    paragraph.setUtf8("ww\u00ADi\u00ADww");
+    paragraph.setSpan(2, 3, font(60), 0); // the first hyphen, wider than "i-"
+    EXPECT_EQ(paragraph.minWidth(), widthOf("wwi-"));
+    paragraph.setWidth(paragraph.minWidth());
+    EXPECT_EQ(ends(), (std::vector<int>{5, 7}));
+}
+
 TEST_F(Paragraph, ALongWordIsCutBetweenClustersOrSticksOut)
 {
     paragraph.setUtf8("iiiiiiiiii");
