@@ -161,7 +161,9 @@ void ZkDateTime::getUTC(ZkDate &date, ZkTime &time) const
     const ZkDate fake = folded(date);
     int offset = 0;
     if (plainOffset(msecsSinceEpoch(fake, time) / 1000, d->spec, &offset)) {
-        addMSecsInPlace(date, time, -1000ll * offset);
+        ZkDate moved = fake;
+        addMSecsInPlace(moved, time, -1000ll * offset);
+        date = moved.addDays(fake.daysTo(date)); // null for one too far to count the days
         return;
     }
     int year = 0, month = 0, day = 0;

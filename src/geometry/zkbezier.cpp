@@ -124,6 +124,9 @@ public:
         const double largest = static_cast<double>(largestCoordinate(curve));
         m_rounding = static_cast<double>(kLengthError) +
                      (m_all.polygons + largest) * std::max(m_count, 8) * 0x1p-21;
+        if (largest >= 0x1p62) { // a chord may be infinite and its polygon not: nothing is told
+            m_rounding = HUGE_VAL;
+        }
         // Where floats lie further apart than the error, pieces become stairs, which are
         // longer by up to the square root of 2.
         m_stairs = largest > static_cast<double>(kLengthError) * 0x1p23 ? 1.5 : 1;

@@ -591,6 +591,30 @@ TEST(ZkDateTime, DatesOutsideTime_tAreConvertedByTheRulesOf1970And2037)
     });
 }
 
+TEST(ZkDateTime, ADateOutsideTime_tIsMovedBackByDaysCountedInAnInt)
+{
+    // Local noon in summer, on both sides of where the days from 2037 no longer fit.
+    const struct {
+        unsigned int day;
+        unsigned int utcDay;
+    } rows[] = {
+        {1, 1},
+        {2147483648u, 2147483648u},
+        {2147483648u + 2465000, 2147483648u + 2465000},
+        {2147483648u + 2466000, 0}, // counted as lying before, the way back leads past day 0
+        {3499425907u, 0},
+        {4294967295u, 0},
+    };
+    inZone("CET-1", [&] {
+        for (const auto &row : rows) {
+            const ZkDateTime noon(ZkDate::fromJulianDay(row.day), ZkTime(12, 0));
+            const ZkDateTime moment = noon.toTimeSpec(Zk::TimeUtc);
+            EXPECT_EQ(moment.date().julianDay(), row.utcDay) << row.day;
+            EXPECT_EQ(moment.time(), ZkTime(11, 0)) << row.day;
+        }
+    });
+}
+
 TEST(ZkDateTime, TheSecondOfJanuary1970IsConvertedByTheRulesOf2037)
 {
     // A zone whose new year lies in daylight saving time in 1970 only.

@@ -521,6 +521,25 @@ TEST(ZkBezier, ParameterAtNoLengthIsZeroOrNearly)
     EXPECT_EQ(kRising.tAtLength(-1), 0);
 }
 
+TEST(ZkBezier, ParameterAtALengthIsFoundWhereOnlyTheChordIsInfinite)
+{
+    // The square of a third of the way still is a float, that of the way is none.
+    const ZkBezier rows[] = {
+        {0, 0, 0, 9e18F, 0, 18e18F, 0, 27e18F},
+        {0, 0, 9e18F, 0, 18e18F, 0, 27e18F, 0},
+        {-13e18F, -8e18F, -4e18F, -8e18F, 5e18F, -8e18F, 14e18F, -8e18F},
+    };
+    for (const ZkBezier &c : rows) {
+        const float whole = c.length(0.01F);
+        ASSERT_NEAR(whole, 27e18F, 1e13F);
+        EXPECT_EQ(c.tAtLength(whole / 2), 0.5F);
+        for (int percent = 1; percent < 100; ++percent) {
+            const float length = whole * float(percent) / 100;
+            ASSERT_EQ(c.tAtLength(length), plainParameter(c, length)) << c << ' ' << length;
+        }
+    }
+}
+
 TEST(ZkBezier, ParameterAtALengthEndsOnLargeCurves)
 {
     for (const float size : {1e6F, 1e12F, 1e18F}) {
