@@ -417,8 +417,8 @@ std::size_t ZkTypeface::table(std::uint32_t tag, void *out, std::size_t room) co
     if (FT_Load_Sfnt_Table(open->face, tag, 0, nullptr, &length) != 0) {
         return 0;
     }
-    FT_ULong part = std::min<FT_ULong>(length, room);
-    if (part > 0 && out != nullptr &&
+    FT_ULong part = std::min<FT_ULong>(length, room); // for none nothing is written
+    if (out != nullptr &&
         FT_Load_Sfnt_Table(open->face, tag, 0, static_cast<FT_Byte *>(out), &part) != 0) {
         return 0;
     }

@@ -65,7 +65,7 @@ bool readNumber(std::FILE *file, std::uint16_t &value)
 
 bool readNumber(std::FILE *file, std::uint32_t &value)
 {
-    std::uint16_t low = 0, high = 0;
+    std::uint16_t low = 0, high = 0; // no test can tell: only read where they were set
     if (!readNumber(file, low) || !readNumber(file, high)) {
         return false;
     }

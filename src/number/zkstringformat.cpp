@@ -279,7 +279,7 @@ ZkMap<int, int> argumentIndices(const ZkString &text, int count)
     ZkMap<int, int> indices;
     for (const ZkUcs2 *at = text.begin(); (at = std::find(at, text.end(), '%')) != text.end();
          ++at) {
-        int number = 0;
+        int number = 0; // no test can tell: what reads it sets it
         if (readNumbered(at, text.end(), &number) != nullptr) {
             indices.insert(number, -1);
         }
