@@ -532,7 +532,7 @@ private:
 template <typename Unit>
 void Asking::read(const Unit *text)
 {
-    int first = 0; // of the run before `i`, empty when it is `i`
+    int first = 0;  // of the run before `i`, empty when it is `i`
     int length = 0; // no test can tell: the character sets it
     for (int i = 0; i < m_room; i += length) {
         if (!isUnspaced(characterAt(text, i, m_room, &length))) {
