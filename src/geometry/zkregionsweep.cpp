@@ -527,12 +527,13 @@ void ZkRegionSweep::grow(std::ptrdiff_t count)
     std::int64_t total = 0;
     std::int64_t passed = 1;
     for (const ZkBands *list : m_sources) {
-        total += list->count();
-        passed += used == 0
-                      ? 0
-                      : zkFirstReaching(list->begin, list->end, m_end[-1].bottom()) - list->begin;
+        total += list->count(); // no test can tell: a guess at the room
+        if (used != 0) {
+            const int bottom = m_end[-1].bottom(); // no test can tell: a guess at the room
+            passed += zkFirstReaching(list->begin, list->end, bottom) - list->begin;
+        }
     }
-    const std::int64_t likely = used * total / passed;
+    const std::int64_t likely = used * total / passed; // no test can tell: a guess at the room
     const std::int64_t least = used + used / 2 + count;
     const int slots = static_cast<int>(
         std::min<std::int64_t>(std::max(least, std::min(likely + likely / 8, 2 * total)), INT_MAX));

@@ -3,6 +3,7 @@
 #include FT_BITMAP_H
 #include FT_OUTLINE_H
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
@@ -133,7 +134,7 @@ FT_Error ZkRenderedGlyph::convertToGrey(const FT_Bitmap &source)
     if (error != 0) {
         return error;
     }
-    const unsigned full = m_converted.num_grays < 2 ? 1u : m_converted.num_grays - 1u;
+    const unsigned full = std::max<unsigned>(m_converted.num_grays, 2) - 1;
     const GreyRows rows = rowsOf(m_converted);
     if (full == 255 || rows.pitch == 0) {
         return FT_Err_Ok;

@@ -21,7 +21,8 @@ std::uint16_t emptyPage[ZkGlyphPages::kCells];
 // A cell for glyphs whose number it has no room for: ask FreeType.
 constexpr std::uint16_t kAsk = 0xFFFF;
 
-constexpr std::uint32_t kPairSlots = 1024;
+constexpr int kPairBits = 10; // no test can tell: how many pairs are remembered
+constexpr std::uint32_t kPairSlots = 1U << kPairBits;
 
 // Fonts of a typeface whose letters are remembered, 4 KB each: the sizes and styles of one
 // screen. A host that zooms through all of them takes no memory for each.
@@ -370,7 +371,7 @@ int ZkTypeface::kerning(std::uint32_t left, std::uint32_t right, int pixelSize) 
     const ZkOpenTypeface *const open = ZkOpenTypeface::of(*this);
     const std::uint64_t pair =
         static_cast<std::uint64_t>(left) << 48 | static_cast<std::uint64_t>(right) << 32 | 0x10000;
-    const std::uint32_t slot = (left * 0x9E3779B1u ^ right * 0x85EBCA6Bu) >> 22;
+    const std::uint32_t slot = (left * 0x9E3779B1u ^ right * 0x85EBCA6Bu) >> (32 - kPairBits);
     std::uint64_t *const pairs = __atomic_load_n(&open->kerningPairs, __ATOMIC_ACQUIRE);
     std::uint64_t word = pairs == nullptr ? 0 : __atomic_load_n(&pairs[slot], __ATOMIC_RELAXED);
     if ((word & ~static_cast<std::uint64_t>(0xFFFF)) != pair) {
@@ -416,8 +417,8 @@ std::size_t ZkTypeface::table(std::uint32_t tag, void *out, std::size_t room) co
     if (FT_Load_Sfnt_Table(open->face, tag, 0, nullptr, &length) != 0) {
         return 0;
     }
-    FT_ULong part = std::min<FT_ULong>(length, room);
-    if (part > 0 && out != nullptr &&
+    FT_ULong part = std::min<FT_ULong>(length, room); // for none nothing is written
+    if (out != nullptr &&
         FT_Load_Sfnt_Table(open->face, tag, 0, static_cast<FT_Byte *>(out), &part) != 0) {
         return 0;
     }

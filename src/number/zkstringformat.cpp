@@ -341,7 +341,7 @@ ZkString ZkString::multiArg(int count, const ZkString **args) const
     ZkTextBuffer result;
     const ZkUcs2 *from = begin();
     for (const ZkUcs2 *at = from; (at = std::find(at, end(), '%')) != end();) {
-        int number = 0; // no test can tell: what reads it sets it
+        int number = 0;
         const ZkUcs2 *behind = readNumbered(at, end(), &number);
         const int index = behind != nullptr ? indices.value(number, -1) : -1;
         if (index == -1) {

@@ -11,7 +11,7 @@ namespace
 
 constexpr int kMostSpacing = 8191;
 // Glyphs whose room ZkBidi wants besides one for each unit.
-constexpr int kScratchGlyphs = 8;
+constexpr int kScratchGlyphs = 8; // no test can tell: more room does no harm
 static_assert(sizeof(ZkShapedGlyph) == 16, "ZkBidi::bufferSize() is told in these");
 
 int cut(int spacing)

@@ -188,7 +188,7 @@ void Shortener::shorten()
         switch (m_d.ellipsis) {
         case ZkParagraph::EllipsisStart: tail = tailStart(m_line.first, room); break;
         case ZkParagraph::EllipsisMiddle:
-            head = headEnd(m_d.boxWidth > 0 ? room / 2 : room);
+            head = headEnd(room / 2); // without a width that is more than enough, too
             tail = tailStart(head, room - m_d.extent(m_line.first, head, m_hard));
             break;
         default: head = headEnd(room); break;

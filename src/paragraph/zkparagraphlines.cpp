@@ -170,7 +170,8 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
         while (safe > first && isUnsafe(safe)) {
             safe = clusterBefore(safe);
         }
-        const bool isWhole = safe <= std::max(first, m_headEnd);
+        // The end of the start, when it is safe, may be kept as well as shaped again.
+        const bool isWhole = safe < m_headEnd; // no test can tell: <= does
         if (isWhole) {
             safe = first;
         }

@@ -83,8 +83,9 @@ private:
     bool m_withCells;
     int m_levelsFirst = 0; // unit of `levels[0]`
     ZkPen m_pen = 0;       // behind the last item, in the order of the text
-    int m_extra = 0;       // pixels that spaces are stretched by
-    int m_spaces = 0;      // and how many of them
+    // Pixels that spaces are stretched by, and how many spaces.
+    int m_extra = 0;  // no test can tell: no space is stretched by it
+    int m_spaces = 0; // no test can tell: none is stretched by nothing
     ZkStretchedSpaces m_stretched = {};
     int m_patchFirst = 0, m_patchLast = 0; // of this line, a few at most
     const ZkGlyph **m_shown;               // those remembered; of a text of a few in `m_few`

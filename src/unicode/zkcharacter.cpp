@@ -86,7 +86,7 @@ ZkTextCharacters::ZkTextCharacters(std::uint16_t *buffer, int capacity)
       m_capacity(capacity),
       m_ownsClasses(false),
       m_leftToRight(true),
-      m_separated(false)
+      m_separated(false) // no test can tell: else separators are looked for
 {
 }
 

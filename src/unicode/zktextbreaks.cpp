@@ -230,7 +230,8 @@ int Divider::pair(const std::uint16_t *units, int i, int count)
 
 #if ZK_HAS_LANES
 
-constexpr int kPiece = 256; // of at least a group and a unit
+// Of at least a group and a unit.
+constexpr int kPiece = 256; // no test can tell: other pieces say the same
 
 /// What pairs need to know of the units of a piece, behind a character of class `before` that
 /// has left `row`. Each step passes over all units, so that what it writes is there when the
@@ -415,8 +416,8 @@ void Divider::read(const std::uint16_t *units, int count)
 {
 #if ZK_HAS_LANES
     // In short ones each step would wait for what the one before has stored.
-    constexpr int kFewest = 32;
-    while (count >= kFewest) {
+    constexpr int kFewest = 32; // no test can tell: both ways say the same
+    while (count >= kFewest) {  // no test can tell: both ways say the same
         const int piece = std::min(count, kPiece);
         readPiece(units, piece);
         units += piece;
@@ -531,8 +532,8 @@ private:
 template <typename Unit>
 void Asking::read(const Unit *text)
 {
-    int first = 0; // of the run before `i`, empty when it is `i`
-    int length = 0;
+    int first = 0;  // of the run before `i`, empty when it is `i`
+    int length = 0; // no test can tell: the character sets it
     for (int i = 0; i < m_room; i += length) {
         if (!isUnspaced(characterAt(text, i, m_room, &length))) {
             if (i > first) {

@@ -387,6 +387,22 @@ TEST(ZkGlyphCache, ClosingATypefaceDropsItsGlyphs)
     EXPECT_EQ(keysOf(cache).count(held == nullptr ? 0 : ZkGlyphCache::key(face, 40, kPlain)), 0u);
 }
 
+TEST(ZkGlyphCache, ClosingATypefaceLeavesItsRoomToOthers)
+{
+    ZkTypeface face = dejavu();
+    const ZkTypeface other = dejavu();
+    ZkGlyphCache cache(128 << 10);
+    fill(&cache, other, kPlain, 50, 59);
+    fill(&cache, face, kPlain, 60, 400);
+    const std::size_t bytes = cache.stats().bytes;
+    EXPECT_GT(bytes, 50u << 10);
+    face = ZkTypeface();
+    EXPECT_EQ(cache.stats().glyphs, 10);
+    EXPECT_EQ(cache.stats().bytes, bytes);
+    fill(&cache, other, kPlain, 60, 400);
+    EXPECT_EQ(cache.stats().bytes, bytes) << "the same slabs again";
+}
+
 TEST(ZkGlyphCache, AHolderOutlivesItsCache)
 {
     const ZkTypeface face = dejavu();

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +16,8 @@
 namespace
 {
 
-int granted = INT_MAX; // so many blocks, and no more
+int granted = INT_MAX;   // so many blocks, and no more
+std::size_t largest = 0; // block that was asked for
 
 } // namespace
 
@@ -24,6 +26,7 @@ int granted = INT_MAX; // so many blocks, and no more
 extern "C" void *__libc_realloc(void *, std::size_t);
 extern "C" void *realloc(void *block, std::size_t bytes) noexcept
 {
+    largest = std::max(largest, bytes);
     return granted-- > 0 ? __libc_realloc(block, bytes) : nullptr;
 }
 #endif
@@ -75,6 +78,46 @@ TEST(BmpMemory, RowsThatHaveNoRoomAreShortData)
         bitmap.decode(pixels.data()); // with memory back
         EXPECT_NE(pixels.back(), kUntouched);
         EXPECT_NE(pixels.front(), kUntouched);
+        std::fclose(opened);
+    }
+}
+
+TEST(BmpMemory, RowsAreReadByBlocks)
+{
+#ifdef ZK_MALLOC_IS_THE_SANITIZERS
+    GTEST_SKIP() << "the sanitizer's malloc cannot be looked at";
+#endif
+    constexpr std::size_t kBlock = 16384;
+    const struct {
+        const char *what;
+        int width, height;
+        std::size_t asked;
+    } kRows[] = {
+        {"a small picture as a whole", 4, 5, 60},
+        {"many rows, as many whole ones as a block holds", 100, 2000, kBlock / 300 * 300},
+        {"each row longer than a block", 8000, 3, 24000},
+    };
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(row.what);
+        bmpmodel::File file;
+        file.depth = 24;
+        file.width = row.width;
+        file.height = row.height;
+        file.rows.assign(
+            static_cast<std::size_t>(row.width) * 3 * static_cast<std::size_t>(row.height), 0x77);
+        const bmpmodel::Bytes bytes = file.bytes();
+        std::FILE *const opened = std::tmpfile();
+        ASSERT_EQ(std::fwrite(bytes.data(), bytes.size(), 1, opened), 1u);
+        std::fflush(opened);
+        ZkBitmap bitmap(opened);
+        ASSERT_TRUE(bitmap.isOpen());
+        std::vector<unsigned char> pixels(static_cast<std::size_t>(row.width) *
+                                          static_cast<std::size_t>(row.height) * 4);
+        largest = 0;
+        bitmap.decode(pixels.data());
+        EXPECT_EQ(largest, row.asked);
+        EXPECT_EQ(pixels.front(), 0x77);
+        EXPECT_EQ(pixels[pixels.size() - 2], 0x77);
         std::fclose(opened);
     }
 }

@@ -59,6 +59,10 @@ TEST(ZkStringArg, ReplacesAllEscapesOfTheLowestNumber)
         {"nor does one behind a marker", "%L%1 %2", "%L%1 x"},
         {"letters follow at once", "a%1b", "axb"},
         {"escapes follow at once", "%1%1%1", "xxx"},
+        {"four of them", "%1 %2 %1 %1 %1 %3", "x %2 x x x %3"},
+        {"five", "%1 %2 %1 %1 %1 %3 %1 %4", "x %2 x x x %3 x %4"},
+        {"ten, marked and plain", "%1%L1%1%L1%1%L1%1%L1%1%L1%2%L2", "xxxxxxxxxx%2%L2"},
+        {"of a lower number behind five", "%2%2%2%2%2%1%2%1", "%2%2%2%2%2x%2x"},
     };
     for (const auto &row : kRows) {
         SCOPED_TRACE(row.what);

@@ -484,6 +484,31 @@ TEST_F(Paragraph, KerningBringsLettersTogether)
     EXPECT_LT(kerned, paragraph.width());
 }
 
+TEST_F(Paragraph, KerningIsThatOfTheFontForEveryPair)
+{
+    const struct {
+        const char *pair;
+        char32_t left, right;
+    } kRows[] = {
+        {"AV", 'A', 'V'},         {"L\u201D", 'L', 0x201D},       {"A\u201C", 'A', 0x201C},
+        {"\u1EF2,", 0x1EF2, ','}, {"A\u1EF2", 'A', 0x1EF2},       {"F\u201E", 'F', 0x201E},
+        {"AB", 'A', 'B'},         {"\u0391\u03A5", 0x391, 0x3A5}, // Greek ones have none here
+    };
+    paragraph.setFont(font(64));
+    const ZkTypeface face = paragraph.chain().at(0);
+    int kerned = 0;
+    for (const auto &row : kRows) {
+        paragraph.setUtf8(row.pair);
+        paragraph.setKerning(false);
+        const int apart = paragraph.width();
+        paragraph.setKerning(true);
+        const int nearer = face.kerning(face.glyphIndex(row.left), face.glyphIndex(row.right), 64);
+        EXPECT_EQ(paragraph.width(), apart + nearer) << row.pair;
+        kerned += nearer != 0 ? 1 : 0;
+    }
+    EXPECT_GE(kerned, 5) << "the font was chosen for its pairs";
+}
+
 TEST_F(Paragraph, Utf8IsReadAsUnicodeSays)
 {
     const struct {
