@@ -179,6 +179,12 @@ TEST_F(Editing, ArrowsMoveFromLetterToLetterAsTheyAreSeen)
          {0, kDown},
          {{1, kUp}, {2, kDown}, {3, kUp}, {4, kUp}},
          {{3, kDown}, {2, kDown}, {1, kDown}, {0, kDown}}},
+        {"what shows nothing is none",
+         "a\u200Bb",
+         0,
+         {0, kDown},
+         {{1, kUp}, {3, kUp}},
+         {{2, kDown}, {0, kDown}}},
         {"an empty line is a place",
          "a\n\nb",
          0,
@@ -192,6 +198,7 @@ TEST_F(Editing, ArrowsMoveFromLetterToLetterAsTheyAreSeen)
         paragraph.setWidth(row.width);
         EXPECT_EQ(way(row.first, true), row.right);
         EXPECT_EQ(way(row.right.back(), false), row.left);
+        EXPECT_EQ(way({row.right.back().index, kDown}, false), row.left) << "the text's end";
     }
 }
 
