@@ -290,17 +290,14 @@ __attribute__((noinline)) ZkLanes GroupReader::readMixed(int first, ZkLanes lett
     if (!letters.any() && text[3] < kFirstSyllable) {
         letters = readStretch(lanes, text[3], &classes);
     }
+    letters = letters | readSyllables(lanes, &classes);
     const ZkLanes low = ZkLanes::within(lanes, 0, kLow - 1);
     if ((letters | low).every()) {
         return classes | (ZkLanes::of([text](int i) { return kZkLowUnits[text[i] % kLow]; }) & low);
     }
     ZkLanes found;
-    ZkLanes are = readKnown(lanes, lanes.shiftedRight<8>(), &found) | letters;
+    const ZkLanes are = readKnown(lanes, lanes.shiftedRight<8>(), &found) | letters;
     classes = classes | (found & are).without(letters);
-    if (are.every()) {
-        return classes;
-    }
-    are = are | readSyllables(lanes, &classes);
     return are.every() ? classes : readMissing(first, are, classes);
 }
 
