@@ -31,6 +31,21 @@ extern "C" void *realloc(void *block, std::size_t bytes) noexcept
 }
 #endif
 
+namespace
+{
+
+/// A file of its own that holds a picture.
+std::FILE *written(const bmpmodel::File &picture)
+{
+    const bmpmodel::Bytes bytes = picture.bytes();
+    std::FILE *const file = std::tmpfile();
+    EXPECT_EQ(std::fwrite(bytes.data(), bytes.size(), 1, file), 1u);
+    std::fflush(file);
+    return file;
+}
+
+} // namespace
+
 TEST(BmpMemory, RowsThatHaveNoRoomAreShortData)
 {
 #ifdef ZK_MALLOC_IS_THE_SANITIZERS
@@ -58,10 +73,7 @@ TEST(BmpMemory, RowsThatHaveNoRoomAreShortData)
                                  static_cast<std::size_t>(row.height) +
                              64,
                          0x77);
-        const bmpmodel::Bytes bytes = file.bytes();
-        std::FILE *const opened = std::tmpfile();
-        ASSERT_EQ(std::fwrite(bytes.data(), bytes.size(), 1, opened), 1u);
-        std::fflush(opened);
+        std::FILE *const opened = written(file);
         ZkBitmap bitmap(opened);
         ASSERT_TRUE(bitmap.isOpen());
         std::vector<unsigned char> pixels(static_cast<std::size_t>(row.width) *
@@ -105,10 +117,7 @@ TEST(BmpMemory, RowsAreReadByBlocks)
         file.height = row.height;
         file.rows.assign(
             static_cast<std::size_t>(row.width) * 3 * static_cast<std::size_t>(row.height), 0x77);
-        const bmpmodel::Bytes bytes = file.bytes();
-        std::FILE *const opened = std::tmpfile();
-        ASSERT_EQ(std::fwrite(bytes.data(), bytes.size(), 1, opened), 1u);
-        std::fflush(opened);
+        std::FILE *const opened = written(file);
         ZkBitmap bitmap(opened);
         ASSERT_TRUE(bitmap.isOpen());
         std::vector<unsigned char> pixels(static_cast<std::size_t>(row.width) *
