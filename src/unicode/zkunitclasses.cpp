@@ -259,7 +259,7 @@ __attribute__((noinline)) ZkLanes GroupReader::readMissing(int first, ZkLanes ar
         const int i = ZkLanes::lowest(missing);
         units[i] = unitAt(m_text, first + i, m_end);
         if (m_text[first + i] < kLow) {
-            remember(m_text[first + i], units[i]); // groups of both kinds are found there
+            remember(m_text[first + i], units[i]); // groups with others look there for all
         }
     }
     return ZkLanes::load(units);
