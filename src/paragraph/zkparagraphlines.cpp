@@ -198,9 +198,6 @@ int LineBreaker::settle(int first, int end, const ZkHardLine &hard)
 // takes its place.
 void LineBreaker::dropHead(int patch, int glyph)
 {
-    if (patch == m_headPatch) {
-        return;
-    }
     for (int from = patch; from < m_d.patches.size(); ++from) {
         ZkPatch &kept = m_d.patches[m_headPatch + from - patch];
         kept = m_d.patches[from];
