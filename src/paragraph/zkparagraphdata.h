@@ -232,6 +232,8 @@ struct ZkParagraphData {
 
     // Lines.
 
+    /// What a line may take and still be told as no wider than the box.
+    ZkPen limit() const { return boxWidth > 0 ? ZkPen{boxWidth} * 64 + 31 : INT64_MAX / 4; }
     bool isUnsafe(int unit) const;
     ZkPen pieceLength(int first, int last, const ZkHardLine &hard);
     bool fitsHyphened(int first, int last, const ZkHardLine &hard, ZkPen room);

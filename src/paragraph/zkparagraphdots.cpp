@@ -13,7 +13,7 @@ public:
         : m_d(*d),
           m_line(d->lines.last()),
           m_hard(d->hardLines[d->hardLineAt(m_line.first)]),
-          m_limit(d->boxWidth > 0 ? ZkPen{d->boxWidth} * 64 + 31 : INT64_MAX / 4)
+          m_limit(d->limit())
     {
     }
 

@@ -215,11 +215,17 @@ ZkVector<ZkRect> ZkParagraph::selection(int first, int last) const
     return rects;
 }
 
+// The unit behind `index`: the first when that is before the text.
+static int unitBehind(int index, int end)
+{
+    return index < 0 ? 0 : std::min(index, end) + 1;
+}
+
 int ZkParagraph::nextCluster(int index) const
 {
     d->need(ZkParagraphData::Analysed);
     const int end = d->text.size();
-    int u = std::clamp(index, -1, end) + 1;
+    int u = unitBehind(index, end);
     while (u < end && !d->isCluster(u)) {
         ++u;
     }
@@ -236,7 +242,7 @@ int ZkParagraph::nextWord(int index) const
 {
     d->need(ZkParagraphData::Analysed);
     const int end = d->text.size();
-    int u = std::clamp(index, -1, end) + 1;
+    int u = unitBehind(index, end);
     while (u < end && !((d->breaks.flags()[u] & ZkTextBreaks::Word) != 0 && beginsWord(*d, u))) {
         ++u;
     }

@@ -15,7 +15,7 @@ public:
     explicit LineBreaker(ZkParagraphData *d)
         : m_d(*d),
           m_text(d->text.constData()),
-          m_limit(d->boxWidth > 0 ? ZkPen{d->boxWidth} * 64 + 31 : INT64_MAX / 4)
+          m_limit(d->limit())
     {
     }
 
