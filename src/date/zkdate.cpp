@@ -329,7 +329,7 @@ int ZkDate::weekNumber(int *yearNumber) const
             week = 1;
             break;
         }
-        if (dayInYear >= bottom) {
+        if (dayInYear >= bottom) { // no test can tell: the year before gives its week 1 back
             week = 1 + (dayInYear - bottom) / 7;
             break;
         }

@@ -268,7 +268,7 @@ void PatternWriter::writeYears(int length)
         length -= 4;
         if (m_year <= 0) {
             m_out.put('-');
-            length -= length > 0 ? 1 : 0;
+            --length; // below 0 is none
         }
         m_out.putNumber(m_year < 0 ? -m_year : m_year, 4);
     }

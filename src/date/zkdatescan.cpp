@@ -110,7 +110,7 @@ private:
         std::int64_t value = 0;
         const ZkUcs2 *q = p;
         for (; zkIsAsciiDigit(*q); ++q) {
-            if (value < kBeyondInt) {
+            if (value < kBeyondInt) { // no test can tell: it is beyond int both ways
                 value = 10 * value + (*q - '0');
             }
         }

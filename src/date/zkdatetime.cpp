@@ -41,8 +41,9 @@ bool addMSecsInPlace(ZkDate &date, ZkTime &time, long long n)
 /// every machine, in every zone.
 ZkDate folded(const ZkDate &date)
 {
-    const ZkDate first = kEpoch.addDays(1);             // 2 January 1970
-    const ZkDate last = ZkDate::fromJulianDay(2465423); // 30 December 2037
+    const ZkDate first = kEpoch.addDays(1); // 2 January 1970
+    // 30 December 2037, which is folded to itself.
+    const ZkDate last = ZkDate::fromJulianDay(2465423); // no test can tell: nor the day behind
     if (date > first && date < last) {
         return date;
     }

@@ -44,7 +44,7 @@ ZkRegion::Record *ZkRegion::Record::take()
         void *const block = std::malloc(kRecordsPerBlock * sizeof(Record));
         if (block == nullptr) {
             zkReportNoMemory(kRecordsPerBlock * sizeof(Record));
-            zkRegionStop();
+            zkRegionStop(); // no test can tell: what follows ends it too
         }
         Record *const first = static_cast<Record *>(block);
         for (int i = kRecordsPerBlock - 1; i >= 0; --i) {

@@ -126,7 +126,7 @@ void ZkFontListData::remember(char32_t character, int face)
         if (page == nullptr) { // no test can tell: else the next question asks again
             void *const made = std::calloc(1, decltype(pages)::kCells);
             if (made != nullptr && pages.enter(character, static_cast<std::uint8_t *>(made))) {
-                page = static_cast<std::uint8_t *>(made);
+                page = static_cast<std::uint8_t *>(made); // no test can tell: as above
             } else {
                 std::free(made);
             }
@@ -221,7 +221,7 @@ int ZkFontList::findCluster(const char32_t *characters, int n, int previous) con
     }
     // The first that has the base; only a face from there on can have all.
     const int base = find(characters[seen]);
-    if (n - seen > 1) {
+    if (n - seen > 1) { // no test can tell: the face that has the base is the one
         for (int i = base < 0 ? d->count : base; i < d->count; ++i) {
             if (hasAll(d->faces()[i], characters, n)) {
                 return i;

@@ -153,6 +153,7 @@ unsigned ZkFonteUnitCache::generation()
 
 void ZkFonteUnitCache::nextGeneration()
 {
+    // no test can tell: any other number does
     __atomic_fetch_add(&generationNow, 1, __ATOMIC_RELAXED);
 }
 

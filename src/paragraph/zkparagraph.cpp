@@ -84,7 +84,7 @@ void ZkParagraphData::need(Stage stage)
         (chain.serial() != chainSerial || shaperInUse().serial() != shaperSerial)) {
         invalidate(Analysed);
     }
-    if (done >= stage) {
+    if (done >= stage) { // no test can tell: what follows asks again
         return;
     }
     if (done < Analysed) {

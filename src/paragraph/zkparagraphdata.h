@@ -15,7 +15,7 @@ typedef std::int64_t ZkPen;
 inline int zkPixels(ZkPen length)
 {
     const ZkPen rounded = (length + 32) >> 6;
-    return rounded > 0x7FFFFFFF    ? 0x7FFFFFFF
+    return rounded > 0x7FFFFFFF    ? 0x7FFFFFFF // no test can tell: >= does
            : rounded < -0x7FFFFFFF ? -0x7FFFFFFF
                                    : static_cast<int>(rounded);
 }
@@ -323,10 +323,10 @@ struct ZkParagraphData {
 
     /// Records of the glyphs last placed, of one typeface and font, by the low bits of their
     /// index: most letters of a line were shown a moment ago.
-    static constexpr std::uint32_t kShown = 128;
-    static constexpr int kNotShown = -2; ///< -1 is the face of an empty chain
-    const ZkGlyph **shown = nullptr;     ///< `kShown` of them; a block of its own keeps both small
-    int shownFace = kNotShown;           ///< or that, and what `shown` says is nothing
+    static constexpr std::uint32_t kShown = 128; // no test can tell: what is not there is found
+    static constexpr int kNotShown = -2;         ///< -1 is the face of an empty chain
+    const ZkGlyph **shown = nullptr; ///< `kShown` of them; a block of its own keeps both small
+    int shownFace = kNotShown;       ///< or that, and what `shown` says is nothing
     ZkFont shownFont;
 };
 

@@ -13,9 +13,7 @@ class LineBreaker
 {
 public:
     explicit LineBreaker(ZkParagraphData *d)
-        : m_d(*d),
-          m_text(d->text.constData()),
-          m_limit(d->limit())
+        : m_d(*d), m_text(d->text.constData()), m_limit(d->limit())
     {
     }
 
@@ -335,7 +333,7 @@ int ZkParagraphData::overflow(int first, const ZkHardLine &hard, ZkPen room) con
         high = guess;
         for (int step = 2; high - step > low; step *= 2) {
             if (endOf(high - step) <= most) {
-                low = high - step + 1;
+                low = high - step + 1; // no test can tell: else more is halved
                 break;
             }
             high -= step;

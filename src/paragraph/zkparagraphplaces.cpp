@@ -268,7 +268,7 @@ void LinePlacer::reorder()
         }
     }
     for (int level = highest; level >= lowestOdd; --level) {
-        for (int i = 0; i < m_d.items.size();) {
+        for (int i = 0; i < m_d.items.size();) { // no test can tell: a turn of none
             int end = i;
             while (end < m_d.items.size() && m_d.items[end].level >= level) {
                 ++end;

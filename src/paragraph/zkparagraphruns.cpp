@@ -327,7 +327,7 @@ int ZkParagraphData::findGlyph(int u) const
         }
     } else {
         for (int step = 1; low > 0 && glyphs[low].cluster > u; step *= 2) {
-            high = low;
+            high = low; // no test can tell: else more is halved
             low = std::max(low - step, 0);
         }
     }

@@ -683,7 +683,6 @@ void Shaping::setLetter(const ZkGlyph *glyph)
     m_thai[0] = m_character < 0x10000 ? static_cast<ZkUcs2>(m_character) : ZkUcs2(0);
     m_thai[1] = m_thai[2] = 0;
     m_thaiMarks = 0;
-    m_thaiShift = 0;
     m_tone = -1; // no test can tell: any number below 0 does
 }
 

@@ -42,7 +42,8 @@ ZkFoldClass zkUnitsFoldingTo(ZkUcs2 folded)
             found.units[found.count++] = unit;
         }
     };
-    if (folded < 0x80) { // no look into the table
+    // ASCII needs no look into the table.
+    if (folded < 0x80) { // no test can tell: 0x80 has no case
         if (folded >= 'a' && folded <= 'z') {
             found = {2, {folded, static_cast<ZkUcs2>(folded - 0x20)}};
         }

@@ -290,7 +290,7 @@ int ZkString::utf8ToUcs2(ZkUcs2 *out, const char *in, int len)
         return len;
     }
     const Byte *const end = trimmedEnd(begin, begin + len);
-    return end - begin >= kZkUtf8Block
+    return end - begin >= kZkUtf8Block // no test can tell: both ways say the same
                ? decodeLong(out, begin, end)
                : static_cast<int>(decodeSingly({begin, out}, end, end).out - out);
 }

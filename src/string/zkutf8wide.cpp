@@ -29,7 +29,7 @@ bool hasInstructions()
 {
     unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
     constexpr unsigned kKeepsRegisters = 1U << 27, kCounts = 1U << 23;
-    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 ||
+    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || // no test can tell: other leaves may say so
         (ecx & (kKeepsRegisters | kCounts)) != (kKeepsRegisters | kCounts)) {
         return false; // unreachable: where the tests run on a processor with AVX
     }

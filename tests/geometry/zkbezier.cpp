@@ -540,6 +540,25 @@ TEST(ZkBezier, ParameterAtALengthIsFoundWhereOnlyTheChordIsInfinite)
     }
 }
 
+TEST(ZkBezier, ParameterAtALengthIsOneFromTheWholeLengthOn)
+{
+    for (const float size : {100.0F, 1e4F, 1e6F, 1e8F}) {
+        SCOPED_TRACE(size);
+        Curves curves(14, size);
+        for (int round = 0; round < scaledRounds(500); ++round) {
+            ZkBezier c = curves.next();
+            if (round % 2 == 0) { // with a cusp, near which the bounds stay wide
+                c.x2 = c.x4, c.y2 = c.y4, c.x3 = c.x1, c.y3 = c.y1;
+            }
+            const float whole = c.length(0.01F);
+            EXPECT_EQ(c.tAtLength(whole), 1) << c;
+            EXPECT_EQ(c.tAtLength(std::nextafter(whole, kInf)), 1) << c;
+            EXPECT_EQ(c.tAtLength(whole * 1.00003F), 1) << c;
+            EXPECT_LT(c.tAtLength(whole * 0.9999F), 1) << c;
+        }
+    }
+}
+
 TEST(ZkBezier, ParameterAtALengthEndsOnLargeCurves)
 {
     for (const float size : {1e6F, 1e12F, 1e18F}) {

@@ -199,6 +199,8 @@ TEST(ZkLineF, AngleBetweenHasNoDirection)
         {"same direction", {0, 0, 1, 0}, {5, 5, 9, 5}, 0},
         {"against", {0, 0, 1, 0}, {5, 5, 3, 5}, 180},
         {"half a quarter", {0, 0, 1, 0}, {1, 1, 2, 2}, 45},
+        {"both aslant", {0, 0, 4, 3}, {0, 0, 3, 4}, 16.2602F},
+        {"aslant, one up", {0, 0, 4, 3}, {0, 0, 4, -3}, 73.7398F},
         {"null first", {3, 3, 3, 3}, {0, 0, 0, 1}, 0},
         {"null second", {0, 0, 0, 1}, {3, 3, 3, 3}, 0},
         {"not a number", {0, 0, 1, 0}, {0, 0, kNan, 1}, 0},

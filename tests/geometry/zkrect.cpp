@@ -459,6 +459,18 @@ TEST(ZkRectF, UnionSkipsOnlyWhatHasNeitherWidthNorHeight)
     }
 }
 
+// Of two zeros the second operand's is taken.
+TEST(ZkRectF, IntersectionAndUnionTakeTheSecondZero)
+{
+    const ZkRectF plus(0, 0, 5, 5), minus(-0.0F, -0.0F, 5, 5);
+    EXPECT_FALSE(std::signbit((minus & plus).x()));
+    EXPECT_FALSE(std::signbit((minus & plus).y()));
+    EXPECT_TRUE(std::signbit((plus & minus).x()));
+    EXPECT_TRUE(std::signbit((plus & minus).y()));
+    EXPECT_FALSE(std::signbit((minus | plus).x()));
+    EXPECT_TRUE(std::signbit((plus | minus).x()));
+}
+
 TEST(ZkRectF, AlignedRectIsTheSmallestAround)
 {
     const float inf = std::numeric_limits<float>::infinity();

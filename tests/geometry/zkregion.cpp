@@ -186,6 +186,26 @@ TEST(ZkRegion, RectsAreSizedToTheCountAfterTheRegionShrank)
     EXPECT_EQ(list.size(), 18U);
 }
 
+TEST(ZkRegion, WhatIsAppendedStandsBehindWhatIsLeft)
+{
+    ZkRegion region;
+    for (int i = 0; i < 10; ++i) {
+        region |= ZkRect(0, 10 * i, 4, 10 * i + 4);
+    }
+    region |= ZkRect(0, 0, 4, 24); // three become one
+    region |= ZkRect(0, 200, 4, 204);
+    region |= ZkRect(9, 200, 14, 204);
+    ASSERT_EQ(region.rectCount(), 10);
+    const ZkVector<ZkRect> rects = region.rects();
+    ASSERT_EQ(rects.size(), 10);
+    EXPECT_EQ(rects.at(0), ZkRect(0, 0, 4, 24));
+    for (int i = 3; i < 10; ++i) {
+        EXPECT_EQ(rects.at(i - 2), ZkRect(0, 10 * i, 4, 10 * i + 4));
+    }
+    EXPECT_EQ(rects.at(8), ZkRect(0, 200, 4, 204));
+    EXPECT_EQ(rects.at(9), ZkRect(9, 200, 14, 204));
+}
+
 TEST(ZkRegion, UnionMergesWhatTouches)
 {
     const struct {

@@ -339,31 +339,37 @@ TEST_F(TypefaceFaults, NamesOfInstancesAreUtf8)
     const std::size_t first = fvar + word(fvar + 4) + word(fvar + 8) * word(fvar + 10);
     const unsigned name = word(first);
     const std::u16string text = u"Kr\u00E4ftig \u4E2D";
-    std::string table = {0, 0, 0, 2, 0, 6 + 2 * 12};
-    const auto put = [&table](unsigned value) {
-        table.push_back(static_cast<char>(value >> 8));
-        table.push_back(static_cast<char>(value));
-    };
-    for (const unsigned platform : {1u, 3u}) { // of which the older one is not read
-        for (const unsigned value :
-             {platform, platform == 3 ? 1u : 0u, platform == 3 ? 0x409u : 0u, name,
-              platform == 3 ? unsigned(2 * text.size()) : 3u, platform == 3 ? 4u : 0u}) {
-            put(value);
+    // The older one of two names is not read.
+    for (const std::vector<unsigned> &platforms : {std::vector<unsigned>{1, 3}, {3}}) {
+        std::string table;
+        const auto put = [&table](unsigned value) {
+            table.push_back(static_cast<char>(value >> 8));
+            table.push_back(static_cast<char>(value));
+        };
+        put(0);
+        put(unsigned(platforms.size()));
+        put(unsigned(6 + platforms.size() * 12));
+        for (const unsigned platform : platforms) {
+            for (const unsigned value :
+                 {platform, platform == 3 ? 1u : 0u, platform == 3 ? 0x409u : 0u, name,
+                  platform == 3 ? unsigned(2 * text.size()) : 3u, platform == 3 ? 4u : 0u}) {
+                put(value);
+            }
         }
+        table += "Old ";
+        for (const char16_t c : text) {
+            put(c);
+        }
+        font.replace("name", table);
+        const ZkTypeface face = ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
+        ASSERT_TRUE(face.isValid()) << face.errorText();
+        char out[32] = "";
+        EXPECT_EQ(face.instanceName(1, out, sizeof out), 12);
+        EXPECT_STREQ(out, "Kr\xC3\xA4"
+                          "ftig \xE4\xB8\xAD");
+        EXPECT_EQ(face.instanceName(2, out, sizeof out), 0) << "a name that the table lacks";
+        EXPECT_STREQ(out, "");
     }
-    table += "Old ";
-    for (const char16_t c : text) {
-        put(c);
-    }
-    font.replace("name", table);
-    const ZkTypeface face = ZkTypeface::fromMemory(font.bytes.data(), font.bytes.size());
-    ASSERT_TRUE(face.isValid()) << face.errorText();
-    char out[32] = "";
-    EXPECT_EQ(face.instanceName(1, out, sizeof out), 12);
-    EXPECT_STREQ(out, "Kr\xC3\xA4"
-                      "ftig \xE4\xB8\xAD");
-    EXPECT_EQ(face.instanceName(2, out, sizeof out), 0) << "a name that the table lacks";
-    EXPECT_STREQ(out, "");
 }
 
 TEST_F(TypefaceFaults, ListsOfTypefacesAreCopied)

@@ -185,6 +185,31 @@ TEST(ZkGlyphCache, WhatCannotBeRenderedIsEmptyAndNotTriedAgain)
     EXPECT_EQ(cache.stats().failures, 4u);
 }
 
+TEST(ZkGlyphCache, AGlyphIsDrawnUpTo4096PixelsOfEachSide)
+{
+    const std::string bytes = TinyFont() // at 128 pixels a unit is 8
+                                  .addBox('A', 0, 0, 1, 512, 2)
+                                  .addBox('B', 0, 0, 1, 513, 2)
+                                  .addBox('C', 0, 0, 512, 1, 2)
+                                  .addBox('D', 0, 0, 513, 1, 2)
+                                  .bytes();
+    const ZkTypeface face = ZkTypeface::fromMemory(bytes.data(), bytes.size());
+    const struct {
+        char32_t c;
+        int width, height;
+    } kRows[] = {{'A', 8, 4096}, {'B', 0, 0}, {'C', 4096, 8}, {'D', 0, 0}};
+    ZkGlyphCache cache;
+    for (const auto &row : kRows) {
+        SCOPED_TRACE(static_cast<char>(row.c));
+        ZkGlyphHolder holder(cache);
+        const ZkGlyph *const glyph = holder.glyph(face, face.glyphIndex(row.c), sized(128));
+        EXPECT_EQ(glyph->isFailed(), row.width == 0);
+        EXPECT_EQ(glyph->bitmap.width, row.width);
+        EXPECT_EQ(glyph->bitmap.height, row.height);
+        EXPECT_EQ(glyph->bitmap.advance, 16);
+    }
+}
+
 TEST(ZkGlyphCache, TheBudgetHoldsAtEveryMoment)
 {
     const ZkTypeface face = dejavu();
@@ -240,6 +265,41 @@ TEST(ZkGlyphCache, TheLeastRecentlyUsedGoesFirst)
                                    [&left](std::uint64_t k) { return left.count(k) == 0; }),
                     order.end());
     }
+}
+
+TEST(ZkGlyphCache, ALargeGlyphTakesOnlyTheRoomItNeeds)
+{
+    const ZkTypeface face = dejavu();
+    ZkGlyphCache cache(64 << 10);
+    fill(&cache, face, kPlain, 36, 600);
+    for (std::uint32_t glyph = 36; glyph < 60; ++glyph) {
+        const std::size_t before = cache.stats().bytes;
+        ZkGlyphHolder(cache).glyph(face, glyph, sized(70));
+        EXPECT_GT(cache.stats().bytes, before * 3 / 5) << glyph;
+    }
+}
+
+TEST(ZkGlyphCache, WhatIsOnlyFoundMakesOthersOlder)
+{
+    const ZkTypeface face = dejavu();
+    ZkGlyphCache cache;
+    fill(&cache, face, kPlain, 36, 37);
+    const auto ages = [&cache] {
+        std::vector<std::uint32_t> result;
+        cache.walk([](const ZkGlyph &, bool, std::uint32_t age,
+                      void *to) { static_cast<std::vector<std::uint32_t> *>(to)->push_back(age); },
+                   &result);
+        return result;
+    };
+    const std::vector<std::uint32_t> before = ages();
+    ASSERT_EQ(before.size(), 2u);
+    for (int i = 0; i < 100000; ++i) {
+        ZkGlyphHolder(cache).glyph(face, 37, kPlain);
+    }
+    const std::vector<std::uint32_t> after = ages();
+    EXPECT_GE(after[0], before[0] + 5);
+    EXPECT_LE(after[0], before[0] + 7);
+    EXPECT_LE(after[1], 1u) << "the one that is found stays young";
 }
 
 TEST(ZkGlyphCache, WhatIsHeldStaysWhateverTheBudget)

@@ -304,6 +304,12 @@ TEST(ZkGlyphPack, AFileThatCannotBeWrittenLeavesNothingBehind)
     });
     EXPECT_EQ(filesIn(folder), 1);
     EXPECT_TRUE(contents(path.c_str()) == before);
+    // Without a standard input the file is number 0.
+    inFreshProcess([&] {
+        close(0);
+        EXPECT_EQ(cache.save(path.c_str(), chain), 150);
+    });
+    EXPECT_TRUE(contents(path.c_str()) == before);
     unlink(path.c_str());
     rmdir(folder);
 }

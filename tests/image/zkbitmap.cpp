@@ -270,23 +270,29 @@ TEST(ZkBitmap, KeepsEveryFieldOfBothHeaders)
 
 TEST(ZkBitmap, SwitchEndianessSwapsEveryField)
 {
-    Bytes bytes = File().bytes();
-    std::FILE *opened = openBytes(bytes);
+    File file; // no field is 0
+    file.depth = 16;
+    file.compression = 3;
+    for (unsigned mask : {0x7C00u, 0x03E0u, 0x001Fu}) {
+        bmpmodel::appendNumber(file.table, mask, 4);
+    }
+    file.rows.assign(4, 0);
+    std::FILE *opened = openBytes(file.bytes());
     ZkBitmap bitmap(opened);
     bitmap.bmfhSwitchEndianess();
     bitmap.bmihSwitchEndianess();
     EXPECT_EQ(bitmap.fileHeader().type, 0x424D);
-    EXPECT_EQ(bitmap.fileHeader().size, 0x36000000u);
+    EXPECT_EQ(bitmap.fileHeader().size, 0x46000000u);
     EXPECT_EQ(bitmap.fileHeader().reserved1, 0x2211);
     EXPECT_EQ(bitmap.fileHeader().reserved2, 0x4433);
-    EXPECT_EQ(bitmap.fileHeader().dataOffset, 0x36000000u);
+    EXPECT_EQ(bitmap.fileHeader().dataOffset, 0x42000000u);
     EXPECT_EQ(bitmap.infoHeader().headerSize, 0x28000000u);
     EXPECT_EQ(bitmap.infoHeader().width, 0x01000000);
     EXPECT_EQ(bitmap.infoHeader().height, 0x01000000);
     EXPECT_EQ(bitmap.infoHeader().planes, 0x0100);
-    EXPECT_EQ(bitmap.infoHeader().bitsPerPixel, 0x1800);
-    EXPECT_EQ(bitmap.infoHeader().compression, 0u);
-    EXPECT_EQ(bitmap.infoHeader().imageSize, 0u);
+    EXPECT_EQ(bitmap.infoHeader().bitsPerPixel, 0x1000);
+    EXPECT_EQ(bitmap.infoHeader().compression, 0x03000000u);
+    EXPECT_EQ(bitmap.infoHeader().imageSize, 0x04000000u);
     EXPECT_EQ(bitmap.infoHeader().horizontalResolution, 0x130B0000);
     EXPECT_EQ(bitmap.infoHeader().verticalResolution, 0x26160000);
     EXPECT_EQ(bitmap.infoHeader().coloursUsed, 0x07000000u);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <malloc.h>
 
 #include "mallochook.h" // behind <cstdlib>, whose malloc it replaces
 
@@ -268,19 +269,65 @@ const char *const kArticles[] = {
     "Language: English, Français, עברית, العربية (RTL) 24% - Brightness 80/100, ",
 };
 
+std::string pagesOf(const char *text)
+{
+    std::string pages;
+    while (pages.size() < 30000) {
+        pages += text;
+    }
+    return pages;
+}
+
+ZkFontChain chainForAll()
+{
+    ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
+    chain.append(ZkTypeface::fromFile(ZK_FONT_MICROHEI));
+    return chain;
+}
+
+#if !defined(ZK_MALLOC_IS_THE_SANITIZERS)
+
+std::size_t takenBytes()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+TEST(ParagraphMemory, IsWhatTheSystemGave)
+{
+    const ZkFontChain chain = chainForAll();
+    for (const char *text : kArticles) {
+        SCOPED_TRACE(text);
+        const ZkString units = ZkString(pagesOf(text).c_str());
+        for (const bool isWarm : {false, true}) { // what all paragraphs share is there then
+            const std::size_t before = takenBytes();
+            ZkParagraph paragraph;
+            paragraph.setChain(chain);
+            paragraph.setText(units);
+            const auto place = [&paragraph] { // one line of all, so that its lists are long
+                static_cast<void>(paragraph.height());
+                static_cast<void>(paragraph.selection(3, 9));
+                const ZkPlacedGlyph *glyphs = nullptr;
+                static_cast<void>(paragraph.glyphs(0, &glyphs));
+            };
+            place();
+            const std::size_t taken = takenBytes() - before;
+            if (isWarm) {
+                EXPECT_NEAR(double(paragraph.memoryBytes()), double(taken), 0.02 * double(taken));
+            }
+        }
+    }
+}
+
+#endif
+
 TEST(ParagraphMemory, ACharacterIsRetainedInAtMost24Bytes)
 {
     for (const char *text : kArticles) {
         SCOPED_TRACE(text);
-        std::string longer;
-        while (longer.size() < 30000) {
-            longer += text;
-        }
         ZkParagraph paragraph;
-        ZkFontChain chain(ZkTypeface::fromFile(ZK_FONT_DEJAVU));
-        chain.append(ZkTypeface::fromFile(ZK_FONT_MICROHEI));
-        paragraph.setChain(chain);
-        paragraph.setUtf8(longer.c_str());
+        paragraph.setChain(chainForAll());
+        paragraph.setUtf8(pagesOf(text).c_str());
         paragraph.setWidth(400);
         static_cast<void>(paragraph.height());
         const double units = paragraph.text().size();

@@ -347,6 +347,9 @@ TEST_F(Paragraph, ALongWordIsCutBetweenClustersOrSticksOut)
     paragraph.setWordCutting(true);
     paragraph.setWidth(1); // one cluster a line
     EXPECT_EQ(paragraph.lineCount(), 10);
+    paragraph.setAlignment(ZkParagraph::AlignRight);
+    EXPECT_EQ(paragraph.line(0).x, 1 - widthOf("i")) << "a box of one pixel is one";
+    paragraph.setAlignment(ZkParagraph::AlignStart);
     paragraph.setUtf8("e\u0301\u0323x");
     EXPECT_EQ(ends(), (std::vector<int>{3, 4}));
 }
@@ -388,6 +391,22 @@ TEST_F(Paragraph, EllipsisOfRightToLeftTextStandsOnItsLeft)
     const ZkPlacedGlyph *glyphs = nullptr;
     const int count = paragraph.glyphs(0, &glyphs);
     EXPECT_EQ(glyphs[0].cluster, count - 1); // the dots, for what is hidden from there on
+}
+
+// Wide dots leave no room for the letters whose font they are of, narrow ones do: neither
+// choice settles it, and the third one stays.
+TEST_F(Paragraph, DotsOfTwoFontsAreChosenThreeTimes)
+{
+    paragraph.setUtf8("iiiiiiiiMMMM");
+    paragraph.setSpan(8, 12, font(40), 0);
+    paragraph.setMaximumLines(1);
+    paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+    const int narrow = widthOf("\u2026");
+    paragraph.setWidth(widthOf("iiiiiiii") + 40 + narrow);
+    const ZkPlacedGlyph *glyphs = nullptr;
+    ASSERT_EQ(paragraph.glyphs(0, &glyphs), 10);
+    EXPECT_EQ(glyphs[9].cluster, 9);
+    EXPECT_EQ(glyphs[9].glyph->advance, narrow);
 }
 
 TEST_F(Paragraph, EllipsisLeavesNoHalfCluster)
@@ -493,6 +512,7 @@ TEST_F(Paragraph, KerningIsThatOfTheFontForEveryPair)
         {"AV", 'A', 'V'},         {"L\u201D", 'L', 0x201D},       {"A\u201C", 'A', 0x201C},
         {"\u1EF2,", 0x1EF2, ','}, {"A\u1EF2", 'A', 0x1EF2},       {"F\u201E", 'F', 0x201E},
         {"AB", 'A', 'B'},         {"\u0391\u03A5", 0x391, 0x3A5}, // Greek ones have none here
+        {"VA\u0301", 'V', 0xC1},  {"VA\u030D", 'V', 'A'},         // one sign, and two
     };
     paragraph.setFont(font(64));
     const ZkTypeface face = paragraph.chain().at(0);
@@ -507,6 +527,39 @@ TEST_F(Paragraph, KerningIsThatOfTheFontForEveryPair)
         kerned += nearer != 0 ? 1 : 0;
     }
     EXPECT_GE(kerned, 5) << "the font was chosen for its pairs";
+}
+
+// Letters of 200 pixels are wider than what is remembered of small ones; two A are moved
+// apart at 20.
+TEST_F(Paragraph, EveryLetterStandsWhereKerningPutsIt)
+{
+    const ZkTypeface face = paragraph.chain().at(0);
+    for (const int size : {20, 200}) {
+        SCOPED_TRACE(size);
+        paragraph.setFont(font(size));
+        for (const char *text : {"AAVAVATo", "VA\u030DVAV\u030DAVA"}) {
+            paragraph.setUtf8(text);
+            const ZkString units = paragraph.text();
+            const ZkPlacedGlyph *glyphs = nullptr;
+            ASSERT_EQ(paragraph.glyphs(0, &glyphs), units.size());
+            ZkGlyphHolder holder;
+            int pen = 0;
+            std::uint32_t left = 0;
+            for (int i = 0; i < units.size(); ++i) {
+                const std::uint32_t index = face.glyphIndex(units.at(i));
+                if (units.at(i) == 0x030D) {
+                    left = 0; // what is behind a mark is not kerned
+                    continue;
+                }
+                pen += left != 0 ? face.kerning(left, index, size) : 0;
+                const GlyphBitmap &bitmap = holder.glyph(face, index, font(size))->bitmap;
+                EXPECT_EQ(glyphs[i].x, pen + bitmap.left) << i;
+                pen += bitmap.advance;
+                left = index;
+            }
+            EXPECT_EQ(paragraph.width(), pen);
+        }
+    }
 }
 
 TEST_F(Paragraph, Utf8IsReadAsUnicodeSays)

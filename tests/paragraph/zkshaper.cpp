@@ -167,7 +167,8 @@ TEST(UnevenShaper, LinesWithTabsFitToTheSamePartOfAPixelAsOthers)
     }
 }
 
-// Each letter is 10 pixels wide, the first one of what is shown 25: as calligraphy has it.
+// Each letter is 10 pixels wide, the first or last one of what is shown 25: as calligraphy
+// has it.
 TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
 {
     class Swash : public ZkShaper
@@ -176,15 +177,19 @@ TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
         void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
         {
             for (int unit = run.first; unit < run.last; ++unit) {
-                const int pixels = unit == run.contextFirst ? 25 : 10;
+                const int wide = isLast ? run.contextLast - 1 : run.contextFirst;
+                const int pixels = unit == wide ? 25 : 10;
+                const int rest = unit == wide ? 31 : 0; // of a pixel, and not told as one
                 *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF,
                                       ZkShapedGlyph::UnsafeToBreak,
-                                      pixels * 64,
+                                      pixels * 64 + rest,
                                       0,
                                       0,
                                       unit};
             }
         }
+
+        bool isLast = false;
     } swash;
     ZkParagraph paragraph;
     const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
@@ -193,9 +198,13 @@ TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
     const int dots = holder.glyph(face, face.glyphIndex(0x2026), paragraph.font())->bitmap.advance;
     paragraph.setShaper(&swash);
     paragraph.setMaximumLines(1);
-    paragraph.setUtf8("abcdefghijklmnopqrst");
-    for (int width = dots + 60; width < 25 + 19 * 10; ++width) {
-        SCOPED_TRACE(width);
+    const int narrowest = dots + 60, widths = 25 + 19 * 10 - narrowest;
+    for (int i = 0; i < 2 * widths; ++i) {
+        const int width = narrowest + i % widths;
+        swash.isLast = i >= widths;
+        SCOPED_TRACE(testing::Message() << width << (swash.isLast ? ", the last" : ", the first"));
+        paragraph.setUtf8("");
+        paragraph.setUtf8("abcdefghijklmnopqrst");
         paragraph.setWidth(width);
         const int letters = (width - dots - 25) / 10 + 1;
         paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
@@ -208,7 +217,44 @@ TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
         EXPECT_EQ(glyphs[letters].cluster, 19);
         paragraph.setEllipsis(ZkParagraph::EllipsisMiddle);
         EXPECT_LE(paragraph.width(), width);
-        EXPECT_GT(paragraph.width(), width - 25 - 10) << "both ends begin wide";
+        EXPECT_GT(paragraph.width(), width - 25 - 10) << "both parts have a wide one";
+    }
+}
+
+// Text may take exactly what still is told as the box's width.
+TEST(UnevenShaper, WhatIsToldAsTheBoxesWidthFits)
+{
+    class Uneven : public ZkShaper
+    {
+    public:
+        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+        {
+            for (int unit = run.first; unit < run.last; ++unit) {
+                const ZkUcs2 c = run.text[unit];
+                const int advance = c == 0xAD ? 0 : c == 'x' ? 31 : 640;
+                *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF, 0, advance, 0, 0, unit};
+            }
+        }
+    } uneven;
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
+    paragraph.setShaper(&uneven);
+    paragraph.setUtf8("a\u00ADbcx");
+    EXPECT_EQ(paragraph.minWidth(), 20);
+    paragraph.setWidth(20);
+    EXPECT_EQ(paragraph.lineCount(), 2);
+    EXPECT_EQ(paragraph.width(), 20);
+
+    ZkGlyphHolder holder;
+    const ZkTypeface face = paragraph.chain().at(0);
+    const int dots = holder.glyph(face, face.glyphIndex(0x2026), paragraph.font())->bitmap.advance;
+    paragraph.setUtf8("xabcd");
+    paragraph.setMaximumLines(1);
+    paragraph.setEllipsis(ZkParagraph::EllipsisEnd);
+    for (int letters = 0; letters < 3; ++letters) {
+        paragraph.setWidth(dots + 10 * letters);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        EXPECT_EQ(paragraph.glyphs(0, &glyphs), letters + 2) << "the x and the dots";
     }
 }
 
