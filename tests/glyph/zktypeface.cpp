@@ -382,6 +382,16 @@ TEST(ZkTypeface, HintingChangesTheShapes)
     EXPECT_NE(shapes[0], shapes[2]);
 }
 
+TEST(ZkTypeface, AFaceThatIsNotThereLeavesNothingOpen)
+{
+    const int before = mallochook::living;
+    {
+        const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU, faceOption(1));
+        EXPECT_EQ(face.error(), ZkTypeface::NoFace);
+    }
+    EXPECT_EQ(mallochook::living, before) << "leaks";
+}
+
 TEST(ZkTypeface, FacesOfACollectionAreCountedFromZero)
 {
     const ZkTypeface first = ZkTypeface::fromFile(ZK_FONT_MICROHEI);

@@ -218,6 +218,24 @@ TEST(ZkBidi, ACallersBufferSufficesForAnyText)
     }
 }
 
+TEST(ZkBidi, AnEditedTextLeavesTheCallersBuffer)
+{
+    const Units text = unitsOf(u"\u05d0a\n\u05d0b"), longer = unitsOf(u"\u05d0a\n\u05d0bc");
+    const int before = mallochook::living;
+    {
+        std::vector<int> buffer(static_cast<std::size_t>(ZkBidi::bufferSize(5) / 4));
+        ZkTextCharacters characters;
+        characters.setText(text.data(), 5);
+        ZkBidi bidi(buffer.data(), ZkBidi::bufferSize(5));
+        bidi.setText(characters);
+        characters.edit(longer.data(), 5, 0, 1);
+        bidi.edit(characters, 5, 0, 1);
+        std::fill(buffer.begin(), buffer.end(), -1);
+        EXPECT_EQ(levelsOf(bidi), (std::vector<int>{1, 2, 1, 1, 2, 2}));
+    }
+    EXPECT_EQ(mallochook::living, before) << "leaks";
+}
+
 TEST(ZkBidi, ParagraphsAreSeparatedAndFindTheirOwnDirection)
 {
     const Units text = unitsOf(u"ab\n\u05d0\r\n1\u2029\u05d0");
