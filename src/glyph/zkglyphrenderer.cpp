@@ -130,6 +130,9 @@ ZkRenderedGlyph::GreyRows ZkRenderedGlyph::rowsOf(const FT_Bitmap &bitmap)
 // coverage being 255. FreeType's error when it cannot.
 FT_Error ZkRenderedGlyph::convertToGrey(const FT_Bitmap &source)
 {
+    if (source.buffer == nullptr && source.rows > 0 && source.width > 0) {
+        return FT_Err_Ok; // a damaged font told of rows that it lacks
+    }
     const FT_Error error = FT_Bitmap_Convert(m_library, &source, &m_converted, 1);
     if (error != 0) {
         return error;

@@ -610,6 +610,25 @@ TEST(ZkFreetype, AFontOfStrikesAloneKeepsTheStrikeThatMatchedLast)
     }
 }
 
+// FreeType tells the size of such a strike and gives no bytes.
+TEST(ZkFreetype, AStrikeWhoseRowsAreMissingIsBlank)
+{
+    const TemporaryFile file("STARTFONT 2.1\n"
+                             "FONT -x-tiny-medium-r-normal--16-160-75-75-c-90-iso10646-1\n"
+                             "SIZE 16 75 75\nFONTBOUNDINGBOX 9 2 0 0\n"
+                             "STARTPROPERTIES 4\nFONT_ASCENT 2\nFONT_DESCENT 0\n"
+                             "CHARSET_REGISTRY \"ISO10646\"\nCHARSET_ENCODING \"1\"\n"
+                             "ENDPROPERTIES\nCHARS 1\n"
+                             "STARTCHAR A\nENCODING 65\nSWIDTH 500 0\nDWIDTH 10 0\nBBX 9 2 0 0\n"
+                             "ENDCHAR\nENDFONT\n");
+    const OpenFont open(file.path());
+    const Rendered glyph('A', styled(16, 0));
+    EXPECT_EQ(glyph.printed, "");
+    EXPECT_EQ(glyph.record.width, 0);
+    EXPECT_EQ(glyph.record.height, 0);
+    EXPECT_EQ(glyph.record.advance, 10);
+}
+
 TEST(ZkFreetype, AnSfntOfStrikesAloneIsBlankAtOtherSizes)
 {
     const OpenFont open(TinyFont()
