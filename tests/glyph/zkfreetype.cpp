@@ -587,16 +587,20 @@ TEST(ZkFreetype, AFailedLoadLeavesTheSlotAlone)
     }
 }
 
+// A font of one strike, an A of 9 x 2 pixels with these rows.
+static std::string oneStrike(const std::string &rows)
+{
+    return "STARTFONT 2.1\nFONT -x-tiny-medium-r-normal--16-160-75-75-c-90-iso10646-1\n"
+           "SIZE 16 75 75\nFONTBOUNDINGBOX 9 2 0 0\n"
+           "STARTPROPERTIES 4\nFONT_ASCENT 2\nFONT_DESCENT 0\n"
+           "CHARSET_REGISTRY \"ISO10646\"\nCHARSET_ENCODING \"1\"\nENDPROPERTIES\n"
+           "CHARS 1\nSTARTCHAR A\nENCODING 65\nSWIDTH 500 0\nDWIDTH 10 0\nBBX 9 2 0 0\n" +
+           rows + "ENDCHAR\nENDFONT\n";
+}
+
 TEST(ZkFreetype, AFontOfStrikesAloneKeepsTheStrikeThatMatchedLast)
 {
-    const TemporaryFile file("STARTFONT 2.1\n"
-                             "FONT -x-tiny-medium-r-normal--16-160-75-75-c-90-iso10646-1\n"
-                             "SIZE 16 75 75\nFONTBOUNDINGBOX 9 2 0 0\n"
-                             "STARTPROPERTIES 4\nFONT_ASCENT 2\nFONT_DESCENT 0\n"
-                             "CHARSET_REGISTRY \"ISO10646\"\nCHARSET_ENCODING \"1\"\n"
-                             "ENDPROPERTIES\nCHARS 1\n"
-                             "STARTCHAR A\nENCODING 65\nSWIDTH 500 0\nDWIDTH 10 0\nBBX 9 2 0 0\n"
-                             "BITMAP\n8080\nFF80\nENDCHAR\nENDFONT\n");
+    const TemporaryFile file(oneStrike("BITMAP\n8080\nFF80\n"));
     const OpenFont open(file.path());
     for (const unsigned size : {16u, 2u, 200u, 0u}) {
         SCOPED_TRACE(size);
@@ -613,14 +617,7 @@ TEST(ZkFreetype, AFontOfStrikesAloneKeepsTheStrikeThatMatchedLast)
 // FreeType tells the size of such a strike and gives no bytes.
 TEST(ZkFreetype, AStrikeWhoseRowsAreMissingIsBlank)
 {
-    const TemporaryFile file("STARTFONT 2.1\n"
-                             "FONT -x-tiny-medium-r-normal--16-160-75-75-c-90-iso10646-1\n"
-                             "SIZE 16 75 75\nFONTBOUNDINGBOX 9 2 0 0\n"
-                             "STARTPROPERTIES 4\nFONT_ASCENT 2\nFONT_DESCENT 0\n"
-                             "CHARSET_REGISTRY \"ISO10646\"\nCHARSET_ENCODING \"1\"\n"
-                             "ENDPROPERTIES\nCHARS 1\n"
-                             "STARTCHAR A\nENCODING 65\nSWIDTH 500 0\nDWIDTH 10 0\nBBX 9 2 0 0\n"
-                             "ENDCHAR\nENDFONT\n");
+    const TemporaryFile file(oneStrike(""));
     const OpenFont open(file.path());
     const Rendered glyph('A', styled(16, 0));
     EXPECT_EQ(glyph.printed, "");

@@ -131,21 +131,30 @@ TEST_F(Shaper, TextIsShapedOnceWhateverIsAskedAndHoweverWideTheBox)
     EXPECT_EQ(shaper.runs, 1);
 }
 
+// An x and the other letters have each a width in 64ths of a pixel, a soft hyphen has none.
+class Uneven : public ZkShaper
+{
+public:
+    Uneven(int x, int other) : m_x(x), m_other(other) {}
+
+    void setX(int x) { m_x = x; }
+    void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
+    {
+        for (int unit = run.first; unit < run.last; ++unit) {
+            const ZkUcs2 c = run.text[unit];
+            const int advance = c == 'x' ? m_x : c == 0xAD ? 0 : m_other;
+            *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF, 0, advance, 0, 0, unit};
+        }
+    }
+
+private:
+    int m_x, m_other;
+};
+
 // A pixel and 31 64ths of one: what is less than half a pixel too long fits.
 TEST(UnevenShaper, LinesWithTabsFitToTheSamePartOfAPixelAsOthers)
 {
-    class Uneven : public ZkShaper
-    {
-    public:
-        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
-        {
-            for (int unit = run.first; unit < run.last; ++unit) {
-                const int own = run.text[unit] == 'x' ? advance : 64;
-                *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF, 0, own, 0, 0, unit};
-            }
-        }
-        int advance = 64 + 31;
-    } uneven;
+    Uneven uneven(64 + 31, 64);
     ZkParagraph paragraph;
     paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
     paragraph.setShaper(&uneven);
@@ -156,11 +165,11 @@ TEST(UnevenShaper, LinesWithTabsFitToTheSamePartOfAPixelAsOthers)
     } kRows[] = {{"x", 1, 1, 1}, {"a x", 3, 1, 2}, {"x\tx", 51, 1, 2}, {"\tx", 51, 1, 2}};
     for (const auto &row : kRows) {
         SCOPED_TRACE(row.text);
-        uneven.advance = 64 + 31;
+        uneven.setX(64 + 31);
         paragraph.setUtf8(row.text);
         paragraph.setWidth(row.width);
         EXPECT_EQ(paragraph.lineCount(), row.lines);
-        uneven.advance = 64 + 32;
+        uneven.setX(64 + 32);
         paragraph.setUtf8("");
         paragraph.setUtf8(row.text);
         EXPECT_EQ(paragraph.lineCount(), row.more);
@@ -224,18 +233,7 @@ TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
 // Text may take exactly what still is told as the box's width.
 TEST(UnevenShaper, WhatIsToldAsTheBoxesWidthFits)
 {
-    class Uneven : public ZkShaper
-    {
-    public:
-        void shape(const ZkShapeRun &run, ZkShapedGlyphs *glyphs) override
-        {
-            for (int unit = run.first; unit < run.last; ++unit) {
-                const ZkUcs2 c = run.text[unit];
-                const int advance = c == 0xAD ? 0 : c == 'x' ? 31 : 640;
-                *glyphs->extend(1) = {run.face->glyphIndex('x') & 0xFFFFFF, 0, advance, 0, 0, unit};
-            }
-        }
-    } uneven;
+    Uneven uneven(31, 640);
     ZkParagraph paragraph;
     paragraph.setChain(ZkFontChain(ZkTypeface::fromFile(ZK_FONT_DEJAVU)));
     paragraph.setShaper(&uneven);
