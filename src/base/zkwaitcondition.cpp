@@ -14,8 +14,8 @@ ZkWaitCondition::ZkWaitCondition()
 
 ZkWaitCondition::~ZkWaitCondition()
 {
-    pthread_cond_destroy(&m_condition);
-    pthread_mutex_destroy(&m_mutex); // no test can tell: it holds nothing on Linux
+    pthread_cond_destroy(&m_condition); // no test can tell: without waiters it holds nothing
+    pthread_mutex_destroy(&m_mutex);    // no test can tell: it holds nothing on Linux
 }
 
 bool ZkWaitCondition::wait(int ms)

@@ -106,8 +106,9 @@ bool plainOffset(long long local, int askedDst, int *secs)
     }
     *secs = static_cast<int>(fields.tm_gmtoff);
     moment = static_cast<std::time_t>(local - *secs);
-    // Where a zone counts leap seconds it is other seconds that show.
     return localtime_r(&moment, &fields) != nullptr && fields.tm_gmtoff == *secs &&
+           // Where a zone counts leap seconds it is other seconds that show.
+           // no test can tell: else the rule is reckoned, which says the same
            fields.tm_sec == static_cast<int>(local % 60) &&
            (askedDst < 0 || askedDst == fields.tm_isdst);
 }

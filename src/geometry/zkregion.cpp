@@ -52,6 +52,7 @@ bool anyMeet(ZkBands a, ZkBands b)
             }
         }
         // Nothing that follows can meet the band that ends first.
+        // no test can tell: where both end in one row, the other is passed over next
         const bool aEndsFirst = a.begin->bottom() <= b.begin->bottom();
         (aEndsFirst ? a : b).begin = aEndsFirst ? aEnd : bEnd;
     }

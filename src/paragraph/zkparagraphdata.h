@@ -310,7 +310,8 @@ struct ZkParagraphData {
     ZkShapedGlyphs patchGlyphs;
     ZkDots dots; ///< of the last line
     int widest = 0;
-    int minimum = -1, maximum = -1; ///< not yet asked for: -1
+    // no test can tell: any number below 0 is not yet asked for
+    int minimum = -1, maximum = -1;
 
     // One line placed.
     int placedLine = -1;

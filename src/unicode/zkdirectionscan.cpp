@@ -165,6 +165,7 @@ bool zkIsRightToLeft(const ZkUcs2 *text, int units)
 int zkFindSeparator(const ZkUcs2 *text, int first, int last)
 {
 #if ZK_HAS_LANES
+    // no test can tell: the rest is looked at one by one
     for (; first <= last - ZkLanes::kCount; first += ZkLanes::kCount) {
         const ZkLanes found = lanesIn<kSeparators>(ZkLanes::load(text + first));
         if (found.any()) {

@@ -274,7 +274,7 @@ private:
     const std::uint16_t *m_units;
     int m_count;
     unsigned m_before;
-    bool m_hasTrails = false;
+    bool m_hasTrails;
     ZkUcs2 m_places[kPiece];          // in a table
     ZkUcs2 m_rows[kGap + 1 + kPiece]; // behind what was before, and behind each unit
 };

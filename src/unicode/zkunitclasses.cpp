@@ -190,6 +190,7 @@ public:
             ZkLanes::load(m_text).store(m_copy + 1);
             m_copy[0] = first > 0 ? m_text[-1] : ZkUcs2(0);
             m_copy[ZkLanes::kCount + 1] =
+                // no test can tell: any unit but half a pair
                 first + ZkLanes::kCount < end ? m_text[ZkLanes::kCount] : ZkUcs2(0);
             m_text = m_copy + 1;
         }

@@ -346,6 +346,8 @@ TEST(ZkDateFormat, APercentSignInAPatternIsNeverADirectiveBeyondNumbers)
         {"7 2024-03-05", "%d yyyy-MM-dd", "null"}, // the first 'd' is half of "%%d"
         {"5 3 2024", "dd %d MM yyyy", "2024/3/5"}, // reads day, month, year and stops
         {"5 2024 3", "dd %d MM yyyy", "null"},
+        {"%d 5 7 2024", "%MM %d dd yyyy", "2024/5/7"}, // "%MM" is the text "%d"
+        {"% 5 7 2024", "%MM %d dd yyyy", "null"},
     };
     for (const ReadRow &row : kRows) {
         EXPECT_EQ(shown(ZkDate::fromString(row.in, row.format)), row.out)

@@ -681,6 +681,11 @@ TEST(ZkDateTime, ArithmeticInUtcIsThatOfTheMilliseconds)
         ASSERT_EQ(moment.daysTo(moved), moment.date().daysTo(moved.date()));
         const int secs = static_cast<int>(std::uint32_t(random()));
         ASSERT_EQ(moment.addSecs(secs).toMSecsSinceEpoch(), from + 1000ll * secs);
+        const ll sinceMidnight = moment.time().msecsOfDay();
+        ASSERT_EQ(shown(moment.addMSecs(-sinceMidnight)),
+                  shown(ZkDateTime(moment.date(), ZkTime(), Zk::TimeUtc)));
+        ASSERT_EQ(shown(moment.addMSecs(kDay - sinceMidnight)),
+                  shown(ZkDateTime(moment.date().addDays(1), ZkTime(), Zk::TimeUtc)));
     }
 }
 

@@ -364,6 +364,11 @@ TEST(ZkRectF, NormalizedKeepsTheArea)
     EXPECT_EQ(ZkRectF(10, 20, 4, -5).normalized(), ZkRectF(10, 15, 4, 5));
     EXPECT_EQ(ZkRectF(10, 20, 4, 5).normalized(), ZkRectF(10, 20, 4, 5));
     EXPECT_EQ(ZkRectF(10, 20, 0, 0).normalized(), ZkRectF(10, 20, 0, 0));
+    for (const float zero : {0.0F, -0.0F}) { // it stays what it is
+        const ZkRectF none = ZkRectF(10, 20, zero, zero).normalized();
+        EXPECT_EQ(std::signbit(none.width()), std::signbit(zero));
+        EXPECT_EQ(std::signbit(none.height()), std::signbit(zero));
+    }
 }
 
 TEST(ZkRectF, ContainsPointNeedsTwoSpans)

@@ -420,6 +420,20 @@ TEST(ZkRegion, AppendingMergesNoBands)
               (Rects{{0, 0, 9, 9}, {0, 20, 9, 21}, {0, 22, 12, 23}, {0, 24, 9, 24}}));
 }
 
+TEST(ZkRegion, OpenSeamsOfWhatIsAppendedBesideTheLastBandAreMergedByTheNextSweep)
+{
+    const ZkRect list[] = {
+        {20, 0, 24, 4}, {20, 5, 24, 9}, {20, 10, 24, 14}, {20, 15, 24, 19}, {20, 20, 24, 24}};
+    ZkRegion open;
+    open.setRects(list, 5);
+    ZkRegion region = ZkRegion(ZkRect(0, 0, 4, 4)) | open;
+    EXPECT_EQ(region.rectCount(), 6);
+    region |= ZkRect(22, 23, 30, 26);
+    EXPECT_EQ(
+        listOf(region),
+        (Rects{{0, 0, 4, 4}, {20, 0, 24, 4}, {20, 5, 24, 22}, {20, 23, 30, 24}, {22, 25, 30, 26}}));
+}
+
 TEST(ZkRegion, AppendsBelowAnEmptyRowOrFurtherRightInTheLastBand)
 {
     const ZkRegion base = regionOf({{0, 0, 4, 4}, {0, 10, 4, 14}});

@@ -245,6 +245,10 @@ TEST(TypefaceFormats, InstanceNamesAreCutToTheRoom)
     EXPECT_STREQ(name, "Bla");
     EXPECT_EQ(face.instanceName(3, nullptr, 0), 5);
     for (const int number : {-1, 0, 5}) {
-        EXPECT_EQ(face.instanceName(number, name, 4), 0) << number;
+        for (const int room : {4, 1}) {
+            std::memset(name, '?', sizeof name);
+            EXPECT_EQ(face.instanceName(number, name, room), 0) << number;
+            EXPECT_STREQ(name, "");
+        }
     }
 }

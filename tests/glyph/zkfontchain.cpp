@@ -1,5 +1,6 @@
 #include "zkfontchain.h"
 
+#include "conformancefile.h"
 #include "tinyfont.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +99,35 @@ TEST(ZkFontChain, ClustersTakeWhoHasAllThenWhoHasTheBase)
         EXPECT_EQ(clusterOf(list, row.cluster, row.previous), row.face) << "remembered";
     }
     EXPECT_EQ(list.findCluster(nullptr, -3, -1), 0);
+}
+
+TEST(ZkFontChain, CharactersThatAreNotSeenStayWithAnyRun)
+{
+    ZkFontChain chain(fontOf({'a'}));
+    chain.append(fontOf({'b'}));
+    const ZkFontList list = chain.faces();
+    std::vector<bool> isUnseen(0x110000);
+    const auto add = [&isUnseen](const std::string &range) {
+        const std::size_t dots = range.find("..");
+        const char32_t last =
+            codePointOf(dots == std::string::npos ? range : range.substr(dots + 2));
+        for (char32_t c = codePointOf(range.substr(0, dots)); c <= last; ++c) {
+            isUnseen[c] = true;
+        }
+    };
+    add("0000..001F"), add("007F..009F"); // controls
+    add("2028..2029");                    // separators of lines
+    readDataLines("DerivedCoreProperties.txt", 12000, [&add](const std::string &line) {
+        const std::vector<std::string> fields = fieldsOf(line);
+        if (fields[1] == "Default_Ignorable_Code_Point") {
+            add(fields[0]);
+        }
+    });
+    for (std::size_t c = 0; c < isUnseen.size(); ++c) {
+        if (c != 'b') {
+            ASSERT_EQ(clusterOf(list, {char32_t(c)}, 1), isUnseen[c] ? 1 : 0) << std::hex << c;
+        }
+    }
 }
 
 TEST(ZkFontChain, CopiesAreOneChainAndListsAreWhatItWas)

@@ -276,6 +276,23 @@ TEST(ZkFonteUnitCache, SizeAndPixelsChangeTogether)
     EXPECT_EQ(store.pixelBytes(), 0);
 }
 
+TEST(ZkFonteUnitCache, BearingsAndAdvanceComeWithNewPixels)
+{
+    Store store;
+    GlyphBitmap *slot = store.addFontInfo(recordOf('a', {16, 0}, 0, 0));
+    store.cleanAllFontMetrics();
+    GlyphBitmap record = recordOf('a', {16, 0}, 4, 6);
+    record.left = -1;
+    record.top = 5;
+    record.descent = 2;
+    record.advance = 7;
+    store.addfontMetrics(record);
+    EXPECT_EQ(slot->left, -1);
+    EXPECT_EQ(slot->top, 5);
+    EXPECT_EQ(slot->descent, 2);
+    EXPECT_EQ(slot->advance, 7);
+}
+
 TEST(ZkFonteUnitCache, ASecondRecordUnderOneKeyIsFoundAndTheFirstStaysValid)
 {
     Store store;

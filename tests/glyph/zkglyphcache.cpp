@@ -279,6 +279,33 @@ TEST(ZkGlyphCache, ALargeGlyphTakesOnlyTheRoomItNeeds)
     }
 }
 
+TEST(ZkGlyphCache, AGlyphWasUsedUntilItsHolderLetItGo)
+{
+    const ZkTypeface face = dejavu();
+    ZkGlyphCache cache;
+    const auto ageOfHeld = [&](bool isCleared) {
+        {
+            ZkGlyphHolder holder(cache);
+            holder.glyph(face, 40, kPlain);
+            fill(&cache, face, sized(isCleared ? 17 : 18), 41, 99);
+            if (isCleared) {
+                holder.clear();
+            }
+        }
+        std::uint32_t age = UINT32_MAX;
+        cache.walk(
+            [](const ZkGlyph &glyph, bool, std::uint32_t since, void *to) {
+                if (glyph.index() == 40) {
+                    *static_cast<std::uint32_t *>(to) = since;
+                }
+            },
+            &age);
+        return age;
+    };
+    EXPECT_EQ(ageOfHeld(true), 0u);
+    EXPECT_EQ(ageOfHeld(false), 0u);
+}
+
 TEST(ZkGlyphCache, WhatIsOnlyFoundMakesOthersOlder)
 {
     const ZkTypeface face = dejavu();
@@ -422,6 +449,57 @@ TEST(ZkGlyphCache, ClearDropsWhatNobodyHolds)
     cache.clear();
     EXPECT_EQ(cache.stats().glyphs, 0);
     EXPECT_EQ(cache.stats().bytes, empty);
+}
+
+TEST(ZkGlyphCache, WhatASpaceLeavesBeforeAGlyphInUseIsClosed)
+{
+    const ZkTypeface face = dejavu();
+    const std::uint32_t space = face.glyphIndex(' ');
+    ZkGlyphCache cache;
+    ZkGlyphHolder holder(cache);
+    fill(&cache, face, kPlain, space, space);
+    const ZkGlyph *const one = holder.glyph(face, 40, kPlain);
+    fill(&cache, face, sized(17), space, space);
+    const ZkGlyph *const other = holder.glyph(face, 41, kPlain);
+    const std::size_t pixelBytes = cache.stats().pixelBytes; // a space has none
+    cache.clear();
+    EXPECT_EQ(cache.stats().glyphs, 2);
+    EXPECT_EQ(cache.stats().pixelBytes, pixelBytes);
+    expectSums(cache.stats());
+    EXPECT_EQ(ZkGlyphHolder(cache).glyph(face, 40, kPlain), one);
+    EXPECT_EQ(ZkGlyphHolder(cache).glyph(face, 41, kPlain), other);
+}
+
+TEST(ZkGlyphCache, ATableThatGrowsStandsBesideTheOldOneForAMoment)
+{
+    const ZkTypeface face = dejavu();
+    ZkGlyphCache cache;
+    int grew = 0;
+    for (std::uint32_t glyph = 3; glyph < 3000; ++glyph) {
+        const ZkGlyphCache::Stats before = cache.stats();
+        fill(&cache, face, sized(8), glyph, glyph);
+        const ZkGlyphCache::Stats after = cache.stats();
+        if (after.tableBytes > before.tableBytes) {
+            ++grew;
+            const std::size_t old = after.tableBytes - before.tableBytes; // it doubles
+            EXPECT_GE(after.peakBytes, before.bytes + 2 * old);
+        }
+    }
+    EXPECT_GT(grew, 2);
+}
+
+TEST(ZkGlyphCache, AGlyphOfNoSizeIsOnePixelAlsoWhenItIsTheFirst)
+{
+    ZkGlyphCache cache;
+    ZkGlyphHolder holder(cache);
+    const ZkTypeface face = dejavu();
+    const std::uint32_t glyph = face.glyphIndex('W');
+    const GlyphBitmap none = holder.glyph(face, glyph, sized(0))->bitmap;
+    const GlyphBitmap one = holder.glyph(dejavu(), glyph, sized(1))->bitmap;
+    EXPECT_GT(one.advance, 0);
+    EXPECT_EQ(none.advance, one.advance);
+    EXPECT_EQ(none.width, one.width);
+    EXPECT_EQ(pixelsOf(none), pixelsOf(one));
 }
 
 TEST(ZkGlyphCache, ClosingATypefaceDropsItsGlyphs)

@@ -194,6 +194,30 @@ TEST(ZkTypeface, EveryWayOfOpeningGivesTheSameFont)
     EXPECT_LT(faces[0].memoryBytes(), 400u << 10) << "the mapped file does not";
 }
 
+#if !defined(ZK_MALLOC_IS_THE_SANITIZERS)
+
+TEST(ZkTypeface, MemoryToldIsWhatTheSystemGave)
+{
+    const ZkTypeface other = ZkTypeface::fromFile(ZK_FONT_DEJAVU); // what all share is there
+    for (const char *path : {ZK_FONT_DEJAVU, ZK_FONT_FREESERIF, ZK_FONT_MICROHEI}) {
+        SCOPED_TRACE(path);
+        ZkTypeface faces[50]; // so that small blocks at hand do not count
+        const std::size_t before = mallochook::takenBytes();
+        std::size_t told = 0;
+        for (ZkTypeface &face : faces) {
+            face = ZkTypeface::fromFile(path);
+            for (char32_t c = 0x21; c < 0x3000; ++c) {
+                static_cast<void>(face.glyphIndex(c));
+            }
+            told += face.memoryBytes();
+        }
+        const auto taken = double(mallochook::takenBytes() - before);
+        EXPECT_NEAR(double(told), taken, 0.05 * taken);
+    }
+}
+
+#endif
+
 TEST(ZkTypeface, APipeIsReadToItsEnd)
 {
     const std::string bytes = TinyFont().addBox('A', 0, 0, 4, 4, 5).bytes();

@@ -172,6 +172,18 @@ TEST(ZkFontEngine, AppliesTheRulesOfTheScript)
     }
 }
 
+TEST(ZkFontEngine, SeesRightToLeftLettersAtAnyPlace)
+{
+    for (std::size_t size = 2; size < 40; ++size) {
+        for (std::size_t i = 0; i + 1 < size; ++i) {
+            std::u16string text(size, u'a'), turned = text;
+            text[i] = turned[i + 1] = u'\u05D0';
+            text[i + 1] = turned[i] = u'\u05D1';
+            ASSERT_EQ(resolved(text), turned) << i << " of " << size;
+        }
+    }
+}
+
 TEST(ZkFontEngine, NeverSharesTheCallersBlock)
 {
     const ZkString text = text16(u"\u05D0\u05D1");

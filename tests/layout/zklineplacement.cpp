@@ -126,6 +126,29 @@ TEST(ZkLinePlacement, ThePainterLeavesOutTheAlefOfLamAlef)
     }
 }
 
+// The first mark stands right of the second in the record, and the letter right of both.
+TEST(ZkLinePlacement, ArabicMarksOfOneSideStandClearOfEachOther)
+{
+    const GlyphBitmap letter = glyph(0xFE8F, 0, 8, 10, 8, 8);
+    const GlyphBitmap kasra = glyph(0x0650, 0, -1, 0, 4, 2),
+                      kasratan = glyph(0x064D, 0, -1, 0, 4, 3);
+    const GlyphBitmap shadda = glyph(0x0651, 0, 11, 0, 4, 2), fatha = glyph(0x064E, 0, 11, 0, 4, 2);
+    ZkLineStyle style;
+    style.metrics.ascent = 16;
+    style.metrics.lineHeight = 16;
+    const ZkLinePlacement line(record(0, 40, 15, {&fatha, &kasratan, &shadda, &kasra, &letter}),
+                               style);
+    ASSERT_EQ(line.glyphCount(), 5);
+    const ZkPlacedGlyph *const placed = line.glyphs();
+    EXPECT_GE(placed[3].y, placed[4].y + letter.height);
+    EXPECT_GE(placed[1].y, placed[3].y + kasra.height);
+    EXPECT_LE(placed[2].y + shadda.height, placed[4].y);
+    EXPECT_LE(placed[0].y + fatha.height, placed[2].y);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(placed[i].x, placed[4].x + 2) << "in the middle";
+    }
+}
+
 // Marks that share no column cannot touch; one is enough.
 TEST(ZkLinePlacement, AToneMarkIsRaisedFromItsFirstColumnOverTheNextLetterOn)
 {

@@ -446,6 +446,35 @@ TEST(DoubleReading, TheMiddleGoesToTheEvenMantissaAndItsNeighboursApart)
     }
 }
 
+// One unit decides, and no digit is left out.
+TEST(DoubleReading, WholeNumbersBesideTheMiddleGoApart)
+{
+    for (int bits = 54; bits <= 64; ++bits) {
+        const std::uint64_t top = std::uint64_t(1) << (bits - 1);
+        const std::uint64_t step = std::uint64_t(1) << (bits - 53);
+        for (const std::uint64_t even : {top, top + step, top + 2 * step, top + (top - step)}) {
+            for (const int beside : {-2, -1, 0, 1, 2}) {
+                const std::uint64_t middle = even + step / 2;
+                ASSERT_TRUE(readAsByStrtod(std::to_string(middle + std::uint64_t(beside))));
+            }
+        }
+    }
+    // The same of numbers with zeros behind them, M * 2^p for M of 64 bits and 5^p.
+    std::uint64_t five = 5;
+    for (int p = 1; p <= 5; ++p, five *= 5) {
+        for (std::uint64_t even = std::uint64_t(1) << 63, found = 0; found < 40; even += 0x1000) {
+            for (const int beside : {-1, 1}) {
+                const std::uint64_t number = even + 0x400 + std::uint64_t(beside);
+                if (number % five == 0) {
+                    ++found;
+                    ASSERT_TRUE(
+                        readAsByStrtod(std::to_string(number / five) + "e" + std::to_string(p)));
+                }
+            }
+        }
+    }
+}
+
 TEST(DoubleReading, OverflowAndUnderflowBeginWhereTheyShould)
 {
     // The middle between the largest double and what would come next, exactly.

@@ -139,6 +139,7 @@ TEST(ZkStringArg, WritesIntegersOfEveryType)
     EXPECT_EQ(text.arg(-5), ZkString("-5"));
     EXPECT_EQ(text.arg(short(-5)), ZkString("-5"));
     EXPECT_EQ(text.arg(UINT_MAX), ZkString("4294967295"));
+    EXPECT_EQ(text.arg(0), ZkString("0"));
     EXPECT_EQ(text.arg(-5L), ZkString("-5"));
     EXPECT_EQ(text.arg(5UL), ZkString("5"));
     EXPECT_EQ(text.arg(LLONG_MIN), ZkString("-9223372036854775808"));

@@ -57,6 +57,8 @@ const struct {
     {"a space", u" ", false, false},
     {"BEH and FATHA", u"\u0628\u064E", true, true},
     {"DAL and SHADDA", u"\u062F\u0651", false, true},
+    {"a letter above U+FFFF, joined on both sides", u"\U0001E922", true, true},
+    {"a selector above U+FFFF and BEH", u"\U000E0100\u0628", true, true},
 };
 
 /// Unifont has every presentation form.

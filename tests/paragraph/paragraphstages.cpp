@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <malloc.h>
 
 #include "mallochook.h" // behind <cstdlib>, whose malloc it replaces
 
@@ -154,6 +153,21 @@ TEST_F(Stages, EachSetterComputesWhatDependsOnIt)
     }
 }
 
+TEST_F(Stages, AnotherWordBreakerDividesAnew)
+{
+    paragraph.setWordBreaker(nullptr);
+    paragraph.setUtf8("\u0E01\u0E02\u0E03\u0E04");
+    const int cluster = paragraph.minWidth();
+    paragraph.setWidth(cluster);
+    EXPECT_EQ(paragraph.lineCount(), 4);
+    paragraph.setWordBreaker(&breaker); // to which all is one word
+    EXPECT_GT(paragraph.minWidth(), cluster);
+    paragraph.setWidth(paragraph.minWidth());
+    EXPECT_EQ(paragraph.lineCount(), 1);
+    paragraph.setWordBreaker(nullptr);
+    EXPECT_EQ(paragraph.minWidth(), cluster);
+}
+
 TEST_F(Stages, ADirectionFindsNoBreaksAnew)
 {
     forget();
@@ -287,12 +301,6 @@ ZkFontChain chainForAll()
 
 #if !defined(ZK_MALLOC_IS_THE_SANITIZERS)
 
-std::size_t takenBytes()
-{
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
 TEST(ParagraphMemory, IsWhatTheSystemGave)
 {
     const ZkFontChain chain = chainForAll();
@@ -300,14 +308,14 @@ TEST(ParagraphMemory, IsWhatTheSystemGave)
         SCOPED_TRACE(text);
         const ZkString units(pagesOf(text).c_str());
         for (const bool isWarm : {false, true}) { // what all paragraphs share is there then
-            const std::size_t before = takenBytes();
+            const std::size_t before = mallochook::takenBytes();
             ZkParagraph paragraph; // of one line, whose lists are long
             paragraph.setChain(chain);
             paragraph.setText(units);
             static_cast<void>(paragraph.selection(3, 9));
             const ZkPlacedGlyph *glyphs = nullptr;
             static_cast<void>(paragraph.glyphs(0, &glyphs));
-            const std::size_t taken = takenBytes() - before;
+            const std::size_t taken = mallochook::takenBytes() - before;
             if (isWarm) {
                 EXPECT_NEAR(double(paragraph.memoryBytes()), double(taken), 0.02 * double(taken));
             }

@@ -409,6 +409,33 @@ TEST_F(Paragraph, DotsOfTwoFontsAreChosenThreeTimes)
     EXPECT_EQ(glyphs[9].glyph->advance, narrow);
 }
 
+TEST_F(Paragraph, LettersOfALongTextStandEvenly)
+{
+    for (const std::string letter : {"a", "\u05D0"}) {
+        SCOPED_TRACE(letter);
+        std::string text;
+        for (int i = 0; i < 2500; ++i) {
+            text += letter;
+        }
+        paragraph.setUtf8(text.c_str());
+        const int step = widthOf(letter.c_str());
+        for (const int width : {0, 20 * step}) {
+            paragraph.setWidth(width);
+            EXPECT_EQ(paragraph.lineCount(), width == 0 ? 1 : 125);
+            const ZkPlacedGlyph *glyphs = nullptr;
+            ASSERT_GT(paragraph.glyphs(0, &glyphs), 0);
+            const int left = glyphs[0].x;
+            for (int line = 0; line < paragraph.lineCount(); ++line) {
+                const int count = paragraph.glyphs(line, &glyphs);
+                ASSERT_EQ(count, width == 0 ? 2500 : 20);
+                for (int i = 0; i < count; ++i) {
+                    ASSERT_EQ(glyphs[i].x, left + i * step) << i << " of line " << line;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(Paragraph, EllipsisLeavesNoHalfCluster)
 {
     paragraph.setUtf8("e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301");

@@ -230,6 +230,47 @@ TEST(SwashShaper, AnEllipsisLeavesAsMuchAsFitsInItsShapeThere)
     }
 }
 
+// Behind dots that stand at the start a space goes, and tabs take no room.
+TEST(UnevenShaper, AsMuchAsFitsStandsBehindDotsAtTheStart)
+{
+    Uneven even(640, 640); // 10 pixels each
+    const ZkTypeface face = ZkTypeface::fromFile(ZK_FONT_DEJAVU);
+    ZkParagraph paragraph;
+    paragraph.setChain(ZkFontChain(face));
+    const int dots =
+        ZkGlyphHolder().glyph(face, face.glyphIndex(0x2026), paragraph.font())->bitmap.advance;
+    paragraph.setShaper(&even);
+    paragraph.setMaximumLines(1);
+    paragraph.setEllipsis(ZkParagraph::EllipsisStart);
+    std::mt19937 random(11);
+    int shortened = 0;
+    for (int i = 0; i < 3000; ++i) {
+        std::string text = "a";
+        while (text.size() < 14) {
+            text += "ab  \t"[random() % 5];
+        }
+        text += 'b';
+        const int width = dots + 10 + static_cast<int>(random() % 120);
+        paragraph.setUtf8(text.c_str());
+        paragraph.setWidth(width);
+        if (!paragraph.line(0).isShortened) {
+            continue;
+        }
+        ++shortened;
+        std::size_t first = text.size();
+        int taken = dots;
+        while (first > 1 && taken + (text[first - 1] == '\t' ? 0 : 10) <= width) {
+            taken += text[--first] == '\t' ? 0 : 10; // something is left out
+        }
+        const std::size_t start = text.find_first_not_of(' ', first);
+        const std::size_t seen = text.find_first_not_of('\t', start);
+        const ZkPlacedGlyph *glyphs = nullptr;
+        ASSERT_GT(paragraph.glyphs(0, &glyphs), 1);
+        ASSERT_EQ(glyphs[1].cluster, static_cast<int>(seen)) << '"' << text << "\" in " << width;
+    }
+    EXPECT_GT(shortened, 1000);
+}
+
 // Text may take exactly what still is told as the box's width.
 TEST(UnevenShaper, WhatIsToldAsTheBoxesWidthFits)
 {

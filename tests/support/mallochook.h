@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <malloc.h>
 
 /// Watches the memory that the whole process takes, `operator new` and FreeType included,
 /// and lets requests fail. Include in one source file of a program only: outside the
@@ -49,6 +50,13 @@ namespace mallochook
 {
 
 constexpr bool kCanRefuse = true;
+
+/// Bytes that the C library has given out and not back.
+inline std::size_t takenBytes()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
 
 inline bool fails()
 {

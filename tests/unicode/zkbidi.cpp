@@ -276,7 +276,11 @@ TEST(ZkBidi, WhiteSpaceAtTheEndOfALineHasTheLevelOfTheParagraph)
     EXPECT_EQ(runs[1].level, 1);
     EXPECT_EQ(runs[2].first, 5);
     EXPECT_EQ(runs[2].level, 0);
-    EXPECT_EQ(bidi.visualRuns(0, 6, runs, 1), 3) << "how many there are";
+    bidi.setText(text.data(), 7, ZkBidi::RightToLeft);
+    ASSERT_EQ(bidi.visualRuns(0, 4, runs, 2), 2) << "as much room as there are";
+    EXPECT_EQ(runs[0].first, 2);
+    EXPECT_EQ(runs[1].first, 0);
+    EXPECT_EQ(bidi.visualRuns(0, 4, runs, 1), 2) << "how many there are";
     EXPECT_EQ(bidi.visualRuns(2, 2, runs, 3), 0);
 }
 
