@@ -184,10 +184,6 @@ FT_Error ZkFontLibrary::openFace(const void *bytes, std::size_t size, FT_Long in
     FT_Error error = makeLibrary();
     if (error == 0) {
         error = openOf(bytes, size, index, face);
-    } else if (account != nullptr) {
-        // All that can stop a library from being made.
-        // no test can tell: the error says so too
-        account->isStarved = true;
     }
     if (error == 0) {
         ++openFaces;

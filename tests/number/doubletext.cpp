@@ -459,7 +459,7 @@ TEST(DoubleReading, WholeNumbersBesideTheMiddleGoApart)
             }
         }
     }
-    // The same of numbers with zeros behind them, M * 2^p for M of 64 bits and 5^p.
+    // 64 bits M beside the middle of two, as they stand in M * 2^p = M / 5^p * 10^p.
     std::uint64_t five = 5;
     for (int p = 1; p <= 5; ++p, five *= 5) {
         for (std::uint64_t even = std::uint64_t(p % 2 + 14) << 60, found = 0; found < 40;

@@ -257,10 +257,10 @@ TEST(UnevenShaper, AsMuchAsFitsStandsBehindDotsAtTheStart)
             continue;
         }
         ++shortened;
-        std::size_t first = text.size();
+        std::size_t first = text.size(); // of what is shown: never all
         int taken = dots;
         while (first > 1 && taken + (text[first - 1] == '\t' ? 0 : 10) <= width) {
-            taken += text[--first] == '\t' ? 0 : 10; // something is left out
+            taken += text[--first] == '\t' ? 0 : 10;
         }
         const std::size_t start = text.find_first_not_of(' ', first);
         const std::size_t seen = text.find_first_not_of('\t', start);

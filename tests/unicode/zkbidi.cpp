@@ -276,12 +276,22 @@ TEST(ZkBidi, WhiteSpaceAtTheEndOfALineHasTheLevelOfTheParagraph)
     EXPECT_EQ(runs[1].level, 1);
     EXPECT_EQ(runs[2].first, 5);
     EXPECT_EQ(runs[2].level, 0);
-    bidi.setText(text.data(), 7, ZkBidi::RightToLeft);
-    ASSERT_EQ(bidi.visualRuns(0, 4, runs, 2), 2) << "as much room as there are";
-    EXPECT_EQ(runs[0].first, 2);
-    EXPECT_EQ(runs[1].first, 0);
-    EXPECT_EQ(bidi.visualRuns(0, 4, runs, 1), 2) << "how many there are";
     EXPECT_EQ(bidi.visualRuns(2, 2, runs, 3), 0);
+}
+
+TEST(ZkBidi, RunsStandAsTheyAreSeenWhereThereIsRoomForAll)
+{
+    const Units text = unitsOf(u"ab \u05d0\u05d1");
+    ZkBidi bidi;
+    bidi.setText(text.data(), 5, ZkBidi::RightToLeft);
+    for (const int room : {0, 1, 2, 3}) {
+        SCOPED_TRACE(room);
+        ZkBidi::Run runs[3] = {{-1, -1, 0}, {-1, -1, 0}, {-1, -1, 0}};
+        ASSERT_EQ(bidi.visualRuns(0, 5, runs, room), 2);
+        EXPECT_EQ(runs[0].first, room == 0 ? -1 : room == 1 ? 0 : 2);
+        EXPECT_EQ(runs[1].first, room < 2 ? -1 : 0);
+        EXPECT_EQ(runs[2].first, -1);
+    }
 }
 
 TEST(ZkBidi, AnEditIsTheSameAsTheNewText)
